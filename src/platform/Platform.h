@@ -1,0 +1,338 @@
+#pragma once
+
+// The narrow boundary between the portable core and the operating system. Everything above
+// src/platform/ talks to the OS only through these interfaces; a backend (the simulated desktop
+// or the Mac) implements them and reports what happened through `SystemEventSink` and
+// `ApplicationDelegate`.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/DefaultsValue.h"
+#include "platform/Geometry.h"
+
+namespace tarvolo::platform {
+
+// ---------------------------------------------------------------------------------------------
+// Time and the main queue
+
+class Clock {
+ public:
+  virtual ~Clock() = default;
+  // Monotonic seconds; virtual in the simulator.
+  virtual double now() const = 0;
+  // Seconds since 1970-01-01 UTC, for dates the user sees or that persist.
+  virtual double currentDate() const = 0;
+};
+
+using TaskId = std::uint64_t;
+
+class MainQueue {
+ public:
+  virtual ~MainQueue() = default;
+  // Runs `task` on the main thread after `delaySeconds` (0: as soon as the current work ends).
+  virtual TaskId post(double delaySeconds, std::function<void()> task) = 0;
+  // Cancelling an unknown, finished or already cancelled task does nothing.
+  virtual void cancel(TaskId id) = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Logging
+
+enum class LogCategory { menubar, state };
+
+class LogSink {
+ public:
+  virtual ~LogSink() = default;
+  // `message` is the complete text as the unified log shows it.
+  virtual void write(LogCategory category, std::string_view message) = 0;
+  virtual void writeStandardOutput(std::string_view line) = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Events
+
+enum class EventType {
+  leftMouseDown,
+  leftMouseUp,
+  rightMouseDown,
+  rightMouseUp,
+  otherMouseDown,
+  otherMouseUp,
+  leftMouseDragged,
+  keyDown,
+  other,
+};
+
+std::string_view eventTypeName(EventType type);
+
+using EventMask = std::uint32_t;
+constexpr EventMask eventMask(EventType type) { return EventMask{1} << static_cast<unsigned>(type); }
+constexpr EventMask operator|(EventType a, EventType b) { return eventMask(a) | eventMask(b); }
+constexpr EventMask operator|(EventMask a, EventType b) { return a | eventMask(b); }
+
+// Bits as AppKit defines them, so the Mac backend passes flags through untranslated.
+enum class Modifier : std::uint32_t {
+  shift = 1u << 17,
+  control = 1u << 18,
+  option = 1u << 19,
+  command = 1u << 20,
+};
+
+struct ModifierFlags {
+  std::uint32_t raw = 0;
+  bool has(Modifier m) const { return (raw & static_cast<std::uint32_t>(m)) != 0; }
+  ModifierFlags with(Modifier m) const { return {raw | static_cast<std::uint32_t>(m)}; }
+  friend bool operator==(const ModifierFlags&, const ModifierFlags&) = default;
+};
+
+struct Event {
+  EventType type = EventType::other;
+  ModifierFlags modifierFlags;
+  Point locationInScreen;  // AppKit global coordinates
+  double timestamp = 0;    // Clock::now() seconds
+};
+
+// An installed observer, monitor or handler; destroying it removes what it installed.
+class Registration {
+ public:
+  virtual ~Registration() = default;
+};
+
+class Events {
+ public:
+  virtual ~Events() = default;
+  virtual Point mouseLocation() const = 0;
+  // Bit 0 left, bit 1 right, bit 2 and up other buttons.
+  virtual std::uint32_t pressedMouseButtons() const = 0;
+  // The combined session's modifier state, independent of any event.
+  virtual ModifierFlags modifierFlags() const = 0;
+  // The event being dispatched right now, if any.
+  virtual std::optional<Event> currentEvent() const = 0;
+  // Events sent to other applications.
+  virtual std::unique_ptr<Registration> addGlobalMonitor(EventMask mask, std::function<void(const Event&)> handler) = 0;
+  // Events sent to this application; the handler may swallow the event by returning nullopt.
+  virtual std::unique_ptr<Registration> addLocalMonitor(
+      EventMask mask, std::function<std::optional<Event>(const Event&)> handler) = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Status bar
+
+struct MenuItem {
+  std::string title;
+  std::string action;          // selector-like name, e.g. "menuCollapse"
+  std::string keyEquivalent;   // "" for none
+  bool isSeparator = false;
+  std::function<void()> perform;
+
+  static MenuItem separator() { return MenuItem{.isSeparator = true}; }
+};
+
+struct Menu {
+  std::vector<MenuItem> items;
+};
+
+constexpr double kVariableStatusItemLength = -1;
+
+class StatusItem {
+ public:
+  virtual ~StatusItem() = default;
+  virtual const std::string& autosaveName() const = 0;
+  virtual void setLength(double length) = 0;
+  virtual double length() const = 0;
+  virtual void setVisible(bool visible) = 0;
+  virtual bool isVisible() const = 0;
+  virtual bool hasButton() const = 0;
+  // Frames as the window server reports them: absent while unknown, possibly stale.
+  virtual std::optional<Rect> buttonFrameOnScreen() const = 0;
+  virtual std::optional<Rect> windowFrame() const = 0;
+  virtual void setTitle(const std::string& title) = 0;
+  // A template system symbol; false when the system cannot make it. An empty name clears it.
+  virtual bool setSymbolImage(const std::string& symbolName, double pointSize) = 0;
+  virtual void setToolTip(const std::string& text) = 0;
+  virtual void setAccessibilityLabel(const std::string& text) = 0;
+  // The button sends `action` on the events in `sendOn`; `Events::currentEvent()` tells which.
+  virtual void setAction(EventMask sendOn, std::function<void()> action) = 0;
+  // Shows `menu` under the item; the chosen item's `perform` runs on the main thread.
+  virtual void popUpMenu(const Menu& menu) = 0;
+};
+
+class StatusBar {
+ public:
+  virtual ~StatusBar() = default;
+  // The item takes its stored preferred position from its autosave name.
+  virtual std::unique_ptr<StatusItem> createStatusItem(double length, const std::string& autosaveName) = 0;
+  // Removing deletes the item's stored preferred position, as the system does.
+  virtual void removeStatusItem(std::unique_ptr<StatusItem> item) = 0;
+  virtual double thickness() const = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Screens
+
+struct ScreenInfo {
+  Rect frame;
+  Rect visibleFrame;
+  // The strips left and right of a notch; both absent without one.
+  std::optional<Rect> auxiliaryTopLeftArea;
+  std::optional<Rect> auxiliaryTopRightArea;
+  double safeAreaTop = 0;
+  double menuBarHeight = 24;
+
+  // The notch's width, 0 without one.
+  double notchWidth() const;
+  std::optional<Rect> notchRect() const;
+};
+
+class Screens {
+ public:
+  virtual ~Screens() = default;
+  // Primary (menu-bar) screen first.
+  virtual std::vector<ScreenInfo> screens() const = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Workspace
+
+enum class ActivationPolicy { regular, accessory, prohibited };
+
+std::string_view activationPolicyName(ActivationPolicy policy);
+
+struct RunningApplication {
+  int pid = 0;
+  std::optional<std::string> bundleIdentifier;
+  std::string localizedName;
+  std::optional<std::string> bundlePath;
+  std::optional<std::string> executablePath;
+  ActivationPolicy activationPolicy = ActivationPolicy::regular;
+  std::optional<double> launchDate;  // Clock::currentDate() seconds
+  bool isTerminated = false;
+};
+
+class Workspace {
+ public:
+  virtual ~Workspace() = default;
+  virtual std::vector<RunningApplication> runningApplications() const = 0;
+  virtual std::optional<RunningApplication> frontmostApplication() const = 0;
+  // The application whose menus the menu bar shows (usually the frontmost).
+  virtual std::optional<RunningApplication> menuBarOwningApplication() const = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Defaults store (the application's own domain)
+
+class DefaultsStore {
+ public:
+  virtual ~DefaultsStore() = default;
+  virtual std::optional<DefaultsValue> object(const std::string& key) const = 0;
+  virtual void set(const std::string& key, DefaultsValue value) = 0;
+  virtual void remove(const std::string& key) = 0;
+  virtual std::vector<std::string> keys() const = 0;
+
+  // Typed reads: absent when the key is missing or holds a value of another type.
+  std::optional<bool> getBool(const std::string& key) const;
+  std::optional<double> getDouble(const std::string& key) const;
+  std::optional<std::int64_t> getInteger(const std::string& key) const;
+  std::optional<std::string> getString(const std::string& key) const;
+  std::optional<std::vector<std::string>> getStringArray(const std::string& key) const;
+  std::optional<std::map<std::string, std::string>> getStringDictionary(const std::string& key) const;
+  bool contains(const std::string& key) const { return object(key).has_value(); }
+};
+
+// ---------------------------------------------------------------------------------------------
+// System facts, application and user interface
+
+class SystemInfo {
+ public:
+  virtual ~SystemInfo() = default;
+  virtual int osMajorVersion() const = 0;
+  // BCP 47 tags, most preferred first ("zh-Hans-CN", "en-GB", ...).
+  virtual std::vector<std::string> preferredLanguages() const = 0;
+  // argv without the executable path.
+  virtual std::vector<std::string> processArguments() const = 0;
+  virtual std::string ownBundleIdentifier() const = 0;
+};
+
+class Application {
+ public:
+  virtual ~Application() = default;
+  virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+  virtual ActivationPolicy activationPolicy() const = 0;
+  // Asks the application to terminate; the delegate's applicationWillTerminate runs first.
+  virtual void terminate() = 0;
+};
+
+struct NoticeRequest {
+  std::string message;
+  std::optional<std::string> actionTitle;
+  std::string kind;  // which notice this is, for replacing and dismissing
+  std::function<void()> onAction;
+};
+
+// The app's own windows. Their contents are drawn by the backend from what the core hands it.
+class UserInterface {
+ public:
+  virtual ~UserInterface() = default;
+  virtual void presentFirstLaunchCoach(std::optional<Rect> anchor) = 0;
+  virtual void openPreferences(std::optional<std::string> focus) = 0;
+  virtual bool isPreferencesVisible() const = 0;
+  // Keep the settings window up even when the app deactivates, and bring it front.
+  virtual void keepPreferencesFront() = 0;
+  virtual void showIconShelf(std::optional<std::string> tier) = 0;
+  virtual void closeIconShelf() = 0;
+  virtual bool isIconShelfShown() const = 0;
+  virtual void presentNotice(NoticeRequest notice) = 0;
+  virtual void dismissNotice(const std::string& kind) = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// What the backend reports to the core
+
+class SystemEventSink {
+ public:
+  virtual ~SystemEventSink() = default;
+  virtual void screenParametersDidChange() = 0;
+  virtual void workspaceDidWake() = 0;
+  virtual void activeSpaceDidChange() = 0;
+  virtual void applicationDidLaunch(const RunningApplication& app) = 0;
+  virtual void applicationDidTerminate(const RunningApplication& app) = 0;
+  virtual void applicationDidActivate(const RunningApplication& app) = 0;
+  virtual void menuDidBeginTracking() = 0;
+  virtual void menuDidEndTracking() = 0;
+  virtual void preferredLanguagesDidChange() = 0;
+};
+
+class ApplicationDelegate {
+ public:
+  virtual ~ApplicationDelegate() = default;
+  virtual void applicationDidFinishLaunching() = 0;
+  virtual bool applicationShouldHandleReopen(bool hasVisibleWindows) = 0;
+  virtual void applicationWillTerminate() = 0;
+};
+
+// Everything a backend provides, handed to the core at start-up.
+class Platform {
+ public:
+  virtual ~Platform() = default;
+  virtual Clock& clock() = 0;
+  virtual MainQueue& mainQueue() = 0;
+  virtual LogSink& logSink() = 0;
+  virtual Events& events() = 0;
+  virtual StatusBar& statusBar() = 0;
+  virtual Screens& screens() = 0;
+  virtual Workspace& workspace() = 0;
+  virtual DefaultsStore& defaults() = 0;
+  virtual SystemInfo& system() = 0;
+  virtual Application& application() = 0;
+  virtual UserInterface& userInterface() = 0;
+  // The backend reports system events to `sink` until it is replaced or cleared (nullptr).
+  virtual void setSystemEventSink(SystemEventSink* sink) = 0;
+};
+
+}  // namespace tarvolo::platform
