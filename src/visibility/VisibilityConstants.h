@@ -1,0 +1,34 @@
+#pragma once
+
+// Every threshold of the collapse-length engine, in points unless named in seconds.
+
+namespace tarvolo::MenuBarVisibilityPolicy {
+
+inline constexpr double collapseSearchLowerBound = 32;
+inline constexpr double collapseSearchPrecision = 8;
+inline constexpr double collapseLengthSafetyMargin = 8;
+inline constexpr double foldCoverSlack = 8;
+inline constexpr double screenCliffMenuMargin = 64;
+inline constexpr double frontmostSettleDelay = 1;  // seconds
+inline constexpr double menuEvictionLeftMin = 20;
+inline constexpr double menuEvictionLeftMax = 45;
+inline constexpr double menuEvictionToggleSlack = 8;
+inline constexpr double menuEvictionStep = 16;
+inline constexpr int menuEvictionStepLimit = 6;
+inline constexpr double collapseVerifyDelay = 0.4;                  // seconds
+inline constexpr double collapseRetryCooldown = 600;                // seconds
+inline constexpr double collapseStayExpandedNoticeInterval = 60;    // seconds
+inline constexpr double placementIdleDelay = 60;                    // seconds
+inline constexpr double recentPointerDeferral = 3;                  // seconds
+inline constexpr double shelfDelayAfterDragFloor = 5;               // seconds
+inline constexpr double shortDividerWidthLimit = 40;
+inline constexpr double shelfHiddenSafetyMargin = 24;
+inline constexpr double userCollapseRepairInterval = 600;           // seconds
+inline constexpr double userOwnOrderRepairMinimumInterval = 3;      // seconds
+inline constexpr int userOwnOrderRepairFailureLimit = 2;
+inline constexpr double nativeFallbackPreferredPosition = 0;
+
+// The length the separators take while their zone is shown.
+inline constexpr double defaultExpandedSeparatorLength = 16;
+
+}  // namespace tarvolo::MenuBarVisibilityPolicy
