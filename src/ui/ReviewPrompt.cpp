@@ -19,7 +19,7 @@ std::string dayString(double date) {
   long long d = doy - (153 * mp + 2) / 5 + 1;
   long long m = mp < 10 ? mp + 3 : mp - 9;
   if (m <= 2) ++y;
-  char buffer[16];
+  char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%04lld-%02lld-%02lld", y, m, d);
   return buffer;
 }

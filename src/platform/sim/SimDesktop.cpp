@@ -453,6 +453,7 @@ void SimDesktop::ownProcessExited() {
   ui_.shelfShown = false;
   ui_.preferencesVisible = false;
   relayout();
+  if (onOwnExit_) onOwnExit_();
 }
 
 // --- the status bar --------------------------------------------------------------------------

@@ -139,6 +139,8 @@ class SimDesktop final : public platform::Platform {
 
   // --- the app's process
   void setApplicationDelegate(platform::ApplicationDelegate* delegate) { delegate_ = delegate; }
+  // Called once the app's process has exited, when nothing of it is on the stack any more.
+  void setOwnProcessExitHandler(std::function<void()> handler) { onOwnExit_ = std::move(handler); }
   // Starts the app's process: didFinishLaunching runs now.
   void launchOwnApp();
   bool ownAppRunning() const { return ownAppRunning_; }
@@ -234,6 +236,7 @@ class SimDesktop final : public platform::Platform {
   platform::SystemEventSink* sink_ = nullptr;
   platform::ApplicationDelegate* delegate_ = nullptr;
   bool ownAppRunning_ = false;
+  std::function<void()> onOwnExit_;
   platform::ActivationPolicy ownPolicy_ = platform::ActivationPolicy::regular;
 
   platform::ModifierFlags modifiers_;
