@@ -15,14 +15,12 @@ constexpr const char* kPreferencesArguments[] = {"--preferences", "-p", "--show-
 
 AppDelegate::AppDelegate(platform::Platform& platform)
     : platform_(platform), environment_(std::make_unique<AppEnvironment>(platform)) {
-  Logging::setSink(&platform.logSink());
   platform.setSystemEventSink(this);
 }
 
 AppDelegate::~AppDelegate() {
   platform_.setSystemEventSink(nullptr);
   environment_.reset();
-  if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
 
 void AppDelegate::applicationDidFinishLaunching() {

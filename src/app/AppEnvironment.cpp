@@ -1,14 +1,18 @@
 #include "app/AppEnvironment.h"
 
+#include "app/Log.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
 
-AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platform) {}
+AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platform) {
+  Logging::setSink(&platform.logSink());
+}
 
 AppEnvironment::~AppEnvironment() {
   // The controller unsubscribes from the centers, so it goes first.
   statusBarController_.reset();
+  if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
 
 StatusBarController& AppEnvironment::statusBarController() {
