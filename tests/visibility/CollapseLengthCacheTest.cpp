@@ -80,13 +80,9 @@ TEST(CollapseLengthCache, CollapseLengthFallsBackFromAppToScreenToLowerBound) {
   EXPECT_EQ(cache.knownGoodMin(laptop), 500);  // the screen's minimum outlives one app
 }
 
-TEST(CollapseLengthCache, GapsDiscardsAndPruning) {
+TEST(CollapseLengthCache, OnlyPositiveGapsAndLengthsThatHideSurviveDiscardAndPrune) {
   CollapseLengthCache cache;
   cache.recordGap(laptop, 0);
-  EXPECT_FALSE(cache.knownGoodGap(laptop).has_value());
-  cache.recordGap(laptop, 12);
-  EXPECT_EQ(cache.knownGoodGap(laptop), 12);
-  cache.forgetGap(laptop);
   EXPECT_FALSE(cache.knownGoodGap(laptop).has_value());
 
   cache.perApp = {{CollapseLengthCache::key(laptop, "a"), 20}, {CollapseLengthCache::key(laptop, "b"), 200}};

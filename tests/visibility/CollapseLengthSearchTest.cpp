@@ -57,24 +57,7 @@ TEST(CollapseLengthSearch, AdvancingFollowsTheVerdict) {
   EXPECT_EQ(s.advancing(V::menusEvicted, 90), (CollapseLengthSearch{.low = 100, .high = 100, .hitMenus = true}));
   EXPECT_EQ(s.advancing(V::unread, 150), s);
   EXPECT_EQ(s.advancing(V::untracked, 150), s);
-}
-
-TEST(CollapseLengthSearch, MenuLimitOnlyWithoutEjection) {
-  const CollapseLengthSearch s{.low = 100, .high = 200};
-  EXPECT_TRUE(s.advancing(V::menusEvicted, 150).isMenuLimited());
   EXPECT_FALSE(s.advancing(V::menusEvicted, 150).advancing(V::ejected, 120).isMenuLimited());
-}
-
-TEST(CliffSearchBookkeeping, OwedGiveUpsAndShortMenuCliff) {
-  EXPECT_TRUE(cliffSearchOwedAfterInterruption(false, 2, 3));
-  EXPECT_FALSE(cliffSearchOwedAfterInterruption(false, 3, 3));
-  EXPECT_FALSE(cliffSearchOwedAfterInterruption(true, 0, 3));
-  EXPECT_EQ(cliffGiveUpsAfterSearch(2, true), 0);
-  EXPECT_EQ(cliffGiveUpsAfterSearch(2, false), 2);
-  EXPECT_TRUE(keepsShortMenuCliff(624, 688, 64));
-  EXPECT_FALSE(keepsShortMenuCliff(623.9, 688, 64));
-  EXPECT_FALSE(keepsShortMenuCliff(32, 90, 64));
-  EXPECT_TRUE(keepsShortMenuCliff(32.5, 90, 64));
 }
 
 // For any screen and any cliff the search settles within precision below the cliff, in no more

@@ -93,12 +93,5 @@ TEST(MenuBarGapTracker, MovementRightAfterAWorkspaceSwitchIsHeld) {
   EXPECT_TRUE(tracker.gapMoved);
 }
 
-TEST(WorkspaceActivityClock, AgeIsAbsentUntilNoted) {
-  WorkspaceActivityClock clock;
-  EXPECT_FALSE(clock.age(10).has_value());
-  clock.note(7.5);
-  EXPECT_EQ(clock.age(10), 2.5);
-}
-
 }  // namespace
 }  // namespace tarvolo
