@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "visibility/EngineDetail.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {
@@ -27,7 +27,7 @@ namespace tarvolo::MenuBarVisibilityPolicy {
 
 namespace {
 
-using engine_detail::collapseLengthHidesIcons;
+using MenuBarVisibilityPolicy::collapseLengthHidesIcons;
 
 constexpr char perAppSeparator = '\t';
 
@@ -236,8 +236,8 @@ std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, 
   std::map<std::string, double> restored;
   for (const auto& [key, length] : stored) {
     auto width = CollapseLengthCache::screenWidth(CollapseLengthCache::screenPart(key));
-    if (!width || !engine_detail::collapseLengthHidesIcons(length)) continue;
-    if (length > engine_detail::collapseTailCeiling(*width) + ceilingTolerance) continue;
+    if (!width || !MenuBarVisibilityPolicy::collapseLengthHidesIcons(length)) continue;
+    if (length > MenuBarVisibilityPolicy::collapseTailCeiling(*width) + ceilingTolerance) continue;
     restored.emplace(key, length);
   }
   return restored;
@@ -249,7 +249,7 @@ std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read) {
   if (!screen || !length) return std::nullopt;
   const std::string* key = screen->asString();
   auto lengthValue = finiteNumber(*length);
-  if (!key || key->empty() || !lengthValue || !engine_detail::collapseLengthHidesIcons(*lengthValue)) {
+  if (!key || key->empty() || !lengthValue || !MenuBarVisibilityPolicy::collapseLengthHidesIcons(*lengthValue)) {
     return std::nullopt;
   }
   CliffRecord record{.screenKey = *key, .length = *lengthValue};

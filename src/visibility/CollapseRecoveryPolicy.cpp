@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "visibility/EngineDetail.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
 
 namespace {
 
-using engine_detail::collapseLengthHidesIcons;
+using MenuBarVisibilityPolicy::collapseLengthHidesIcons;
 
 // A step shorter than this would re-apply practically the same length.
 constexpr double minimumStep = 0.5;

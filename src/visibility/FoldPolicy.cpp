@@ -15,7 +15,7 @@ std::optional<double> collapseTailExtra(const CollapseTailExtraInput& in) {
   if (in.menuLimited) return std::nullopt;
   const double uncovered = in.separatorLeading - in.menusRight - in.slack;
   if (!(uncovered > meaningfulPoint) || in.upperBound - in.margin > in.length) return std::nullopt;
-  const double room = engine_detail::collapseTailCeiling(in.screenWidth) - in.length;
+  const double room = MenuBarVisibilityPolicy::collapseTailCeiling(in.screenWidth) - in.length;
   if (room < meaningfulPoint) return std::nullopt;
   return std::min(room, uncovered);
 }
@@ -23,8 +23,8 @@ std::optional<double> collapseTailExtra(const CollapseTailExtraInput& in) {
 double rememberedFoldTail(const RememberedFoldTailInput& in) {
   if (in.tailRejected || in.menuLimited || !in.storedTail) return in.preferredLength;
   const double tail = *in.storedTail;
-  const bool fitsScreen = tail <= engine_detail::collapseTailCeiling(in.screenWidth) + ceilingTolerance;
-  if (engine_detail::collapseLengthHidesIcons(tail) && fitsScreen && tail >= in.preferredLength) return tail;
+  const bool fitsScreen = tail <= MenuBarVisibilityPolicy::collapseTailCeiling(in.screenWidth) + ceilingTolerance;
+  if (MenuBarVisibilityPolicy::collapseLengthHidesIcons(tail) && fitsScreen && tail >= in.preferredLength) return tail;
   return in.preferredLength;
 }
 
@@ -63,15 +63,15 @@ double collapsedLength(double foldLeadingEdge, double menusRight, double screenW
   return std::min(screenCap, room);
 }
 
-double length(engine_detail::MenuBarPresentation presentation, double collapsedLength,
+double length(MenuBarPresentation presentation, double collapsedLength,
               std::optional<bool> placedBesideFold) {
   if (!placedBesideFold) return expandedLength;
   const bool beside = *placedBesideFold;
   switch (presentation) {
-    case engine_detail::MenuBarPresentation::collapsed:
+    case MenuBarPresentation::collapsed:
       return beside ? collapsedLength : expandedLength;
-    case engine_detail::MenuBarPresentation::shelfExpanded:
-    case engine_detail::MenuBarPresentation::deepExpanded:
+    case MenuBarPresentation::shelfExpanded:
+    case MenuBarPresentation::deepExpanded:
       // A misplaced placeholder stays wide enough to be dragged back.
       return beside ? expandedLength : misplacedExpandedLength;
   }

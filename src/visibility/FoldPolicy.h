@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "visibility/EngineDetail.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
 
 // Decisions about the fold: where the hidden items begin, just right of the application menus.
 
@@ -84,7 +84,7 @@ std::string_view rawValue(Placement::Kind kind);
 bool isActive(std::optional<bool> storedEnabled, int majorVersion);
 double collapsedLength(double foldLeadingEdge, double menusRight, double screenWidth);
 // `placedBesideFold` is absent until a reading has placed the item.
-double length(engine_detail::MenuBarPresentation presentation, double collapsedLength,
+double length(MenuBarPresentation presentation, double collapsedLength,
               std::optional<bool> placedBesideFold);
 
 struct PlacementInput {

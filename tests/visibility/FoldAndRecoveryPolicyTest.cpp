@@ -12,7 +12,7 @@ namespace F = FoldPlaceholderPolicy;
 using V = P::SeparatorLayoutVerdict;
 using Phase = P::CollapseRecoveryPhase;
 using Action = P::CollapseRecoveryAction;
-using Presentation = engine_detail::MenuBarPresentation;
+using Presentation = MenuBarPresentation;
 
 // ---- Fold placeholder
 
