@@ -225,6 +225,52 @@ class Workspace {
 };
 
 // ---------------------------------------------------------------------------------------------
+// Window server
+
+enum class DesktopElements { include, exclude };
+
+// One on-screen window as the window server describes it. Owners and titles are as the system
+// reports them: localized, and on some systems not the process that drew the window.
+struct WindowInfo {
+  std::string ownerName;  // empty when the server gives none
+  int ownerPid = 0;
+  // Global space with the origin at the primary screen's top-left and y growing downwards;
+  // absent when the description carries no usable bounds.
+  std::optional<Rect> bounds;
+  int layer = 0;
+  std::optional<std::string> title;  // needs the screen-recording permission
+  friend bool operator==(const WindowInfo&, const WindowInfo&) = default;
+};
+
+class WindowList {
+ public:
+  virtual ~WindowList() = default;
+  // Front to back. Absent when the window server cannot be asked.
+  virtual std::optional<std::vector<WindowInfo>> onScreenWindows(DesktopElements desktopElements) const = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Accessibility
+
+// One item of an application's extras menu bar (its status items).
+struct AccessibilityMenuBarItem {
+  // Position and size in the window list's top-left global space; absent when unreadable.
+  std::optional<Rect> frame;
+  std::optional<std::string> title;
+  std::optional<std::string> identifier;
+  friend bool operator==(const AccessibilityMenuBarItem&, const AccessibilityMenuBarItem&) = default;
+};
+
+class Accessibility {
+ public:
+  virtual ~Accessibility() = default;
+  virtual bool isProcessTrusted() const = 0;
+  // The status items the application exposes. Absent when the tree cannot be read (not trusted,
+  // no such process, or the application does not answer); empty when it has none.
+  virtual std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
 // Defaults store (the application's own domain)
 
 class DefaultsStore {
@@ -327,6 +373,8 @@ class Platform {
   virtual StatusBar& statusBar() = 0;
   virtual Screens& screens() = 0;
   virtual Workspace& workspace() = 0;
+  virtual WindowList& windowList() = 0;
+  virtual Accessibility& accessibility() = 0;
   virtual DefaultsStore& defaults() = 0;
   virtual SystemInfo& system() = 0;
   virtual Application& application() = 0;

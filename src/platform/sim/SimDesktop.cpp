@@ -1,5 +1,8 @@
 #include "platform/sim/SimDesktop.h"
 
+#include "platform/sim/SimAccessibility.h"
+#include "platform/sim/SimWindowList.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -279,7 +282,9 @@ SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpe
     : settings_(std::move(settings)),
       screenSpecs_(std::move(screens)),
       defaults_(std::make_unique<SimDefaultsStore>()),
-      adapters_(std::make_unique<Adapters>(*this)) {
+      adapters_(std::make_unique<Adapters>(*this)),
+      windowList_(std::make_unique<SimWindowList>(*this)),
+      accessibility_(std::make_unique<SimAccessibility>(*this)) {
   if (screenSpecs_.empty()) screenSpecs_.push_back(SimScreenSpec{});
   for (auto& app : apps) addApp(std::move(app));
 }
@@ -291,6 +296,8 @@ platform::Events& SimDesktop::events() { return adapters_->events; }
 platform::StatusBar& SimDesktop::statusBar() { return adapters_->bar; }
 platform::Screens& SimDesktop::screens() { return adapters_->screens; }
 platform::Workspace& SimDesktop::workspace() { return adapters_->workspace; }
+platform::WindowList& SimDesktop::windowList() { return *windowList_; }
+platform::Accessibility& SimDesktop::accessibility() { return *accessibility_; }
 platform::SystemInfo& SimDesktop::system() { return adapters_->system; }
 platform::Application& SimDesktop::application() { return adapters_->app; }
 platform::UserInterface& SimDesktop::userInterface() { return adapters_->ui; }
@@ -375,6 +382,14 @@ std::optional<std::string> SimDesktop::bundleIdOfPid(int pid) const {
   if (pid == kOwnPid) return std::string(kOwnBundleId);
   for (const auto& [bundle, p] : pids_) {
     if (p == pid) return bundle;
+  }
+  return std::nullopt;
+}
+
+std::optional<int> SimDesktop::pidOf(const std::string& bundleId) const {
+  if (lower(bundleId) == kOwnBundleId) return kOwnPid;
+  for (const auto& [bundle, pid] : pids_) {
+    if (lower(bundle) == lower(bundleId)) return pid;
   }
   return std::nullopt;
 }

@@ -67,6 +67,8 @@ struct SimSettings {
 constexpr int kOwnPid = 100;
 
 class SimDesktop;
+class SimWindowList;
+class SimAccessibility;
 
 // One status item in the bar, owned by the desktop; the app holds a handle (SimStatusItem).
 struct SimItemState {
@@ -136,6 +138,8 @@ class SimDesktop final : public platform::Platform {
   platform::StatusBar& statusBar() override;
   platform::Screens& screens() override;
   platform::Workspace& workspace() override;
+  platform::WindowList& windowList() override;
+  platform::Accessibility& accessibility() override;
   platform::DefaultsStore& defaults() override { return *defaults_; }
   platform::SystemInfo& system() override;
   platform::Application& application() override;
@@ -154,6 +158,9 @@ class SimDesktop final : public platform::Platform {
   void reopenOwnApp();
   void replaceDefaults(SimDefaultsStore store);
   SimDefaultsStore& simDefaults() { return *defaults_; }
+  SimWindowList& simWindowList() { return *windowList_; }
+  const SimWindowList& simWindowList() const { return *windowList_; }
+  SimAccessibility& simAccessibility() { return *accessibility_; }
 
   // --- driving the desktop
   SimMainQueue& queue() { return queue_; }
@@ -195,6 +202,7 @@ class SimDesktop final : public platform::Platform {
   std::vector<const SimItemState*> itemsOf(int pid) const;
   std::vector<const SimItemState*> allItems() const;
   std::optional<std::string> bundleIdOfPid(int pid) const;
+  std::optional<int> pidOf(const std::string& bundleId) const;
   const std::optional<SimMenuRecord>& openMenu() const { return openMenu_; }
   int menuOpenCount() const { return menuOpenCount_; }
   const SimUiRecord& ui() const { return ui_; }
@@ -264,6 +272,8 @@ class SimDesktop final : public platform::Platform {
   std::vector<SimLogLine> log_;
 
   std::unique_ptr<Adapters> adapters_;
+  std::unique_ptr<SimWindowList> windowList_;
+  std::unique_ptr<SimAccessibility> accessibility_;
 };
 
 }  // namespace tarvolo::sim
