@@ -379,16 +379,20 @@ bool widthMatchesRequest(double width, double requestedLength) {
   return width > 0 && std::abs(width - requestedLength) <= std::max(40.0, 0.12 * requestedLength);
 }
 
-std::optional<ItemCategory> resolveTier(std::string_view bundleID, const std::map<std::string, std::string>& saved) {
-  auto decide = [](const std::string* raw) { return itemCategoryFromRaw(*raw); };
-  if (const std::string* raw = savedRawTier(saved, bundleID)) return decide(raw);
+std::optional<std::string> lookupRaw(std::string_view bundleID, const std::map<std::string, std::string>& saved) {
+  if (const std::string* raw = savedRawTier(saved, bundleID)) return *raw;
   for (const std::string& related : relatedBundleIDs(bundleID)) {
-    if (const std::string* raw = savedRawTier(saved, related)) return decide(raw);
+    if (const std::string* raw = savedRawTier(saved, related)) return *raw;
   }
   for (auto parent = immediateParent(bundleID); parent; parent = immediateParent(*parent)) {
-    if (const std::string* raw = savedRawTier(saved, *parent)) return decide(raw);
+    if (const std::string* raw = savedRawTier(saved, *parent)) return *raw;
   }
   return std::nullopt;
+}
+
+std::optional<ItemCategory> resolveTier(std::string_view bundleID, const std::map<std::string, std::string>& saved) {
+  auto raw = lookupRaw(bundleID, saved);
+  return raw ? itemCategoryFromRaw(*raw) : std::nullopt;
 }
 
 std::vector<std::string> relatedBundleIDs(std::string_view bundleID) {

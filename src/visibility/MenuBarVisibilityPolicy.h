@@ -223,8 +223,11 @@ bool widthMatchesRequest(double width, double requestedLength);
 
 // ---- Tier lookup and related bundles ---------------------------------------------------------
 
-// Exact key, then ignoring case, then related ids, then the chain of parents; the first raw
-// string found decides, and an unknown one is no tier.
+// The per-application lookup every table keyed by bundle id shares: exact key, then ignoring
+// case, then related ids, then the chain of parents; the first value found.
+std::optional<std::string> lookupRaw(std::string_view bundleID, const std::map<std::string, std::string>& saved);
+
+// `lookupRaw` read as a tier; an unknown string is no tier.
 std::optional<ItemCategory> resolveTier(std::string_view bundleID, const std::map<std::string, std::string>& saved);
 
 // Ids that ship alongside this one and must share its fate.

@@ -1,0 +1,43 @@
+#pragma once
+
+// Which running applications the catalogue lists in its main section and which it offers only
+// on request. Pure.
+
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace tarvolo {
+
+enum class MenuBarCatalogSection { likely, otherRunning };
+std::string_view rawValue(MenuBarCatalogSection section);
+
+// The platform's activation policies: accessory, regular, and prohibited or unknown.
+enum class MenuBarActivationKind { accessory, regular, other };
+
+struct MenuBarCatalogDecision {
+  MenuBarCatalogSection section = MenuBarCatalogSection::likely;
+  bool recommended = false;
+  bool participates = false;
+  friend bool operator==(const MenuBarCatalogDecision&, const MenuBarCatalogDecision&) = default;
+};
+
+}  // namespace tarvolo
+
+namespace tarvolo::MenuBarCatalogPolicy {
+
+// Regular (Dock-showing) applications known to own a status item, lower-cased.
+const std::set<std::string>& recommendedRegularBundleIDs();
+
+struct DecideInput {
+  MenuBarActivationKind kind = MenuBarActivationKind::regular;
+  std::string_view bundleID;
+  bool hasSavedTier = false;
+  bool hasDetectedStatusItem = false;
+  const std::set<std::string>* recommended = nullptr;  // lower-cased; none: the built-in set
+};
+// Absent when the application is not offered at all.
+std::optional<MenuBarCatalogDecision> decide(const DecideInput& input);
+
+}  // namespace tarvolo::MenuBarCatalogPolicy
