@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/Log.h"
+#include "discovery/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 
@@ -26,6 +27,7 @@ AppDelegate::~AppDelegate() {
 void AppDelegate::applicationDidFinishLaunching() {
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
   ReviewPrompt::noteLaunch(platform_.defaults(), platform_.clock().currentDate());
+  environment_->statusItemManager().scanRunningApplications();
   environment_->statusBarController().finishStartup();
   platform_.logSink().writeStandardOutput(launchBanner);
 

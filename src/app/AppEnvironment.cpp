@@ -1,6 +1,8 @@
 #include "app/AppEnvironment.h"
 
 #include "app/Log.h"
+#include "discovery/MenuBarPlacementLedger.h"
+#include "discovery/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
@@ -10,14 +12,29 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 }
 
 AppEnvironment::~AppEnvironment() {
-  // The controller unsubscribes from the centers, so it goes first.
+  // The controller unsubscribes from the centers and reads the catalogue, so it goes first.
   statusBarController_.reset();
+  statusItemManager_.reset();
+  placementLedger_.reset();
   if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
 
 StatusBarController& AppEnvironment::statusBarController() {
   if (!statusBarController_) statusBarController_ = std::make_unique<StatusBarController>(*this);
   return *statusBarController_;
+}
+
+StatusItemManager& AppEnvironment::statusItemManager() {
+  if (!statusItemManager_) statusItemManager_ = std::make_unique<StatusItemManager>(*this);
+  return *statusItemManager_;
+}
+
+MenuBarPlacementLedger& AppEnvironment::placementLedger() {
+  if (!placementLedger_) {
+    placementLedger_ = std::make_unique<MenuBarPlacementLedger>(
+        platform_.defaults(), platform_.system().osMajorVersion(), [](std::string line) { MenuBarLog::log(line); });
+  }
+  return *placementLedger_;
 }
 
 }  // namespace tarvolo

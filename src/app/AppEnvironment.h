@@ -7,7 +7,9 @@
 
 namespace tarvolo {
 
+class MenuBarPlacementLedger;
 class StatusBarController;
+class StatusItemManager;
 
 // The app's shared owners and centers for one run of the process. Owners are created once,
 // lazily, on first use, and live until the process ends.
@@ -26,11 +28,18 @@ class AppEnvironment {
 
   StatusBarController& statusBarController();
   StatusBarController* existingStatusBarController() { return statusBarController_.get(); }
+  StatusItemManager& statusItemManager();
+  StatusItemManager* existingStatusItemManager() { return statusItemManager_.get(); }
+  MenuBarPlacementLedger& placementLedger();
 
  private:
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
+  // Declared in the order they may depend on each other: the ledger outlives the catalogue,
+  // which outlives the controller.
+  std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
+  std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<StatusBarController> statusBarController_;
 };
 

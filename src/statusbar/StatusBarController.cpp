@@ -7,6 +7,7 @@
 #include "app/AppEnvironment.h"
 #include "app/Log.h"
 #include "app/NotificationCenter.h"
+#include "discovery/StatusItemManager.h"
 
 namespace tarvolo {
 
@@ -54,6 +55,7 @@ StatusBarController::StatusBarController(AppEnvironment& environment)
         // Auto-collapse on outside clicks hooks in here; nothing else listens yet.
         if (!weak) return;
       });
+  env_.statusItemManager().refreshAttributedMenuBarApps();
 }
 
 StatusBarController::~StatusBarController() = default;
@@ -627,14 +629,15 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   auto presentation = currentPresentation();
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
   auto frontmost = frontmostBundleID();
+  auto& catalog = env_.statusItemManager();
   auto plan = Policy::plan({
-      .apps = {},
+      .apps = catalog.trackedApps(),
       .engine = MenuBarHidingEngine::publicSpacer,
       .presentation = presentation,
       .expandedLength = expandedSeparatorLength_,
       .collapsedLength = collapseLength(frontmost),
       .ownBundleIDs = {platform_.system().ownBundleIdentifier()},
-      .runningBundleIDs = {},
+      .runningBundleIDs = catalog.runningBundleIDs(),
       .publicCollapseSizing = sizing,
       .hiddenDividerDistance = std::nullopt,
   });
@@ -666,6 +669,8 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
   publishFoldingEffective();
   scheduleFoldingCheck();
+  // Icons are read again once the new lengths have settled.
+  catalog.scheduleZoneRefresh();
   if (completion) completion(true);
 }
 

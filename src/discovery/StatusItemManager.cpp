@@ -1,0 +1,507 @@
+#include "discovery/StatusItemManager.h"
+
+#include <algorithm>
+#include <array>
+
+#include "app/AppEnvironment.h"
+#include "app/Log.h"
+#include "app/NotificationCenter.h"
+#include "discovery/MenuBarPlacementLedger.h"
+#include "discovery/MenuBarWindowProbe.h"
+#include "discovery/PlacementPolicy.h"
+#include "statusbar/StatusBarController.h"
+
+namespace tarvolo {
+
+namespace {
+
+constexpr std::array<std::string_view, 2> kOwnBundleIDs = {"com.ostrand.tarvolo", "com.ostrand.tarvolo.direct"};
+constexpr std::string_view kSystemPrefix = "com.apple.";
+// Identifiers of updaters, services, renderers and helpers, which never own an icon worth
+// offering.
+constexpr std::array<std::string_view, 13> kSkippedIdentifierFragments = {
+    "updater", "autoupdate", "service", "daemon",  "sparkle", "xplayer",        "appex",
+    "renderer", "qqexdoc",   "tencent.flue", "weapp", "helper", "betterandbetter"};
+// Embedded helpers, extensions and services, compared lower-cased.
+constexpr std::array<std::string_view, 4> kEmbeddedBundleFolders = {"/xpcservices/", "/plugins/", "/frameworks/",
+                                                                   "/contents/helpers/"};
+
+std::string lower(std::string_view text) { return PlacementPolicy::ledgerKey(text); }
+
+bool containsAny(std::string_view text, std::span<const std::string_view> fragments) {
+  return std::any_of(fragments.begin(), fragments.end(),
+                     [&](std::string_view fragment) { return text.find(fragment) != std::string_view::npos; });
+}
+
+MenuBarActivationKind kindOf(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular: return MenuBarActivationKind::regular;
+    case platform::ActivationPolicy::accessory: return MenuBarActivationKind::accessory;
+    case platform::ActivationPolicy::prohibited: return MenuBarActivationKind::other;
+  }
+  return MenuBarActivationKind::other;
+}
+
+// A bundle nested inside an application shows the outermost application's icon.
+std::string hostApplicationPath(const std::string& bundlePath) {
+  const std::size_t nested = lower(bundlePath).find(".app/");
+  if (nested == std::string::npos) return bundlePath;
+  return bundlePath.substr(0, nested + 4);
+}
+
+bool looksLikeStatusItem(const ForeignMenuBarWindow& window) {
+  return window.height <= PlacementPolicy::statusItemMaxHeight && window.width >= PlacementPolicy::statusItemMinWidth &&
+         window.width <= PlacementPolicy::statusItemMaxWidth;
+}
+
+// Names first, as the user reads the list; the identifier keeps equal names apart.
+bool catalogOrder(const MenuBarAppItem& a, const MenuBarAppItem& b) {
+  const std::string nameA = lower(a.name);
+  const std::string nameB = lower(b.name);
+  if (nameA != nameB) return nameA < nameB;
+  return lower(a.bundleId) < lower(b.bundleId);
+}
+
+std::string joined(const std::set<std::string>& values) {
+  std::string out;
+  for (const auto& value : values) out += (out.empty() ? "" : ",") + value;
+  return out.empty() ? "none" : out;
+}
+
+}  // namespace
+
+StatusItemManager::StatusItemManager(AppEnvironment& environment)
+    : env_(environment),
+      platform_(environment.platform()),
+      ledger_(environment.placementLedger()),
+      membershipRescanWork_(environment.mainQueue()),
+      zoneRefreshWork_(environment.mainQueue()) {
+  loadStoredState();
+  subscribe();
+}
+
+StatusItemManager::~StatusItemManager() = default;
+
+// --- stored state --------------------------------------------------------------------------------
+
+void StatusItemManager::loadStoredState() {
+  auto& defaults = platform_.defaults();
+  const std::string categories(categoriesKey);
+  std::map<std::string, std::string> stored;
+  if (auto value = defaults.object(categories)) {
+    if (auto map = value->asStringDictionary()) {
+      stored = std::move(*map);
+    } else {
+      MenuBarLog::log("catalog load ignored key=" + categories + " reason=type");
+    }
+  }
+  saved_ = PlacementPolicy::migrateStoredCategories(stored, ledger_.snapshot().confirmed);
+  if (saved_.size() != stored.size()) {
+    MenuBarLog::log("catalog categories migrated kept=" + std::to_string(saved_.size()) +
+                    " dropped=" + std::to_string(stored.size() - saved_.size()));
+  }
+
+  const std::string pins(pinsKey);
+  if (auto value = defaults.object(pins)) {
+    if (auto list = value->asStringArray()) {
+      for (const auto& id : *list) pins_.insert(lower(id));
+    } else {
+      MenuBarLog::log("catalog load ignored key=" + pins + " reason=type");
+    }
+  }
+
+  const std::string known(knownBundleIDsKey);
+  if (auto value = defaults.object(known)) {
+    if (auto list = value->asStringArray()) {
+      knownStored_ = true;
+      std::set<std::string> unique;
+      for (const auto& id : *list) {
+        std::string key = lower(id);
+        if (!key.empty() && unique.insert(key).second) known_.push_back(key);
+      }
+    } else {
+      // Treated as a first run: everything running now becomes known without a notice.
+      MenuBarLog::log("catalog load ignored key=" + known + " reason=type");
+    }
+  }
+
+  const std::string firstLaunch(firstLaunchDateKey);
+  if (!defaults.contains(firstLaunch)) defaults.set(firstLaunch, DefaultsValue(platform_.clock().currentDate()));
+}
+
+void StatusItemManager::storeCategories() {
+  platform_.defaults().set(std::string(categoriesKey), DefaultsValue::fromStringMap(saved_));
+}
+
+void StatusItemManager::storePins() {
+  platform_.defaults().set(std::string(pinsKey), DefaultsValue::fromStrings({pins_.begin(), pins_.end()}));
+}
+
+// --- workspace ---------------------------------------------------------------------------------------
+
+void StatusItemManager::subscribe() {
+  auto& queue = env_.mainQueue();
+  auto& workspace = env_.workspaceCenter();
+  auto forward = [&queue, weak = weakFactory_.handle()](void (StatusItemManager::*method)(
+                     const std::optional<std::string>&)) {
+    return onMainQueue(queue, [weak, method](const Notification& notification) {
+      auto* self = weak.get();
+      if (!self) return;
+      std::optional<std::string> bundle;
+      if (notification.application) bundle = notification.application->bundleIdentifier;
+      (self->*method)(bundle);
+    });
+  };
+  cancellables_.push_back(
+      workspace.addObserver(Notifications::didLaunchApplication, forward(&StatusItemManager::applicationLaunched)));
+  cancellables_.push_back(workspace.addObserver(Notifications::didTerminateApplication,
+                                                forward(&StatusItemManager::applicationTerminated)));
+}
+
+void StatusItemManager::applicationLaunched(const std::optional<std::string>& bundleID) {
+  ledger_.noteLaunched(bundleID);
+  scheduleMembershipRescan();
+}
+
+void StatusItemManager::applicationTerminated(const std::optional<std::string>& bundleID) {
+  ledger_.noteTerminated(bundleID);
+  scheduleMembershipRescan();
+}
+
+void StatusItemManager::scheduleMembershipRescan() {
+  membershipRescanWork_.schedule(membershipRescanDelay, [weak = weakFactory_.handle()] {
+    auto* self = weak.get();
+    if (!self) return;
+    self->scanRunningApplications();
+    // The zone pass ties icons to applications too, from the same window list.
+    self->refreshObservedZones();
+  });
+}
+
+void StatusItemManager::scheduleZoneRefresh() {
+  zoneRefreshWork_.schedule(zoneRefreshDelay, [weak = weakFactory_.handle()] {
+    if (auto* self = weak.get()) self->refreshObservedZones();
+  });
+}
+
+// --- scanning --------------------------------------------------------------------------------------
+
+std::optional<std::string> StatusItemManager::skipReason(const platform::RunningApplication& app,
+                                                         std::set<std::string>& seen) const {
+  if (!app.bundleIdentifier || app.bundleIdentifier->empty() || app.localizedName.empty()) return "unnamed";
+  const std::string id = lower(*app.bundleIdentifier);
+  if (!seen.insert(id).second) return "duplicate";
+  const std::string own = lower(platform_.system().ownBundleIdentifier());
+  if (id == own || std::find(kOwnBundleIDs.begin(), kOwnBundleIDs.end(), id) != kOwnBundleIDs.end()) return "own";
+  if (id.starts_with(kSystemPrefix)) return "system";
+  if (containsAny(id, kSkippedIdentifierFragments)) return "identifier";
+  if (app.bundlePath && containsAny(lower(*app.bundlePath), kEmbeddedBundleFolders)) return "embedded";
+  if (app.activationPolicy == platform::ActivationPolicy::prohibited) return "background";
+  return std::nullopt;
+}
+
+MenuBarAppItem StatusItemManager::makeItem(const platform::RunningApplication& app) const {
+  MenuBarAppItem item;
+  item.name = app.localizedName;
+  item.bundleId = *app.bundleIdentifier;
+  item.pid = app.pid;
+  item.kind = kindOf(app.activationPolicy);
+  if (app.bundlePath) item.iconPath = hostApplicationPath(*app.bundlePath);
+  item.executablePath = app.executablePath;
+  return item;
+}
+
+void StatusItemManager::decorate(MenuBarAppItem& item) const {
+  const auto saved = savedCategory(item.bundleId);
+  item.hasSavedTier = saved.has_value();
+  item.category = saved.value_or(defaultCategory);
+  item.isPinned = isPinned(item.bundleId);
+  const bool accessible = hasAccessibleMenuBarItem(item.bundleId);
+  const bool detected = accessible || attributedBundleIDs.get().contains(lower(item.bundleId));
+  item.needsDiscovery = !item.hasSavedTier && !accessible;
+  const auto decision = MenuBarCatalogPolicy::decide({.kind = item.kind,
+                                                      .bundleID = item.bundleId,
+                                                      .hasSavedTier = item.hasSavedTier,
+                                                      .hasDetectedStatusItem = detected});
+  // Background applications never reach the catalogue, so every scanned one gets a decision.
+  item.catalogSection = decision ? decision->section : MenuBarCatalogSection::otherRunning;
+  item.isRecommended = decision && decision->recommended;
+}
+
+void StatusItemManager::scanRunningApplications() {
+  mainThread_.check();
+  const auto running = platform_.workspace().runningApplications();
+  std::set<std::string> seen;
+  std::vector<MenuBarAppItem> accepted;
+  std::vector<std::string> found;
+  std::size_t skipped = 0;
+  for (const auto& app : running) {
+    if (skipReason(app, seen)) {
+      ++skipped;
+      continue;
+    }
+    accepted.push_back(makeItem(app));
+    found.push_back(lower(*app.bundleIdentifier));
+  }
+  scanned_ = std::move(accepted);
+  noteFoundBundleIDs(found);
+
+  // Zones of applications that quit say nothing any more.
+  auto zones = observedZones.get();
+  std::erase_if(zones, [&](const auto& entry) {
+    return std::find(found.begin(), found.end(), entry.first) == found.end();
+  });
+  observedZones = std::move(zones);
+
+  publishCatalog();
+  MenuBarLog::log("catalog scan running=" + std::to_string(running.size()) + " skipped=" + std::to_string(skipped) +
+                  " items=" + std::to_string(items.get().size()) +
+                  " other=" + std::to_string(otherRunningItems.get().size()));
+}
+
+void StatusItemManager::noteFoundBundleIDs(const std::vector<std::string>& found) {
+  auto& defaults = platform_.defaults();
+  if (!knownStored_) {
+    // First run: what runs now is the starting point, not news.
+    known_ = found;
+    knownStored_ = true;
+    defaults.set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
+    return;
+  }
+  std::vector<std::string> fresh;
+  for (const auto& id : found) {
+    if (std::find(known_.begin(), known_.end(), id) == known_.end()) fresh.push_back(id);
+  }
+  if (fresh.empty()) return;
+  auto pending = pendingNewAppBundleIds.get();
+  for (const auto& id : fresh) {
+    known_.push_back(id);
+    if (std::find(pending.begin(), pending.end(), id) == pending.end()) pending.push_back(id);
+    MenuBarLog::log("catalog new bundle=" + id);
+  }
+  defaults.set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
+  pendingNewAppBundleIds = std::move(pending);
+}
+
+void StatusItemManager::publishCatalog() {
+  std::vector<MenuBarAppItem> likely;
+  std::vector<MenuBarAppItem> other;
+  for (MenuBarAppItem item : scanned_) {
+    decorate(item);
+    switch (item.catalogSection) {
+      case MenuBarCatalogSection::likely: likely.push_back(std::move(item)); break;
+      case MenuBarCatalogSection::otherRunning: other.push_back(std::move(item)); break;
+    }
+  }
+  std::sort(likely.begin(), likely.end(), catalogOrder);
+  std::sort(other.begin(), other.end(), catalogOrder);
+  const bool changed = likely != items.get() || other != otherRunningItems.get();
+  items = std::move(likely);
+  otherRunningItems = std::move(other);
+  if (changed) env_.defaultCenter().post(Notifications::menuBarCatalogDidChange);
+}
+
+// --- attribution and zones -------------------------------------------------------------------------
+
+std::vector<ForeignMenuBarWindow> StatusItemManager::attributionWindows() const {
+  auto& accessibility = platform_.accessibility();
+  if (platform_.system().osMajorVersion() < accessibilityAttributionFromOSMajor || !accessibility.isProcessTrusted()) {
+    return MenuBarWindowProbe::snapshot(platform_.windowList(), platform_.screens());
+  }
+  // Each application's own Accessibility items, owned by its identifier so that matching is exact.
+  std::vector<platform::WindowInfo> windows;
+  for (const auto& item : scanned_) {
+    auto elements = accessibility.extrasMenuBarItems(item.pid);
+    if (!elements) continue;
+    for (const auto& element : *elements) {
+      if (!element.frame) continue;
+      windows.push_back({.ownerName = item.bundleId, .ownerPid = item.pid, .bounds = element.frame});
+    }
+  }
+  auto screens = platform_.screens().screens();
+  return MenuBarWindowProbe::menuBarWindows(windows, screens);
+}
+
+void StatusItemManager::refreshAttributedMenuBarApps() {
+  mainThread_.check();
+  const auto windows = attributionWindows();
+  std::set<std::string> attributed;
+  for (const auto& item : scanned_) {
+    const bool found = std::any_of(windows.begin(), windows.end(), [&](const ForeignMenuBarWindow& window) {
+      return looksLikeStatusItem(window) && PlacementPolicy::ownerMatches(window.ownerName, item.name, item.bundleId);
+    });
+    if (found) attributed.insert(lower(item.bundleId));
+  }
+  if (attributed == attributedBundleIDs.get()) return;
+  MenuBarLog::log("catalog attributed count=" + std::to_string(attributed.size()) + " bundles=" + joined(attributed));
+  attributedBundleIDs = std::move(attributed);
+  publishCatalog();
+}
+
+void StatusItemManager::refreshObservedZones() {
+  mainThread_.check();
+  refreshAttributedMenuBarApps();
+  auto* controller = env_.existingStatusBarController();
+  if (!controller) return;
+  const auto anchors = controller->currentPlacementAnchors();
+  const double expandedLength = controller->expandedSeparatorLength();
+  // While a separator stands collapsed its edges say nothing; what was last seen stays.
+  if (!anchors || !PlacementPolicy::anchorsUsable(*anchors, expandedLength)) return;
+
+  std::optional<double> screenMinX;
+  std::optional<double> screenMaxX;
+  const double toggleMid = (anchors->toggleMinX + anchors->toggleMaxX) / 2;
+  for (const auto& screen : platform_.screens().screens()) {
+    if (!screen.frame.containsX(toggleMid)) continue;
+    screenMinX = screen.frame.minX();
+    screenMaxX = screen.frame.maxX();
+    break;
+  }
+  const auto windows = PlacementPolicy::windowsOnStatusItemScreen(attributionWindows(), screenMinX, screenMaxX);
+  std::map<std::string, std::string> zones;
+  for (const MenuBarAppItem* item : allItems()) {
+    auto zone = PlacementPolicy::observedZone({.appName = item->name,
+                                               .bundleID = item->bundleId,
+                                               .windows = windows,
+                                               .anchors = anchors,
+                                               .expandedLength = expandedLength});
+    if (zone) zones.emplace(lower(item->bundleId), std::move(*zone));
+  }
+  if (zones == observedZones.get()) return;
+  std::string summary;
+  for (const auto& [bundle, zone] : zones) summary += " " + bundle + "=" + zone;
+  MenuBarLog::log("zones observed count=" + std::to_string(zones.size()) + summary);
+  observedZones = std::move(zones);
+}
+
+// --- the accessible-item catalogue -----------------------------------------------------------------
+
+bool StatusItemManager::hasAccessibleMenuBarItem(std::string_view bundleID) const {
+  const auto& accessible = accessibleMenuBarBundleIDs.get();
+  if (accessible.empty()) return false;
+  if (accessible.contains(lower(bundleID))) return true;
+  // The shared lookup also finds an application through its relatives and parents.
+  std::map<std::string, std::string> table;
+  for (const auto& id : accessible) table.emplace(id, id);
+  return MenuBarVisibilityPolicy::lookupRaw(bundleID, table).has_value();
+}
+
+void StatusItemManager::invalidateAccessibleMenuBarCatalog() {
+  mainThread_.check();
+  const bool changed = !accessibleMenuBarBundleIDs.get().empty() || accessibleMenuBarCatalogReady.get();
+  if (!accessibleMenuBarBundleIDs.get().empty()) accessibleMenuBarBundleIDs = std::set<std::string>{};
+  if (accessibleMenuBarCatalogReady.get()) accessibleMenuBarCatalogReady = false;
+  if (changed) publishCatalog();
+}
+
+void StatusItemManager::updateAccessibleMenuBarCatalog(const std::vector<std::string>& bundleIDs) {
+  mainThread_.check();
+  std::set<std::string> accessible;
+  for (const auto& id : bundleIDs) {
+    if (!id.empty()) accessible.insert(lower(id));
+  }
+  const bool changed = accessible != accessibleMenuBarBundleIDs.get() || !accessibleMenuBarCatalogReady.get();
+  accessibleMenuBarBundleIDs = std::move(accessible);
+  accessibleMenuBarCatalogReady = true;
+  if (changed) publishCatalog();
+}
+
+// --- categories and pins ---------------------------------------------------------------------------
+
+std::optional<ItemCategory> StatusItemManager::savedCategory(std::string_view bundleID) const {
+  auto raw = MenuBarVisibilityPolicy::lookupRaw(bundleID, saved_);
+  return raw ? itemCategoryFromRaw(*raw) : std::nullopt;
+}
+
+ItemCategory StatusItemManager::category(std::string_view bundleID) const {
+  return savedCategory(bundleID).value_or(defaultCategory);
+}
+
+void StatusItemManager::setCategory(std::string_view bundleID, ItemCategory category) {
+  mainThread_.check();
+  if (bundleID.empty()) return;
+  const std::string raw(rawValue(category));
+  // One entry per application, whatever spelling it was saved under first.
+  std::string key(bundleID);
+  for (const auto& [savedKey, value] : saved_) {
+    if (lower(savedKey) == lower(bundleID)) key = savedKey;
+  }
+  if (auto existing = saved_.find(key); existing != saved_.end() && existing->second == raw) return;
+  saved_[key] = raw;
+  storeCategories();
+  MenuBarLog::log("category assign bundle=" + std::string(bundleID) + " category=" + raw);
+  publishCatalog();
+  env_.defaultCenter().post(Notification{.name = Notifications::itemCategoryDidChange,
+                                         .userInfo = {{"bundleID", std::string(bundleID)}, {"category", raw}}});
+}
+
+void StatusItemManager::removeCategory(std::string_view bundleID) {
+  mainThread_.check();
+  const auto removed = std::erase_if(saved_, [&](const auto& entry) { return lower(entry.first) == lower(bundleID); });
+  if (removed == 0) return;
+  storeCategories();
+  MenuBarLog::log("category remove bundle=" + std::string(bundleID));
+  publishCatalog();
+  env_.defaultCenter().post(
+      Notification{.name = Notifications::itemCategoryDidChange, .userInfo = {{"bundleID", std::string(bundleID)}}});
+}
+
+bool StatusItemManager::isPinned(std::string_view bundleID) const { return pins_.contains(lower(bundleID)); }
+
+void StatusItemManager::setPinned(std::string_view bundleID, bool pinned) {
+  mainThread_.check();
+  const std::string key = lower(bundleID);
+  if (key.empty() || isPinned(key) == pinned) return;
+  if (pinned) {
+    pins_.insert(key);
+  } else {
+    pins_.erase(key);
+  }
+  storePins();
+  publishCatalog();
+}
+
+// --- placement -------------------------------------------------------------------------------------
+
+std::optional<std::string> StatusItemManager::observedZone(std::string_view bundleID) const {
+  const auto& zones = observedZones.get();
+  auto found = zones.find(lower(bundleID));
+  if (found == zones.end()) return std::nullopt;
+  return found->second;
+}
+
+bool StatusItemManager::isOutOfPlace(std::string_view bundleID) const {
+  return ledger_.isOutOfPlace(bundleID, category(bundleID), observedZone(bundleID));
+}
+
+std::vector<const MenuBarAppItem*> StatusItemManager::allItems() const {
+  std::vector<const MenuBarAppItem*> out;
+  for (const auto& item : items.get()) out.push_back(&item);
+  for (const auto& item : otherRunningItems.get()) out.push_back(&item);
+  return out;
+}
+
+const MenuBarAppItem* StatusItemManager::item(std::string_view bundleID) const {
+  const std::string key = lower(bundleID);
+  for (const MenuBarAppItem* candidate : allItems()) {
+    if (lower(candidate->bundleId) == key) return candidate;
+  }
+  return nullptr;
+}
+
+std::vector<MenuBarTrackedApp> StatusItemManager::trackedApps() const {
+  std::vector<MenuBarTrackedApp> apps;
+  for (const MenuBarAppItem* item : allItems()) apps.push_back({.bundleID = item->bundleId, .tier = item->category});
+  return apps;
+}
+
+std::vector<std::string> StatusItemManager::runningBundleIDs() const {
+  // Every running bundle, helpers included: the allow-list admits a listed application's helpers.
+  std::vector<std::string> ids;
+  for (const auto& app : platform_.workspace().runningApplications()) {
+    if (app.bundleIdentifier && !app.bundleIdentifier->empty()) ids.push_back(*app.bundleIdentifier);
+  }
+  return ids;
+}
+
+}  // namespace tarvolo

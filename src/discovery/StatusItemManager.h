@@ -1,0 +1,157 @@
+#pragma once
+
+// The catalogue of other applications that may own a menu-bar icon, their saved categories and
+// pins, where their icons were last seen, and which of them the window server or Accessibility
+// could tie to an icon. Main thread only; one per run, owned by the environment.
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/MainThreadChecker.h"
+#include "app/Published.h"
+#include "app/Subscription.h"
+#include "app/WeakHandle.h"
+#include "app/WorkItem.h"
+#include "discovery/MenuBarCatalogPolicy.h"
+#include "discovery/PlacementTypes.h"
+#include "platform/Platform.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
+
+namespace tarvolo {
+
+class AppEnvironment;
+class MenuBarPlacementLedger;
+
+// One catalogue row.
+struct MenuBarAppItem {
+  std::string name;
+  std::string bundleId;
+  int pid = 0;
+  MenuBarActivationKind kind = MenuBarActivationKind::regular;
+  // The bundle whose icon stands for the application: the hosting application's for a bundle
+  // nested inside another.
+  std::optional<std::string> iconPath;
+  std::optional<std::string> executablePath;
+  // The saved category, else the default tier.
+  ItemCategory category = ItemCategory::hidden;
+  bool isPinned = false;
+  bool hasSavedTier = false;
+  MenuBarCatalogSection catalogSection = MenuBarCatalogSection::likely;
+  bool isRecommended = false;
+  // Without a saved category and not yet reached through Accessibility: the Icon Shelf's
+  // discovery should reveal it once.
+  bool needsDiscovery = false;
+  friend bool operator==(const MenuBarAppItem&, const MenuBarAppItem&) = default;
+};
+
+class StatusItemManager {
+ public:
+  static constexpr std::string_view categoriesKey = "com.ostrand.tarvolo.categories";
+  static constexpr std::string_view pinsKey = "com.ostrand.tarvolo.pins";
+  static constexpr std::string_view knownBundleIDsKey = "com.ostrand.tarvolo.known_bundle_ids";
+  static constexpr std::string_view firstLaunchDateKey = "tarvolo_first_launch_date";
+  // The category of an application the user has not placed: it folds with the hidden zone.
+  static constexpr ItemCategory defaultCategory = ItemCategory::hidden;
+  // After a launch or quit, the catalogue is rebuilt once the burst has settled.
+  static constexpr double membershipRescanDelay = 0.5;
+  // After the separators change length, icons are read again once the frames have settled.
+  static constexpr double zoneRefreshDelay = 0.5;
+  // From this major version the window list attributes every icon to the system; icons are then
+  // tied to their applications through Accessibility.
+  static constexpr int accessibilityAttributionFromOSMajor = 26;
+
+  explicit StatusItemManager(AppEnvironment& environment);
+  ~StatusItemManager();
+  StatusItemManager(const StatusItemManager&) = delete;
+  StatusItemManager& operator=(const StatusItemManager&) = delete;
+
+  // --- published state
+  Published<std::vector<MenuBarAppItem>> items;
+  Published<std::vector<MenuBarAppItem>> otherRunningItems;
+  // Lower-cased bundle identifier to the raw category of the zone its icon was last seen in.
+  Published<std::map<std::string, std::string>> observedZones;
+  // Lower-cased bundle identifiers.
+  Published<std::set<std::string>> accessibleMenuBarBundleIDs;
+  Published<bool> accessibleMenuBarCatalogReady{false};
+  Published<std::set<std::string>> attributedBundleIDs;
+  // Newly found applications, lower-cased, oldest first, waiting for their notice.
+  Published<std::vector<std::string>> pendingNewAppBundleIds;
+
+  // --- scanning
+  void scanRunningApplications();
+  void refreshAttributedMenuBarApps();
+  void refreshObservedZones();
+  // Coalesced: a burst of calls does the work once, after the delay above.
+  void scheduleMembershipRescan();
+  void scheduleZoneRefresh();
+
+  // --- the accessible-item catalogue, filled by the Icon Shelf's discovery
+  bool hasAccessibleMenuBarItem(std::string_view bundleID) const;
+  void invalidateAccessibleMenuBarCatalog();
+  void updateAccessibleMenuBarCatalog(const std::vector<std::string>& bundleIDs);
+
+  // --- categories and pins
+  // The saved categories as loaded (always-visible only where it was confirmed) and assigned.
+  const std::map<std::string, std::string>& menuBarAssignments() const { return saved_; }
+  std::optional<ItemCategory> savedCategory(std::string_view bundleID) const;
+  ItemCategory category(std::string_view bundleID) const;
+  void setCategory(std::string_view bundleID, ItemCategory category);
+  // Back to the default tier.
+  void removeCategory(std::string_view bundleID);
+  bool isPinned(std::string_view bundleID) const;
+  void setPinned(std::string_view bundleID, bool pinned);
+  const std::vector<std::string>& knownBundleIDs() const { return known_; }
+
+  // --- placement
+  std::optional<std::string> observedZone(std::string_view bundleID) const;
+  bool isOutOfPlace(std::string_view bundleID) const;
+
+  // --- what the visibility plan needs
+  std::vector<MenuBarTrackedApp> trackedApps() const;
+  std::vector<std::string> runningBundleIDs() const;
+  const MenuBarAppItem* item(std::string_view bundleID) const;
+
+ private:
+  struct Candidate {
+    MenuBarAppItem item;
+    bool hasSavedTier = false;
+  };
+
+  void subscribe();
+  void loadStoredState();
+  void storeCategories();
+  void storePins();
+  void applicationLaunched(const std::optional<std::string>& bundleID);
+  void applicationTerminated(const std::optional<std::string>& bundleID);
+  std::optional<std::string> skipReason(const platform::RunningApplication& app, std::set<std::string>& seen) const;
+  MenuBarAppItem makeItem(const platform::RunningApplication& app) const;
+  void decorate(MenuBarAppItem& item) const;
+  // Rebuilds both sections from the last scan; posts the catalogue notification on a change.
+  void publishCatalog();
+  void noteFoundBundleIDs(const std::vector<std::string>& found);
+  std::vector<ForeignMenuBarWindow> attributionWindows() const;
+  std::vector<const MenuBarAppItem*> allItems() const;
+
+  AppEnvironment& env_;
+  platform::Platform& platform_;
+  MenuBarPlacementLedger& ledger_;
+  MainThreadChecker mainThread_;
+
+  std::map<std::string, std::string> saved_;
+  std::set<std::string> pins_;
+  std::vector<std::string> known_;
+  bool knownStored_ = false;
+  // Every application the last scan accepted, in workspace order.
+  std::vector<MenuBarAppItem> scanned_;
+
+  WorkItem membershipRescanWork_;
+  WorkItem zoneRefreshWork_;
+  Cancellables cancellables_;
+  WeakHandleFactory<StatusItemManager> weakFactory_{this};
+};
+
+}  // namespace tarvolo
