@@ -5,31 +5,10 @@
 
 #include "discovery/MenuBarPlacementLedger.h"
 #include "discovery/PlacementPolicy.h"
+#include "platform/sim/SimDefaultsStore.h"
 
 namespace tarvolo {
 namespace {
-
-class MemoryDefaults : public platform::DefaultsStore {
- public:
-  std::optional<DefaultsValue> object(const std::string& key) const override {
-    auto found = values.find(key);
-    if (found == values.end()) return std::nullopt;
-    return found->second;
-  }
-  void set(const std::string& key, DefaultsValue value) override {
-    ++writes;
-    values[key] = std::move(value);
-  }
-  void remove(const std::string& key) override { values.erase(key); }
-  std::vector<std::string> keys() const override {
-    std::vector<std::string> out;
-    for (const auto& [key, value] : values) out.push_back(key);
-    return out;
-  }
-
-  std::map<std::string, DefaultsValue> values;
-  int writes = 0;
-};
 
 const std::string kSeated(MenuBarPlacementLedger::seatedKey);
 const std::string kAttention(MenuBarPlacementLedger::attentionKey);
@@ -45,7 +24,9 @@ class PlacementLedgerTest : public ::testing::Test {
                          [&](const std::string& line) { return line.find(fragment) != std::string::npos; });
   }
 
-  MemoryDefaults defaults;
+  DefaultsValue stored(const std::string& key) const { return defaults.object(key).value_or(DefaultsValue("absent")); }
+
+  sim::SimDefaultsStore defaults;
   std::vector<std::string> logLines;
 };
 
@@ -63,8 +44,8 @@ TEST_F(PlacementLedgerTest, RelaunchOfAConfirmedVisibleAppFlagsItOnceAndPersists
   EXPECT_EQ(ledger->confirmedCategory("com.example.notes"), std::nullopt);
   EXPECT_EQ(ledger->attentionBundleIDs(), std::vector<std::string>{"com.example.notes"});
   EXPECT_EQ(countLog("placement displace bundle=com.example.notes reason=relaunch"), 1);
-  EXPECT_EQ(defaults.values.at(kSeated), DefaultsValue(DefaultsValue::Dictionary{}));
-  EXPECT_EQ(defaults.values.at(kAttention), DefaultsValue::fromStrings({"com.example.notes"}));
+  EXPECT_EQ(stored(kSeated), DefaultsValue(DefaultsValue::Dictionary{}));
+  EXPECT_EQ(stored(kAttention), DefaultsValue::fromStrings({"com.example.notes"}));
 }
 
 TEST_F(PlacementLedgerTest, ReloadKeepsConfirmationsAndAttentionButForgetsPendingRelaunches) {
@@ -84,8 +65,8 @@ TEST_F(PlacementLedgerTest, ReloadKeepsConfirmationsAndAttentionButForgetsPendin
 }
 
 TEST_F(PlacementLedgerTest, StoredValueOfTheWrongTypeIsIgnoredWithoutLosingTheOther) {
-  defaults.values[kSeated] = DefaultsValue(42);
-  defaults.values[kAttention] = DefaultsValue::fromStrings({"c.app", "a.app", "b.app"});
+  defaults.set(kSeated, DefaultsValue(42));
+  defaults.set(kAttention, DefaultsValue::fromStrings({"c.app", "a.app", "b.app"}));
   auto ledger = makeLedger();
   EXPECT_TRUE(ledger->snapshot().confirmed.empty());
   EXPECT_EQ(ledger->attentionBundleIDs(), (std::vector<std::string>{"a.app", "b.app", "c.app"}));
@@ -94,51 +75,52 @@ TEST_F(PlacementLedgerTest, StoredValueOfTheWrongTypeIsIgnoredWithoutLosingTheOt
   // Nothing persisted changes, so the odd value stays until there is something to replace it.
   ledger->noteTerminated("a.app");
   ledger->noteLaunched("z.app");
-  EXPECT_EQ(defaults.values.at(kSeated), DefaultsValue(42));
+  EXPECT_EQ(stored(kSeated), DefaultsValue(42));
   ledger->confirm("d.app", ItemCategory::hidden);
-  EXPECT_EQ(defaults.values.at(kSeated), DefaultsValue::fromStringMap({{"d.app", "hidden"}}));
-  EXPECT_EQ(defaults.values.at(kAttention), DefaultsValue::fromStrings({"a.app", "b.app", "c.app"}));
+  EXPECT_EQ(stored(kSeated), DefaultsValue::fromStringMap({{"d.app", "hidden"}}));
+  EXPECT_EQ(stored(kAttention), DefaultsValue::fromStrings({"a.app", "b.app", "c.app"}));
 }
 
 TEST_F(PlacementLedgerTest, PartlyMistypedCollectionsAreIgnoredWhole) {
-  defaults.values[kSeated] = DefaultsValue::fromStringMap({{"a.app", "always_visible"}});
-  defaults.values[kAttention] = DefaultsValue(DefaultsValue::Array{DefaultsValue("b.app"), DefaultsValue(1)});
+  defaults.set(kSeated, DefaultsValue::fromStringMap({{"a.app", "always_visible"}}));
+  defaults.set(kAttention, DefaultsValue(DefaultsValue::Array{DefaultsValue("b.app"), DefaultsValue(1)}));
   auto ledger = makeLedger();
   EXPECT_EQ(ledger->confirmedCategory("a.app"), "always_visible");
   EXPECT_TRUE(ledger->attentionBundleIDs().empty());
   EXPECT_EQ(countLog("placement load ignored key=" + kAttention), 1);
 
-  defaults.values[kSeated] =
-      DefaultsValue(DefaultsValue::Dictionary{{"a.app", DefaultsValue("hidden")}, {"b.app", DefaultsValue(true)}});
+  defaults.set(kSeated,
+               DefaultsValue(DefaultsValue::Dictionary{{"a.app", DefaultsValue("hidden")}, {"b.app", DefaultsValue(true)}}));
   EXPECT_TRUE(makeLedger()->snapshot().confirmed.empty());
 }
 
 TEST_F(PlacementLedgerTest, NoOpChangesStillLogButNeitherWriteNorNotify) {
   auto ledger = makeLedger();
+  const auto writesBefore = defaults.writeCount();
   int notified = 0;
   auto id = ledger->addObserver([&](const PlacementLedgerSnapshot&) { ++notified; });
   ledger->confirm("", ItemCategory::alwaysVisible);
   EXPECT_EQ(countLog("placement confirm bundle= category=always_visible"), 1);
   ledger->noteLaunched(std::nullopt);
   EXPECT_EQ(notified, 0);
-  EXPECT_EQ(defaults.writes, 0);
+  EXPECT_EQ(defaults.writeCount(), writesBefore);
 
   ledger->confirm("a.app", ItemCategory::alwaysVisible);
   ledger->noteTerminated("a.app");  // in memory only: observers hear it, the store does not
   EXPECT_EQ(notified, 2);
-  EXPECT_EQ(defaults.writes, 2);
+  EXPECT_EQ(defaults.writeCount(), writesBefore + 2);
   ledger->removeObserver(id);
   ledger->clearAttention("a.app");
   ledger->noteLaunched("a.app");
   EXPECT_EQ(notified, 2);
   ledger->clearAttention("A.App");
   EXPECT_TRUE(ledger->attentionBundleIDs().empty());
-  EXPECT_EQ(defaults.values.at(kAttention), DefaultsValue(DefaultsValue::Array{}));
+  EXPECT_EQ(stored(kAttention), DefaultsValue(DefaultsValue::Array{}));
 }
 
 TEST_F(PlacementLedgerTest, OutOfPlaceIgnoresTheLedgerFromVersion26On) {
-  defaults.values[kSeated] = DefaultsValue::fromStringMap({{"a.app", "always_visible"}});
-  defaults.values[kAttention] = DefaultsValue::fromStrings({"b.app"});
+  defaults.set(kSeated, DefaultsValue::fromStringMap({{"a.app", "always_visible"}}));
+  defaults.set(kAttention, DefaultsValue::fromStrings({"b.app"}));
   auto older = makeLedger(15);
   auto newer = makeLedger(26);
   const auto visible = ItemCategory::alwaysVisible;
