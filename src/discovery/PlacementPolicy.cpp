@@ -77,7 +77,15 @@ std::string lowered(std::string_view text) {
   return out;
 }
 
-std::string normalized(std::string_view text) { return lowered(trimmed(text)); }
+// Equal after lower-casing ASCII letters, as `lowered` does.
+bool equalsFolded(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (fold(a[i]) != fold(b[i])) return false;
+  }
+  return true;
+}
 
 std::size_t characterCount(std::string_view text) {
   std::size_t count = 0;
@@ -95,6 +103,39 @@ std::string_view lastBundleComponent(std::string_view bundleID) {
   return dot == std::string_view::npos ? bundleID : bundleID.substr(dot + 1);
 }
 
+// One application's side of owner matching, prepared once: a zone refresh compares every
+// application against every window, so nothing is trimmed or counted twice.
+class OwnerMatcher {
+ public:
+  OwnerMatcher(std::string_view appName, std::string_view bundleID)
+      : app_(trimmed(appName)), bundle_(trimmed(bundleID)), last_(lastBundleComponent(bundle_)) {
+    // One-letter names and components would match unrelated processes.
+    appUsable_ = characterCount(app_) >= 2;
+    lastUsable_ = characterCount(last_) >= 2;
+  }
+
+  bool matches(std::string_view ownerName) const {
+    const std::string_view owner = trimmed(ownerName);
+    if (owner.empty() || isSystemOwner(owner)) return false;
+    if (appUsable_ && equalsFolded(app_, owner)) return true;
+    if (bundle_.empty()) return false;
+    if (equalsFolded(bundle_, owner)) return true;
+    return lastUsable_ && equalsFolded(last_, owner);
+  }
+
+ private:
+  static bool isSystemOwner(std::string_view owner) {
+    const auto& system = systemOwners();
+    return std::any_of(system.begin(), system.end(), [&](const std::string& name) { return equalsFolded(owner, name); });
+  }
+
+  std::string_view app_;
+  std::string_view bundle_;
+  std::string_view last_;
+  bool appUsable_ = false;
+  bool lastUsable_ = false;
+};
+
 bool looksLikeStatusItem(const ForeignMenuBarWindow& window) {
   return window.height <= statusItemMaxHeight && window.width >= statusItemMinWidth &&
          window.width <= statusItemMaxWidth;
@@ -102,9 +143,10 @@ bool looksLikeStatusItem(const ForeignMenuBarWindow& window) {
 
 std::vector<const ForeignMenuBarWindow*> statusItemsOf(std::string_view appName, std::string_view bundleID,
                                                        std::span<const ForeignMenuBarWindow> windows) {
+  const OwnerMatcher matcher(appName, bundleID);
   std::vector<const ForeignMenuBarWindow*> out;
   for (const auto& window : windows) {
-    if (looksLikeStatusItem(window) && ownerMatches(window.ownerName, appName, bundleID)) out.push_back(&window);
+    if (looksLikeStatusItem(window) && matcher.matches(window.ownerName)) out.push_back(&window);
   }
   return out;
 }
@@ -170,16 +212,7 @@ std::optional<PlacementZone> zone(const ZoneInput& input) {
 }
 
 bool ownerMatches(std::string_view ownerName, std::string_view appName, std::string_view bundleID) {
-  const std::string owner = normalized(ownerName);
-  if (owner.empty() || systemOwners().contains(owner)) return false;
-  const std::string app = normalized(appName);
-  if (characterCount(app) >= 2 && app == owner) return true;
-  const std::string bundle = normalized(bundleID);
-  if (bundle.empty()) return false;
-  if (bundle == owner) return true;
-  // One-letter names and components would match unrelated processes.
-  const std::string_view last = lastBundleComponent(bundle);
-  return characterCount(last) >= 2 && last == owner;
+  return OwnerMatcher(appName, bundleID).matches(ownerName);
 }
 
 std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const ForeignMenuBarWindow> windows,
@@ -195,10 +228,13 @@ std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const Fore
 
 std::optional<std::string> observedZone(const ObservedZoneInput& input) {
   if (!input.anchors || !anchorsUsable(*input.anchors, input.expandedLength)) return std::nullopt;
-  const auto candidates = statusItemsOf(input.appName, input.bundleID, input.windows);
-  if (candidates.empty()) return std::nullopt;
   // Only the first window in window-list order speaks for the application.
-  const ForeignMenuBarWindow& first = *candidates.front();
+  const OwnerMatcher matcher(input.appName, input.bundleID);
+  const auto found = std::find_if(input.windows.begin(), input.windows.end(), [&](const ForeignMenuBarWindow& window) {
+    return looksLikeStatusItem(window) && matcher.matches(window.ownerName);
+  });
+  if (found == input.windows.end()) return std::nullopt;
+  const ForeignMenuBarWindow& first = *found;
   const auto where =
       zone({.minX = first.minX, .maxX = first.maxX, .anchors = *input.anchors, .expandedLength = input.expandedLength});
   if (!where) return std::nullopt;
