@@ -407,7 +407,7 @@ constexpr Entry kEntries[] = {
       .pt = "Sem ocultar"}},
     {"collapse_menus_made_room",
      {.en = "Some icons stay visible to make room for this app’s menus.",
-      .zh = "为给当前 App 的菜单腾出空间，部分图标保持显示。",
+      .zh = "为了给当前 App 的菜单腾出空间，部分图标保持显示。",
       .zhHant = "為了讓目前 App 的選單有足夠空間，部分圖示維持顯示。",
       .ja = "このAppのメニューのスペースを確保するため、一部のアイコンを表示したままにしています。",
       .ko = "이 앱의 메뉴가 들어갈 공간을 확보하기 위해 일부 아이콘을 계속 표시합니다.",
@@ -460,7 +460,7 @@ constexpr Entry kEntries[] = {
      {.en = "Icons that don’t fit beside the notch or the app menus are hidden by macOS, not by Tarvolo.",
       .zh = "因刘海或 App 菜单而放不下的图标由 macOS 隐藏，并非 Tarvolo 所为。",
       .zhHant = "因瀏海或 App 選單而放不下的圖示是由 macOS 隱藏，並非 Tarvolo。",
-      .ja = "ノッチやAppのメニューのせいで収まらないアイコンは、TarvoloではなくmacOSが隠しています。",
+      .ja = "ノッチやAppのメニューのためにスペースが足りないアイコンは、TarvoloではなくmacOSによって隠されています。",
       .ko = "노치나 앱 메뉴 때문에 공간이 부족한 아이콘은 Tarvolo가 아니라 macOS가 숨깁니다.",
       .de = "Symbole, die neben der Notch oder den App-Menüs keinen Platz finden, blendet macOS aus – nicht "
             "Tarvolo.",

@@ -177,10 +177,12 @@ TEST(StringTable, TextsQuotedElsewhereStayWordForWord) {
 TEST(StringTable, TypographyFitsEachScript) {
   const std::vector<std::string_view> simplifiedOnly = {"图", "标", "显", "隐", "栏", "单", "设", "择", "键", "开",
                                                         "关", "后", "时", "为", "这", "个", "区", "动", "启", "现",
-                                                        "项", "认", "请", "检", "载", "软", "网", "权", "录", "过"};
+                                                        "项", "认", "请", "检", "载", "软", "网", "权", "录", "过",
+                                                        "结", "选", "说", "试", "让", "将", "从", "数", "据", "务"};
   const std::vector<std::string_view> traditionalOnly = {"圖", "標", "顯", "隱", "欄", "單", "設", "擇", "鍵", "開",
                                                          "關", "後", "時", "為", "這", "個", "區", "動", "啟", "現",
-                                                         "項", "認", "請", "檢", "載", "軟", "網", "權", "錄", "過"};
+                                                         "項", "認", "請", "檢", "載", "軟", "網", "權", "錄", "過",
+                                                         "結", "選", "說", "試", "讓", "將", "從", "數", "據", "務"};
   auto containsAny = [](std::string_view text, const std::vector<std::string_view>& characters) {
     return std::any_of(characters.begin(), characters.end(),
                        [text](std::string_view c) { return text.find(c) != std::string_view::npos; });
