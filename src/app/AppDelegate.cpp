@@ -4,6 +4,7 @@
 
 #include "app/Log.h"
 #include "discovery/StatusItemManager.h"
+#include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 
@@ -78,6 +79,7 @@ void AppDelegate::menuDidEndTracking() { environment_->defaultCenter().post(Noti
 
 void AppDelegate::preferredLanguagesDidChange() {
   environment_->defaultCenter().post(Notifications::currentLocaleDidChange);
+  environment_->localization().systemLanguagesDidChange();
 }
 
 }  // namespace tarvolo

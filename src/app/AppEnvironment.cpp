@@ -3,6 +3,7 @@
 #include "app/Log.h"
 #include "discovery/MenuBarPlacementLedger.h"
 #include "discovery/StatusItemManager.h"
+#include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
@@ -16,8 +17,23 @@ AppEnvironment::~AppEnvironment() {
   statusBarController_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
+  localization_.reset();
   if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
+
+LocalizationManager& AppEnvironment::localization() {
+  if (!localization_) {
+    localization_ = std::make_unique<LocalizationManager>(LocalizationManagerArgs{
+        .defaults = platform_.defaults(),
+        .preferredLanguages = [&system = platform_.system()] { return system.preferredLanguages(); },
+        .languageDidChange = [this] { defaultCenter_.post(Notifications::appLanguageDidChange); },
+        .log = [](std::string message) { Diag::log(message); },
+    });
+  }
+  return *localization_;
+}
+
+std::string AppEnvironment::tr(std::string_view key) { return localization().tr(key); }
 
 StatusBarController& AppEnvironment::statusBarController() {
   if (!statusBarController_) statusBarController_ = std::make_unique<StatusBarController>(*this);

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "app/NotificationCenter.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
 
+class LocalizationManager;
 class MenuBarPlacementLedger;
 class StatusBarController;
 class StatusItemManager;
@@ -26,6 +29,9 @@ class AppEnvironment {
   NotificationCenter& defaultCenter() { return defaultCenter_; }
   NotificationCenter& workspaceCenter() { return workspaceCenter_; }
 
+  LocalizationManager& localization();
+  // The text for `key` in the interface language.
+  std::string tr(std::string_view key);
   StatusBarController& statusBarController();
   StatusBarController* existingStatusBarController() { return statusBarController_.get(); }
   StatusItemManager& statusItemManager();
@@ -36,6 +42,7 @@ class AppEnvironment {
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
+  std::unique_ptr<LocalizationManager> localization_;
   // Declared in the order they may depend on each other: the ledger outlives the catalogue,
   // which outlives the controller.
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
