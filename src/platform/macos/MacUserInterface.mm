@@ -6,8 +6,10 @@
 //   must not steal focus are non-activating and ordered front regardless.
 // - Windows made in code are released when closed unless told otherwise, which would leave the
 //   pointers here dangling under ARC; every window keeps releasedWhenClosed = NO.
-// - Windows do not hide when the app deactivates (hidesOnDeactivate = NO), so a notice or the
-//   shelf stays up while the user clicks elsewhere.
+// - An NSPanel hides whenever its app deactivates, and an accessory app deactivates as soon as
+//   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
+// - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
+//   after the action returns, so the panel is ordered out at once but freed a turn later.
 // These windows draw only what the core hands over; the texts of the coach and Preferences are
 // not part of that hand-over yet, so both stay wordless beyond the app's name and version.
 
@@ -216,7 +218,12 @@ void MacUserInterface::dismissNotice(const std::string& kind) {
   if (it == notices_.end()) return;
   NSPanel* panel = it->panel;
   notices_.erase(it);
-  [panel close];
+  [panel orderOut:nil];
+  // The panel's button may be the sender of the action running right now: keep the panel
+  // alive until this turn of the run loop is over.
+  dispatch_async(dispatch_get_main_queue(), ^{
+    [panel close];
+  });
   layoutNotices();
 }
 
