@@ -1,0 +1,45 @@
+#include "SimSession.h"
+
+#include "statusbar/StatusBarController.h"
+
+namespace tarvolo::sim {
+
+SimSession::SimSession(std::unique_ptr<SimDesktop> desktop) : desktop_(std::move(desktop)) {
+  desktop_->setOwnProcessExitHandler([this] {
+    desktop_->setApplicationDelegate(nullptr);
+    delegate_.reset();
+  });
+}
+
+SimSession::~SimSession() {
+  desktop_->setOwnProcessExitHandler(nullptr);
+  desktop_->setApplicationDelegate(nullptr);
+  delegate_.reset();
+}
+
+void SimSession::launch() {
+  if (delegate_) return;
+  delegate_ = std::make_unique<AppDelegate>(*desktop_);
+  desktop_->setApplicationDelegate(delegate_.get());
+  desktop_->launchOwnApp();
+}
+
+void SimSession::quit() {
+  if (!delegate_) return;
+  desktop_->application().terminate();
+  // Termination unwinds on the main queue right after the current work.
+  desktop_->queue().runUntil(now());
+}
+
+void SimSession::relaunch() {
+  quit();
+  launch();
+}
+
+void SimSession::runUntil(double time) { desktop_->queue().runUntil(time); }
+
+StatusBarController* SimSession::controller() {
+  return delegate_ ? delegate_->environment().existingStatusBarController() : nullptr;
+}
+
+}  // namespace tarvolo::sim

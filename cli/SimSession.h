@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+
+#include "app/AppDelegate.h"
+#include "platform/sim/SimDesktop.h"
+
+namespace tarvolo::sim {
+
+// The app's process on a simulated desktop: launch, quit, relaunch, and the clock to drive it.
+class SimSession {
+ public:
+  explicit SimSession(std::unique_ptr<SimDesktop> desktop);
+  ~SimSession();
+
+  SimDesktop& desktop() { return *desktop_; }
+  SimMainQueue& queue() { return desktop_->queue(); }
+  double now() const { return desktop_->queue().now(); }
+
+  // Starts the app's process (didFinishLaunching runs at the current time).
+  void launch();
+  // Terminates through the application, as the Quit menu item does, and lets it unwind.
+  void quit();
+  void relaunch();
+  bool running() const { return delegate_ != nullptr; }
+
+  // Runs the desktop's clock; a process that terminates on the way is torn down as it exits.
+  void runUntil(double time);
+  void runFor(double seconds) { runUntil(now() + seconds); }
+
+  AppDelegate* delegate() { return delegate_.get(); }
+  // The controller of the running app; null when it is not running.
+  StatusBarController* controller();
+
+ private:
+  std::unique_ptr<SimDesktop> desktop_;
+  std::unique_ptr<AppDelegate> delegate_;
+};
+
+}  // namespace tarvolo::sim

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+
+#include "app/AppEnvironment.h"
+#include "app/WeakHandle.h"
+#include "platform/Platform.h"
+
+namespace tarvolo {
+
+// The application delegate: start-up, reopen and termination, and the bridge that turns what
+// the platform reports into notifications on the app's centers.
+class AppDelegate final : public platform::ApplicationDelegate, public platform::SystemEventSink {
+ public:
+  static constexpr const char* launchBanner = "🚀 Tarvolo 成功启动，已驻留于 macOS 菜单栏！";
+  static constexpr const char* exitBanner = "👋 Tarvolo 已安全退出。";
+
+  explicit AppDelegate(platform::Platform& platform);
+  ~AppDelegate() override;
+
+  void applicationDidFinishLaunching() override;
+  bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
+  void applicationWillTerminate() override;
+
+  void screenParametersDidChange() override;
+  void workspaceDidWake() override;
+  void activeSpaceDidChange() override;
+  void applicationDidLaunch(const platform::RunningApplication& app) override;
+  void applicationDidTerminate(const platform::RunningApplication& app) override;
+  void applicationDidActivate(const platform::RunningApplication& app) override;
+  void menuDidBeginTracking() override;
+  void menuDidEndTracking() override;
+  void preferredLanguagesDidChange() override;
+
+  AppEnvironment& environment() { return *environment_; }
+
+ private:
+  platform::Platform& platform_;
+  std::unique_ptr<AppEnvironment> environment_;
+  WeakHandleFactory<AppDelegate> weakFactory_{this};
+};
+
+}  // namespace tarvolo

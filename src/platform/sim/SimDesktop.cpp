@@ -1,0 +1,796 @@
+#include "platform/sim/SimDesktop.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace tarvolo::sim {
+
+using platform::Event;
+using platform::EventType;
+
+namespace {
+
+constexpr double kNotchBarHeight = 37;
+constexpr double kPlainBarHeight = 24;
+constexpr double kDefaultMenusWidth = 250;  // a Finder-like app when nothing is frontmost
+constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
+
+std::size_t utf8Length(const std::string& text) {
+  std::size_t count = 0;
+  for (unsigned char c : text) {
+    if ((c & 0xC0) != 0x80) ++count;
+  }
+  return count;
+}
+
+std::string lower(std::string s) {
+  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return s;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Platform adapters: thin views of the desktop for the app's process.
+
+class SimStatusItem final : public platform::StatusItem {
+ public:
+  SimStatusItem(SimDesktop& desktop, int id, std::string name) : desktop_(desktop), id_(id), name_(std::move(name)) {}
+  ~SimStatusItem() override {
+    if (auto* state = desktop_.item(id_); state && !state->removed) desktop_.removeItem(id_, false);
+  }
+  int id() const { return id_; }
+  const std::string& autosaveName() const override { return name_; }
+  void setLength(double length) override {
+    if (auto* s = desktop_.item(id_)) {
+      s->length = length;
+      desktop_.relayout();
+    }
+  }
+  double length() const override {
+    auto* s = desktop_.item(id_);
+    return s ? s->length : 0;
+  }
+  void setVisible(bool visible) override {
+    auto* s = desktop_.item(id_);
+    if (!s || s->visible == visible) return;
+    s->visible = visible;
+    if (!visible) desktop_.defaults().remove(desktop_.preferredPositionKey(name_));
+    desktop_.relayout();
+  }
+  bool isVisible() const override {
+    auto* s = desktop_.item(id_);
+    return s && s->visible && !s->removed;
+  }
+  bool hasButton() const override { return desktop_.item(id_) != nullptr; }
+  std::optional<Rect> buttonFrameOnScreen() const override {
+    auto* s = desktop_.item(id_);
+    return s ? desktop_.reportedFrame(*s) : std::nullopt;
+  }
+  std::optional<Rect> windowFrame() const override { return buttonFrameOnScreen(); }
+  void setTitle(const std::string& title) override {
+    if (auto* s = desktop_.item(id_)) {
+      s->title = title;
+      updateContentWidth(*s);
+    }
+  }
+  bool setSymbolImage(const std::string& symbolName, double) override {
+    auto* s = desktop_.item(id_);
+    if (!s) return false;
+    s->symbol = symbolName;
+    updateContentWidth(*s);
+    return true;
+  }
+  void setToolTip(const std::string& text) override {
+    if (auto* s = desktop_.item(id_)) s->toolTip = text;
+  }
+  void setAccessibilityLabel(const std::string& text) override {
+    if (auto* s = desktop_.item(id_)) s->accessibilityLabel = text;
+  }
+  void setAction(platform::EventMask sendOn, std::function<void()> action) override {
+    if (auto* s = desktop_.item(id_)) {
+      s->actionMask = sendOn;
+      s->action = std::move(action);
+    }
+  }
+  void popUpMenu(const platform::Menu& menu) override;
+
+ private:
+  void updateContentWidth(SimItemState& s) {
+    const auto& settings = desktop_.settings();
+    double width = !s.symbol.empty() ? settings.symbolItemWidth
+                   : !s.title.empty()
+                       ? settings.textItemPadding + settings.textCharWidth * static_cast<double>(utf8Length(s.title))
+                       : s.contentWidth;
+    if (width != s.contentWidth) {
+      s.contentWidth = width;
+      desktop_.relayout();
+    }
+  }
+
+  SimDesktop& desktop_;
+  int id_;
+  std::string name_;
+};
+
+class SimRegistration final : public platform::Registration {
+ public:
+  explicit SimRegistration(std::function<void()> remove) : remove_(std::move(remove)) {}
+  ~SimRegistration() override { remove_(); }
+
+ private:
+  std::function<void()> remove_;
+};
+
+struct SimDesktop::Adapters {
+  struct Log final : platform::LogSink {
+    SimDesktop& d;
+    explicit Log(SimDesktop& desktop) : d(desktop) {}
+    void write(platform::LogCategory category, std::string_view message) override {
+      d.recordLog(category == platform::LogCategory::menubar ? "menubar" : "state", std::string(message));
+    }
+    void writeStandardOutput(std::string_view line) override { d.recordLog("stdout", std::string(line)); }
+  };
+
+  struct EventsImpl final : platform::Events {
+    SimDesktop& d;
+    explicit EventsImpl(SimDesktop& desktop) : d(desktop) {}
+    Point mouseLocation() const override { return d.pointer_; }
+    std::uint32_t pressedMouseButtons() const override { return d.pressedButtons_; }
+    platform::ModifierFlags modifierFlags() const override { return d.modifiers_; }
+    std::optional<Event> currentEvent() const override { return d.currentEvent_; }
+    std::unique_ptr<platform::Registration> addGlobalMonitor(platform::EventMask mask,
+                                                             std::function<void(const Event&)> handler) override {
+      int id = ++d.nextMonitorId_;
+      d.monitors_[id] = Monitor{.mask = mask, .global = true, .globalHandler = std::move(handler)};
+      return std::make_unique<SimRegistration>([&desktop = d, id] { desktop.monitors_.erase(id); });
+    }
+    std::unique_ptr<platform::Registration> addLocalMonitor(
+        platform::EventMask mask, std::function<std::optional<Event>(const Event&)> handler) override {
+      int id = ++d.nextMonitorId_;
+      d.monitors_[id] = Monitor{.mask = mask, .global = false, .localHandler = std::move(handler)};
+      return std::make_unique<SimRegistration>([&desktop = d, id] { desktop.monitors_.erase(id); });
+    }
+  };
+
+  struct Bar final : platform::StatusBar {
+    SimDesktop& d;
+    explicit Bar(SimDesktop& desktop) : d(desktop) {}
+    std::unique_ptr<platform::StatusItem> createStatusItem(double length, const std::string& autosaveName) override {
+      int id = d.createItem(length, autosaveName);
+      return std::make_unique<SimStatusItem>(d, id, autosaveName);
+    }
+    void removeStatusItem(std::unique_ptr<platform::StatusItem> item) override {
+      if (!item) return;
+      if (auto* simItem = dynamic_cast<SimStatusItem*>(item.get())) d.removeItem(simItem->id(), true);
+    }
+    double thickness() const override { return 22; }
+  };
+
+  struct ScreensImpl final : platform::Screens {
+    SimDesktop& d;
+    explicit ScreensImpl(SimDesktop& desktop) : d(desktop) {}
+    std::vector<platform::ScreenInfo> screens() const override { return d.screenInfos(); }
+  };
+
+  struct WorkspaceImpl final : platform::Workspace {
+    SimDesktop& d;
+    explicit WorkspaceImpl(SimDesktop& desktop) : d(desktop) {}
+    std::vector<platform::RunningApplication> runningApplications() const override {
+      std::vector<platform::RunningApplication> out;
+      if (d.ownAppRunning_) out.push_back(d.ownRunningApp());
+      for (const auto& app : d.apps_) {
+        if (app.running) out.push_back(d.runningApp(app));
+      }
+      return out;
+    }
+    std::optional<platform::RunningApplication> frontmostApplication() const override {
+      if (!d.frontmost_) return std::nullopt;
+      for (const auto& app : d.apps_) {
+        if (app.running && app.bundleId == *d.frontmost_) return d.runningApp(app);
+      }
+      return std::nullopt;
+    }
+    std::optional<platform::RunningApplication> menuBarOwningApplication() const override {
+      return frontmostApplication();
+    }
+  };
+
+  struct System final : platform::SystemInfo {
+    SimDesktop& d;
+    explicit System(SimDesktop& desktop) : d(desktop) {}
+    int osMajorVersion() const override { return d.settings_.osMajor; }
+    std::vector<std::string> preferredLanguages() const override { return d.settings_.preferredLanguages; }
+    std::vector<std::string> processArguments() const override { return d.settings_.arguments; }
+    std::string ownBundleIdentifier() const override { return kOwnBundleId; }
+  };
+
+  struct App final : platform::Application {
+    SimDesktop& d;
+    explicit App(SimDesktop& desktop) : d(desktop) {}
+    void setActivationPolicy(platform::ActivationPolicy policy) override { d.ownPolicy_ = policy; }
+    platform::ActivationPolicy activationPolicy() const override { return d.ownPolicy_; }
+    void terminate() override {
+      // Termination unwinds after the current event, as the real run loop does.
+      d.queue_.post(0, [&desktop = d] {
+        if (!desktop.ownAppRunning_) return;
+        if (desktop.delegate_) desktop.delegate_->applicationWillTerminate();
+        desktop.ownProcessExited();
+      });
+    }
+  };
+
+  struct Ui final : platform::UserInterface {
+    SimDesktop& d;
+    explicit Ui(SimDesktop& desktop) : d(desktop) {}
+    void presentFirstLaunchCoach(std::optional<Rect> anchor) override {
+      ++d.ui_.coachPresentations;
+      d.ui_.coachAnchor = anchor;
+    }
+    void openPreferences(std::optional<std::string>) override {
+      d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
+      d.ui_.preferencesVisible = true;
+    }
+    bool isPreferencesVisible() const override { return d.ui_.preferencesVisible; }
+    void keepPreferencesFront() override { d.ui_.preferencesKeptFront = true; }
+    void showIconShelf(std::optional<std::string> tier) override {
+      d.ui_.shelfShown = true;
+      d.ui_.shelfTier = std::move(tier);
+      ++d.ui_.shelfShowCount;
+    }
+    void closeIconShelf() override {
+      d.ui_.shelfShown = false;
+      d.ui_.shelfTier.reset();
+    }
+    bool isIconShelfShown() const override { return d.ui_.shelfShown; }
+    void presentNotice(platform::NoticeRequest notice) override {
+      for (auto& shown : d.ui_.notices) {
+        if (shown.request.kind == notice.kind) shown.dismissed = true;
+      }
+      d.ui_.notices.push_back(SimNoticeRecord{std::move(notice), d.queue_.now(), false});
+    }
+    void dismissNotice(const std::string& kind) override {
+      for (auto& shown : d.ui_.notices) {
+        if (shown.request.kind == kind) shown.dismissed = true;
+      }
+    }
+  };
+
+  explicit Adapters(SimDesktop& d)
+      : log(d), events(d), bar(d), screens(d), workspace(d), system(d), app(d), ui(d) {}
+  Log log;
+  EventsImpl events;
+  Bar bar;
+  ScreensImpl screens;
+  WorkspaceImpl workspace;
+  System system;
+  App app;
+  Ui ui;
+};
+
+void SimStatusItem::popUpMenu(const platform::Menu& menu) {
+  desktop_.openMenuFor(name_, menu);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpec> apps, SimSettings settings)
+    : settings_(std::move(settings)),
+      screenSpecs_(std::move(screens)),
+      defaults_(std::make_unique<SimDefaultsStore>()),
+      adapters_(std::make_unique<Adapters>(*this)) {
+  if (screenSpecs_.empty()) screenSpecs_.push_back(SimScreenSpec{});
+  for (auto& app : apps) addApp(std::move(app));
+}
+
+SimDesktop::~SimDesktop() = default;
+
+platform::LogSink& SimDesktop::logSink() { return adapters_->log; }
+platform::Events& SimDesktop::events() { return adapters_->events; }
+platform::StatusBar& SimDesktop::statusBar() { return adapters_->bar; }
+platform::Screens& SimDesktop::screens() { return adapters_->screens; }
+platform::Workspace& SimDesktop::workspace() { return adapters_->workspace; }
+platform::SystemInfo& SimDesktop::system() { return adapters_->system; }
+platform::Application& SimDesktop::application() { return adapters_->app; }
+platform::UserInterface& SimDesktop::userInterface() { return adapters_->ui; }
+
+void SimDesktop::replaceDefaults(SimDefaultsStore store) {
+  defaults_ = std::make_unique<SimDefaultsStore>(std::move(store));
+}
+
+// --- apps ------------------------------------------------------------------------------------
+
+int SimDesktop::pidFor(const std::string& bundleId) {
+  auto it = pids_.find(bundleId);
+  if (it != pids_.end()) return it->second;
+  int pid = nextPid_++;
+  pids_[bundleId] = pid;
+  return pid;
+}
+
+void SimDesktop::addApp(SimAppSpec app) {
+  apps_.push_back(std::move(app));
+  SimAppSpec& spec = apps_.back();
+  int index = 0;
+  for (auto& item : spec.items) {
+    if (item.autosaveName.empty()) item.autosaveName = "Item-" + std::to_string(index);
+    ++index;
+  }
+  if (spec.running) {
+    launchDates_[spec.bundleId] = queue_.currentDate();
+    spawnItems(spec);
+  }
+}
+
+SimAppSpec* SimDesktop::appSpec(const std::string& bundleId) {
+  for (auto& app : apps_) {
+    if (lower(app.bundleId) == lower(bundleId)) return &app;
+  }
+  return nullptr;
+}
+
+platform::RunningApplication SimDesktop::runningApp(const SimAppSpec& spec) const {
+  platform::RunningApplication app;
+  auto pid = pids_.find(spec.bundleId);
+  app.pid = pid == pids_.end() ? 0 : pid->second;
+  if (!spec.bundleId.empty()) app.bundleIdentifier = spec.bundleId;
+  app.localizedName = spec.name;
+  if (!spec.path.empty()) {
+    app.bundlePath = spec.path;
+    app.executablePath = spec.path + "/Contents/MacOS/" + spec.name;
+  }
+  app.activationPolicy = spec.activation;
+  if (auto date = launchDates_.find(spec.bundleId); date != launchDates_.end()) app.launchDate = date->second;
+  app.isTerminated = !spec.running;
+  return app;
+}
+
+platform::RunningApplication SimDesktop::ownRunningApp() const {
+  return platform::RunningApplication{.pid = kOwnPid,
+                                      .bundleIdentifier = kOwnBundleId,
+                                      .localizedName = "Tarvolo",
+                                      .bundlePath = "/Applications/Tarvolo.app",
+                                      .executablePath = "/Applications/Tarvolo.app/Contents/MacOS/Tarvolo",
+                                      .activationPolicy = ownPolicy_};
+}
+
+void SimDesktop::spawnItems(SimAppSpec& spec) {
+  int pid = pidFor(spec.bundleId);
+  for (const auto& itemSpec : spec.items) {
+    auto state = std::make_unique<SimItemState>();
+    state->id = ++nextItemId_;
+    state->ownerPid = pid;
+    state->autosaveName = itemSpec.autosaveName;
+    state->length = itemSpec.width;
+    state->contentWidth = itemSpec.width;
+    state->preferredPosition = itemSpec.position;
+    state->creationOrder = ++creationCounter_;
+    items_.push_back(std::move(state));
+  }
+  relayout();
+}
+
+std::optional<std::string> SimDesktop::bundleIdOfPid(int pid) const {
+  if (pid == kOwnPid) return std::string(kOwnBundleId);
+  for (const auto& [bundle, p] : pids_) {
+    if (p == pid) return bundle;
+  }
+  return std::nullopt;
+}
+
+void SimDesktop::launchApp(const std::string& bundleId) {
+  SimAppSpec* spec = appSpec(bundleId);
+  if (!spec || spec->running) return;
+  spec->running = true;
+  launchDates_[spec->bundleId] = queue_.currentDate();
+  spawnItems(*spec);
+  if (sink_) sink_->applicationDidLaunch(runningApp(*spec));
+}
+
+void SimDesktop::terminateApp(const std::string& bundleId) {
+  SimAppSpec* spec = appSpec(bundleId);
+  if (!spec || !spec->running) return;
+  spec->running = false;
+  int pid = pidFor(spec->bundleId);
+  // The process exits: its items vanish, the positions it stored stay.
+  std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
+  if (frontmost_ && lower(*frontmost_) == lower(spec->bundleId)) frontmost_.reset();
+  relayout();
+  if (sink_) sink_->applicationDidTerminate(runningApp(*spec));
+}
+
+void SimDesktop::setFrontmost(const std::string& bundleId) {
+  SimAppSpec* spec = appSpec(bundleId);
+  if (!spec || !spec->running) return;
+  frontmost_ = spec->bundleId;
+  relayout();
+  if (sink_) sink_->applicationDidActivate(runningApp(*spec));
+}
+
+void SimDesktop::setScreens(std::vector<SimScreenSpec> screens) {
+  if (screens.empty()) return;
+  screenSpecs_ = std::move(screens);
+  relayout();
+  if (sink_) sink_->screenParametersDidChange();
+}
+
+void SimDesktop::setPreferredLanguages(std::vector<std::string> languages) {
+  settings_.preferredLanguages = std::move(languages);
+  if (sink_) sink_->preferredLanguagesDidChange();
+}
+
+void SimDesktop::wake() {
+  if (sink_) sink_->workspaceDidWake();
+}
+
+void SimDesktop::changeSpace() {
+  if (sink_) sink_->activeSpaceDidChange();
+}
+
+// --- the app's process -------------------------------------------------------------------------
+
+void SimDesktop::launchOwnApp() {
+  if (ownAppRunning_) return;
+  ownAppRunning_ = true;
+  ownPolicy_ = platform::ActivationPolicy::regular;
+  if (delegate_) delegate_->applicationDidFinishLaunching();
+}
+
+void SimDesktop::reopenOwnApp() {
+  if (ownAppRunning_ && delegate_) delegate_->applicationShouldHandleReopen(ui_.preferencesVisible);
+}
+
+void SimDesktop::ownProcessExited() {
+  ownAppRunning_ = false;
+  for (auto& item : items_) {
+    if (item->ownerPid == kOwnPid) item->removed = true;
+  }
+  std::erase_if(items_, [](const auto& item) { return item->ownerPid == kOwnPid && !item->visible; });
+  monitors_.clear();
+  sink_ = nullptr;
+  openMenu_.reset();
+  ui_.shelfShown = false;
+  ui_.preferencesVisible = false;
+  relayout();
+  if (onOwnExit_) onOwnExit_();
+}
+
+// --- the status bar --------------------------------------------------------------------------
+
+int SimDesktop::createItem(double length, const std::string& autosaveName) {
+  auto state = std::make_unique<SimItemState>();
+  state->id = ++nextItemId_;
+  state->ownerPid = kOwnPid;
+  state->autosaveName = autosaveName;
+  state->length = length;
+  state->contentWidth = length >= 0 ? std::min(length, 16.0) : settings_.symbolItemWidth;
+  const auto& ignored = settings_.ignorePreferredPositionsOf;
+  if (std::find(ignored.begin(), ignored.end(), autosaveName) == ignored.end()) {
+    state->preferredPosition = defaults_->getDouble(preferredPositionKey(autosaveName));
+  }
+  state->creationOrder = ++creationCounter_;
+  int id = state->id;
+  items_.push_back(std::move(state));
+  relayout();
+  return id;
+}
+
+SimItemState* SimDesktop::item(int id) {
+  for (auto& item : items_) {
+    if (item->id == id) return item.get();
+  }
+  return nullptr;
+}
+
+void SimDesktop::removeItem(int id, bool deletePosition) {
+  auto it = std::find_if(items_.begin(), items_.end(), [id](const auto& item) { return item->id == id; });
+  if (it == items_.end()) return;
+  if (deletePosition && (*it)->ownerPid == kOwnPid) defaults_->remove(preferredPositionKey((*it)->autosaveName));
+  items_.erase(it);
+  relayout();
+}
+
+const SimItemState* SimDesktop::ownItem(const std::string& autosaveName) const {
+  for (const auto& item : items_) {
+    if (item->ownerPid == kOwnPid && !item->removed && item->autosaveName == autosaveName) return item.get();
+  }
+  return nullptr;
+}
+
+std::vector<const SimItemState*> SimDesktop::itemsOf(int pid) const {
+  std::vector<const SimItemState*> out;
+  for (const auto& item : items_) {
+    if (item->ownerPid == pid && !item->removed) out.push_back(item.get());
+  }
+  return out;
+}
+
+std::vector<const SimItemState*> SimDesktop::allItems() const {
+  std::vector<const SimItemState*> out;
+  for (const auto& item : items_) {
+    if (!item->removed) out.push_back(item.get());
+  }
+  return out;
+}
+
+std::vector<platform::ScreenInfo> SimDesktop::screenInfos() const {
+  std::vector<platform::ScreenInfo> out;
+  for (const auto& spec : screenSpecs_) {
+    platform::ScreenInfo info;
+    info.frame = Rect{spec.x, spec.y, spec.width, spec.height};
+    bool notched = spec.notchWidth && *spec.notchWidth > 0;
+    info.menuBarHeight = notched ? kNotchBarHeight : kPlainBarHeight;
+    info.visibleFrame = Rect{spec.x, spec.y, spec.width, spec.height - info.menuBarHeight - 1};
+    if (notched) {
+      double notchMinX = spec.x + std::floor((spec.width - *spec.notchWidth) / 2);
+      double top = spec.y + spec.height - info.menuBarHeight;
+      info.auxiliaryTopLeftArea = Rect{spec.x, top, notchMinX - spec.x, info.menuBarHeight};
+      double rightMinX = notchMinX + *spec.notchWidth;
+      info.auxiliaryTopRightArea = Rect{rightMinX, top, spec.x + spec.width - rightMinX, info.menuBarHeight};
+      info.safeAreaTop = 32;
+    }
+    out.push_back(info);
+  }
+  return out;
+}
+
+double SimDesktop::menusRightEdge() const {
+  const SimScreenSpec& screen = screenSpecs_.front();
+  double width = kDefaultMenusWidth;
+  if (frontmost_) {
+    for (const auto& app : apps_) {
+      if (app.running && app.bundleId == *frontmost_) width = app.menusWidth;
+    }
+  }
+  double edge = screen.x + width;
+  auto infos = screenInfos();
+  if (auto notch = infos.front().notchRect(); notch && edge > notch->minX()) {
+    // Menus that reach the notch continue right of it.
+    edge = notch->maxX() + (edge - notch->minX());
+  }
+  return edge;
+}
+
+double SimDesktop::statusAreaMinX() const {
+  double minX = std::max(screenSpecs_.front().x, menusRightEdge());
+  auto infos = screenInfos();
+  if (auto notch = infos.front().notchRect()) minX = std::max(minX, notch->maxX());
+  return minX;
+}
+
+double SimDesktop::statusAreaMaxX() const {
+  const SimScreenSpec& screen = screenSpecs_.front();
+  return screen.x + screen.width - settings_.systemItemsWidth;
+}
+
+double SimDesktop::itemWidth(const SimItemState& item) const {
+  return item.length >= 0 ? item.length : item.contentWidth;
+}
+
+void SimDesktop::relayout() {
+  std::vector<SimItemState*> order;
+  for (auto& item : items_) {
+    if (!item->removed && item->visible) order.push_back(item.get());
+  }
+  // Right to left: stored positions ascending; items without one stand leftmost, newest last.
+  std::stable_sort(order.begin(), order.end(), [](const SimItemState* a, const SimItemState* b) {
+    if (a->preferredPosition.has_value() != b->preferredPosition.has_value()) return a->preferredPosition.has_value();
+    if (a->preferredPosition && *a->preferredPosition != *b->preferredPosition) {
+      return *a->preferredPosition < *b->preferredPosition;
+    }
+    return a->creationOrder < b->creationOrder;
+  });
+
+  const SimScreenSpec& screen = screenSpecs_.front();
+  double barY = screen.y + screen.height - screenInfos().front().menuBarHeight;
+  double barHeight = screenInfos().front().menuBarHeight;
+  double visibleMinX = statusAreaMinX();
+  double cursor = statusAreaMaxX();
+  double now = queue_.now();
+
+  for (auto& item : items_) {
+    if (item->removed || !item->visible) {
+      item->frame.reset();
+      item->onScreen = false;
+    }
+  }
+  for (SimItemState* item : order) {
+    double width = itemWidth(*item);
+    Rect frame{cursor - width, barY, width, barHeight};
+    cursor -= width;
+    item->frame = frame;
+    // An item shows when its drawn content (right-aligned) lies wholly in the visible stretch.
+    double content = std::min(width, item->contentWidth);
+    item->onScreen = width > 0 && frame.maxX() - content >= visibleMinX - 1e-9;
+  }
+  for (auto& item : items_) {
+    auto& history = item->history;
+    if (history.empty() || history.back().second != item->frame) history.emplace_back(now, item->frame);
+    // Only the newest entry older than the latency window matters to readers.
+    while (history.size() > 2 && history[1].first <= now - settings_.frameLatency) history.erase(history.begin());
+  }
+}
+
+std::optional<Rect> SimDesktop::reportedFrame(const SimItemState& item) const {
+  if (!settings_.framesReadable) return std::nullopt;
+  double cutoff = queue_.now() - settings_.frameLatency;
+  std::optional<Rect> frame;
+  bool any = false;
+  for (const auto& [time, entry] : item.history) {
+    if (time > cutoff + 1e-12) break;
+    frame = entry;
+    any = true;
+  }
+  return any ? frame : std::nullopt;
+}
+
+// --- events ----------------------------------------------------------------------------------
+
+void SimDesktop::recordLog(std::string channel, std::string message) {
+  log_.push_back(SimLogLine{queue_.now(), std::move(channel), std::move(message)});
+}
+
+std::vector<std::string> SimDesktop::logMessages(const std::string& channel) const {
+  std::vector<std::string> out;
+  for (const auto& line : log_) {
+    if (channel.empty() || line.channel == channel) out.push_back(line.message);
+  }
+  return out;
+}
+
+Point SimDesktop::itemCenter(const SimItemState& item) const {
+  if (!item.frame) return pointer_;
+  return {item.frame->maxX() - std::min(item.frame->width, item.contentWidth) / 2, item.frame->y + item.frame->height / 2};
+}
+
+void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
+  bool ownTarget = target && target->ownerPid == kOwnPid && ownAppRunning_;
+  // Copy: a handler may install or remove monitors.
+  auto monitors = monitors_;
+  std::optional<Event> delivered = event;
+  for (auto& [id, monitor] : monitors) {
+    if (!(monitor.mask & platform::eventMask(event.type))) continue;
+    if (!monitors_.count(id)) continue;
+    if (monitor.global && !ownTarget) monitor.globalHandler(event);
+    if (!monitor.global && ownTarget && delivered) delivered = monitor.localHandler(*delivered);
+  }
+  if (!ownTarget || !delivered) return;
+  SimItemState* state = item(target->id);
+  if (!state || !(state->actionMask & platform::eventMask(event.type)) || !state->action) return;
+  currentEvent_ = *delivered;
+  auto action = state->action;
+  action();
+  currentEvent_.reset();
+}
+
+bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton button, platform::ModifierFlags modifiers) {
+  const SimItemState* target = ownItem(autosaveName);
+  if (!target || !target->onScreen) return false;
+  if (openMenu_) dismissMenu();
+  pointer_ = itemCenter(*target);
+  modifiers_ = modifiers;
+  bool left = button == MouseButton::left;
+  pressedButtons_ = left ? 1 : 2;
+  int id = target->id;
+  dispatchEvent(Event{left ? EventType::leftMouseDown : EventType::rightMouseDown, modifiers, pointer_, queue_.now()},
+                target);
+  queue_.post(settings_.clickDuration, [this, id, left, modifiers] {
+    pressedButtons_ = 0;
+    const SimItemState* again = item(id);
+    dispatchEvent(Event{left ? EventType::leftMouseUp : EventType::rightMouseUp, modifiers, pointer_, queue_.now()},
+                  again);
+    modifiers_ = {};
+  });
+  return true;
+}
+
+bool SimDesktop::commandDragItem(const std::string& name, double toX) {
+  SimItemState* dragged = nullptr;
+  for (auto& item : items_) {
+    if (item->removed || !item->frame || !item->onScreen) continue;
+    bool ownMatch = item->ownerPid == kOwnPid && item->autosaveName == name;
+    auto bundle = bundleIdOfPid(item->ownerPid);
+    bool foreignMatch = item->ownerPid != kOwnPid && bundle && lower(*bundle) == lower(name);
+    if (ownMatch || foreignMatch) {
+      dragged = item.get();
+      break;
+    }
+  }
+  if (!dragged) return false;
+  platform::ModifierFlags command = platform::ModifierFlags{}.with(platform::Modifier::command);
+  modifiers_ = command;
+  pointer_ = itemCenter(*dragged);
+  pressedButtons_ = 1;
+  int id = dragged->id;
+  dispatchEvent(Event{EventType::leftMouseDown, command, pointer_, queue_.now()}, dragged);
+
+  // Where the drop lands among the other laid-out items.
+  std::vector<SimItemState*> others;
+  for (auto& item : items_) {
+    if (item.get() != dragged && !item->removed && item->frame) others.push_back(item.get());
+  }
+  std::sort(others.begin(), others.end(),
+            [](const SimItemState* a, const SimItemState* b) { return a->frame->midX() > b->frame->midX(); });
+  const SimItemState* rightNeighbour = nullptr;
+  const SimItemState* leftNeighbour = nullptr;
+  for (const SimItemState* other : others) {
+    if (other->frame->midX() > toX) {
+      rightNeighbour = other;
+    } else {
+      leftNeighbour = other;
+      break;
+    }
+  }
+  auto effective = [this](const SimItemState* item) {
+    return item->preferredPosition.value_or(statusAreaMaxX() - item->frame->maxX());
+  };
+  // The system reorders only when the drop passes a neighbour's middle.
+  bool crossed = (rightNeighbour && dragged->frame->midX() > rightNeighbour->frame->midX()) ||
+                 (leftNeighbour && dragged->frame->midX() < leftNeighbour->frame->midX());
+  if (crossed) {
+    double right = rightNeighbour ? effective(rightNeighbour) : -1;
+    double left = leftNeighbour ? effective(leftNeighbour) : right + 2;
+    double position = (right + left) / 2;
+    dragged->preferredPosition = position;
+    if (dragged->ownerPid == kOwnPid) {
+      defaults_->set(preferredPositionKey(dragged->autosaveName), DefaultsValue(position));
+    } else if (auto bundle = bundleIdOfPid(dragged->ownerPid)) {
+      if (SimAppSpec* spec = appSpec(*bundle)) {
+        for (auto& itemSpec : spec->items) {
+          if (itemSpec.autosaveName == dragged->autosaveName) itemSpec.position = position;
+        }
+      }
+    }
+    relayout();
+  }
+  pointer_.x = toX;
+  queue_.post(0.3, [this, id, command] {
+    pressedButtons_ = 0;
+    dispatchEvent(Event{EventType::leftMouseUp, command, pointer_, queue_.now()}, item(id));
+    modifiers_ = {};
+  });
+  return true;
+}
+
+void SimDesktop::clickElsewhere(Point location) {
+  if (openMenu_) dismissMenu();
+  pointer_ = location;
+  dispatchEvent(Event{EventType::leftMouseDown, {}, location, queue_.now()}, nullptr);
+  queue_.post(settings_.clickDuration, [this, location] {
+    dispatchEvent(Event{EventType::leftMouseUp, {}, location, queue_.now()}, nullptr);
+  });
+}
+
+void SimDesktop::openMenuFor(const std::string& autosaveName, const platform::Menu& menu) {
+  if (openMenu_) dismissMenu();
+  openMenu_ = SimMenuRecord{autosaveName, menu, queue_.now()};
+  ++menuOpenCount_;
+  if (sink_) sink_->menuDidBeginTracking();
+}
+
+bool SimDesktop::chooseMenuAction(const std::string& action) {
+  if (!openMenu_) return false;
+  std::function<void()> perform;
+  bool found = false;
+  for (const auto& item : openMenu_->menu.items) {
+    if (!item.isSeparator && item.action == action) {
+      perform = item.perform;
+      found = true;
+      break;
+    }
+  }
+  if (!found) return false;
+  openMenu_.reset();
+  if (sink_) sink_->menuDidEndTracking();
+  if (perform) perform();
+  return true;
+}
+
+void SimDesktop::dismissMenu() {
+  if (!openMenu_) return;
+  openMenu_.reset();
+  if (sink_) sink_->menuDidEndTracking();
+}
+
+}  // namespace tarvolo::sim

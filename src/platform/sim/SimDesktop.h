@@ -1,0 +1,269 @@
+#pragma once
+
+// A simulated macOS desktop: screens with an optional notch, the menu bar with the frontmost
+// application's menus, the system's own items and every process's status items, running
+// applications, events and the app's defaults domain, all on a virtual clock. Its behaviour
+// follows what real Macs do; every choice real Macs leave open is a setting here.
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "platform/sim/SimDefaultsStore.h"
+#include "platform/sim/SimMainQueue.h"
+
+namespace tarvolo::sim {
+
+struct SimScreenSpec {
+  double width = 1512;
+  double height = 982;
+  double x = 0;
+  double y = 0;
+  std::optional<double> notchWidth;
+};
+
+struct SimItemSpec {
+  double width = 32;
+  // Stored preferred position: distance from the right, larger stands further left.
+  std::optional<double> position;
+  std::string autosaveName;  // generated when empty
+};
+
+struct SimAppSpec {
+  std::string bundleId;
+  std::string name;
+  std::string path;
+  platform::ActivationPolicy activation = platform::ActivationPolicy::regular;
+  double menusWidth = 300;  // Apple menu included
+  std::vector<SimItemSpec> items;
+  bool running = true;
+};
+
+struct SimSettings {
+  int osMajor = 15;
+  std::vector<std::string> preferredLanguages = {"en-US"};
+  std::vector<std::string> arguments;
+  // Seconds before a changed layout shows in reported frames.
+  double frameLatency = 0.05;
+  // Clock, Control Center and other fixed system items at the right end.
+  double systemItemsWidth = 110;
+  // Width a variable-length item takes for a symbol image or a text title.
+  double symbolItemWidth = 30;
+  double textCharWidth = 8;
+  double textItemPadding = 10;
+  // Gap between a mouse-down and its mouse-up when the simulator clicks.
+  double clickDuration = 0.045;
+  // False models a window server that stops reporting item frames.
+  bool framesReadable = true;
+  // Items whose stored position the system disregards when creating them (a stale or
+  // rejected position): they land leftmost like a never-seen autosave name.
+  std::vector<std::string> ignorePreferredPositionsOf;
+};
+
+// The app's own process as the desktop sees it.
+constexpr int kOwnPid = 100;
+
+class SimDesktop;
+
+// One status item in the bar, owned by the desktop; the app holds a handle (SimStatusItem).
+struct SimItemState {
+  int id = 0;
+  int ownerPid = 0;
+  std::string autosaveName;
+  double length = 0;
+  double contentWidth = 32;  // what a variable-length item takes
+  bool visible = true;
+  bool removed = false;
+  std::optional<double> preferredPosition;
+  int creationOrder = 0;
+  std::string title;
+  std::string symbol;
+  std::string toolTip;
+  std::string accessibilityLabel;
+  platform::EventMask actionMask = 0;
+  std::function<void()> action;
+  // Truth of the current layout.
+  std::optional<Rect> frame;
+  bool onScreen = false;
+  // (time, frame) as laid out; what readers see lags by the frame latency.
+  std::vector<std::pair<double, std::optional<Rect>>> history;
+};
+
+struct SimMenuRecord {
+  std::string ownerAutosaveName;
+  platform::Menu menu;
+  double openedAt = 0;
+};
+
+struct SimNoticeRecord {
+  platform::NoticeRequest request;
+  double shownAt = 0;
+  bool dismissed = false;
+};
+
+// What the app's own windows did, since the simulator draws none.
+struct SimUiRecord {
+  int coachPresentations = 0;
+  std::optional<Rect> coachAnchor;
+  std::vector<double> preferencesOpenedAt;
+  bool preferencesVisible = false;
+  bool preferencesKeptFront = false;
+  bool shelfShown = false;
+  std::optional<std::string> shelfTier;
+  int shelfShowCount = 0;
+  std::vector<SimNoticeRecord> notices;
+};
+
+struct SimLogLine {
+  double time = 0;
+  std::string channel;  // "menubar", "state" or "stdout"
+  std::string message;
+};
+
+class SimDesktop final : public platform::Platform {
+ public:
+  SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpec> apps, SimSettings settings);
+  ~SimDesktop() override;
+
+  // --- platform::Platform
+  platform::Clock& clock() override { return queue_; }
+  platform::MainQueue& mainQueue() override { return queue_; }
+  platform::LogSink& logSink() override;
+  platform::Events& events() override;
+  platform::StatusBar& statusBar() override;
+  platform::Screens& screens() override;
+  platform::Workspace& workspace() override;
+  platform::DefaultsStore& defaults() override { return *defaults_; }
+  platform::SystemInfo& system() override;
+  platform::Application& application() override;
+  platform::UserInterface& userInterface() override;
+  void setSystemEventSink(platform::SystemEventSink* sink) override { sink_ = sink; }
+
+  // --- the app's process
+  void setApplicationDelegate(platform::ApplicationDelegate* delegate) { delegate_ = delegate; }
+  // Called once the app's process has exited, when nothing of it is on the stack any more.
+  void setOwnProcessExitHandler(std::function<void()> handler) { onOwnExit_ = std::move(handler); }
+  // Starts the app's process: didFinishLaunching runs now.
+  void launchOwnApp();
+  bool ownAppRunning() const { return ownAppRunning_; }
+  // The process ends without tidying up: its items vanish, stored positions stay.
+  void ownProcessExited();
+  void reopenOwnApp();
+  void replaceDefaults(SimDefaultsStore store);
+  SimDefaultsStore& simDefaults() { return *defaults_; }
+
+  // --- driving the desktop
+  SimMainQueue& queue() { return queue_; }
+  void setFrontmost(const std::string& bundleId);
+  void launchApp(const std::string& bundleId);
+  void terminateApp(const std::string& bundleId);
+  void addApp(SimAppSpec app);
+  void setScreens(std::vector<SimScreenSpec> screens);
+  void setPreferredLanguages(std::vector<std::string> languages);
+  void wake();
+  void changeSpace();
+
+  enum class MouseButton { left, right };
+  // A click on one of the app's own items (by autosave name), down now and up after the click
+  // duration. Returns false when no such item is shown.
+  bool clickOwnItem(const std::string& autosaveName, MouseButton button, platform::ModifierFlags modifiers = {});
+  // A press on the item with ⌘ held, a drag to `toX` and the release; the system moves the
+  // item when the drop point lies past a neighbour's middle.
+  bool commandDragItem(const std::string& autosaveName, double toX);
+  // A click somewhere outside the app (another app's window, the desktop).
+  void clickElsewhere(Point location);
+  // Chooses an item of the open context menu by its action name.
+  bool chooseMenuAction(const std::string& action);
+  void dismissMenu();
+  void setModifierFlags(platform::ModifierFlags flags) { modifiers_ = flags; }
+
+  // --- reading the desktop
+  const SimSettings& settings() const { return settings_; }
+  SimSettings& mutableSettings() { return settings_; }
+  const std::vector<SimScreenSpec>& screenSpecs() const { return screenSpecs_; }
+  std::vector<platform::ScreenInfo> screenInfos() const;
+  const std::vector<SimAppSpec>& apps() const { return apps_; }
+  std::optional<std::string> frontmostBundleId() const { return frontmost_; }
+  double menusRightEdge() const;
+  // The visible stretch of the bar where status items can show.
+  double statusAreaMinX() const;
+  double statusAreaMaxX() const;
+  const SimItemState* ownItem(const std::string& autosaveName) const;
+  std::vector<const SimItemState*> itemsOf(int pid) const;
+  std::vector<const SimItemState*> allItems() const;
+  std::optional<std::string> bundleIdOfPid(int pid) const;
+  const std::optional<SimMenuRecord>& openMenu() const { return openMenu_; }
+  int menuOpenCount() const { return menuOpenCount_; }
+  const SimUiRecord& ui() const { return ui_; }
+  const std::vector<SimLogLine>& logLines() const { return log_; }
+  std::vector<std::string> logMessages(const std::string& channel = "") const;
+  platform::ActivationPolicy ownActivationPolicy() const { return ownPolicy_; }
+
+  // Internal, used by the platform adapters.
+  struct Adapters;
+  void relayout();
+  std::optional<Rect> reportedFrame(const SimItemState& item) const;
+  int createItem(double length, const std::string& autosaveName);
+  SimItemState* item(int id);
+  void removeItem(int id, bool deletePosition);
+  void recordLog(std::string channel, std::string message);
+  void dispatchEvent(const platform::Event& event, const SimItemState* target);
+  void openMenuFor(const std::string& autosaveName, const platform::Menu& menu);
+  std::string preferredPositionKey(const std::string& autosaveName) const {
+    return "NSStatusItem Preferred Position " + autosaveName;
+  }
+
+ private:
+  friend struct Adapters;
+  SimAppSpec* appSpec(const std::string& bundleId);
+  platform::RunningApplication runningApp(const SimAppSpec& spec) const;
+  platform::RunningApplication ownRunningApp() const;
+  void spawnItems(SimAppSpec& spec);
+  int pidFor(const std::string& bundleId);
+  double itemWidth(const SimItemState& item) const;
+  Point itemCenter(const SimItemState& item) const;
+
+  SimSettings settings_;
+  std::vector<SimScreenSpec> screenSpecs_;
+  std::vector<SimAppSpec> apps_;
+  std::map<std::string, int> pids_;
+  std::map<std::string, double> launchDates_;
+  std::optional<std::string> frontmost_;
+  SimMainQueue queue_;
+  std::unique_ptr<SimDefaultsStore> defaults_;
+  std::vector<std::unique_ptr<SimItemState>> items_;
+  int nextItemId_ = 0;
+  int nextPid_ = 500;
+  int creationCounter_ = 0;
+
+  platform::SystemEventSink* sink_ = nullptr;
+  platform::ApplicationDelegate* delegate_ = nullptr;
+  bool ownAppRunning_ = false;
+  std::function<void()> onOwnExit_;
+  platform::ActivationPolicy ownPolicy_ = platform::ActivationPolicy::regular;
+
+  platform::ModifierFlags modifiers_;
+  Point pointer_{};
+  std::uint32_t pressedButtons_ = 0;
+  std::optional<platform::Event> currentEvent_;
+  struct Monitor {
+    platform::EventMask mask = 0;
+    bool global = true;
+    std::function<void(const platform::Event&)> globalHandler;
+    std::function<std::optional<platform::Event>(const platform::Event&)> localHandler;
+  };
+  std::map<int, Monitor> monitors_;
+  int nextMonitorId_ = 0;
+
+  std::optional<SimMenuRecord> openMenu_;
+  int menuOpenCount_ = 0;
+  SimUiRecord ui_;
+  std::vector<SimLogLine> log_;
+
+  std::unique_ptr<Adapters> adapters_;
+};
+
+}  // namespace tarvolo::sim
