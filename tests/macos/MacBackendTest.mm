@@ -228,6 +228,64 @@ MAC_TEST(StatusItemKeepsNameAndLengthAndRefusesUnknownSymbols) {
   bar.removeStatusItem(std::move(item));
 }
 
+MAC_TEST(WindowDescriptionsTranslateWithMissingKeysAsAbsent) {
+  NSDictionary* full = @{
+    (__bridge NSString*)kCGWindowOwnerName : @"Notes",
+    (__bridge NSString*)kCGWindowOwnerPID : @412,
+    (__bridge NSString*)kCGWindowLayer : @25,
+    (__bridge NSString*)kCGWindowName : @"Item-0",
+    (__bridge NSString*)kCGWindowBounds : @{@"X" : @1200, @"Y" : @0, @"Width" : @30.5, @"Height" : @24},
+  };
+  WindowInfo window = windowInfoFrom(full);
+  CHECK(window.ownerName == "Notes" && window.ownerPid == 412 && window.layer == 25);
+  CHECK(window.title == std::optional<std::string>("Item-0"));
+  CHECK(window.bounds == (tarvolo::Rect{1200, 0, 30.5, 24}));
+  WindowInfo bare = windowInfoFrom(@{(__bridge NSString*)kCGWindowBounds : @"not a dictionary"});
+  CHECK(bare.ownerName.empty() && !bare.bounds && !bare.title && bare.layer == 0);
+}
+
+MAC_TEST(WindowListShowsTheBarAndOurOwnItem) {
+  MacStatusBar bar;
+  std::unique_ptr<StatusItem> item = bar.createStatusItem(30, "tarvolo_backend_window_test");
+  spinUntil([&] { return item->buttonFrameOnScreen().has_value(); }, 2);
+  auto windows = MacWindowList().onScreenWindows(DesktopElements::exclude);
+  CHECK(windows.has_value());
+  if (windows) {
+    CHECK(std::any_of(windows->begin(), windows->end(), [](const WindowInfo& w) {
+      return w.layer == 24 && w.bounds && w.bounds->y == 0;
+    }));
+    // Before 26 the item's window is ours, by pid and by owner name.
+    if (MacSystemInfo().osMajorVersion() < 26) {
+      CHECK(std::any_of(windows->begin(), windows->end(), [](const WindowInfo& w) {
+        return w.layer == 25 && w.ownerPid == getpid() && w.bounds && std::abs(w.bounds->width - 30) < 1;
+      }));
+    }
+    auto withDesktop = MacWindowList().onScreenWindows(DesktopElements::include);
+    CHECK(withDesktop && withDesktop->size() >= windows->size());
+  }
+  bar.removeStatusItem(std::move(item));
+}
+
+MAC_TEST(AccessibilityListsOurItemsOnlyWhenTrusted) {
+  MacAccessibility accessibility;
+  CHECK(!accessibility.extrasMenuBarItems(0).has_value());
+  if (!accessibility.isProcessTrusted()) {
+    CHECK(!accessibility.extrasMenuBarItems(getpid()).has_value());
+    return;
+  }
+  MacStatusBar bar;
+  std::unique_ptr<StatusItem> item = bar.createStatusItem(30, "tarvolo_backend_ax_test");
+  spinUntil([&] { return item->buttonFrameOnScreen().has_value(); }, 2);
+  auto items = accessibility.extrasMenuBarItems(getpid());
+  CHECK(items.has_value());
+  if (items) {
+    CHECK(std::any_of(items->begin(), items->end(), [](const AccessibilityMenuBarItem& element) {
+      return element.frame && std::abs(element.frame->width - 30) < 1 && element.frame->y < 40;
+    }));
+  }
+  bar.removeStatusItem(std::move(item));
+}
+
 MAC_TEST(ActionTargetSurvivesAnActionThatReleasesIt) {
   int runs = 0;
   std::string seen;

@@ -206,6 +206,24 @@ class MacSystemObserver {
 };
 
 // ---------------------------------------------------------------------------------------------
+// Window server and Accessibility (MacWindowServer.mm)
+
+// One description of CGWindowListCopyWindowInfo; missing or malformed keys become absent or
+// empty values, never a failure.
+WindowInfo windowInfoFrom(NSDictionary* description);
+
+class MacWindowList final : public WindowList {
+ public:
+  std::optional<std::vector<WindowInfo>> onScreenWindows(DesktopElements desktopElements) const override;
+};
+
+class MacAccessibility final : public Accessibility {
+ public:
+  bool isProcessTrusted() const override;
+  std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
+};
+
+// ---------------------------------------------------------------------------------------------
 // The app's own windows (MacUserInterface.mm)
 
 class MacUserInterface final : public UserInterface {

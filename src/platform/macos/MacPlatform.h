@@ -24,6 +24,8 @@ class MacPlatform final : public Platform {
   StatusBar& statusBar() override;
   Screens& screens() override;
   Workspace& workspace() override;
+  WindowList& windowList() override;
+  Accessibility& accessibility() override;
   DefaultsStore& defaults() override;
   SystemInfo& system() override;
   Application& application() override;

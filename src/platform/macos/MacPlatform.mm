@@ -18,6 +18,8 @@ struct MacPlatform::Impl {
   mac::MacStatusBar statusBar;
   mac::MacScreens screens;
   mac::MacWorkspace workspace;
+  mac::MacWindowList windowList;
+  mac::MacAccessibility accessibility;
   mac::MacDefaults defaults;
   mac::MacSystemInfo system;
   mac::MacApplication application;
@@ -37,6 +39,8 @@ Events& MacPlatform::events() { return impl_->events; }
 StatusBar& MacPlatform::statusBar() { return impl_->statusBar; }
 Screens& MacPlatform::screens() { return impl_->screens; }
 Workspace& MacPlatform::workspace() { return impl_->workspace; }
+WindowList& MacPlatform::windowList() { return impl_->windowList; }
+Accessibility& MacPlatform::accessibility() { return impl_->accessibility; }
 DefaultsStore& MacPlatform::defaults() { return impl_->defaults; }
 SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
