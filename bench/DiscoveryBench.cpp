@@ -55,8 +55,11 @@ FixedWindowList sampleWindows() {
   w.push_back({.ownerName = "Window Server", .bounds = Rect{kScreenWidth, 0, 1920, 24}, .layer = 24});
   for (int i = 0; static_cast<int>(w.size()) < kWindows; ++i) {
     const double height = i % 3 == 0 ? 36 : 600;  // toolbars and palettes, and documents
-    w.push_back({.ownerName = appName(i % kApplications), .ownerPid = 1000 + i % kApplications,
-                 .bounds = Rect{40.0 + i, 60.0 + i, 800, height}, .layer = 0, .title = "Document"});
+    w.push_back({.ownerName = appName(i % kApplications),
+                 .ownerPid = 1000 + i % kApplications,
+                 .bounds = Rect{40.0 + i, 60.0 + i, 800, height},
+                 .layer = 0,
+                 .title = "Document"});
   }
   return list;
 }
@@ -64,8 +67,14 @@ FixedWindowList sampleWindows() {
 void BM_ProbeAndObservedZones(benchmark::State& state) {
   const FixedWindowList windowList = sampleWindows();
   const FixedScreens screens;
-  const PlacementAnchors anchors{.toggleMinX = 3600, .toggleMaxX = 3630, .normalMinX = 2784, .normalMaxX = 2800,
-                                 .normalWidth = 16, .hiddenMinX = 1984, .hiddenMaxX = 2000, .hiddenWidth = 16};
+  const PlacementAnchors anchors{.toggleMinX = 3600,
+                                 .toggleMaxX = 3630,
+                                 .normalMinX = 2784,
+                                 .normalMaxX = 2800,
+                                 .normalWidth = 16,
+                                 .hiddenMinX = 1984,
+                                 .hiddenMaxX = 2000,
+                                 .hiddenWidth = 16};
   std::vector<std::string> names;
   std::vector<std::string> ids;
   for (int i = 0; i < kApplications; ++i) {

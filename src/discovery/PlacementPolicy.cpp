@@ -126,7 +126,8 @@ class OwnerMatcher {
  private:
   static bool isSystemOwner(std::string_view owner) {
     const auto& system = systemOwners();
-    return std::any_of(system.begin(), system.end(), [&](const std::string& name) { return equalsFolded(owner, name); });
+    return std::any_of(system.begin(), system.end(),
+                       [&](const std::string& name) { return equalsFolded(owner, name); });
   }
 
   std::string_view app_;

@@ -20,11 +20,11 @@ constexpr std::string_view kSystemPrefix = "com.apple.";
 // Identifiers of updaters, services, renderers and helpers, which never own an icon worth
 // offering.
 constexpr std::array<std::string_view, 13> kSkippedIdentifierFragments = {
-    "updater", "autoupdate", "service", "daemon",  "sparkle", "xplayer",        "appex",
-    "renderer", "qqexdoc",   "tencent.flue", "weapp", "helper", "betterandbetter"};
+    "updater",  "autoupdate", "service",      "daemon", "sparkle", "xplayer",        "appex",
+    "renderer", "qqexdoc",    "tencent.flue", "weapp",  "helper",  "betterandbetter"};
 // Embedded helpers, extensions and services, compared lower-cased.
 constexpr std::array<std::string_view, 4> kEmbeddedBundleFolders = {"/xpcservices/", "/plugins/", "/frameworks/",
-                                                                   "/contents/helpers/"};
+                                                                    "/contents/helpers/"};
 
 std::string lower(std::string_view text) { return PlacementPolicy::ledgerKey(text); }
 
@@ -142,20 +142,19 @@ void StatusItemManager::storePins() {
 void StatusItemManager::subscribe() {
   auto& queue = env_.mainQueue();
   auto& workspace = env_.workspaceCenter();
-  auto forward = [&queue, weak = weakFactory_.handle()](void (StatusItemManager::*method)(
-                     const std::optional<std::string>&)) {
-    return onMainQueue(queue, [weak, method](const Notification& notification) {
-      auto* self = weak.get();
-      if (!self) return;
-      std::optional<std::string> bundle;
-      if (notification.application) bundle = notification.application->bundleIdentifier;
-      (self->*method)(bundle);
-    });
+  auto weak = weakFactory_.handle();
+  auto bundleOf = [](const Notification& notification) -> std::optional<std::string> {
+    if (!notification.application) return std::nullopt;
+    return notification.application->bundleIdentifier;
   };
-  cancellables_.push_back(
-      workspace.addObserver(Notifications::didLaunchApplication, forward(&StatusItemManager::applicationLaunched)));
-  cancellables_.push_back(workspace.addObserver(Notifications::didTerminateApplication,
-                                                forward(&StatusItemManager::applicationTerminated)));
+  cancellables_.push_back(workspace.addObserver(
+      Notifications::didLaunchApplication, onMainQueue(queue, [weak, bundleOf](const Notification& notification) {
+        if (auto* self = weak.get()) self->applicationLaunched(bundleOf(notification));
+      })));
+  cancellables_.push_back(workspace.addObserver(
+      Notifications::didTerminateApplication, onMainQueue(queue, [weak, bundleOf](const Notification& notification) {
+        if (auto* self = weak.get()) self->applicationTerminated(bundleOf(notification));
+      })));
 }
 
 void StatusItemManager::applicationLaunched(const std::optional<std::string>& bundleID) {
@@ -234,10 +233,10 @@ void StatusItemManager::scanRunningApplications() {
   std::set<std::string> seen;
   std::vector<MenuBarAppItem> accepted;
   std::vector<std::string> found;
-  std::size_t skipped = 0;
+  std::map<std::string, int> skipped;
   for (const auto& app : running) {
-    if (skipReason(app, seen)) {
-      ++skipped;
+    if (auto reason = skipReason(app, seen)) {
+      ++skipped[*reason];
       continue;
     }
     accepted.push_back(makeItem(app));
@@ -248,15 +247,17 @@ void StatusItemManager::scanRunningApplications() {
 
   // Zones of applications that quit say nothing any more.
   auto zones = observedZones.get();
-  std::erase_if(zones, [&](const auto& entry) {
-    return std::find(found.begin(), found.end(), entry.first) == found.end();
-  });
+  std::erase_if(zones,
+                [&](const auto& entry) { return std::find(found.begin(), found.end(), entry.first) == found.end(); });
   observedZones = std::move(zones);
 
   publishCatalog();
-  MenuBarLog::log("catalog scan running=" + std::to_string(running.size()) + " skipped=" + std::to_string(skipped) +
-                  " items=" + std::to_string(items.get().size()) +
-                  " other=" + std::to_string(otherRunningItems.get().size()));
+  std::string skippedText;
+  for (const auto& [reason, count] : skipped)
+    skippedText += (skippedText.empty() ? "" : ",") + reason + ":" + std::to_string(count);
+  MenuBarLog::log("catalog scan running=" + std::to_string(running.size()) + " items=" +
+                  std::to_string(items.get().size()) + " other=" + std::to_string(otherRunningItems.get().size()) +
+                  " skipped=" + (skippedText.empty() ? "none" : skippedText));
 }
 
 void StatusItemManager::noteFoundBundleIDs(const std::vector<std::string>& found) {

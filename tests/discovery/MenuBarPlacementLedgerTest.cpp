@@ -89,8 +89,8 @@ TEST_F(PlacementLedgerTest, PartlyMistypedCollectionsAreIgnoredWhole) {
   EXPECT_TRUE(ledger->attentionBundleIDs().empty());
   EXPECT_EQ(countLog("placement load ignored key=" + kAttention), 1);
 
-  defaults.set(kSeated,
-               DefaultsValue(DefaultsValue::Dictionary{{"a.app", DefaultsValue("hidden")}, {"b.app", DefaultsValue(true)}}));
+  defaults.set(kSeated, DefaultsValue(DefaultsValue::Dictionary{{"a.app", DefaultsValue("hidden")},
+                                                                 {"b.app", DefaultsValue(true)}}));
   EXPECT_TRUE(makeLedger()->snapshot().confirmed.empty());
 }
 

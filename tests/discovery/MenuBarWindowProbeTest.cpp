@@ -58,15 +58,19 @@ TEST(MenuBarWindowProbe, KeepsListOrderOwnersAndExtents) {
   auto out = MenuBarWindowProbe::menuBarWindows(
       std::vector<WindowInfo>{windowAt(300, 0, 40, 24, "Control Center"), windowAt(100, 0, 30, 22, "")}, kScreens);
   ASSERT_EQ(out.size(), 2u);
-  EXPECT_EQ(out[0], (ForeignMenuBarWindow{.ownerName = "Control Center", .minX = 300, .maxX = 340, .width = 40, .height = 24}));
+  EXPECT_EQ(out[0],
+            (ForeignMenuBarWindow{.ownerName = "Control Center", .minX = 300, .maxX = 340, .width = 40, .height = 24}));
   EXPECT_EQ(out[1].ownerName, "");
 }
 
 TEST(MenuBarWindowProbe, SnapshotOfASimulatedDesktopSkipsDesktopAndDocumentWindows) {
   std::vector<sim::SimAppSpec> apps = {
       sim::SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 400},
-      sim::SimAppSpec{.bundleId = "com.example.notes", .name = "Notes", .activation = platform::ActivationPolicy::accessory,
-                      .menusWidth = 0, .items = {sim::SimItemSpec{.width = 30, .position = 10}}}};
+      sim::SimAppSpec{.bundleId = "com.example.notes",
+                      .name = "Notes",
+                      .activation = platform::ActivationPolicy::accessory,
+                      .menusWidth = 0,
+                      .items = {sim::SimItemSpec{.width = 30, .position = 10}}}};
   for (int os : {15, 26, 27}) {
     sim::SimDesktop desktop({sim::SimScreenSpec{.width = 1512, .height = 982}}, apps, {.osMajor = os});
     desktop.queue().runFor(1);

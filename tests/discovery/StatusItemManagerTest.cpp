@@ -24,8 +24,11 @@ const std::string kSeated(MenuBarPlacementLedger::seatedKey);
 
 sim::SimAppSpec app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
                     std::string path = "", bool withItem = false) {
-  sim::SimAppSpec spec{.bundleId = std::move(bundle), .name = std::move(name), .path = std::move(path),
-                       .activation = activation, .menusWidth = 0};
+  sim::SimAppSpec spec{.bundleId = std::move(bundle),
+                       .name = std::move(name),
+                       .path = std::move(path),
+                       .activation = activation,
+                       .menusWidth = 0};
   if (withItem) spec.items.push_back(sim::SimItemSpec{.width = 30, .position = 8});
   return spec;
 }
@@ -69,7 +72,8 @@ TEST_F(CatalogTest, ScanOffersOnlyTopLevelApplicationsThatMayOwnAnIcon) {
   options.apps = sampleApps(1);
   auto add = [&](sim::SimAppSpec spec) { options.apps.push_back(std::move(spec)); };
   add(app("com.example.MyHelperApp", "My Helper"));
-  add(app("com.example.agent", "Agent", ActivationPolicy::accessory, "/Applications/Host.app/Contents/Helpers/Agent.app"));
+  add(app("com.example.agent", "Agent", ActivationPolicy::accessory,
+          "/Applications/Host.app/Contents/Helpers/Agent.app"));
   add(app("com.example.ext", "Ext", ActivationPolicy::accessory, "/Applications/Host.app/Contents/PlugIns/Ext.appex"));
   add(app("com.example.login", "Login", ActivationPolicy::accessory,
           "/Applications/Host.app/Contents/Library/LoginItems/Login.app"));
@@ -164,8 +168,8 @@ TEST_F(CatalogTest, ACorruptStoredValueIsIgnoredWithoutDestroyingTheOthers) {
 
   // Single unreadable entries are dropped, readable ones kept.
   defaults.set(kCategories, DefaultsValue(DefaultsValue::Dictionary{{kHiddenIcon, DefaultsValue("always_hidden")},
-                                                                     {"com.example.icon4", DefaultsValue(7)},
-                                                                     {kAlwaysHiddenIcon, DefaultsValue("bogus")}}));
+                                                                    {"com.example.icon4", DefaultsValue(7)},
+                                                                    {kAlwaysHiddenIcon, DefaultsValue("bogus")}}));
   session().relaunch();
   EXPECT_EQ(row(kHiddenIcon).category, ItemCategory::alwaysHidden);
   EXPECT_FALSE(row("com.example.icon4").hasSavedTier);

@@ -99,7 +99,8 @@ std::optional<std::vector<AccessibilityMenuBarItem>> MacAccessibility::extrasMen
   AXError error = kAXErrorSuccess;
   id bar = copyAttribute(appElement, CFSTR("AXExtrasMenuBar"), &error);
   if (!bar) {
-    if (error == kAXErrorNoValue || error == kAXErrorAttributeUnsupported) return std::vector<AccessibilityMenuBarItem>{};
+    if (error == kAXErrorNoValue || error == kAXErrorAttributeUnsupported)
+      return std::vector<AccessibilityMenuBarItem>{};
     return std::nullopt;
   }
   auto barElement = (__bridge AXUIElementRef)bar;

@@ -60,9 +60,8 @@ void SimWindowList::appendStatusItemWindows(std::vector<platform::WindowInfo>& o
   for (const SimItemState* item : items) {
     auto frame = desktop_.reportedFrame(*item);
     if (!frame) continue;
-    platform::WindowInfo window{.ownerPid = item->ownerPid,
-                               .bounds = topLeftFrame(*frame),
-                               .layer = SimWindowLayer::statusItem};
+    platform::WindowInfo window{
+        .ownerPid = item->ownerPid, .bounds = topLeftFrame(*frame), .layer = SimWindowLayer::statusItem};
     if (uniformOwner) {
       window.ownerName = settings_.systemItemsOwner;
     } else if (item->ownerPid == kOwnPid) {
@@ -95,8 +94,8 @@ void SimWindowList::appendSystemItemWindows(std::vector<platform::WindowInfo>& o
     if (width <= 0) return;
     Rect frame{right - width, barY, width, bar.menuBarHeight};
     right -= width;
-    platform::WindowInfo window{.ownerName = owner, .ownerPid = pid, .bounds = topLeftFrame(frame),
-                                .layer = SimWindowLayer::statusItem};
+    platform::WindowInfo window{
+        .ownerName = owner, .ownerPid = pid, .bounds = topLeftFrame(frame), .layer = SimWindowLayer::statusItem};
     if (desktop_.settings().osMajor < kUniformOwnerFromOSMajor) window.title = title;
     out.push_back(std::move(window));
   };
@@ -118,7 +117,9 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
   if (const auto& menu = desktop_.openMenu()) {
     if (const SimItemState* owner = desktop_.ownItem(menu->ownerAutosaveName); owner && owner->frame) {
       Rect frame{owner->frame->x, owner->frame->y - kMenuHeight, kMenuWidth, kMenuHeight};
-      out.push_back({.ownerName = "Tarvolo", .ownerPid = kOwnPid, .bounds = topLeftFrame(frame),
+      out.push_back({.ownerName = "Tarvolo",
+                     .ownerPid = kOwnPid,
+                     .bounds = topLeftFrame(frame),
                      .layer = SimWindowLayer::popUpMenu});
     }
   }
@@ -126,8 +127,11 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
     for (const auto& spec : extraWindows_) {
       if (!keep(spec)) continue;
       if (spec.desktopElement && desktopElements == platform::DesktopElements::exclude) continue;
-      out.push_back({.ownerName = spec.ownerName, .ownerPid = spec.ownerPid, .bounds = spec.bounds,
-                     .layer = spec.layer, .title = spec.title});
+      out.push_back({.ownerName = spec.ownerName,
+                     .ownerPid = spec.ownerPid,
+                     .bounds = spec.bounds,
+                     .layer = spec.layer,
+                     .title = spec.title});
     }
   };
   appendAdded([](const SimWindowSpec& spec) { return spec.layer > SimWindowLayer::statusItem; });
@@ -142,8 +146,11 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
 
   for (const auto& screen : screens) {
     Rect bar{screen.frame.x, screen.frame.maxY() - screen.menuBarHeight, screen.frame.width, screen.menuBarHeight};
-    out.push_back({.ownerName = "Window Server", .ownerPid = kWindowServerPid, .bounds = topLeftFrame(bar),
-                   .layer = SimWindowLayer::menuBar, .title = std::string("Menubar")});
+    out.push_back({.ownerName = "Window Server",
+                   .ownerPid = kWindowServerPid,
+                   .bounds = topLeftFrame(bar),
+                   .layer = SimWindowLayer::menuBar,
+                   .title = std::string("Menubar")});
   }
   appendAdded([](const SimWindowSpec& spec) {
     return spec.layer <= SimWindowLayer::menuBar && spec.layer >= SimWindowLayer::normal;
@@ -155,9 +162,13 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
     for (const auto& app : desktop_.apps()) {
       if (!app.running || app.activation != platform::ActivationPolicy::regular) continue;
       auto pid = desktop_.pidOf(app.bundleId);
-      Rect frame{main.x + 60 + offset, main.y + 80, std::min(900.0, main.width - 120), std::min(600.0, main.height - 200)};
-      out.push_back({.ownerName = processName(app.bundleId, app.name), .ownerPid = pid.value_or(0),
-                     .bounds = topLeftFrame(frame), .layer = SimWindowLayer::normal, .title = app.name});
+      Rect frame{main.x + 60 + offset, main.y + 80, std::min(900.0, main.width - 120),
+                 std::min(600.0, main.height - 200)};
+      out.push_back({.ownerName = processName(app.bundleId, app.name),
+                     .ownerPid = pid.value_or(0),
+                     .bounds = topLeftFrame(frame),
+                     .layer = SimWindowLayer::normal,
+                     .title = app.name});
       offset += 30;
     }
   }
@@ -165,10 +176,15 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
 
   if (desktopElements == platform::DesktopElements::include) {
     for (const auto& screen : screens) {
-      out.push_back({.ownerName = "Finder", .ownerPid = kFinderPid, .bounds = topLeftFrame(screen.frame),
+      out.push_back({.ownerName = "Finder",
+                     .ownerPid = kFinderPid,
+                     .bounds = topLeftFrame(screen.frame),
                      .layer = SimWindowLayer::desktopIcons});
-      out.push_back({.ownerName = "Dock", .ownerPid = kDockPid, .bounds = topLeftFrame(screen.frame),
-                     .layer = SimWindowLayer::desktop, .title = std::string("Wallpaper-")});
+      out.push_back({.ownerName = "Dock",
+                     .ownerPid = kDockPid,
+                     .bounds = topLeftFrame(screen.frame),
+                     .layer = SimWindowLayer::desktop,
+                     .title = std::string("Wallpaper-")});
     }
   }
   return out;

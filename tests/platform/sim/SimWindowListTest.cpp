@@ -13,11 +13,15 @@ using platform::DesktopElements;
 using platform::WindowInfo;
 
 SimAppSpec iconApp(const std::string& bundle, const std::string& name, double position) {
-  return SimAppSpec{.bundleId = bundle, .name = name, .activation = platform::ActivationPolicy::accessory,
-                    .menusWidth = 0, .items = {SimItemSpec{.width = 30, .position = position}}};
+  return SimAppSpec{.bundleId = bundle,
+                    .name = name,
+                    .activation = platform::ActivationPolicy::accessory,
+                    .menusWidth = 0,
+                    .items = {SimItemSpec{.width = 30, .position = position}}};
 }
 
-std::unique_ptr<SimDesktop> makeDesktop(int osMajor, std::vector<SimScreenSpec> screens = {{.width = 1920, .height = 1080}}) {
+std::unique_ptr<SimDesktop> makeDesktop(int osMajor,
+                                        std::vector<SimScreenSpec> screens = {{.width = 1920, .height = 1080}}) {
   std::vector<SimAppSpec> apps = {
       SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 400},
       iconApp("com.example.notes", "Notes", 10),
@@ -30,7 +34,8 @@ std::unique_ptr<SimDesktop> makeDesktop(int osMajor, std::vector<SimScreenSpec> 
 
 std::vector<WindowInfo> layer(const std::vector<WindowInfo>& windows, int wanted) {
   std::vector<WindowInfo> out;
-  std::copy_if(windows.begin(), windows.end(), std::back_inserter(out), [&](const WindowInfo& w) { return w.layer == wanted; });
+  std::copy_if(windows.begin(), windows.end(), std::back_inserter(out),
+               [&](const WindowInfo& w) { return w.layer == wanted; });
   return out;
 }
 
@@ -43,7 +48,8 @@ const WindowInfo* ownedBy(const std::vector<WindowInfo>& windows, const std::str
 // Contract tests: what a Mac's window server reports, so the probe is tested against the same.
 TEST(SimWindowList, StatusItemsSitAtLayer25AboveOneMenuBarPerScreenInTopLeftSpace) {
   // A secondary screen above the primary one: its top-left y is negative.
-  auto desktop = makeDesktop(15, {{.width = 1920, .height = 1080}, {.width = 2560, .height = 1440, .x = -320, .y = 1080}});
+  auto desktop =
+      makeDesktop(15, {{.width = 1920, .height = 1080}, {.width = 2560, .height = 1440, .x = -320, .y = 1080}});
   auto windows = *desktop->windowList().onScreenWindows(DesktopElements::exclude);
 
   auto bars = layer(windows, SimWindowLayer::menuBar);
@@ -75,8 +81,8 @@ TEST(SimWindowList, DesktopElementsOnlyWhenAskedAndNothingWhenUnavailable) {
   EXPECT_NE(ownedBy(with, "Dock", SimWindowLayer::desktop), nullptr);
   EXPECT_EQ(ownedBy(without, "Finder", SimWindowLayer::desktopIcons), nullptr);
 
-  desktop->simWindowList().addWindow({.ownerName = "Finder", .bounds = Rect{0, 0, 50, 50}, .layer = -100,
-                                      .desktopElement = true});
+  desktop->simWindowList().addWindow(
+      {.ownerName = "Finder", .bounds = Rect{0, 0, 50, 50}, .layer = -100, .desktopElement = true});
   EXPECT_EQ(desktop->windowList().onScreenWindows(DesktopElements::exclude)->size(), without.size());
   desktop->simWindowList().settings().available = false;
   EXPECT_EQ(desktop->windowList().onScreenWindows(DesktopElements::exclude), std::nullopt);
