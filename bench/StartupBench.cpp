@@ -1,9 +1,9 @@
 // CPU time of a whole simulated start-up on the demo laptop: the desktop with its twelve icons,
 // the app's launch and one second of virtual time, by which the first collapse has settled.
 
-#include <filesystem>
-
 #include <benchmark/benchmark.h>
+
+#include <filesystem>
 
 #include "ScenarioRunner.h"
 #include "SimSession.h"

@@ -15,10 +15,10 @@ std::string summary(const Report& report) {
   const BarSnapshot& bar = report.atQuit;
   std::size_t shown = 0;
   for (const auto& item : bar.items) shown += item.onScreen ? 1 : 0;
-  std::string state = !bar.state                    ? "no controller"
-                      : !bar.state->isExpanded      ? "collapsed"
-                      : bar.state->isDeepExpanded   ? "deep expanded"
-                                                    : "expanded";
+  std::string state = !bar.state                  ? "no controller"
+                      : !bar.state->isExpanded    ? "collapsed"
+                      : bar.state->isDeepExpanded ? "deep expanded"
+                                                  : "expanded";
   char time[32];
   std::snprintf(time, sizeof time, "%.3f s", bar.time);
   return report.scenario + ": Tarvolo quit at " + time + ", " + state + ", " + std::to_string(shown) + " of " +
@@ -32,8 +32,8 @@ int runCommand(const CommandOptions& options, std::ostream& out, std::ostream& e
   try {
     scenario = loadScenario(options.scenario);
   } catch (const ScenarioError& error) {
-    err << "tarvolo-sim: " << options.scenario.string() << ": " << (error.path().empty() ? error.problem() : error.what())
-        << "\n";
+    err << "tarvolo-sim: " << options.scenario.string() << ": "
+        << (error.path().empty() ? error.problem() : error.what()) << "\n";
     return kExitBadScenario;
   }
 

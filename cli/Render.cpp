@@ -71,9 +71,7 @@ std::string range(double minX, double maxX) { return points(minX) + "–" + poin
 
 std::string stateText(const BarSnapshot& bar) {
   if (!bar.tarvoloRunning || !bar.state) return "Tarvolo not running";
-  std::string text = !bar.state->isExpanded      ? "collapsed"
-                     : bar.state->isDeepExpanded ? "deep expanded"
-                                                 : "expanded";
+  std::string text = !bar.state->isExpanded ? "collapsed" : bar.state->isDeepExpanded ? "deep expanded" : "expanded";
   if (!bar.state->foldingEffective) text += " · folding not effective";
   if (bar.ui.iconShelfShown) text += " · Icon Shelf open";
   if (bar.ui.contextMenuOpen) text += " · context menu open";
@@ -113,6 +111,15 @@ struct Entry {
   double maxX = 0;
   std::string text;
 };
+
+std::string screenCaption(const sim::SimDesktop& desktop, std::size_t index) {
+  const sim::SimScreenSpec& spec = desktop.screenSpecs()[index];
+  std::string caption = "  screen " + std::to_string(index + 1) + " · " + points(spec.width) + "×" +
+                        points(spec.height) + " at " + points(spec.x) + "," + points(spec.y);
+  if (auto notch = desktop.screenInfos()[index].notchRect())
+    caption += " · notch " + range(notch->minX(), notch->maxX());
+  return caption;
+}
 
 // Appends `entries` after `lead`, wrapping under the first entry.
 void appendWrapped(std::string& out, const std::string& lead, const std::vector<std::string>& entries, int columns,
@@ -175,82 +182,82 @@ std::map<std::string, std::string> shortLabels(const std::vector<sim::SimAppSpec
   return labels;
 }
 
-std::string renderBar(const RenderBarInput& input) {
-  const sim::SimDesktop& desktop = input.desktop;
-  const BarSnapshot& bar = input.bar;
-  const int columns = input.columns;
-  std::string out = header(bar, input.title, columns) + "\n";
-  if (!input.note.empty()) out += "  ↳ " + std::string(input.note) + "\n";
-  auto labels = shortLabels(desktop.apps());
-  auto infos = desktop.screenInfos();
-  const auto& specs = desktop.screenSpecs();
+namespace {
 
+using Labels = std::map<std::string, std::string>;
+
+// How the own item with this autosave name is drawn.
+std::string ownGlyph(const std::string& autosave, const BarSnapshot& bar) {
+  if (autosave == autosaveName(OwnItem::toggle)) return toggleGlyph(bar);
+  if (autosave == autosaveName(OwnItem::separator)) return "|";
+  return "⊘";
+}
+
+// The primary screen's bar at a uniform scale, between two frame bars.
+std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, const Labels& labels, int columns) {
+  const sim::SimScreenSpec& spec = desktop.screenSpecs().front();
+  auto notch = desktop.screenInfos().front().notchRect();
+  Canvas canvas(columns - 2);
+  double scale = spec.width / canvas.width();
+  auto column = [&](double x) {
+    return std::clamp(static_cast<int>(std::floor((x - spec.x) / scale + 1e-9)), 0, canvas.width());
+  };
+
+  double menusEdge = desktop.menusRightEdge();
+  if (notch && menusEdge > notch->maxX()) {
+    canvas.fill(column(spec.x), column(notch->minX()), "░");
+    canvas.fill(column(notch->maxX()), column(menusEdge), "░");
+  } else {
+    canvas.fill(column(spec.x), column(menusEdge), "░");
+  }
+  double menusLabelEnd = notch ? std::min(menusEdge, notch->minX()) : menusEdge;
+  canvas.write(0, " " + frontmostName(desktop) + " menus ", 0, column(menusLabelEnd));
+  if (notch) {
+    canvas.fill(column(notch->minX()), column(notch->maxX()), "█");
+    canvas.writeCentered(column(notch->minX()), column(notch->maxX()), " notch ");
+  }
+  double statusMinX = desktop.statusAreaMinX();
+  double statusMaxX = desktop.statusAreaMaxX();
+  canvas.write(column(statusMaxX), "┊");
+  canvas.writeCentered(column(statusMaxX) + 1, column(spec.x + spec.width), "system");
+
+  for (const sim::SimItemState* item : desktop.allItems()) {
+    if (!item->frame || !item->onScreen) continue;
+    int from = column(std::max(item->frame->minX(), statusMinX));
+    int to = std::max(column(item->frame->maxX()), from + 1);
+    canvas.fill(from, to, " ");
+    if (item->ownerPid != sim::kOwnPid) {
+      // Content is right-aligned in an item, so is the label.
+      canvas.write(std::max(from, to - 2), labels.at(desktop.bundleIdOfPid(item->ownerPid).value_or("")), from, to);
+      continue;
+    }
+    // A separator longer than an icon is what pushes icons away: show its span.
+    bool stretched = item->autosaveName != autosaveName(OwnItem::toggle) && item->frame->width > 2 * scale;
+    if (stretched) canvas.fill(from, to - 1, "·");
+    canvas.write(to - 1, ownGlyph(item->autosaveName, bar));
+  }
+
+  char scaleText[48];
+  std::snprintf(scaleText, sizeof scaleText, "%.1f pt per column", scale);
+  return "│" + canvas.text() + "│\n" + screenCaption(desktop, 0) + " · status items " + range(statusMinX, statusMaxX) +
+         " · " + scaleText + "\n";
+}
+
+// Every icon left to right with its x range, one line per zone, each closed by the own item
+// that bounds the zone on the right.
+std::string iconListing(const BarSnapshot& bar, const Labels& labels, int columns) {
   std::map<std::string, int> itemsPerApp;
   for (const auto& item : bar.items) ++itemsPerApp[item.bundleId];
   auto itemName = [&](const ForeignItemFrame& item) {
-    std::string name = labels[item.bundleId] + " " + item.appName;
+    std::string name = labels.at(item.bundleId) + " " + item.appName;
     if (itemsPerApp[item.bundleId] > 1) name += " (" + item.autosaveName + ")";
     return name;
   };
+  auto itemEntry = [&](const ForeignItemFrame& item) {
+    return itemName(item) + (item.frame ? " " + range(item.frame->minX(), item.frame->maxX()) : "");
+  };
 
-  for (std::size_t index = 0; index < specs.size(); ++index) {
-    const sim::SimScreenSpec& spec = specs[index];
-    const platform::ScreenInfo& info = infos[index];
-    auto notch = info.notchRect();
-    std::string caption = "  screen " + std::to_string(index + 1) + " · " + points(spec.width) + "×" +
-                          points(spec.height) + " at " + points(spec.x) + "," + points(spec.y);
-    if (notch) caption += " · notch " + range(notch->minX(), notch->maxX());
-    if (index > 0) {
-      out += caption + " · its bar shows the same menus; status items are laid out on screen 1\n";
-      continue;
-    }
-
-    Canvas canvas(columns - 2);
-    double scale = spec.width / canvas.width();
-    auto column = [&](double x) {
-      return std::clamp(static_cast<int>(std::floor((x - spec.x) / scale + 1e-9)), 0, canvas.width());
-    };
-    double menusEdge = desktop.menusRightEdge();
-    if (notch && menusEdge > notch->maxX()) {
-      canvas.fill(column(spec.x), column(notch->minX()), "░");
-      canvas.fill(column(notch->maxX()), column(menusEdge), "░");
-    } else {
-      canvas.fill(column(spec.x), column(menusEdge), "░");
-    }
-    canvas.write(0, " " + frontmostName(desktop) + " menus ", 0, column(notch ? std::min(menusEdge, notch->minX()) : menusEdge));
-    if (notch) {
-      canvas.fill(column(notch->minX()), column(notch->maxX()), "█");
-      canvas.writeCentered(column(notch->minX()), column(notch->maxX()), " notch ");
-    }
-    double statusMinX = desktop.statusAreaMinX();
-    double statusMaxX = desktop.statusAreaMaxX();
-    canvas.write(column(statusMaxX), "┊");
-    canvas.writeCentered(column(statusMaxX) + 1, column(spec.x + spec.width), "system");
-
-    for (const sim::SimItemState* item : desktop.allItems()) {
-      if (!item->frame || !item->onScreen) continue;
-      int from = column(std::max(item->frame->minX(), statusMinX));
-      int to = std::max(column(item->frame->maxX()), from + 1);
-      if (item->ownerPid != sim::kOwnPid) {
-        std::string label = labels[desktop.bundleIdOfPid(item->ownerPid).value_or("")];
-        canvas.fill(from, to, " ");
-        canvas.write(std::max(from, to - 2), label, from, to);
-        continue;
-      }
-      std::string glyph = item->autosaveName == autosaveName(OwnItem::toggle)      ? toggleGlyph(bar)
-                          : item->autosaveName == autosaveName(OwnItem::separator) ? "|"
-                                                                                    : "⊘";
-      // A separator longer than an icon is what pushes icons away: show its span.
-      bool stretched = item->frame->width > 2 * scale && glyph != toggleGlyph(bar);
-      canvas.fill(from, to - 1, stretched ? "·" : " ");
-      canvas.write(to - 1, glyph);
-    }
-    out += "│" + canvas.text() + "│\n";
-    char scaleText[48];
-    std::snprintf(scaleText, sizeof scaleText, "%.1f pt per column", scale);
-    out += caption + " · status items " + range(statusMinX, statusMaxX) + " · " + scaleText + "\n";
-  }
-
+  std::string out;
   std::vector<std::string> offScreen;
   for (const auto& item : bar.items) {
     if (!item.onScreen) offScreen.push_back(itemName(item));
@@ -258,45 +265,56 @@ std::string renderBar(const RenderBarInput& input) {
   if (offScreen.empty()) offScreen.push_back("nothing");
   appendWrapped(out, "  off screen      ", offScreen, columns, ", ");
 
-  // Left to right, one line per zone, each closed by the own item that bounds it on the right.
+  bool zoned = !bar.items.empty() && std::all_of(bar.items.begin(), bar.items.end(),
+                                                 [](const ForeignItemFrame& item) { return item.zone.has_value(); });
+  if (!zoned) {
+    std::vector<std::string> entries;
+    for (const auto& item : bar.items) entries.push_back(itemEntry(item));
+    if (entries.empty()) entries.push_back("no icons");
+    appendWrapped(out, "  left to right   ", entries, columns);
+    return out;
+  }
   struct Zone {
     PlacementZone zone;
-    std::string title;
+    const char* title;
     const std::optional<OwnItemFrame>* bound;
     std::string boundGlyph;
   };
-  const std::vector<Zone> zones = {
+  const Zone zones[] = {
       {PlacementZone::alwaysHidden, "always hidden", &bar.alwaysHiddenSeparator, "⊘"},
       {PlacementZone::folded, "hidden", &bar.separator, "|"},
       {PlacementZone::alwaysVisible, "always visible", &bar.toggle, toggleGlyph(bar)},
       {PlacementZone::systemSide, "right of toggle", nullptr, ""},
   };
-  bool zoned = !bar.items.empty() && std::all_of(bar.items.begin(), bar.items.end(),
-                                                  [](const ForeignItemFrame& item) { return item.zone.has_value(); });
-  if (!zoned) {
-    std::vector<std::string> entries;
-    for (const auto& item : bar.items) {
-      entries.push_back(itemName(item) + (item.frame ? " " + range(item.frame->minX(), item.frame->maxX()) : ""));
-    }
-    if (entries.empty()) entries.push_back("no icons");
-    appendWrapped(out, "  left to right   ", entries, columns);
-    return out;
-  }
   for (const Zone& zone : zones) {
     std::vector<std::string> entries;
     for (const auto& item : bar.items) {
-      if (item.zone == zone.zone) entries.push_back(itemName(item) + " " + range(item.frame->minX(), item.frame->maxX()));
+      if (item.zone == zone.zone) entries.push_back(itemEntry(item));
     }
     if (zone.zone == PlacementZone::systemSide && entries.empty()) continue;
     if (entries.empty()) entries.push_back("none");
     if (zone.bound && *zone.bound) {
       entries.back() += "   " + zone.boundGlyph + " " + range((*zone.bound)->minX, (*zone.bound)->maxX);
     }
-    std::string lead = "  " + zone.title;
+    std::string lead = "  " + std::string(zone.title);
     lead.resize(18, ' ');
     appendWrapped(out, lead, entries, columns);
   }
   return out;
+}
+
+}  // namespace
+
+std::string renderBar(const RenderBarInput& input) {
+  std::string out = header(input.bar, input.title, input.columns) + "\n";
+  if (!input.note.empty()) out += "  ↳ " + std::string(input.note) + "\n";
+  Labels labels = shortLabels(input.desktop.apps());
+  out += barPicture(input.desktop, input.bar, labels, input.columns);
+  // The simulated desktop lays status items out on the primary screen only.
+  for (std::size_t index = 1; index < input.desktop.screenSpecs().size(); ++index) {
+    out += screenCaption(input.desktop, index) + " · no status items\n";
+  }
+  return out + iconListing(input.bar, labels, input.columns);
 }
 
 }  // namespace tarvolo::scenario

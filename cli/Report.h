@@ -3,11 +3,10 @@
 // What a run leaves behind: the bar as it stood when Tarvolo quit, the defaults store, the log
 // and what became of each step, as one JSON document.
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "discovery/PlacementTypes.h"
 #include "platform/sim/SimDesktop.h"

@@ -57,13 +57,14 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 12> kActionKeys = {"launch",  "terminate", "activate",  "click",
-                                                          "commandDrag", "menu", "screens", "languages",
-                                                          "relaunch", "reopen", "wake",      "quit"};
+constexpr std::array<std::string_view, 12> kActionKeys = {"launch",      "terminate", "activate", "click",
+                                                          "commandDrag", "menu",      "screens",  "languages",
+                                                          "relaunch",    "reopen",    "wake",     "quit"};
 
 std::string lower(std::string_view text) {
   std::string out(text);
-  std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::transform(out.begin(), out.end(), out.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return out;
 }
 
@@ -99,9 +100,7 @@ class Field {
   }
 
   void expectType(nlohmann::json::value_t type, const char* expected) const {
-    bool matches = value_.type() == type ||
-                   (type == nlohmann::json::value_t::number_float && value_.is_number());
-    if (!matches) fail(std::string("expected ") + expected + ", got " + value_.type_name());
+    if (value_.type() != type) fail(std::string("expected ") + expected + ", got " + value_.type_name());
   }
 
   const nlohmann::json::object_t& object() const {
@@ -232,7 +231,9 @@ sim::SimAppSpec parseApp(const Field& field) {
   field.allowOnly({"bundleId", "name", "path", "activation", "menusWidth", "running", "items"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
-  if (lower(app.bundleId) == kOwnBundleId) field.required("bundleId").fail("is Tarvolo itself, which the runner starts");
+  if (lower(app.bundleId) == kOwnBundleId) {
+    field.required("bundleId").fail("is Tarvolo itself, which the runner starts");
+  }
   app.name = field.optional("name") ? field.required("name").nonEmptyString() : nameFromBundleId(app.bundleId);
   app.path = field.optional("path") ? field.required("path").nonEmptyString() : "/Applications/" + app.name + ".app";
   if (auto activation = field.optional("activation")) app.activation = parseActivation(*activation);
@@ -252,8 +253,8 @@ sim::SimAppSpec parseApp(const Field& field) {
 }
 
 void parseSettings(const Field& field, sim::SimSettings& settings) {
-  field.allowOnly({"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding",
-                   "clickDuration"});
+  field.allowOnly(
+      {"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding", "clickDuration"});
   if (auto value = field.optional("frameLatency")) settings.frameLatency = value->nonNegative();
   if (auto value = field.optional("systemItemsWidth")) settings.systemItemsWidth = value->nonNegative();
   if (auto value = field.optional("symbolItemWidth")) settings.symbolItemWidth = value->positive();
@@ -299,7 +300,9 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "click") {
     std::string name = value.string();
     auto target = ownItemFromTargetName(name);
-    if (!target) value.fail("unknown target " + inQuotes(name) + " (expected toggle, separator or alwaysHiddenSeparator)");
+    if (!target) {
+      value.fail("unknown target " + inQuotes(name) + " (expected toggle, separator or alwaysHiddenSeparator)");
+    }
     step::Click click{.target = *target};
     if (auto button = step.optional("button")) {
       std::string buttonName = button->string();
@@ -356,8 +359,8 @@ Step parseStep(const Field& field, const Scenario& scenario) {
     if (isAction) actions.push_back(key);
     if (!isAction && !isParameter) {
       std::vector<std::string> names(kActionKeys.begin(), kActionKeys.end());
-      throw ScenarioError(field.childPath(key), "unknown field (a step has \"at\", an optional \"note\" and one of " +
-                                                    joined(names) + ")");
+      throw ScenarioError(field.childPath(key),
+                          "unknown field (a step has \"at\", an optional \"note\" and one of " + joined(names) + ")");
     }
   }
   if (actions.empty()) field.fail("has no action");
@@ -471,7 +474,9 @@ Scenario parseScenario(const json& document) {
     os->allowOnly({"major"});
     Field major = os->required("major");
     long long version = major.integer();
-    if (version < 10 || version > 99) major.fail("expected a macOS major version such as 15, got " + major.value().dump());
+    if (version < 10 || version > 99) {
+      major.fail("expected a macOS major version such as 15, got " + major.value().dump());
+    }
     scenario.settings.osMajor = static_cast<int>(version);
   }
   scenario.screens = parseScreens(root.required("screens"));

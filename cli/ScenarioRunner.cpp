@@ -86,10 +86,8 @@ class Run {
     warn("Tarvolo quit at " + secondsText(session_->now()) + "; " + std::to_string(steps.size() - first) +
          " later step(s) skipped");
     for (std::size_t i = first; i < steps.size(); ++i) {
-      report_.steps.push_back(StepOutcome{.at = steps[i].at,
-                                          .action = describe(steps[i].action),
-                                          .performed = false,
-                                          .note = "Tarvolo had quit"});
+      report_.steps.push_back(StepOutcome{
+          .at = steps[i].at, .action = describe(steps[i].action), .performed = false, .note = "Tarvolo had quit"});
     }
   }
 

@@ -1,8 +1,7 @@
 // tarvolo-sim: runs Tarvolo on a simulated desktop through a scenario's timeline.
 
-#include <iostream>
-
 #include <CLI/CLI.hpp>
+#include <iostream>
 
 #include "Command.h"
 

@@ -1,11 +1,11 @@
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
 
 #include "Command.h"
 

@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <functional>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "Scenario.h"
 
@@ -42,14 +42,28 @@ TEST(ScenarioParserTest, RejectsMalformedScenariosNamingTheField) {
       {"unknown top-level field", [](json& s) { s["screen"] = json::array(); }, "screen", "unknown field"},
       {"screens missing", [](json& s) { s.erase("screens"); }, "screens", "required field is missing"},
       {"no screens", [](json& s) { s["screens"] = json::array(); }, "screens", "at least one screen"},
-      {"wrong type", [](json& s) { s["os"] = {{"major", "15"}}; }, "os.major", "expected an integer"},
-      {"os out of range", [](json& s) { s["os"] = {{"major", 3}}; }, "os.major", "macOS major version"},
+      {"wrong type",
+       [](json& s) {
+         s["os"] = {{"major", "15"}};
+       },
+       "os.major", "expected an integer"},
+      {"os out of range",
+       [](json& s) {
+         s["os"] = {{"major", 3}};
+       },
+       "os.major", "macOS major version"},
       {"negative width", [](json& s) { s["screens"][0]["width"] = -1; }, "screens[0].width", "greater than 0"},
       {"notch wider than screen", [](json& s) { s["screens"][0]["notchWidth"] = 2000; }, "screens[0].notchWidth",
        "narrower than the screen"},
-      {"settings knob misspelt", [](json& s) { s["settings"] = {{"frameLatncy", 0.1}}; }, "settings.frameLatncy",
-       "unknown field"},
-      {"null default", [](json& s) { s["defaults"] = {{"NSStatusItem Preferred Position tarvolo_toggle", nullptr}}; },
+      {"settings knob misspelt",
+       [](json& s) {
+         s["settings"] = {{"frameLatncy", 0.1}};
+       },
+       "settings.frameLatncy", "unknown field"},
+      {"null default",
+       [](json& s) {
+         s["defaults"] = {{"NSStatusItem Preferred Position tarvolo_toggle", nullptr}};
+       },
        "defaults[\"NSStatusItem Preferred Position tarvolo_toggle\"]", "null cannot be stored"},
       // Apps and their items.
       {"bad activation", [](json& s) { s["apps"][1]["activation"] = "daemon"; }, "apps[1].activation",
@@ -65,27 +79,49 @@ TEST(ScenarioParserTest, RejectsMalformedScenariosNamingTheField) {
       // Steps.
       {"unknown click target", [](json& s) { s["steps"][0]["click"] = "foo"; }, "steps[0].click",
        "unknown target \"foo\""},
-      {"unknown action key", [](json& s) { s["steps"][1] = {{"at", 2}, {"jump", true}}; }, "steps[1].jump",
-       "unknown field"},
-      {"no action", [](json& s) { s["steps"][1] = {{"at", 2}}; }, "steps[1]", "has no action"},
+      {"unknown action key",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"jump", true}};
+       },
+       "steps[1].jump", "unknown field"},
+      {"no action",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}};
+       },
+       "steps[1]", "has no action"},
       {"two actions", [](json& s) { s["steps"][1]["wake"] = true; }, "steps[1]", "more than one action (menu, wake)"},
       {"missing time", [](json& s) { s["steps"][0].erase("at"); }, "steps[0].at", "required field is missing"},
       {"time goes back", [](json& s) { s["steps"][1]["at"] = 0.5; }, "steps[1].at", "must not go back in time"},
       {"unknown menu action", [](json& s) { s["steps"][1]["menu"] = "menuFly"; }, "steps[1].menu",
        "unknown action \"menuFly\""},
-      {"unknown modifier", [](json& s) { s["steps"][0]["modifiers"] = {"option", "hyper"}; }, "steps[0].modifiers[1]",
-       "unknown modifier \"hyper\""},
+      {"unknown modifier",
+       [](json& s) {
+         s["steps"][0]["modifiers"] = {"option", "hyper"};
+       },
+       "steps[0].modifiers[1]", "unknown modifier \"hyper\""},
       {"button on a non-click", [](json& s) { s["steps"][1]["button"] = "right"; }, "steps[1].button",
        "only a click step"},
-      {"drag without x", [](json& s) { s["steps"][1] = {{"at", 2}, {"commandDrag", "separator"}}; }, "steps[1].x",
-       "required field is missing"},
-      {"drag of an app without items", [](json& s) { s["steps"][1] = {{"at", 2}, {"commandDrag", "com.apple.Safari"}, {"x", 5}}; },
+      {"drag without x",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"commandDrag", "separator"}};
+       },
+       "steps[1].x", "required field is missing"},
+      {"drag of an app without items",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"commandDrag", "com.apple.Safari"}, {"x", 5}};
+       },
        "steps[1].commandDrag", "unknown item"},
-      {"launch of an unlisted app", [](json& s) { s["steps"][1] = {{"at", 2}, {"launch", "com.example.x"}}; },
+      {"launch of an unlisted app",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"launch", "com.example.x"}};
+       },
        "steps[1].launch", "unknown app"},
       {"flag action set to false", [](json& s) { s["steps"][2]["quit"] = false; }, "steps[2].quit", "expected true"},
-      {"step after quit", [](json& s) { s["steps"].push_back({{"at", 4}, {"wake", true}}); }, "steps[3]",
-       "after a step that quits"},
+      {"step after quit",
+       [](json& s) {
+         s["steps"].push_back({{"at", 4}, {"wake", true}});
+       },
+       "steps[3]", "after a step that quits"},
       {"step after the Quit menu item", [](json& s) { s["steps"][1]["menu"] = "quitApp"; }, "steps[2]",
        "after a step that quits"},
   };
@@ -185,7 +221,8 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
 
 TEST(ScenarioParserTest, ShippedScenariosAreValid) {
   int count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(TARVOLO_SOURCE_DIR) / "scenarios")) {
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::filesystem::path(TARVOLO_SOURCE_DIR) / "scenarios")) {
     if (entry.path().extension() != ".json") continue;
     SCOPED_TRACE(entry.path().string());
     Scenario scenario = loadScenario(entry.path());

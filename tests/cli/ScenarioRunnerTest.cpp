@@ -1,3 +1,6 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -6,9 +9,6 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include "Render.h"
 #include "ScenarioRunner.h"
@@ -84,8 +84,9 @@ TEST(ScenarioRunnerTest, DemoEndsCollapsedWithOnlyTheAlwaysVisibleIconsOnScreen)
   EXPECT_FALSE(bar.state->isDeepExpanded);
   EXPECT_TRUE(bar.state->foldingEffective);
   EXPECT_EQ(onScreenBundles(bar), kAlwaysVisible);
-  EXPECT_EQ(zoneCounts(bar), (std::map<PlacementZone, int>{
-                                 {PlacementZone::alwaysHidden, 3}, {PlacementZone::folded, 6}, {PlacementZone::alwaysVisible, 3}}));
+  EXPECT_EQ(zoneCounts(bar),
+            (std::map<PlacementZone, int>{
+                {PlacementZone::alwaysHidden, 3}, {PlacementZone::folded, 6}, {PlacementZone::alwaysVisible, 3}}));
   ASSERT_TRUE(bar.toggle && bar.separator && bar.alwaysHiddenSeparator);
   EXPECT_TRUE(bar.toggle->onScreen);
   EXPECT_TRUE(bar.separator->onScreen) << "its content stays in view while its length pushes icons away";
@@ -96,7 +97,8 @@ TEST(ScenarioRunnerTest, DemoEndsCollapsedWithOnlyTheAlwaysVisibleIconsOnScreen)
 
   // The bar on the way: the shelf instead of an expand on the notched screen, then each zone in turn.
   auto at = [&](const std::string& prefix) -> const BarSnapshot& {
-    auto it = std::find_if(seen.begin(), seen.end(), [&](const auto& entry) { return entry.first.rfind(prefix, 0) == 0; });
+    auto it =
+        std::find_if(seen.begin(), seen.end(), [&](const auto& entry) { return entry.first.rfind(prefix, 0) == 0; });
     if (it == seen.end()) throw std::runtime_error("no checkpoint " + prefix);
     return it->second;
   };
@@ -120,7 +122,8 @@ TEST(ScenarioRunnerTest, ReportHasEveryFieldInItsShape) {
     EXPECT_TRUE(out.contains(key)) << key;
   }
   EXPECT_EQ(out["scenario"], "demo-laptop-14");
-  for (const char* key : {"isExpanded", "isDeepExpanded", "foldingEffective"}) EXPECT_TRUE(out["state"][key].is_boolean());
+  for (const char* key : {"isExpanded", "isDeepExpanded", "foldingEffective"})
+    EXPECT_TRUE(out["state"][key].is_boolean());
   for (const char* item : {"toggle", "separator", "alwaysHiddenSeparator"}) {
     SCOPED_TRACE(item);
     const json& frame = out["ownItems"][item];
@@ -211,8 +214,9 @@ TEST(ScenarioRunnerTest, RelaunchKeepsDefaultsIncludingAMovedSeparator) {
   expected.insert({"com.tinyspeck.slackmacgap", "us.zoom.xos"});
   EXPECT_EQ(onScreenBundles(report.atQuit), expected);
   EXPECT_FALSE(report.atQuit.state->isExpanded) << "the second start collapsed again";
-  auto launches = std::count_if(report.log.begin(), report.log.end(),
-                                [](const sim::SimLogLine& line) { return line.channel == "stdout" && line.message.find("🚀") == 0; });
+  auto launches = std::count_if(report.log.begin(), report.log.end(), [](const sim::SimLogLine& line) {
+    return line.channel == "stdout" && line.message.find("🚀") == 0;
+  });
   EXPECT_EQ(launches, 2);
 }
 
@@ -251,7 +255,9 @@ TEST(ScenarioRunnerTest, RenderShowsTheCollapsedBarWithHiddenIconsOffScreen) {
   std::string picture;
   RunOptions options;
   options.onCheckpoint = [&](const Checkpoint& checkpoint) {
-    if (checkpoint.label == "Tarvolo quits") picture = renderBar({.desktop = checkpoint.desktop, .bar = checkpoint.bar, .title = checkpoint.label});
+    if (checkpoint.label == "Tarvolo quits") {
+      picture = renderBar({.desktop = checkpoint.desktop, .bar = checkpoint.bar, .title = checkpoint.label});
+    }
   };
   runScenario(demoWithSteps(json::array()), options);
 
