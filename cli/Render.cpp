@@ -197,10 +197,15 @@ std::string ownGlyph(const std::string& autosave, const BarSnapshot& bar) {
 std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, const Labels& labels, int columns) {
   const sim::SimScreenSpec& spec = desktop.screenSpecs().front();
   auto notch = desktop.screenInfos().front().notchRect();
-  Canvas canvas(columns - 2);
-  double scale = spec.width / canvas.width();
+  // One scale for every screen keeps icons two columns wide; a screen too wide for the terminal
+  // loses its left end, where the menus start and nothing of Tarvolo's shows.
+  constexpr double scale = kPointsPerColumn;
+  int fullWidth = static_cast<int>(std::ceil(spec.width / scale - 1e-9));
+  Canvas canvas(std::min(columns - 2, fullWidth));
+  double originX = spec.x + spec.width - canvas.width() * scale;
+  bool cropped = canvas.width() < fullWidth;
   auto column = [&](double x) {
-    return std::clamp(static_cast<int>(std::floor((x - spec.x) / scale + 1e-9)), 0, canvas.width());
+    return std::clamp(static_cast<int>(std::floor((x - originX) / scale + 1e-9)), 0, canvas.width());
   };
 
   double menusEdge = desktop.menusRightEdge();
@@ -211,7 +216,8 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
     canvas.fill(column(spec.x), column(menusEdge), "░");
   }
   double menusLabelEnd = notch ? std::min(menusEdge, notch->minX()) : menusEdge;
-  canvas.write(0, " " + frontmostName(desktop) + " menus ", 0, column(menusLabelEnd));
+  canvas.write(0, std::string(cropped ? "…" : " ") + frontmostName(desktop) + " menus ", 0, column(menusLabelEnd));
+  if (cropped) canvas.write(0, "…");
   if (notch) {
     canvas.fill(column(notch->minX()), column(notch->maxX()), "█");
     canvas.writeCentered(column(notch->minX()), column(notch->maxX()), " notch ");
@@ -237,10 +243,10 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
     canvas.write(to - 1, ownGlyph(item->autosaveName, bar));
   }
 
-  char scaleText[48];
-  std::snprintf(scaleText, sizeof scaleText, "%.1f pt per column", scale);
-  return "│" + canvas.text() + "│\n" + screenCaption(desktop, 0) + " · status items " + range(statusMinX, statusMaxX) +
-         " · " + scaleText + "\n";
+  std::string caption = screenCaption(desktop, 0) + " · status items " + range(statusMinX, statusMaxX) + " · " +
+                        points(scale) + " pt per column";
+  if (cropped) caption += " from x=" + points(originX);
+  return "│" + canvas.text() + "│\n" + caption + "\n";
 }
 
 // Every icon left to right with its x range, one line per zone, each closed by the own item

@@ -13,6 +13,8 @@
 namespace tarvolo::scenario {
 
 inline constexpr int kRenderColumns = 116;
+// The bar picture's scale: a typical 30 pt icon takes two columns.
+inline constexpr double kPointsPerColumn = 15;
 
 // Two-character labels, one per app, stable for a whole run (taken from the app's name).
 std::map<std::string, std::string> shortLabels(const std::vector<sim::SimAppSpec>& apps);
