@@ -38,7 +38,7 @@ class Run {
       }
       StepOutcome outcome = perform(step);
       if (!outcome.performed) {
-        warn("step " + std::to_string(i) + " at " + secondsText(step.at) + " (" + outcome.action +
+        warn("steps[" + std::to_string(i) + "] at " + secondsText(step.at) + " (" + outcome.action +
              ") did nothing: " + outcome.note);
       }
       report_.steps.push_back(outcome);
