@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/Log.h"
+#include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 
@@ -15,14 +16,12 @@ constexpr const char* kPreferencesArguments[] = {"--preferences", "-p", "--show-
 
 AppDelegate::AppDelegate(platform::Platform& platform)
     : platform_(platform), environment_(std::make_unique<AppEnvironment>(platform)) {
-  Logging::setSink(&platform.logSink());
   platform.setSystemEventSink(this);
 }
 
 AppDelegate::~AppDelegate() {
   platform_.setSystemEventSink(nullptr);
   environment_.reset();
-  if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
@@ -78,6 +77,7 @@ void AppDelegate::menuDidEndTracking() { environment_->defaultCenter().post(Noti
 
 void AppDelegate::preferredLanguagesDidChange() {
   environment_->defaultCenter().post(Notifications::currentLocaleDidChange);
+  environment_->localization().systemLanguagesDidChange();
 }
 
 }  // namespace tarvolo

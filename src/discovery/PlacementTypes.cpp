@@ -45,6 +45,15 @@ std::string_view iconName(ItemCategory category) {
   return "eye.slash";
 }
 
+CategoryTint tintColor(ItemCategory category) {
+  switch (category) {
+    case ItemCategory::alwaysVisible: return CategoryTint::green;
+    case ItemCategory::hidden: return CategoryTint::blue;
+    case ItemCategory::alwaysHidden: return CategoryTint::secondary;
+  }
+  return CategoryTint::blue;
+}
+
 std::string_view rawValue(PlacementZone zone) {
   switch (zone) {
     case PlacementZone::alwaysVisible: return "alwaysVisible";

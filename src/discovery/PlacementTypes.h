@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -19,6 +21,10 @@ std::optional<ItemCategory> itemCategoryFromRaw(std::string_view raw);
 std::string_view titleKey(ItemCategory category);
 std::string_view shortTitleKey(ItemCategory category);
 std::string_view iconName(ItemCategory category);
+
+// The platform's standard colours a category is tinted with.
+enum class CategoryTint { green, blue, secondary };
+CategoryTint tintColor(ItemCategory category);
 
 // Where an icon physically sits.
 enum class PlacementZone { alwaysVisible, folded, alwaysHidden, systemSide };
@@ -48,6 +54,17 @@ struct ForeignMenuBarWindow {
   double width = 0;
   double height = 0;
   friend bool operator==(const ForeignMenuBarWindow&, const ForeignMenuBarWindow&) = default;
+};
+
+// What the placement ledger remembers. Keys are lower-cased bundle identifiers.
+struct PlacementLedgerSnapshot {
+  // Raw categories the user confirmed (in practice always-visible placements).
+  std::map<std::string, std::string> confirmed;
+  // Confirmed always-visible applications that were relaunched and must be checked again.
+  std::set<std::string> attention;
+  // Confirmed always-visible applications that quit and have not started again; never persisted.
+  std::set<std::string> awaitingRelaunch;
+  friend bool operator==(const PlacementLedgerSnapshot&, const PlacementLedgerSnapshot&) = default;
 };
 
 }  // namespace tarvolo

@@ -465,7 +465,10 @@ int SimDesktop::createItem(double length, const std::string& autosaveName) {
   state->autosaveName = autosaveName;
   state->length = length;
   state->contentWidth = length >= 0 ? std::min(length, 16.0) : settings_.symbolItemWidth;
-  state->preferredPosition = defaults_->getDouble(preferredPositionKey(autosaveName));
+  const auto& ignored = settings_.ignorePreferredPositionsOf;
+  if (std::find(ignored.begin(), ignored.end(), autosaveName) == ignored.end()) {
+    state->preferredPosition = defaults_->getDouble(preferredPositionKey(autosaveName));
+  }
   state->creationOrder = ++creationCounter_;
   int id = state->id;
   items_.push_back(std::move(state));
@@ -610,6 +613,7 @@ void SimDesktop::relayout() {
 }
 
 std::optional<Rect> SimDesktop::reportedFrame(const SimItemState& item) const {
+  if (!settings_.framesReadable) return std::nullopt;
   double cutoff = queue_.now() - settings_.frameLatency;
   std::optional<Rect> frame;
   bool any = false;

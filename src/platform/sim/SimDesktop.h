@@ -56,6 +56,11 @@ struct SimSettings {
   double textItemPadding = 10;
   // Gap between a mouse-down and its mouse-up when the simulator clicks.
   double clickDuration = 0.045;
+  // False models a window server that stops reporting item frames.
+  bool framesReadable = true;
+  // Items whose stored position the system disregards when creating them (a stale or
+  // rejected position): they land leftmost like a never-seen autosave name.
+  std::vector<std::string> ignorePreferredPositionsOf;
 };
 
 // The app's own process as the desktop sees it.
@@ -177,6 +182,7 @@ class SimDesktop final : public platform::Platform {
 
   // --- reading the desktop
   const SimSettings& settings() const { return settings_; }
+  SimSettings& mutableSettings() { return settings_; }
   const std::vector<SimScreenSpec>& screenSpecs() const { return screenSpecs_; }
   std::vector<platform::ScreenInfo> screenInfos() const;
   const std::vector<SimAppSpec>& apps() const { return apps_; }

@@ -1,0 +1,115 @@
+#pragma once
+
+// Where a foreign application's icon belongs and where it actually sits. Every function is pure
+// and total: categories travel as their raw strings, so an unknown string is an ordinary input.
+
+#include <map>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "discovery/PlacementTypes.h"
+
+namespace tarvolo::PlacementPolicy {
+
+inline constexpr std::string_view alwaysVisibleRaw = "always_visible";
+
+// A status-item window is at most this high and between these widths.
+inline constexpr double statusItemMaxHeight = 40;
+inline constexpr double statusItemMinWidth = 8;
+inline constexpr double statusItemMaxWidth = 220;
+// A separator wider than this many expanded lengths stands collapsed; its edges mean nothing.
+inline constexpr double anchorWidthFactor = 4;
+inline constexpr double anchorWidthFloor = 64;
+
+// Window owners that are never a foreign application, compared lower-cased.
+const std::set<std::string>& systemOwners();
+
+// The key under which an application is remembered: its bundle identifier lower-cased.
+std::string ledgerKey(std::string_view bundleID);
+
+// "always_visible" and "always_hidden" map to their zones; everything else is folded.
+PlacementZone targetZone(std::string_view category);
+
+bool anchorsUsable(const PlacementAnchors& anchors, double expandedLength);
+
+struct ZoneInput {
+  double minX = 0;
+  double maxX = 0;
+  PlacementAnchors anchors;
+  double expandedLength = 0;
+};
+// The zone of an item by its midpoint; absent when the anchors are not usable.
+std::optional<PlacementZone> zone(const ZoneInput& input);
+
+bool ownerMatches(std::string_view ownerName, std::string_view appName, std::string_view bundleID);
+
+// The windows overlapping the screen horizontally; all of them when a screen edge is unknown.
+std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const ForeignMenuBarWindow> windows,
+                                                            std::optional<double> screenMinX,
+                                                            std::optional<double> screenMaxX);
+
+struct ObservedZoneInput {
+  std::string_view appName;
+  std::string_view bundleID;
+  std::span<const ForeignMenuBarWindow> windows;
+  std::optional<PlacementAnchors> anchors;
+  double expandedLength = 0;
+};
+// The tier the application's first status-item window shows, as a raw category.
+std::optional<std::string> observedZone(const ObservedZoneInput& input);
+
+struct ForeignItemInTargetZoneInput {
+  std::string_view appName;
+  std::string_view bundleID;
+  std::span<const ForeignMenuBarWindow> windows;
+  PlacementAnchors anchors;
+  PlacementZone target = PlacementZone::alwaysVisible;
+  double expandedLength = 0;
+};
+// True as soon as any of the application's status-item windows sits in the target zone.
+std::optional<bool> foreignItemInTargetZone(const ForeignItemInTargetZoneInput& input);
+
+// The tier shown for an application in lists; never an unknown string.
+std::string displayedTier(const std::optional<std::string>& savedCategory,
+                          const std::optional<std::string>& confirmedCategory,
+                          const std::optional<std::string>& observedZone);
+
+// Stored categories as loaded: always-visible survives only where it was confirmed.
+std::map<std::string, std::string> migrateStoredCategories(const std::map<std::string, std::string>& saved,
+                                                           const std::map<std::string, std::string>& confirmed);
+
+struct IsOutOfPlaceInput {
+  std::string_view category;
+  std::optional<std::string> confirmedCategory;
+  bool relaunched = false;
+  std::optional<std::string> observedZone;
+};
+bool isOutOfPlace(const IsOutOfPlaceInput& input);
+
+// Tier clicks in the category picker.
+bool clickAssignsTier(bool nativeEngineAvailable, std::string_view category);
+bool offersImmediateTierClick(bool nativeEngineAvailable);
+bool shouldGuide(bool nativeEngine, std::string_view newCategory, const std::optional<std::string>& currentCategory);
+bool reselectIsNoOp(std::string_view newCategory, std::string_view currentCategory);
+std::string categoryAfterGuideCancel(const std::optional<std::string>& stagedCategory,
+                                     std::string_view pendingCategory);
+bool savedFlagAfterGuideCancel(std::optional<bool> stagedHadSavedTier, bool pendingHadSavedTier);
+
+// The applications a finished placement confirms.
+std::vector<std::string> confirmedBundleIDs(const std::optional<std::string>& namedBundleID, bool tour,
+                                            const std::vector<std::string>& tourBundleIDs);
+
+// Ledger transitions. An absent or empty bundle identifier leaves the snapshot unchanged.
+PlacementLedgerSnapshot confirm(PlacementLedgerSnapshot snapshot, std::string_view bundleID,
+                                std::string_view category);
+PlacementLedgerSnapshot confirmAlwaysVisible(PlacementLedgerSnapshot snapshot,
+                                             const std::vector<std::string>& bundleIDs);
+PlacementLedgerSnapshot noteTerminated(PlacementLedgerSnapshot snapshot, const std::optional<std::string>& bundleID);
+// A relaunched application loses its confirmation: the system may seat its icon anywhere.
+PlacementLedgerSnapshot noteLaunched(PlacementLedgerSnapshot snapshot, const std::optional<std::string>& bundleID);
+
+}  // namespace tarvolo::PlacementPolicy

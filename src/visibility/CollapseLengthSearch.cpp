@@ -1,0 +1,56 @@
+#include "visibility/CollapseLengthSearch.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarvolo::MenuBarVisibilityPolicy {
+
+CollapseLengthSearch CollapseLengthSearch::starting(double upperBound, std::optional<double> floor) {
+  CollapseLengthSearch search;
+  search.high = upperBound;
+  if (floor && *floor > collapseSearchLowerBound) search.low = std::min(*floor, upperBound);
+  return search;
+}
+
+std::optional<double> CollapseLengthSearch::nextProbe() const {
+  if (isFinished()) return std::nullopt;
+  return std::floor((low + high) / 2);
+}
+
+CollapseLengthSearch CollapseLengthSearch::advancing(SeparatorLayoutVerdict verdict, double probe) const {
+  CollapseLengthSearch next = *this;
+  switch (verdict) {
+    case SeparatorLayoutVerdict::laidOut:
+    case SeparatorLayoutVerdict::shifted:
+    case SeparatorLayoutVerdict::underfold:
+      next.low = std::max(low, probe);
+      next.high = std::max(high, next.low);
+      return next;
+    case SeparatorLayoutVerdict::ejected:
+      next.high = std::max(low, std::min(probe, high));
+      next.hitEjection = true;
+      return next;
+    case SeparatorLayoutVerdict::menusEvicted:
+      next.high = std::max(low, std::min(probe, high));
+      next.hitMenus = true;
+      return next;
+    case SeparatorLayoutVerdict::unread:
+    case SeparatorLayoutVerdict::untracked:
+    case SeparatorLayoutVerdict::unknown:
+      next.high = std::max(high, low);
+      return next;
+  }
+  return next;
+}
+
+bool cliffSearchOwedAfterInterruption(bool cacheExists, int giveUps, int maxGiveUps) {
+  return !cacheExists && giveUps < maxGiveUps;
+}
+
+int cliffGiveUpsAfterSearch(int previous, bool verifiedLayoutA) { return verifiedLayoutA ? 0 : previous; }
+
+bool keepsShortMenuCliff(double length, double upperBound, double margin) {
+  return upperBound - margin <= length && length > collapseSearchLowerBound;
+}
+
+}  // namespace tarvolo::MenuBarVisibilityPolicy

@@ -1,0 +1,207 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+#include "app/WorkItem.h"
+#include "platform/sim/SimDesktop.h"
+
+namespace tarvolo::sim {
+namespace {
+
+SimAppSpec iconApp(const std::string& bundle, double width, std::optional<double> position) {
+  return SimAppSpec{.bundleId = bundle, .name = bundle, .activation = platform::ActivationPolicy::accessory,
+                    .menusWidth = 0, .items = {SimItemSpec{.width = width, .position = position}}};
+}
+
+const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) {
+  for (const auto* item : desktop.allItems()) {
+    if (desktop.bundleIdOfPid(item->ownerPid) == bundle) return *item;
+  }
+  throw std::logic_error("no item of " + bundle);
+}
+
+// Contract tests: what the status bar does with positions, lengths, the notch and the menus.
+TEST(SimMenuBar, LaysItemsOutRightToLeftByStoredPositionWithUnpositionedLeftmost) {
+  SimDesktop desktop({SimScreenSpec{.width = 1920, .height = 1080}},
+                     {iconApp("near", 30, 10), iconApp("far", 40, 50), iconApp("new", 20, std::nullopt)}, {});
+  const auto& near = firstItemOf(desktop, "near");
+  const auto& far = firstItemOf(desktop, "far");
+  const auto& fresh = firstItemOf(desktop, "new");
+  double right = 1920 - desktop.settings().systemItemsWidth;
+  EXPECT_EQ(near.frame->maxX(), right);
+  EXPECT_EQ(far.frame->maxX(), near.frame->minX());
+  EXPECT_EQ(fresh.frame->maxX(), far.frame->minX());
+  EXPECT_EQ(far.frame->width, 40);
+}
+
+TEST(SimMenuBar, NotchAndAppMenusHideItemsThatReachThem) {
+  SimAppSpec app{.bundleId = "com.example.app", .name = "App", .menusWidth = 700};
+  std::vector<SimAppSpec> apps = {app};
+  for (int i = 0; i < 25; ++i) apps.push_back(iconApp("icon" + std::to_string(i), 30, 10.0 * (i + 1)));
+  SimDesktop desktop({SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}}, apps, {});
+  desktop.setFrontmost("com.example.app");
+  auto notch = desktop.screenInfos().front().notchRect();
+  ASSERT_TRUE(notch);
+  EXPECT_EQ(notch->width, 185);
+  EXPECT_EQ(desktop.screenInfos().front().menuBarHeight, 37);
+  // Menus too wide for the left of the notch continue right of it.
+  EXPECT_DOUBLE_EQ(desktop.menusRightEdge(), notch->maxX() + (700 - notch->minX()));
+  for (const auto* item : desktop.allItems()) {
+    bool clear = item->frame->minX() >= desktop.statusAreaMinX();
+    EXPECT_EQ(item->onScreen, clear) << item->frame->minX();
+  }
+  EXPECT_FALSE(firstItemOf(desktop, "icon24").onScreen);
+  EXPECT_TRUE(firstItemOf(desktop, "icon0").onScreen);
+}
+
+TEST(SimMenuBar, LongItemPushesEverythingLeftOfItOffScreen) {
+  SimDesktop desktop({SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}},
+                     {iconApp("right", 30, 10), iconApp("left", 30, 30)}, {});
+  desktop.defaults().set("NSStatusItem Preferred Position sep", DefaultsValue(20.0));
+  auto item = desktop.statusBar().createStatusItem(16, "sep");
+  EXPECT_TRUE(firstItemOf(desktop, "left").onScreen);
+  item->setLength(600);
+  EXPECT_FALSE(firstItemOf(desktop, "left").onScreen);
+  EXPECT_TRUE(firstItemOf(desktop, "right").onScreen);
+  EXPECT_TRUE(desktop.ownItem("sep")->onScreen);  // its right end still shows
+  item->setLength(16);
+  EXPECT_TRUE(firstItemOf(desktop, "left").onScreen);
+}
+
+TEST(SimMenuBar, FramesArriveOnlyAfterTheLatencyAndCanBeStale) {
+  SimSettings settings;
+  settings.frameLatency = 0.1;
+  SimDesktop desktop({SimScreenSpec{}}, {}, settings);
+  auto item = desktop.statusBar().createStatusItem(16, "sep");
+  EXPECT_FALSE(item->buttonFrameOnScreen().has_value());
+  desktop.queue().runFor(0.1);
+  ASSERT_TRUE(item->buttonFrameOnScreen());
+  EXPECT_EQ(item->buttonFrameOnScreen()->width, 16);
+  item->setLength(300);
+  EXPECT_EQ(item->buttonFrameOnScreen()->width, 16);  // stale
+  desktop.queue().runFor(0.099);
+  EXPECT_EQ(item->buttonFrameOnScreen()->width, 16);
+  desktop.queue().runFor(0.002);
+  EXPECT_EQ(item->buttonFrameOnScreen()->width, 300);
+}
+
+TEST(SimMenuBar, RemovingAnItemDeletesItsPositionButProcessExitKeepsIt) {
+  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  const std::string key = "NSStatusItem Preferred Position a";
+  desktop.defaults().set(key, DefaultsValue(7.0));
+  desktop.defaults().set("NSStatusItem Preferred Position b", DefaultsValue(8.0));
+  auto a = desktop.statusBar().createStatusItem(16, "a");
+  auto b = desktop.statusBar().createStatusItem(16, "b");
+  desktop.statusBar().removeStatusItem(std::move(a));
+  EXPECT_FALSE(desktop.defaults().contains(key));
+  b.reset();  // the process going away
+  EXPECT_TRUE(desktop.defaults().contains("NSStatusItem Preferred Position b"));
+  EXPECT_EQ(desktop.ownItem("b"), nullptr);
+}
+
+TEST(SimMenuBar, CommandDragPastANeighbourReordersAndStoresThePosition) {
+  SimDesktop desktop({SimScreenSpec{.width = 1920, .height = 1080}}, {iconApp("x", 30, 10), iconApp("y", 30, 20)}, {});
+  desktop.defaults().set("NSStatusItem Preferred Position mine", DefaultsValue(5.0));
+  auto mine = desktop.statusBar().createStatusItem(20, "mine");
+  double yMid = firstItemOf(desktop, "y").frame->midX();
+  ASSERT_TRUE(desktop.commandDragItem("mine", yMid - 5));
+  auto stored = desktop.defaults().getDouble("NSStatusItem Preferred Position mine");
+  ASSERT_TRUE(stored);
+  EXPECT_GT(*stored, 20);
+  EXPECT_LT(desktop.ownItem("mine")->frame->maxX(), firstItemOf(desktop, "y").frame->minX() + 1e-9);
+}
+
+TEST(SimWorkspace, LaunchAndTerminateChangeRunningAppsAndItems) {
+  SimAppSpec later = iconApp("later", 30, 10);
+  later.running = false;
+  SimDesktop desktop({SimScreenSpec{}}, {later}, {});
+  EXPECT_TRUE(desktop.allItems().empty());
+  desktop.launchApp("later");
+  EXPECT_EQ(desktop.allItems().size(), 1u);
+  auto running = desktop.workspace().runningApplications();
+  EXPECT_EQ(running.size(), 1u);  // the app's own process is not running yet
+  desktop.terminateApp("LATER");
+  EXPECT_TRUE(desktop.allItems().empty());
+}
+
+TEST(SimMainQueue, RunsInTimeOrderAndCancelledTasksNever) {
+  SimMainQueue queue;
+  std::vector<int> ran;
+  queue.post(0.5, [&] { ran.push_back(2); });
+  auto cancelled = queue.post(0.2, [&] { ran.push_back(99); });
+  queue.post(0.2, [&] { ran.push_back(1); });
+  queue.post(0.5, [&] { ran.push_back(3); });
+  queue.cancel(cancelled);
+  queue.runUntil(1);
+  EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
+  EXPECT_DOUBLE_EQ(queue.now(), 1);
+}
+
+TEST(SimMainQueue, WorkItemSchedulingAgainCancelsThePreviousStep) {
+  SimMainQueue queue;
+  std::vector<std::string> ran;
+  {
+    WorkItem item(queue);
+    item.schedule(0.2, [&] { ran.push_back("first"); });
+    item.schedule(0.3, [&] { ran.push_back("second"); });
+    queue.runUntil(1);
+    item.schedule(0.1, [&] { ran.push_back("dropped with its owner"); });
+  }
+  queue.runUntil(2);
+  EXPECT_EQ(ran, (std::vector<std::string>{"second"}));
+}
+
+class SimDefaultsFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = std::filesystem::temp_directory_path() /
+           ("tarvolo-defaults-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+    file_ = dir_ / "defaults.json";
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::filesystem::path dir_;
+  std::filesystem::path file_;
+};
+
+TEST_F(SimDefaultsFileTest, ValuesSurviveAReloadWithTheirTypes) {
+  {
+    auto store = SimDefaultsStore::backedBy(file_, nullptr);
+    store.set("flag", DefaultsValue(true));
+    store.set("length", DefaultsValue(612.5));
+    store.set("count", DefaultsValue(3));
+    store.set("ids", DefaultsValue::fromStrings({"a", "b"}));
+    store.set("map", DefaultsValue::fromStringMap({{"k", "v"}}));
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "defaults.json.tmp"));
+  auto store = SimDefaultsStore::backedBy(file_, nullptr);
+  EXPECT_EQ(store.getBool("flag"), true);
+  EXPECT_EQ(store.getDouble("length"), 612.5);
+  EXPECT_TRUE(std::holds_alternative<std::int64_t>(store.object("count")->storage()));
+  EXPECT_EQ(store.getStringArray("ids"), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(store.getStringDictionary("map")->at("k"), "v");
+}
+
+TEST_F(SimDefaultsFileTest, CorruptFilesAreMovedAsideUnderFreshNamesAndReportedOnce) {
+  std::vector<std::string> reports;
+  auto report = [&](const std::string& r) { reports.push_back(r); };
+  for (const char* garbage : {"{\"a\": ", "[1, 2]"}) {
+    { std::ofstream(file_) << garbage; }
+    auto store = SimDefaultsStore::backedBy(file_, report);
+    EXPECT_TRUE(store.keys().empty());
+    ASSERT_TRUE(store.quarantined());
+  }
+  ASSERT_EQ(reports.size(), 2u);
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "defaults.json.corrupt-1"));
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "defaults.json.corrupt-2"));
+  std::ifstream kept(dir_ / "defaults.json.corrupt-1");
+  std::string content((std::istreambuf_iterator<char>(kept)), {});
+  EXPECT_EQ(content, "{\"a\": ");  // nothing lost
+}
+
+}  // namespace
+}  // namespace tarvolo::sim

@@ -1,0 +1,353 @@
+#include <filesystem>
+#include <fstream>
+
+#include "support/SimFixture.h"
+#include "app/AppEnvironment.h"
+#include "localization/LocalizationManager.h"
+#include "localization/StringTable.h"
+
+namespace tarvolo::testing {
+namespace {
+
+using platform::Modifier;
+using platform::ModifierFlags;
+using MouseButton = sim::SimDesktop::MouseButton;
+
+// Icons 0-2 sit right of the separator, 3-4 between the separators, 5 left of both.
+constexpr const char* kVisibleIcon = "com.example.icon1";
+constexpr const char* kHiddenIcon = "com.example.icon3";
+constexpr const char* kAlwaysHiddenIcon = "com.example.icon5";
+
+class StartupTest : public SimAppTest {};
+
+TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
+  boot({.onboardingComplete = false});
+  launch();
+  run(3);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  EXPECT_FALSE(logged("collapse reason="));
+  EXPECT_TRUE(iconOnScreen(kHiddenIcon));
+  EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
+}
+
+TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
+  boot();
+  launch();
+  run(1);
+  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_TRUE(logged("collapse reason=startup"));
+  EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+  EXPECT_FALSE(iconOnScreen(kHiddenIcon));
+  EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
+  EXPECT_TRUE(controller().foldingEffective.get());
+  EXPECT_EQ(desktop().ownActivationPolicy(), platform::ActivationPolicy::accessory);
+  EXPECT_TRUE(desktop().ownItem(StatusBarController::toggleAutosaveName)->onScreen);
+  EXPECT_TRUE(desktop().ownItem(StatusBarController::separatorAutosaveName)->onScreen);
+}
+
+TEST_F(StartupTest, MissingPositionsAreSeededInTheRequiredOrder) {
+  boot({.ownPositions = std::nullopt});
+  launch();
+  auto& defaults = desktop().defaults();
+  auto arrow = defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::toggleAutosaveName));
+  auto fold = defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::separatorAutosaveName));
+  auto hidden =
+      defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::alwaysHiddenAutosaveName));
+  ASSERT_TRUE(arrow && fold && hidden);
+  EXPECT_LT(*arrow, *fold);
+  EXPECT_LT(*fold, *hidden);
+  run(1);
+  EXPECT_EQ(controller().readAlwaysVisibleAnchor(), std::nullopt);  // collapsed: separators are long
+  controller().expandBar(true, false);
+  run(0.5);
+  EXPECT_EQ(controller().readAlwaysVisibleAnchor(), true);
+}
+
+// The system put the toggle leftmost. Start-up finishes while the separators are still short
+// and their frames are known, so the first collapse is withheld and a campaign retries.
+class StartupCampaignTest : public SimAppTest {
+ protected:
+  void SetUp() override {
+    DesktopOptions options;
+    options.settings.frameLatency = 0;
+    options.settings.ignorePreferredPositionsOf = {StatusBarController::toggleAutosaveName};
+    boot(options);
+    environment_ = std::make_unique<AppEnvironment>(desktop());
+    environment_->statusBarController().expandBar(true, false);
+    run(0.1);
+    ASSERT_EQ(controller().readAlwaysVisibleAnchor(), false);
+    controller().finishStartup();
+  }
+  StatusBarController& controller() { return environment_->statusBarController(); }
+  std::unique_ptr<AppEnvironment> environment_;
+};
+
+TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
+  EXPECT_TRUE(logged("collapse withheld reason=order trigger=startup"));
+  ASSERT_TRUE(controller().startupCollapsePending());
+  desktop().mutableSettings().framesReadable = false;
+  run(10);
+  for (int attempt = 1; attempt <= 4; ++attempt) {
+    EXPECT_EQ(loggedCount("collapse retry reason=order attempt=" + std::to_string(attempt)), 1) << attempt;
+  }
+  EXPECT_FALSE(logged("attempt=5"));
+  EXPECT_FALSE(controller().startupCollapsePending());
+  EXPECT_TRUE(logged("collapse retry gave up"));
+  // The last try ignores the unknown anchor and collapses.
+  EXPECT_FALSE(controller().isExpanded.get());
+}
+
+TEST_F(StartupCampaignTest, CollapsesAsSoonAsTheOrderIsRight) {
+  ASSERT_TRUE(controller().startupCollapsePending());
+  // The user drags the toggle back to the right of both separators.
+  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, 1390));
+  run(3);
+  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().startupCollapsePending());
+  EXPECT_FALSE(iconOnScreen(kHiddenIcon));
+  EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+}
+
+TEST_F(StartupTest, PreferencesArgumentOpensSettingsAfterStartup) {
+  DesktopOptions options;
+  options.settings.arguments = {"-p"};
+  boot(options);
+  launch();
+  run(0.29);
+  EXPECT_TRUE(desktop().ui().preferencesOpenedAt.empty());
+  run(0.02);
+  ASSERT_EQ(desktop().ui().preferencesOpenedAt.size(), 1u);
+  EXPECT_NEAR(desktop().ui().preferencesOpenedAt.front(), 0.3, 1e-9);
+}
+
+TEST_F(StartupTest, ReopenOpensSettingsAndReportsHandled) {
+  boot();
+  launch();
+  EXPECT_TRUE(session().delegate()->applicationShouldHandleReopen(false));
+  EXPECT_EQ(desktop().ui().preferencesOpenedAt.size(), 1u);
+}
+
+TEST_F(StartupTest, StartAndExitAreAnnouncedOnStandardOutput) {
+  boot();
+  launch();
+  session().quit();
+  auto out = desktop().logMessages("stdout");
+  ASSERT_EQ(out.size(), 2u);
+  EXPECT_EQ(out[0], AppDelegate::launchBanner);
+  EXPECT_EQ(out[1], AppDelegate::exitBanner);
+  EXPECT_FALSE(session().running());
+}
+
+TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
+  auto dir = std::filesystem::temp_directory_path() / ("tarvolo-test-" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  auto file = dir / "defaults.json";
+  { std::ofstream(file) << "{\"com.ostrand.tarvolo.onboarding.v1\": tru"; }
+  boot();
+  std::vector<std::string> reports;
+  desktop().replaceDefaults(sim::SimDefaultsStore::backedBy(file, [&](const std::string& r) { reports.push_back(r); }));
+  launch();
+  run(1);
+  ASSERT_EQ(reports.size(), 1u);
+  ASSERT_TRUE(desktop().simDefaults().quarantined());
+  EXPECT_TRUE(std::filesystem::exists(*desktop().simDefaults().quarantined()));
+  // An empty store means a first launch: everything shown, coach presented.
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  std::filesystem::remove_all(dir);
+}
+
+TEST_F(StartupTest, CollapseBeforeStartupFinishedShowsEverything) {
+  boot();
+  AppEnvironment environment(desktop());
+  auto& early = environment.statusBarController();
+  early.collapseBar("explicit");
+  EXPECT_TRUE(early.isExpanded.get());
+  EXPECT_TRUE(early.isDeepExpanded.get());
+  EXPECT_TRUE(logged("collapse blocked reason=explicit"));
+}
+
+class StateMachineTest : public SimAppTest {
+ protected:
+  void SetUp() override {
+    boot();
+    launch();
+    run(1);
+  }
+};
+
+TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  run(0.5);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(iconOnScreen(kHiddenIcon));
+  EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
+
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::alwaysHiddenAutosaveName, MouseButton::left));
+  run(0.5);
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
+
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  run(0.5);
+  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(iconOnScreen(kHiddenIcon));
+  EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+}
+
+TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
+  controller().toggleBar(true);
+  ASSERT_TRUE(controller().isDeepExpanded.get());
+  controller().toggleBar(true);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().isDeepExpanded.get());
+}
+
+TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) {
+  desktop().mutableSettings().framesReadable = false;
+  controller().foldingEffective = false;
+  controller().toggleBar(false);
+  EXPECT_FALSE(controller().isExpanded.get());
+  ASSERT_FALSE(desktop().ui().notices.empty());
+  EXPECT_EQ(desktop().ui().notices.back().request.message,
+            session().delegate()->environment().tr("folding_ineffective_banner"));
+}
+
+TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) {
+  controller().expandBar(true, true);  // every own item is clickable only while shown
+  run(0.2);
+  std::vector<std::vector<std::string>> menus;
+  for (const char* item : {StatusBarController::toggleAutosaveName, StatusBarController::separatorAutosaveName,
+                           StatusBarController::alwaysHiddenAutosaveName}) {
+    ASSERT_TRUE(desktop().clickOwnItem(item, MouseButton::right)) << item;
+    run(0.2);
+    ASSERT_TRUE(desktop().openMenu().has_value()) << item;
+    std::vector<std::string> actions;
+    for (const auto& entry : desktop().openMenu()->menu.items) actions.push_back(entry.action);
+    menus.push_back(actions);
+    desktop().dismissMenu();
+    EXPECT_TRUE(controller().isDeepExpanded.get()) << item;
+  }
+  EXPECT_EQ(menus[0], menus[1]);
+  EXPECT_EQ(menus[0], menus[2]);
+  EXPECT_EQ(menus[0].front(), "menuOpenIconBar");
+  EXPECT_EQ(menus[0].back(), "quitApp");
+}
+
+TEST_F(StateMachineTest, ContextMenuActionsDriveTheBar) {
+  controller().showContextMenu();
+  ASSERT_TRUE(desktop().chooseMenuAction("menuShowAll"));
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  controller().showContextMenu();
+  ASSERT_TRUE(desktop().chooseMenuAction("menuCollapse"));
+  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_TRUE(logged("collapse reason=menu"));
+  controller().showContextMenu();
+  ASSERT_TRUE(desktop().chooseMenuAction("quitApp"));
+  run(0.1);
+  EXPECT_FALSE(session().running());
+}
+
+TEST_F(StateMachineTest, MenuTrackingCountNeverGoesBelowZero) {
+  session().delegate()->menuDidEndTracking();
+  session().delegate()->menuDidEndTracking();
+  EXPECT_EQ(controller().menuTrackingCount(), 0);
+  session().delegate()->menuDidBeginTracking();
+  EXPECT_EQ(controller().menuTrackingCount(), 1);
+  session().delegate()->menuDidEndTracking();
+  session().delegate()->menuDidEndTracking();
+  EXPECT_EQ(controller().menuTrackingCount(), 0);
+}
+
+TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
+  int before = loggedCount("apply presentation=");
+  for (int i = 0; i < 5; ++i) {
+    desktop().wake();
+    desktop().changeSpace();
+  }
+  run(1);
+  EXPECT_EQ(loggedCount("apply presentation=") - before, 1);
+}
+
+TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
+  auto symbol = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->symbol; };
+  EXPECT_EQ(symbol(), "chevron.left");
+  controller().expandBar(false, true);
+  EXPECT_EQ(symbol(), "chevron.down");
+  controller().expandBar(true, true);
+  EXPECT_EQ(symbol(), "chevron.down.circle.fill");
+}
+
+TEST_F(StateMachineTest, LanguageChangesRelabelTheOwnItemsAtOnce) {
+  auto toolTip = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->toolTip; };
+  auto separatorLabel = [&] {
+    return desktop().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
+  };
+  auto& localization = session().delegate()->environment().localization();
+  std::string english = toolTip();
+  EXPECT_EQ(english.substr(0, english.find('\n')), localization.tr("tooltip_status_collapsed"));
+
+  localization.setCurrentLanguage(AppLanguage::ja);
+  run(0.1);
+  EXPECT_NE(toolTip(), english);
+  EXPECT_EQ(separatorLabel(), StringTable::text("ax_separator_fold", "ja"));
+
+  // Following the system again, a change of the system's languages relabels too.
+  localization.setCurrentLanguage(AppLanguage::system);
+  desktop().setPreferredLanguages({"zh-Hant-TW", "en-US"});
+  run(0.1);
+  EXPECT_EQ(separatorLabel(), StringTable::text("ax_separator_fold", "zh-Hant"));
+}
+
+class ToggleClickTest : public SimAppTest {};
+
+// A ⌘-press that moves is the system's icon drag, not a click.
+TEST_F(ToggleClickTest, CommandDragOfFourPointsIsIgnoredButTwoPointsActs) {
+  boot({.screens = {plainDisplay()}});
+  launch();
+  run(1);
+  auto toggle = *desktop().ownItem(StatusBarController::toggleAutosaveName)->frame;
+  double press = toggle.maxX() - std::min(toggle.width, 30.0) / 2;
+
+  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, press - 4));
+  run(0.5);
+  EXPECT_TRUE(logged("statusItemClicked: ignored command drag or guide"));
+  EXPECT_FALSE(controller().isExpanded.get());
+
+  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, press - 2));
+  run(0.5);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().isDeepExpanded.get());  // ⌘ reveals everything without a notch
+}
+
+TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
+  boot({.screens = {notchedLaptop()}, .apps = sampleApps(3)});
+  launch();
+  run(1);
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  run(0.2);
+  EXPECT_TRUE(desktop().ui().shelfShown);
+  EXPECT_FALSE(desktop().ui().shelfTier.has_value());
+  EXPECT_FALSE(controller().isExpanded.get());
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  run(0.2);
+  EXPECT_FALSE(desktop().ui().shelfShown);
+  EXPECT_TRUE(logged("action=openShelf"));
+}
+
+TEST_F(ToggleClickTest, OptionClickWithoutNotchExpandsEverything) {
+  boot({.screens = {plainDisplay()}});
+  launch();
+  run(1);
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left,
+                                     ModifierFlags{}.with(Modifier::option)));
+  run(0.2);
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(logged("action=expandAll"));
+}
+
+}  // namespace
+}  // namespace tarvolo::testing

@@ -1,0 +1,66 @@
+#include "support/SimFixture.h"
+
+namespace tarvolo::testing {
+
+sim::SimScreenSpec notchedLaptop() { return sim::SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}; }
+sim::SimScreenSpec plainDisplay() { return sim::SimScreenSpec{.width = 1920, .height = 1080}; }
+
+std::vector<sim::SimAppSpec> sampleApps(int count) {
+  std::vector<sim::SimAppSpec> apps;
+  apps.push_back(sim::SimAppSpec{.bundleId = "com.example.editor", .name = "Editor",
+                                 .path = "/Applications/Editor.app", .menusWidth = 420});
+  for (int i = 0; i < count; ++i) {
+    std::string n = std::to_string(i);
+    apps.push_back(sim::SimAppSpec{
+        .bundleId = "com.example.icon" + n,
+        .name = "Icon" + n,
+        .path = "/Applications/Icon" + n + ".app",
+        .activation = platform::ActivationPolicy::accessory,
+        .menusWidth = 0,
+        .items = {sim::SimItemSpec{.width = 30, .position = 10.0 * (i + 1)}},
+    });
+  }
+  return apps;
+}
+
+void SimAppTest::boot(DesktopOptions options) {
+  auto desktop = std::make_unique<sim::SimDesktop>(options.screens, options.apps, options.settings);
+  auto& defaults = desktop->defaults();
+  if (options.onboardingComplete) defaults.set(StatusBarController::onboardingKey, DefaultsValue(true));
+  if (options.ownPositions) {
+    defaults.set(StatusBarController::preferredPositionKey(StatusBarController::toggleAutosaveName),
+                 DefaultsValue((*options.ownPositions)[0]));
+    defaults.set(StatusBarController::preferredPositionKey(StatusBarController::separatorAutosaveName),
+                 DefaultsValue((*options.ownPositions)[1]));
+    defaults.set(StatusBarController::preferredPositionKey(StatusBarController::alwaysHiddenAutosaveName),
+                 DefaultsValue((*options.ownPositions)[2]));
+  }
+  if (!options.frontmost.empty()) desktop->setFrontmost(options.frontmost);
+  session_ = std::make_unique<sim::SimSession>(std::move(desktop));
+}
+
+StatusBarController& SimAppTest::controller() {
+  auto* controller = session_->controller();
+  if (!controller) throw std::logic_error("the app is not running");
+  return *controller;
+}
+
+bool SimAppTest::logged(const std::string& needle) const { return loggedCount(needle) > 0; }
+
+int SimAppTest::loggedCount(const std::string& needle) const {
+  int count = 0;
+  for (const auto& line : session_->desktop().logLines()) {
+    if (line.message.find(needle) != std::string::npos) ++count;
+  }
+  return count;
+}
+
+bool SimAppTest::iconOnScreen(const std::string& bundleId) {
+  for (const auto* item : desktop().allItems()) {
+    if (desktop().bundleIdOfPid(item->ownerPid) == bundleId) return item->onScreen;
+  }
+  ADD_FAILURE() << "no icon of " << bundleId;
+  return false;
+}
+
+}  // namespace tarvolo::testing
