@@ -12,7 +12,7 @@
 
 namespace tarvolo::scenario {
 
-inline constexpr int kRenderColumns = 116;
+inline constexpr int kRenderColumns = 118;
 // The bar picture's scale: a typical 30 pt icon takes two columns.
 inline constexpr double kPointsPerColumn = 15;
 
