@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "Scenario.h"
+#include "discovery/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {
@@ -50,7 +51,8 @@ std::optional<PlacementZone> barZone(double minX, double maxX, const BarSnapshot
   return PlacementZone::alwaysHidden;
 }
 
-BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller, double now) {
+BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller,
+                        const StatusItemManager* catalog, double now) {
   BarSnapshot bar;
   bar.time = now;
   bar.tarvoloRunning = desktop.ownAppRunning();
@@ -72,12 +74,23 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
     foreign.frame = item->frame;
     foreign.onScreen = item->onScreen;
     if (item->frame) foreign.zone = barZone(item->frame->minX(), item->frame->maxX(), bar);
+    if (const MenuBarAppItem* row = catalog ? catalog->item(foreign.bundleId) : nullptr) {
+      foreign.category = row->category;
+      foreign.observedZone = catalog->observedZone(foreign.bundleId);
+      foreign.outOfPlace = catalog->isOutOfPlace(foreign.bundleId);
+    }
     bar.items.push_back(std::move(foreign));
   }
   std::stable_sort(bar.items.begin(), bar.items.end(), [](const ForeignItemFrame& a, const ForeignItemFrame& b) {
     if (a.frame.has_value() != b.frame.has_value()) return a.frame.has_value();
     return a.frame && a.frame->minX() < b.frame->minX();
   });
+
+  if (catalog) {
+    for (const auto* rows : {&catalog->items.get(), &catalog->otherRunningItems.get()}) {
+      for (const MenuBarAppItem& row : *rows) bar.catalog.push_back({row.bundleId, row.name, row.catalogSection});
+    }
+  }
 
   const sim::SimUiRecord& ui = desktop.ui();
   bar.ui.iconShelfShown = ui.shelfShown;
@@ -118,9 +131,18 @@ json toJson(const BarSnapshot& bar) {
     entry["maxX"] = item.frame ? json(item.frame->maxX()) : json(nullptr);
     entry["onScreen"] = item.onScreen;
     entry["zone"] = item.zone ? json(std::string(rawValue(*item.zone))) : json(nullptr);
+    entry["category"] = item.category ? json(std::string(rawValue(*item.category))) : json(nullptr);
+    entry["observedZone"] = item.observedZone ? json(*item.observedZone) : json(nullptr);
+    entry["outOfPlace"] = item.outOfPlace ? json(*item.outOfPlace) : json(nullptr);
     items.push_back(std::move(entry));
   }
   out["items"] = std::move(items);
+  json catalog = json::array();
+  for (const auto& entry : bar.catalog) {
+    catalog.push_back(
+        {{"bundleId", entry.bundleId}, {"name", entry.name}, {"section", std::string(rawValue(entry.section))}});
+  }
+  out["catalog"] = std::move(catalog);
   out["ui"] = {{"iconShelfShown", bar.ui.iconShelfShown},
                {"iconShelfTier", bar.ui.iconShelfTier ? json(*bar.ui.iconShelfTier) : json(nullptr)},
                {"preferencesVisible", bar.ui.preferencesVisible},

@@ -8,12 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/sim/SimDesktop.h"
 
 namespace tarvolo {
 class StatusBarController;
-}
+class StatusItemManager;
+}  // namespace tarvolo
 
 namespace tarvolo::scenario {
 
@@ -33,6 +35,18 @@ struct ForeignItemFrame {
   bool onScreen = false;
   // Relative to Tarvolo's items; absent while they are missing or out of order.
   std::optional<PlacementZone> zone;
+  // What Tarvolo's catalogue says of the app; absent when it does not list the app.
+  std::optional<ItemCategory> category;
+  // The zone Tarvolo last saw the icon in, as a raw category.
+  std::optional<std::string> observedZone;
+  std::optional<bool> outOfPlace;
+};
+
+// One application of Tarvolo's catalogue.
+struct CatalogEntry {
+  std::string bundleId;
+  std::string name;
+  MenuBarCatalogSection section = MenuBarCatalogSection::likely;
 };
 
 struct ControllerState {
@@ -58,6 +72,8 @@ struct BarSnapshot {
   std::optional<OwnItemFrame> separator;
   std::optional<OwnItemFrame> alwaysHiddenSeparator;
   std::vector<ForeignItemFrame> items;  // left to right
+  // Main section first, each in the catalogue's own order.
+  std::vector<CatalogEntry> catalog;
   UiState ui;
 };
 
@@ -65,7 +81,8 @@ struct BarSnapshot {
 std::optional<PlacementZone> barZone(double minX, double maxX, const BarSnapshot& bar);
 
 // `now`: the desktop's clock, passed in because only a running desktop hands out its queue.
-BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller, double now);
+BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller,
+                        const StatusItemManager* catalog, double now);
 
 struct StepOutcome {
   double at = 0;

@@ -57,9 +57,9 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 12> kActionKeys = {"launch",      "terminate", "activate", "click",
-                                                          "commandDrag", "menu",      "screens",  "languages",
-                                                          "relaunch",    "reopen",    "wake",     "quit"};
+constexpr std::array<std::string_view, 13> kActionKeys = {
+    "launch",   "terminate", "activate", "click", "commandDrag", "menu", "screens",
+    "languages", "category", "relaunch", "reopen", "wake",       "quit"};
 
 std::string lower(std::string_view text) {
   std::string out(text);
@@ -228,7 +228,7 @@ std::string nameFromBundleId(const std::string& bundleId) {
 }
 
 sim::SimAppSpec parseApp(const Field& field) {
-  field.allowOnly({"bundleId", "name", "path", "activation", "menusWidth", "running", "items"});
+  field.allowOnly({"bundleId", "name", "processName", "path", "activation", "menusWidth", "running", "items"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == kOwnBundleId) {
@@ -252,9 +252,11 @@ sim::SimAppSpec parseApp(const Field& field) {
   return app;
 }
 
-void parseSettings(const Field& field, sim::SimSettings& settings) {
-  field.allowOnly(
-      {"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding", "clickDuration"});
+void parseSettings(const Field& field, Scenario& scenario) {
+  field.allowOnly({"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding",
+                   "clickDuration", "accessibilityTrusted"});
+  sim::SimSettings& settings = scenario.settings;
+  if (auto value = field.optional("accessibilityTrusted")) scenario.accessibilityTrusted = value->boolean();
   if (auto value = field.optional("frameLatency")) settings.frameLatency = value->nonNegative();
   if (auto value = field.optional("systemItemsWidth")) settings.systemItemsWidth = value->nonNegative();
   if (auto value = field.optional("symbolItemWidth")) settings.symbolItemWidth = value->positive();
@@ -332,6 +334,22 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     }
     return step::ChooseMenuAction{action};
   }
+  if (key == "category") {
+    step::AssignCategory assign{.bundleId = knownAppId(value, scenario)};
+    Field tier = step.required("tier");
+    std::string raw = tier.string();
+    if (raw != "none") {
+      assign.category = itemCategoryFromRaw(raw);
+      if (!assign.category) {
+        tier.fail("unknown tier " + inQuotes(raw) + " (expected always_visible, hidden, always_hidden or none)");
+      }
+    }
+    if (auto confirm = step.optional("confirm")) {
+      assign.confirm = confirm->boolean();
+      if (assign.confirm && !assign.category) confirm->fail("only a tier can be confirmed, not none");
+    }
+    return assign;
+  }
   if (key == "screens") return step::ChangeScreens{parseScreens(value)};
   if (key == "languages") {
     auto languages = value.strings();
@@ -355,7 +373,8 @@ Step parseStep(const Field& field, const Scenario& scenario) {
   std::vector<std::string> actions;
   for (const auto& [key, value] : field.object()) {
     bool isAction = std::find(kActionKeys.begin(), kActionKeys.end(), key) != kActionKeys.end();
-    bool isParameter = key == "at" || key == "note" || key == "button" || key == "modifiers" || key == "x";
+    bool isParameter = key == "at" || key == "note" || key == "button" || key == "modifiers" || key == "x" ||
+                       key == "tier" || key == "confirm";
     if (isAction) actions.push_back(key);
     if (!isAction && !isParameter) {
       std::vector<std::string> names(kActionKeys.begin(), kActionKeys.end());
@@ -374,6 +393,8 @@ Step parseStep(const Field& field, const Scenario& scenario) {
   onlyFor("button", "click");
   onlyFor("modifiers", "click");
   onlyFor("x", "commandDrag");
+  onlyFor("tier", "category");
+  onlyFor("confirm", "category");
 
   Step step;
   step.at = field.required("at").nonNegative();
@@ -455,6 +476,10 @@ std::string describe(const Action& action) {
       return "screens " + joined(sizes);
     }
     std::string operator()(const step::ChangeLanguages& a) const { return "languages " + joined(a.languages); }
+    std::string operator()(const step::AssignCategory& a) const {
+      std::string text = "category " + a.bundleId + " " + (a.category ? std::string(rawValue(*a.category)) : "none");
+      return a.confirm ? text + " (confirmed)" : text;
+    }
     std::string operator()(const step::Relaunch&) const { return "relaunch"; }
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }
@@ -487,6 +512,9 @@ Scenario parseScenario(const json& document) {
       if (!seen.insert(lower(scenario.apps.back().bundleId)).second) {
         element.required("bundleId").fail("another app has the bundle id " + inQuotes(scenario.apps.back().bundleId));
       }
+      if (auto process = element.optional("processName")) {
+        scenario.processNames[scenario.apps.back().bundleId] = process->nonEmptyString();
+      }
     }
   }
   if (auto frontmost = root.optional("frontmost")) {
@@ -509,7 +537,7 @@ Scenario parseScenario(const json& document) {
     scenario.settings.preferredLanguages = languages->strings();
     if (scenario.settings.preferredLanguages.empty()) languages->fail("needs at least one language");
   }
-  if (auto settings = root.optional("settings")) parseSettings(*settings, scenario.settings);
+  if (auto settings = root.optional("settings")) parseSettings(*settings, scenario);
   if (auto steps = root.optional("steps")) scenario.steps = parseSteps(*steps, scenario);
   return scenario;
 }

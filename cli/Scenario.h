@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "discovery/PlacementTypes.h"
 #include "platform/DefaultsValue.h"
 #include "platform/Platform.h"
 #include "platform/sim/SimDesktop.h"
@@ -70,6 +71,13 @@ struct ChangeScreens {
 struct ChangeLanguages {
   std::vector<std::string> languages;
 };
+// Saves the app's category (none: back to the default); `confirm` also records the placement
+// as confirmed, as the placement guide does once the icon sits in its zone.
+struct AssignCategory {
+  std::string bundleId;
+  std::optional<ItemCategory> category;
+  bool confirm = false;
+};
 struct Relaunch {};
 struct Reopen {};
 struct Wake {};
@@ -77,8 +85,8 @@ struct Quit {};
 }  // namespace step
 
 using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
-                            step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages, step::Relaunch,
-                            step::Reopen, step::Wake, step::Quit>;
+                            step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages,
+                            step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit>;
 
 struct Step {
   double at = 0;
@@ -99,6 +107,9 @@ struct Scenario {
   sim::SimSettings settings;
   std::vector<sim::SimScreenSpec> screens;
   std::vector<sim::SimAppSpec> apps;
+  // Process names the window list gives apps whose process is not named like the app.
+  std::map<std::string, std::string> processNames;
+  bool accessibilityTrusted = true;
   std::optional<std::string> frontmost;
   std::map<std::string, DefaultsValue> defaults;
   std::vector<Step> steps;

@@ -4,6 +4,10 @@
 #include <limits>
 
 #include "SimSession.h"
+#include "discovery/MenuBarPlacementLedger.h"
+#include "discovery/StatusItemManager.h"
+#include "platform/sim/SimAccessibility.h"
+#include "platform/sim/SimWindowList.h"
 
 namespace tarvolo::scenario {
 
@@ -70,12 +74,12 @@ class Run {
   void settle(double from, double nextStepAt, const std::string& label, const std::string& note) {
     session_->runUntil(std::min(from + kSettleTime, nextStepAt));
     if (!session_->running() || !options_.onCheckpoint) return;
-    BarSnapshot bar = snapshotBar(session_->desktop(), session_->controller(), session_->now());
+    BarSnapshot bar = snapshotBar(session_->desktop(), session_->controller(), session_->statusItemManager(), session_->now());
     options_.onCheckpoint(Checkpoint{label, note, session_->desktop(), bar});
   }
 
   void tarvoloWillTerminate() {
-    atQuit_ = snapshotBar(session_->desktop(), session_->controller(), session_->now());
+    atQuit_ = snapshotBar(session_->desktop(), session_->controller(), session_->statusItemManager(), session_->now());
     if (!relaunching_ && options_.onCheckpoint) {
       options_.onCheckpoint(Checkpoint{"Tarvolo quits", "", session_->desktop(), *atQuit_});
     }
@@ -147,6 +151,17 @@ class Run {
     desktop().setPreferredLanguages(action.languages);
     return std::nullopt;
   }
+  std::optional<std::string> act(const step::AssignCategory& action) {
+    AppEnvironment& environment = session_->delegate()->environment();
+    StatusItemManager& catalog = environment.statusItemManager();
+    if (!action.category) {
+      catalog.removeCategory(action.bundleId);
+      return std::nullopt;
+    }
+    catalog.setCategory(action.bundleId, *action.category);
+    if (action.confirm) environment.placementLedger().confirm(action.bundleId, *action.category);
+    return std::nullopt;
+  }
   std::optional<std::string> act(const step::Relaunch&) {
     relaunching_ = true;
     session_->relaunch();
@@ -188,6 +203,10 @@ class Run {
 std::unique_ptr<sim::SimDesktop> makeDesktop(const Scenario& scenario) {
   auto desktop = std::make_unique<sim::SimDesktop>(scenario.screens, scenario.apps, scenario.settings);
   if (scenario.frontmost) desktop->setFrontmost(*scenario.frontmost);
+  for (const auto& [bundleId, processName] : scenario.processNames) {
+    desktop->simWindowList().setProcessName(bundleId, processName);
+  }
+  desktop->simAccessibility().setTrusted(scenario.accessibilityTrusted);
   return desktop;
 }
 

@@ -1,5 +1,6 @@
 #include "SimSession.h"
 
+#include "discovery/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::sim {
@@ -54,6 +55,10 @@ void SimSession::DelegateRelay::applicationWillTerminate() {
 
 StatusBarController* SimSession::controller() {
   return delegate_ ? delegate_->environment().existingStatusBarController() : nullptr;
+}
+
+StatusItemManager* SimSession::statusItemManager() {
+  return delegate_ ? delegate_->environment().existingStatusItemManager() : nullptr;
 }
 
 }  // namespace tarvolo::sim

@@ -35,6 +35,8 @@ class SimSession {
   AppDelegate* delegate() { return delegate_.get(); }
   // The controller of the running app; null when it is not running.
   StatusBarController* controller();
+  // The running app's catalogue of other apps' items; null when it is not running.
+  StatusItemManager* statusItemManager();
 
  private:
   // Stands between the desktop and the app's delegate so the session sees termination first.

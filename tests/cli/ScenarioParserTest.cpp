@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 
 #include "Scenario.h"
@@ -122,6 +123,34 @@ TEST(ScenarioParserTest, RejectsMalformedScenariosNamingTheField) {
          s["steps"].push_back({{"at", 4}, {"wake", true}});
        },
        "steps[3]", "after a step that quits"},
+      {"unknown tier",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"category", "com.apple.Safari"}, {"tier", "visible"}};
+       },
+       "steps[1].tier", "unknown tier \"visible\""},
+      {"category without a tier",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"category", "com.apple.Safari"}};
+       },
+       "steps[1].tier", "required field is missing"},
+      {"confirming no tier",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"category", "com.apple.Safari"}, {"tier", "none"}, {"confirm", true}};
+       },
+       "steps[1].confirm", "only a tier can be confirmed"},
+      {"tier on a click", [](json& s) { s["steps"][0]["tier"] = "hidden"; }, "steps[0].tier", "only a category step"},
+      {"category of an unlisted app",
+       [](json& s) {
+         s["steps"][1] = {{"at", 2}, {"category", "com.example.x"}, {"tier", "hidden"}};
+       },
+       "steps[1].category", "unknown app"},
+      {"empty process name", [](json& s) { s["apps"][1]["processName"] = ""; }, "apps[1].processName",
+       "must not be empty"},
+      {"trust as a string",
+       [](json& s) {
+         s["settings"] = {{"accessibilityTrusted", "yes"}};
+       },
+       "settings.accessibilityTrusted", "expected true or false"},
       {"step after the Quit menu item", [](json& s) { s["steps"][1]["menu"] = "quitApp"; }, "steps[2]",
        "after a step that quits"},
   };
@@ -158,14 +187,18 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
   document["os"] = {{"major", 14}};
   document["arguments"] = {"-p"};
   document["languages"] = {"de-DE", "en-US"};
-  document["settings"] = {{"frameLatency", 0.1}, {"systemItemsWidth", 150}, {"clickDuration", 0}};
+  document["settings"] = {
+      {"frameLatency", 0.1}, {"systemItemsWidth", 150}, {"clickDuration", 0}, {"accessibilityTrusted", false}};
+  document["apps"][1]["processName"] = "dropbox-agent";
   document["defaults"] = {{"flag", true}, {"count", 3}, {"length", 2.5}, {"list", {"a", "b"}}};
   document["steps"] = json::parse(R"([
     { "at": 0.5, "click": "alwaysHiddenSeparator", "button": "right", "modifiers": ["command", "shift"], "note": "n" },
     { "at": 1, "commandDrag": "COM.GETDROPBOX.DROPBOX", "x": 900.5 },
     { "at": 1, "screens": [ { "width": 1920, "height": 1080, "x": -1920 } ] },
     { "at": 2, "languages": ["fr-FR"] },
-    { "at": 3, "relaunch": true }
+    { "at": 3, "relaunch": true },
+    { "at": 4, "category": "com.getdropbox.dropbox", "tier": "always_visible", "confirm": true },
+    { "at": 4, "category": "COM.APPLE.SAFARI", "tier": "none" }
   ])");
   Scenario scenario = parseScenario(document);
 
@@ -202,7 +235,9 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
   EXPECT_EQ(scenario.defaults.at("length"), DefaultsValue(2.5));
   EXPECT_EQ(scenario.defaults.at("list"), DefaultsValue::fromStrings({"a", "b"}));
 
-  ASSERT_EQ(scenario.steps.size(), 5u);
+  EXPECT_FALSE(scenario.accessibilityTrusted);
+  EXPECT_EQ(scenario.processNames, (std::map<std::string, std::string>{{"com.getdropbox.dropbox", "dropbox-agent"}}));
+  ASSERT_EQ(scenario.steps.size(), 7u);
   const auto& click = std::get<step::Click>(scenario.steps[0].action);
   EXPECT_EQ(click.target, OwnItem::alwaysHiddenSeparator);
   EXPECT_EQ(click.button, sim::SimDesktop::MouseButton::right);
@@ -215,6 +250,12 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
   EXPECT_DOUBLE_EQ(std::get<step::ChangeScreens>(scenario.steps[2].action).screens.at(0).x, -1920);
   EXPECT_EQ(std::get<step::ChangeLanguages>(scenario.steps[3].action).languages, std::vector<std::string>{"fr-FR"});
   EXPECT_TRUE(std::holds_alternative<step::Relaunch>(scenario.steps[4].action));
+  const auto& placed = std::get<step::AssignCategory>(scenario.steps[5].action);
+  EXPECT_EQ(placed.category, ItemCategory::alwaysVisible);
+  EXPECT_TRUE(placed.confirm);
+  EXPECT_EQ(describe(scenario.steps[5].action), "category com.getdropbox.dropbox always_visible (confirmed)");
+  EXPECT_EQ(std::get<step::AssignCategory>(scenario.steps[6].action).category, std::nullopt);
+  EXPECT_EQ(describe(scenario.steps[6].action), "category COM.APPLE.SAFARI none");
   EXPECT_FALSE(scenario.endsByQuitting());
   EXPECT_TRUE(parseScenario(validScenario()).endsByQuitting());
 }

@@ -117,8 +117,8 @@ TEST(ScenarioRunnerTest, ReportHasEveryFieldInItsShape) {
   Report report = runScenario(demoWithSteps(json::parse(R"([{ "at": 2, "click": "separator" }])")));
   json out = json::parse(toJson(report).dump());
 
-  for (const char* key : {"scenario", "time", "tarvoloRunning", "state", "ownItems", "items", "ui", "defaults", "log",
-                          "stdout", "steps", "warnings"}) {
+  for (const char* key : {"scenario", "time", "tarvoloRunning", "state", "ownItems", "items", "catalog", "ui",
+                          "defaults", "log", "stdout", "steps", "warnings"}) {
     EXPECT_TRUE(out.contains(key)) << key;
   }
   EXPECT_EQ(out["scenario"], "demo-laptop-14");
@@ -137,6 +137,9 @@ TEST(ScenarioRunnerTest, ReportHasEveryFieldInItsShape) {
     EXPECT_TRUE(item["bundleId"].is_string());
     EXPECT_TRUE(item["onScreen"].is_boolean());
     EXPECT_TRUE(item["zone"].is_string());
+    EXPECT_TRUE(item["category"].is_string());
+    EXPECT_TRUE(item["outOfPlace"].is_boolean());
+    EXPECT_TRUE(item.contains("observedZone"));
     EXPECT_GE(item["minX"].get<double>(), previousMinX) << "left to right";
     previousMinX = item["minX"].get<double>();
   }
@@ -249,6 +252,41 @@ TEST(ScenarioRunnerTest, DefaultsFileCarriesOneRunIntoTheNextAndSurvivesCorrupti
   EXPECT_EQ(third.warnings, warnings);
   EXPECT_EQ(third.defaults[std::string(kPositionKeyPrefix) + "tarvolo_separator"], 260) << "seeded from the scenario";
   EXPECT_EQ(onScreenBundles(third.atQuit), kAlwaysVisible) << "the app still started and collapsed";
+}
+
+TEST(ScenarioRunnerTest, PlacementScenarioReportsCategoriesZonesAndTheCatalogue) {
+  Report report = runScenario(loadScenario(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "placement.json"));
+  for (const auto& step : report.steps) EXPECT_TRUE(step.performed) << step.action << ": " << step.note;
+  json out = json::parse(toJson(report).dump());
+
+  std::map<std::string, json> items;
+  for (const json& item : out["items"]) items[item["bundleId"]] = item;
+  ASSERT_EQ(items.size(), 4u);
+  auto expectItem = [&](const std::string& bundle, const char* category, const char* observed, bool outOfPlace) {
+    SCOPED_TRACE(bundle);
+    EXPECT_EQ(items[bundle]["category"], category);
+    EXPECT_EQ(items[bundle]["observedZone"], observed);
+    EXPECT_EQ(items[bundle]["outOfPlace"], outOfPlace);
+  };
+  expectItem("com.getdropbox.dropbox", "always_visible", "always_visible", false);  // confirmed and in place
+  expectItem("com.example.Clipper", "hidden", "hidden", false);                     // found by its process name
+  expectItem("com.tinyspeck.slackmacgap", "always_hidden", "always_hidden", false);
+  // Relaunched after its placement was confirmed: flagged although its icon is in place.
+  expectItem("com.example.timer", "always_visible", "always_visible", true);
+
+  // The helper and the background agent are left out; the nested login item is in, under its
+  // host's category; the plain regular editor goes to the other section.
+  EXPECT_EQ(out["catalog"], json::parse(R"([
+    { "bundleId": "com.example.Clipper", "name": "Clipper", "section": "likely" },
+    { "bundleId": "com.example.Clipper.launcher", "name": "Clipper Launcher", "section": "likely" },
+    { "bundleId": "com.getdropbox.dropbox", "name": "Dropbox", "section": "likely" },
+    { "bundleId": "com.tinyspeck.slackmacgap", "name": "Slack", "section": "likely" },
+    { "bundleId": "com.example.timer", "name": "Timer", "section": "likely" },
+    { "bundleId": "com.microsoft.VSCode", "name": "Code", "section": "otherRunning" }
+  ])"));
+  EXPECT_EQ(out["defaults"]["com.ostrand.tarvolo.placement_attention"], json({"com.example.timer"}));
+  EXPECT_EQ(out["defaults"]["com.ostrand.tarvolo.placement_seated"],
+            json::parse(R"({ "com.getdropbox.dropbox": "always_visible" })"));
 }
 
 TEST(ScenarioRunnerTest, RenderShowsTheCollapsedBarWithHiddenIconsOffScreen) {
