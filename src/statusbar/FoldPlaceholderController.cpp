@@ -110,8 +110,10 @@ void FoldPlaceholderController::check(MenuBarPresentation presentation, std::opt
   if (placement.kind == Placeholder::Placement::Kind::unread) return;
 
   if (presentation == MenuBarPresentation::collapsed) {
-    // Only a reading that agrees with what is believed counts; it resets the streak.
-    if (Placeholder::collapsedReadingConfirms(placedBesideFold_, placement)) misplacedStreak_ = 0;
+    // The lengthened item distorts its own frame: a collapsed reading never changes the belief.
+    if (!Placeholder::collapsedReadingConfirms(placedBesideFold_, placement)) {
+      MenuBarLog::log("fold placeholder collapsed reading disagrees placement=" + kind);
+    }
     return;
   }
   if (placement.kind == Placeholder::Placement::Kind::adjacent) {

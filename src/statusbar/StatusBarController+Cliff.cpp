@@ -21,8 +21,9 @@ namespace {
 
 // Unreadable baselines a search tolerates before giving up.
 constexpr int kCliffBaselineRetryLimit = 5;
-// Unreadable probe readings a search tolerates in all before giving up.
-constexpr int kCliffUnreadRetryLimit = 6;
+// Unreadable probe readings a search tolerates in all before giving up: enough for one late
+// frame per probe across the widest screens' searches.
+constexpr int kCliffUnreadRetryLimit = 12;
 constexpr double kCliffDeferDelay = 0.5;
 constexpr double kCliffRetryCampaignDelay = 1;
 constexpr double kScreenChangeSearchDelay = 0.2;
@@ -305,6 +306,7 @@ void StatusBarController::readCliffBaseline(unsigned long long generation) {
                                          .leadingEdge = measurement.leadingEdge,
                                          .toggleAnchor = measurement.toggleAnchor,
                                          .length = Policy::cliffBaselineLength};
+  captureDividerDistanceIfShort();
   if (foldPlaceholder_) {
     // With the separator short the placeholder's place can be judged as on an expanded bar.
     auto fold = separatorStatusItem_->buttonFrameOnScreen();

@@ -1,6 +1,9 @@
 // Watching the gaps between the own items: a stable gap that jumps means an icon was dragged
 // across a separator, and the pinned gap is the reference a verified collapse is judged by.
 
+#include <algorithm>
+#include <cmath>
+
 #include "app/AppEnvironment.h"
 #include "app/Log.h"
 #include "app/NotificationCenter.h"
@@ -14,16 +17,23 @@ namespace Policy = MenuBarVisibilityPolicy;
 namespace {
 // The pinned gap may wander this much before the remembered one is replaced.
 constexpr double kPinnedGapTolerance = Policy::collapsePinTolerance;
+constexpr int kPlaceholderRereadLimit = 5;
 }  // namespace
 
 void StatusBarController::startMenuBarSampling() {
-  mouseUpMonitor_ = platform_.events().addGlobalMonitor(
-      platform::eventMask(platform::EventType::leftMouseUp), [weak = weak()](const platform::Event&) {
-        auto* self = weak.get();
-        if (!self) return;
-        self->lastMouseUpAt_ = self->platform_.clock().now();
-        self->logDragEndGaps();
-      });
+  auto noteMouseUp = [weak = weak()] {
+    auto* self = weak.get();
+    if (!self) return;
+    self->lastMouseUpAt_ = self->platform_.clock().now();
+    self->logDragEndGaps();
+  };
+  const auto mouseUp = platform::eventMask(platform::EventType::leftMouseUp);
+  mouseUpMonitor_ = platform_.events().addGlobalMonitor(mouseUp, [noteMouseUp](const platform::Event&) { noteMouseUp(); });
+  // Drags of the app's own items end in the app.
+  ownMouseUpMonitor_ = platform_.events().addLocalMonitor(mouseUp, [noteMouseUp](const platform::Event& event) {
+    noteMouseUp();
+    return std::optional<platform::Event>(event);
+  });
   samplingSubscriptions_.push_back(env_.workspaceCenter().addObserver(
       Notifications::activeSpaceDidChange, [weak = weak()](const Notification&) {
         if (auto* self = weak.get()) self->workspaceClock_.note(self->platform_.clock().now());
@@ -52,13 +62,30 @@ void StatusBarController::noteMenuBarGaps() {
 
   captureCollapseReferenceIfShort();
   captureDividerDistanceIfShort();
-  if (foldPlaceholder_) foldPlaceholder_->check(currentPresentation(), normal, hidden);
+  if (foldPlaceholder_) {
+    foldPlaceholder_->check(currentPresentation(), normal, hidden);
+    // A placeholder just (re)created is judged on the next reading.
+    if (!foldPlaceholder_->placedBesideFold() && !foldPlaceholder_->isSuppressed() &&
+        ++placeholderRereads_ <= kPlaceholderRereadLimit) {
+      scheduleMenuBarSample();
+    } else if (foldPlaceholder_->placedBesideFold()) {
+      placeholderRereads_ = 0;
+    }
+  }
 
   const auto sample = MenuBarGapPolicy::sample(*toggle, *normal, *hidden);
   const auto previous = gapTracker_.baseline;
   const bool mouseDown = platform_.events().pressedMouseButtons() != 0;
   gapTracker_.observe(sample, mouseDown, gapSecondsSinceMouseUp());
-  if (gapTracker_.dragFrozen) return;
+  if (gapTracker_.dragFrozen) {
+    // Look again once the drag has settled.
+    double wait = MenuBarGapTracker::settleDelay;
+    if (!mouseDown) wait = std::max(wait, MenuBarGapTracker::dragSettle - gapSecondsSinceMouseUp().value_or(0) + 0.05);
+    gapSampleWork_.schedule(wait, [weak = weak()] {
+      if (auto* self = weak.get()) self->noteMenuBarGaps();
+    });
+    return;
+  }
   if (previous) {
     auto crossing = gapTracker_.noteMovement(*previous, workspaceClock_.age(platform_.clock().now()));
     if (crossing != MenuBarGapCrossing::none) noteMenuBarRearrangeDrag(crossing);

@@ -70,7 +70,8 @@ void StatusBarController::captureCollapseReferenceIfShort() {
 }
 
 void StatusBarController::captureDividerDistanceIfShort() {
-  if (cliffProbeInFlight_ || !separatorStatusItem_ || !alwaysHiddenSeparatorStatusItem_) return;
+  // Only two short separators give a distance, which rules out a probe's reading.
+  if (!separatorStatusItem_ || !alwaysHiddenSeparatorStatusItem_) return;
   auto fold = separatorStatusItem_->buttonFrameOnScreen();
   auto hidden = alwaysHiddenSeparatorStatusItem_->buttonFrameOnScreen();
   if (!fold || !hidden) return;

@@ -364,6 +364,7 @@ class StatusBarController {
   std::set<std::string> collapseFoldTailVerified_;
   std::set<std::string> collapseFoldTailRejected_;
   std::unique_ptr<FoldPlaceholderController> foldPlaceholder_;
+  int placeholderRereads_ = 0;
 
   // gaps
   MenuBarGapTracker gapTracker_;
@@ -371,6 +372,7 @@ class StatusBarController {
   std::optional<double> lastMouseUpAt_;
   std::optional<double> pinnedGap_;
   std::unique_ptr<platform::Registration> mouseUpMonitor_;
+  std::unique_ptr<platform::Registration> ownMouseUpMonitor_;
   Cancellables samplingSubscriptions_;
 
   WorkItem cliffStepWork_{platform_.mainQueue()};
