@@ -20,7 +20,7 @@ SimSession::~SimSession() {
 void SimSession::launch() {
   if (delegate_) return;
   delegate_ = std::make_unique<AppDelegate>(*desktop_);
-  desktop_->setApplicationDelegate(delegate_.get());
+  desktop_->setApplicationDelegate(&relay_);
   desktop_->launchOwnApp();
 }
 
@@ -37,6 +37,20 @@ void SimSession::relaunch() {
 }
 
 void SimSession::runUntil(double time) { desktop_->queue().runUntil(time); }
+
+void SimSession::DelegateRelay::applicationDidFinishLaunching() {
+  if (session_.delegate_) session_.delegate_->applicationDidFinishLaunching();
+}
+
+bool SimSession::DelegateRelay::applicationShouldHandleReopen(bool hasVisibleWindows) {
+  return session_.delegate_ && session_.delegate_->applicationShouldHandleReopen(hasVisibleWindows);
+}
+
+void SimSession::DelegateRelay::applicationWillTerminate() {
+  // Copy: the handler may replace itself.
+  if (auto handler = session_.willTerminate_) handler();
+  if (session_.delegate_) session_.delegate_->applicationWillTerminate();
+}
 
 StatusBarController* SimSession::controller() {
   return delegate_ ? delegate_->environment().existingStatusBarController() : nullptr;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "app/AppDelegate.h"
@@ -23,6 +24,9 @@ class SimSession {
   void quit();
   void relaunch();
   bool running() const { return delegate_ != nullptr; }
+  // Runs whenever the app is about to terminate (however the quit came about), before its
+  // delegate hears of it, while its items still stand in the bar.
+  void setWillTerminateHandler(std::function<void()> handler) { willTerminate_ = std::move(handler); }
 
   // Runs the desktop's clock; a process that terminates on the way is torn down as it exits.
   void runUntil(double time);
@@ -33,8 +37,22 @@ class SimSession {
   StatusBarController* controller();
 
  private:
+  // Stands between the desktop and the app's delegate so the session sees termination first.
+  class DelegateRelay final : public platform::ApplicationDelegate {
+   public:
+    explicit DelegateRelay(SimSession& session) : session_(session) {}
+    void applicationDidFinishLaunching() override;
+    bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
+    void applicationWillTerminate() override;
+
+   private:
+    SimSession& session_;
+  };
+
   std::unique_ptr<SimDesktop> desktop_;
   std::unique_ptr<AppDelegate> delegate_;
+  DelegateRelay relay_{*this};
+  std::function<void()> willTerminate_;
 };
 
 }  // namespace tarvolo::sim

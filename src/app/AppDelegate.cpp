@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/Log.h"
+#include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 
@@ -76,6 +77,7 @@ void AppDelegate::menuDidEndTracking() { environment_->defaultCenter().post(Noti
 
 void AppDelegate::preferredLanguagesDidChange() {
   environment_->defaultCenter().post(Notifications::currentLocaleDidChange);
+  environment_->localization().systemLanguagesDidChange();
 }
 
 }  // namespace tarvolo

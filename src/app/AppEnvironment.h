@@ -1,12 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "app/NotificationCenter.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
 
+class LocalizationManager;
 class StatusBarController;
 
 // The app's shared owners and centers for one run of the process. Owners are created once,
@@ -24,6 +27,9 @@ class AppEnvironment {
   NotificationCenter& defaultCenter() { return defaultCenter_; }
   NotificationCenter& workspaceCenter() { return workspaceCenter_; }
 
+  LocalizationManager& localization();
+  // The text for `key` in the interface language.
+  std::string tr(std::string_view key);
   StatusBarController& statusBarController();
   StatusBarController* existingStatusBarController() { return statusBarController_.get(); }
 
@@ -31,6 +37,7 @@ class AppEnvironment {
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
+  std::unique_ptr<LocalizationManager> localization_;
   std::unique_ptr<StatusBarController> statusBarController_;
 };
 

@@ -565,12 +565,12 @@ void StatusBarController::quitApp() { platform_.application().terminate(); }
 
 // --- appearance ------------------------------------------------------------------------------------
 
-std::string StatusBarController::text(const std::string& key) const { return key; }
+std::string StatusBarController::text(const std::string& key) const { return env_.tr(key); }
 
 std::string StatusBarController::stateDescription() const {
-  if (isExpanded.get() && isDeepExpanded.get()) return text("status_deep_expanded");
-  if (isExpanded.get()) return text("status_expanded");
-  return text("status_collapsed");
+  if (isExpanded.get() && isDeepExpanded.get()) return text("tooltip_status_deep_expanded");
+  if (isExpanded.get()) return text("tooltip_status_normal_expanded");
+  return text("tooltip_status_collapsed");
 }
 
 void StatusBarController::updateButtonAppearance() {
@@ -588,17 +588,18 @@ void StatusBarController::updateButtonAppearance() {
   statusItem_->setAccessibilityLabel(description);
 }
 
-void StatusBarController::styleFoldSeparator(bool emphasized) {
+// `emphasized` marks a separator whose zone is shown; the texts are the same either way, the
+// title drawn by applyVisibilityNow carries the emphasis.
+void StatusBarController::styleFoldSeparator(bool) {
   if (!separatorStatusItem_) return;
-  separatorStatusItem_->setAccessibilityLabel(text("separator_accessibility"));
-  separatorStatusItem_->setToolTip(text(emphasized ? "separator_tooltip_drag" : "separator_tooltip"));
+  separatorStatusItem_->setAccessibilityLabel(text("ax_separator_fold"));
+  separatorStatusItem_->setToolTip(text("tooltip_separator_normal"));
 }
 
-void StatusBarController::styleHiddenSeparator(bool emphasized) {
+void StatusBarController::styleHiddenSeparator(bool) {
   if (!alwaysHiddenSeparatorStatusItem_) return;
-  alwaysHiddenSeparatorStatusItem_->setAccessibilityLabel(text("always_hidden_separator_accessibility"));
-  alwaysHiddenSeparatorStatusItem_->setToolTip(
-      text(emphasized ? "always_hidden_separator_tooltip_drag" : "always_hidden_separator_tooltip"));
+  alwaysHiddenSeparatorStatusItem_->setAccessibilityLabel(text("ax_separator_hidden"));
+  alwaysHiddenSeparatorStatusItem_->setToolTip(text("tooltip_separator_always_hidden"));
 }
 
 void StatusBarController::updateLanguageStrings() {

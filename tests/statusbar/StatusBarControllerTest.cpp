@@ -3,6 +3,8 @@
 
 #include "support/SimFixture.h"
 #include "app/AppEnvironment.h"
+#include "localization/LocalizationManager.h"
+#include "localization/StringTable.h"
 
 namespace tarvolo::testing {
 namespace {
@@ -215,7 +217,8 @@ TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) 
   controller().toggleBar(false);
   EXPECT_FALSE(controller().isExpanded.get());
   ASSERT_FALSE(desktop().ui().notices.empty());
-  EXPECT_EQ(desktop().ui().notices.back().request.message, "folding_ineffective_banner");
+  EXPECT_EQ(desktop().ui().notices.back().request.message,
+            session().delegate()->environment().tr("folding_ineffective_banner"));
 }
 
 TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) {
@@ -281,6 +284,27 @@ TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
   EXPECT_EQ(symbol(), "chevron.down");
   controller().expandBar(true, true);
   EXPECT_EQ(symbol(), "chevron.down.circle.fill");
+}
+
+TEST_F(StateMachineTest, LanguageChangesRelabelTheOwnItemsAtOnce) {
+  auto toolTip = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->toolTip; };
+  auto separatorLabel = [&] {
+    return desktop().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
+  };
+  auto& localization = session().delegate()->environment().localization();
+  std::string english = toolTip();
+  EXPECT_EQ(english.substr(0, english.find('\n')), localization.tr("tooltip_status_collapsed"));
+
+  localization.setCurrentLanguage(AppLanguage::ja);
+  run(0.1);
+  EXPECT_NE(toolTip(), english);
+  EXPECT_EQ(separatorLabel(), StringTable::text("ax_separator_fold", "ja"));
+
+  // Following the system again, a change of the system's languages relabels too.
+  localization.setCurrentLanguage(AppLanguage::system);
+  desktop().setPreferredLanguages({"zh-Hant-TW", "en-US"});
+  run(0.1);
+  EXPECT_EQ(separatorLabel(), StringTable::text("ax_separator_fold", "zh-Hant"));
 }
 
 class ToggleClickTest : public SimAppTest {};

@@ -1,0 +1,156 @@
+#include "Report.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "Scenario.h"
+#include "statusbar/StatusBarController.h"
+
+namespace tarvolo::scenario {
+
+using json = nlohmann::ordered_json;
+
+namespace {
+
+std::optional<OwnItemFrame> ownItemFrame(const sim::SimDesktop& desktop, OwnItem which) {
+  const sim::SimItemState* item = desktop.ownItem(autosaveName(which));
+  if (!item || !item->frame) return std::nullopt;
+  return OwnItemFrame{.minX = item->frame->minX(),
+                      .maxX = item->frame->maxX(),
+                      .length = item->frame->width,
+                      .onScreen = item->onScreen};
+}
+
+std::string appNameOf(const sim::SimDesktop& desktop, const std::string& bundleId) {
+  for (const auto& app : desktop.apps()) {
+    if (app.bundleId == bundleId) return app.name;
+  }
+  return bundleId;
+}
+
+json frameJson(const std::optional<OwnItemFrame>& frame) {
+  if (!frame) return nullptr;
+  return {{"minX", frame->minX}, {"maxX", frame->maxX}, {"length", frame->length}, {"onScreen", frame->onScreen}};
+}
+
+}  // namespace
+
+std::optional<PlacementZone> barZone(double minX, double maxX, const BarSnapshot& bar) {
+  if (!bar.toggle || !bar.separator || !bar.alwaysHiddenSeparator) return std::nullopt;
+  const OwnItemFrame& toggle = *bar.toggle;
+  const OwnItemFrame& separator = *bar.separator;
+  const OwnItemFrame& hidden = *bar.alwaysHiddenSeparator;
+  constexpr double tolerance = 1;
+  bool ordered = hidden.maxX <= separator.minX + tolerance && separator.maxX <= toggle.minX + tolerance;
+  if (!ordered) return std::nullopt;
+  double mid = (minX + maxX) / 2;
+  if (toggle.minX <= mid) return PlacementZone::systemSide;
+  if (separator.maxX <= mid) return PlacementZone::alwaysVisible;
+  if (hidden.maxX <= mid) return PlacementZone::folded;
+  return PlacementZone::alwaysHidden;
+}
+
+BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller, double now) {
+  BarSnapshot bar;
+  bar.time = now;
+  bar.tarvoloRunning = desktop.ownAppRunning();
+  if (controller) {
+    bar.state = ControllerState{.isExpanded = controller->isExpanded.get(),
+                                .isDeepExpanded = controller->isDeepExpanded.get(),
+                                .foldingEffective = controller->foldingEffective.get()};
+  }
+  bar.toggle = ownItemFrame(desktop, OwnItem::toggle);
+  bar.separator = ownItemFrame(desktop, OwnItem::separator);
+  bar.alwaysHiddenSeparator = ownItemFrame(desktop, OwnItem::alwaysHiddenSeparator);
+
+  for (const sim::SimItemState* item : desktop.allItems()) {
+    if (item->ownerPid == sim::kOwnPid) continue;
+    ForeignItemFrame foreign;
+    foreign.bundleId = desktop.bundleIdOfPid(item->ownerPid).value_or("");
+    foreign.appName = appNameOf(desktop, foreign.bundleId);
+    foreign.autosaveName = item->autosaveName;
+    foreign.frame = item->frame;
+    foreign.onScreen = item->onScreen;
+    if (item->frame) foreign.zone = barZone(item->frame->minX(), item->frame->maxX(), bar);
+    bar.items.push_back(std::move(foreign));
+  }
+  std::stable_sort(bar.items.begin(), bar.items.end(), [](const ForeignItemFrame& a, const ForeignItemFrame& b) {
+    if (a.frame.has_value() != b.frame.has_value()) return a.frame.has_value();
+    return a.frame && a.frame->minX() < b.frame->minX();
+  });
+
+  const sim::SimUiRecord& ui = desktop.ui();
+  bar.ui.iconShelfShown = ui.shelfShown;
+  bar.ui.iconShelfTier = ui.shelfTier;
+  bar.ui.preferencesVisible = ui.preferencesVisible;
+  bar.ui.coachPresentations = ui.coachPresentations;
+  bar.ui.contextMenuOpen = desktop.openMenu().has_value();
+  for (const auto& notice : ui.notices) {
+    if (!notice.dismissed) bar.ui.notices.push_back(notice.request.kind);
+  }
+  return bar;
+}
+
+std::string logLineText(const sim::SimLogLine& line) {
+  char time[32];
+  std::snprintf(time, sizeof time, "%.3f", line.time);
+  return std::string(time) + " [" + line.channel + "] " + line.message;
+}
+
+json toJson(const BarSnapshot& bar) {
+  json out;
+  out["time"] = bar.time;
+  out["tarvoloRunning"] = bar.tarvoloRunning;
+  if (bar.state) {
+    out["state"] = {{"isExpanded", bar.state->isExpanded},
+                    {"isDeepExpanded", bar.state->isDeepExpanded},
+                    {"foldingEffective", bar.state->foldingEffective}};
+  } else {
+    out["state"] = nullptr;
+  }
+  out["ownItems"] = {{"toggle", frameJson(bar.toggle)},
+                     {"separator", frameJson(bar.separator)},
+                     {"alwaysHiddenSeparator", frameJson(bar.alwaysHiddenSeparator)}};
+  json items = json::array();
+  for (const auto& item : bar.items) {
+    json entry = {{"bundleId", item.bundleId}, {"name", item.appName}, {"autosaveName", item.autosaveName}};
+    entry["minX"] = item.frame ? json(item.frame->minX()) : json(nullptr);
+    entry["maxX"] = item.frame ? json(item.frame->maxX()) : json(nullptr);
+    entry["onScreen"] = item.onScreen;
+    entry["zone"] = item.zone ? json(std::string(rawValue(*item.zone))) : json(nullptr);
+    items.push_back(std::move(entry));
+  }
+  out["items"] = std::move(items);
+  out["ui"] = {{"iconShelfShown", bar.ui.iconShelfShown},
+               {"iconShelfTier", bar.ui.iconShelfTier ? json(*bar.ui.iconShelfTier) : json(nullptr)},
+               {"preferencesVisible", bar.ui.preferencesVisible},
+               {"coachPresentations", bar.ui.coachPresentations},
+               {"contextMenuOpen", bar.ui.contextMenuOpen},
+               {"notices", bar.ui.notices}};
+  return out;
+}
+
+json toJson(const Report& report) {
+  json out = {{"scenario", report.scenario}};
+  out.update(toJson(report.atQuit));
+  out["defaults"] = json(report.defaults);
+  json log = json::array();
+  json standardOutput = json::array();
+  for (const auto& line : report.log) {
+    log.push_back(logLineText(line));
+    if (line.channel == "stdout") standardOutput.push_back(line.message);
+  }
+  out["log"] = std::move(log);
+  out["stdout"] = std::move(standardOutput);
+  json steps = json::array();
+  for (const auto& step : report.steps) {
+    json entry = {{"at", step.at}, {"action", step.action}, {"performed", step.performed}};
+    if (!step.note.empty()) entry["note"] = step.note;
+    steps.push_back(std::move(entry));
+  }
+  out["steps"] = std::move(steps);
+  out["warnings"] = report.warnings;
+  return out;
+}
+
+}  // namespace tarvolo::scenario

@@ -1,0 +1,94 @@
+#pragma once
+
+// What a run leaves behind: the bar as it stood when Tarvolo quit, the defaults store, the log
+// and what became of each step, as one JSON document.
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "discovery/PlacementTypes.h"
+#include "platform/sim/SimDesktop.h"
+
+namespace tarvolo {
+class StatusBarController;
+}
+
+namespace tarvolo::scenario {
+
+// One of Tarvolo's items as the desktop truly lays it out (not the lagging reported frame).
+struct OwnItemFrame {
+  double minX = 0;
+  double maxX = 0;
+  double length = 0;  // the width it takes in the bar
+  bool onScreen = false;
+};
+
+struct ForeignItemFrame {
+  std::string bundleId;
+  std::string appName;
+  std::string autosaveName;
+  std::optional<Rect> frame;
+  bool onScreen = false;
+  // Relative to Tarvolo's items; absent while they are missing or out of order.
+  std::optional<PlacementZone> zone;
+};
+
+struct ControllerState {
+  bool isExpanded = false;
+  bool isDeepExpanded = false;
+  bool foldingEffective = false;
+};
+
+struct UiState {
+  bool iconShelfShown = false;
+  std::optional<std::string> iconShelfTier;
+  bool preferencesVisible = false;
+  int coachPresentations = 0;
+  bool contextMenuOpen = false;
+  std::vector<std::string> notices;  // kinds of notices still showing
+};
+
+struct BarSnapshot {
+  double time = 0;
+  bool tarvoloRunning = false;
+  std::optional<ControllerState> state;
+  std::optional<OwnItemFrame> toggle;
+  std::optional<OwnItemFrame> separator;
+  std::optional<OwnItemFrame> alwaysHiddenSeparator;
+  std::vector<ForeignItemFrame> items;  // left to right
+  UiState ui;
+};
+
+// Where an item spanning minX…maxX sits among Tarvolo's items, by its midpoint.
+std::optional<PlacementZone> barZone(double minX, double maxX, const BarSnapshot& bar);
+
+// `now`: the desktop's clock, passed in because only a running desktop hands out its queue.
+BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller, double now);
+
+struct StepOutcome {
+  double at = 0;
+  std::string action;
+  bool performed = true;
+  std::string note;  // why a step could not be performed
+};
+
+struct Report {
+  std::string scenario;
+  // Taken just before Tarvolo's final termination.
+  BarSnapshot atQuit;
+  nlohmann::json defaults;
+  std::vector<sim::SimLogLine> log;
+  std::vector<StepOutcome> steps;
+  std::vector<std::string> warnings;
+};
+
+// "12.345 [menubar] tarvolo collapse reason=startup ..."
+std::string logLineText(const sim::SimLogLine& line);
+
+// Keys in reading order: when, what state, where things stood, then the record of the run.
+nlohmann::ordered_json toJson(const BarSnapshot& bar);
+nlohmann::ordered_json toJson(const Report& report);
+
+}  // namespace tarvolo::scenario

@@ -1,0 +1,542 @@
+#include "Scenario.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "statusbar/StatusBarController.h"
+
+namespace tarvolo::scenario {
+
+using json = nlohmann::json;
+
+ScenarioError::ScenarioError(std::string path, std::string problem)
+    : std::runtime_error((path.empty() ? std::string("scenario") : path) + ": " + problem),
+      path_(std::move(path)),
+      problem_(std::move(problem)) {}
+
+std::string_view targetName(OwnItem item) {
+  switch (item) {
+    case OwnItem::toggle: return "toggle";
+    case OwnItem::separator: return "separator";
+    case OwnItem::alwaysHiddenSeparator: return "alwaysHiddenSeparator";
+  }
+  return "toggle";
+}
+
+std::optional<OwnItem> ownItemFromTargetName(std::string_view name) {
+  for (OwnItem item : {OwnItem::toggle, OwnItem::separator, OwnItem::alwaysHiddenSeparator}) {
+    if (targetName(item) == name) return item;
+  }
+  return std::nullopt;
+}
+
+std::string autosaveName(OwnItem item) {
+  switch (item) {
+    case OwnItem::toggle: return StatusBarController::toggleAutosaveName;
+    case OwnItem::separator: return StatusBarController::separatorAutosaveName;
+    case OwnItem::alwaysHiddenSeparator: return StatusBarController::alwaysHiddenAutosaveName;
+  }
+  return StatusBarController::toggleAutosaveName;
+}
+
+const std::vector<std::string>& knownMenuActions() {
+  static const std::vector<std::string> actions = {
+      "menuOpenIconBar", "menuExpandFolded",   "menuShowAll",     "menuCollapse",
+      "menuArrange",     "menuHideInSettings", "openPreferences", "quitApp",
+  };
+  return actions;
+}
+
+namespace {
+
+constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
+constexpr std::array<std::string_view, 12> kActionKeys = {"launch",      "terminate", "activate", "click",
+                                                          "commandDrag", "menu",      "screens",  "languages",
+                                                          "relaunch",    "reopen",    "wake",     "quit"};
+
+std::string lower(std::string_view text) {
+  std::string out(text);
+  std::transform(out.begin(), out.end(), out.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return out;
+}
+
+std::string inQuotes(std::string_view text) { return json(std::string(text)).dump(); }
+
+std::string joined(const std::vector<std::string>& words, std::string_view separator = ", ") {
+  std::string out;
+  for (const auto& word : words) {
+    if (!out.empty()) out += separator;
+    out += word;
+  }
+  return out;
+}
+
+bool isIdentifier(std::string_view key) {
+  if (key.empty() || std::isdigit(static_cast<unsigned char>(key.front()))) return false;
+  return std::all_of(key.begin(), key.end(), [](unsigned char c) { return std::isalnum(c) || c == '_'; });
+}
+
+// A JSON value together with where it sits in the document, so every complaint names its field.
+class Field {
+ public:
+  Field(const json& value, std::string path) : value_(value), path_(std::move(path)) {}
+
+  const nlohmann::json& value() const { return value_; }
+  const std::string& path() const { return path_; }
+  [[noreturn]] void fail(const std::string& problem) const { throw ScenarioError(path_, problem); }
+
+  std::string childPath(std::string_view key) const {
+    std::string name = isIdentifier(key) ? std::string(key) : "[" + inQuotes(key) + "]";
+    if (path_.empty()) return name;
+    return isIdentifier(key) ? path_ + "." + name : path_ + name;
+  }
+
+  void expectType(nlohmann::json::value_t type, const char* expected) const {
+    if (value_.type() != type) fail(std::string("expected ") + expected + ", got " + value_.type_name());
+  }
+
+  const nlohmann::json::object_t& object() const {
+    expectType(nlohmann::json::value_t::object, "an object");
+    return value_.get_ref<const nlohmann::json::object_t&>();
+  }
+
+  std::vector<Field> array() const {
+    expectType(nlohmann::json::value_t::array, "an array");
+    std::vector<Field> out;
+    for (std::size_t i = 0; i < value_.size(); ++i) out.emplace_back(value_[i], path_ + "[" + std::to_string(i) + "]");
+    return out;
+  }
+
+  bool has(std::string_view key) const { return object().count(std::string(key)) > 0; }
+
+  std::optional<Field> optional(std::string_view key) const {
+    const auto& members = object();
+    auto it = members.find(std::string(key));
+    if (it == members.end()) return std::nullopt;
+    return Field(it->second, childPath(key));
+  }
+
+  Field required(std::string_view key) const {
+    if (auto field = optional(key)) return *field;
+    throw ScenarioError(childPath(key), "required field is missing");
+  }
+
+  void allowOnly(std::initializer_list<std::string_view> keys) const {
+    for (const auto& [key, value] : object()) {
+      if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+        std::vector<std::string> names(keys.begin(), keys.end());
+        throw ScenarioError(childPath(key), "unknown field (expected " + joined(names) + ")");
+      }
+    }
+  }
+
+  double number() const {
+    if (!value_.is_number()) fail(std::string("expected a number, got ") + value_.type_name());
+    double number = value_.get<double>();
+    if (!std::isfinite(number)) fail("expected a finite number");
+    return number;
+  }
+  double nonNegative() const {
+    double value = number();
+    if (value < 0) fail("must not be negative, got " + value_.dump());
+    return value;
+  }
+  double positive() const {
+    double value = number();
+    if (value <= 0) fail("must be greater than 0, got " + value_.dump());
+    return value;
+  }
+  long long integer() const {
+    if (!value_.is_number_integer()) fail(std::string("expected an integer, got ") + value_.dump());
+    return value_.get<long long>();
+  }
+  bool boolean() const {
+    if (!value_.is_boolean()) fail(std::string("expected true or false, got ") + value_.type_name());
+    return value_.get<bool>();
+  }
+  std::string string() const {
+    if (!value_.is_string()) fail(std::string("expected a string, got ") + value_.type_name());
+    return value_.get<std::string>();
+  }
+  std::string nonEmptyString() const {
+    std::string text = string();
+    if (text.empty()) fail("must not be empty");
+    return text;
+  }
+  std::vector<std::string> strings() const {
+    std::vector<std::string> out;
+    for (const Field& element : array()) out.push_back(element.nonEmptyString());
+    return out;
+  }
+
+ private:
+  const nlohmann::json& value_;
+  std::string path_;
+};
+
+sim::SimScreenSpec parseScreen(const Field& field) {
+  field.allowOnly({"width", "height", "x", "y", "notchWidth"});
+  sim::SimScreenSpec screen;
+  screen.width = field.required("width").positive();
+  screen.height = field.required("height").positive();
+  if (auto x = field.optional("x")) screen.x = x->number();
+  if (auto y = field.optional("y")) screen.y = y->number();
+  if (auto notch = field.optional("notchWidth")) {
+    double width = notch->positive();
+    if (width >= screen.width) notch->fail("must be narrower than the screen");
+    screen.notchWidth = width;
+  }
+  return screen;
+}
+
+std::vector<sim::SimScreenSpec> parseScreens(const Field& field) {
+  std::vector<sim::SimScreenSpec> screens;
+  for (const Field& element : field.array()) screens.push_back(parseScreen(element));
+  if (screens.empty()) field.fail("needs at least one screen");
+  return screens;
+}
+
+platform::ActivationPolicy parseActivation(const Field& field) {
+  std::string name = field.string();
+  for (auto policy : {platform::ActivationPolicy::regular, platform::ActivationPolicy::accessory,
+                      platform::ActivationPolicy::prohibited}) {
+    if (platform::activationPolicyName(policy) == name) return policy;
+  }
+  field.fail("unknown activation policy " + inQuotes(name) + " (expected regular, accessory or prohibited)");
+}
+
+sim::SimItemSpec parseItem(const Field& field) {
+  field.allowOnly({"width", "position", "name"});
+  sim::SimItemSpec item;
+  item.width = field.required("width").positive();
+  if (auto position = field.optional("position")) item.position = position->nonNegative();
+  if (auto name = field.optional("name")) item.autosaveName = name->nonEmptyString();
+  return item;
+}
+
+std::string nameFromBundleId(const std::string& bundleId) {
+  auto dot = bundleId.find_last_of('.');
+  return dot == std::string::npos ? bundleId : bundleId.substr(dot + 1);
+}
+
+sim::SimAppSpec parseApp(const Field& field) {
+  field.allowOnly({"bundleId", "name", "path", "activation", "menusWidth", "running", "items"});
+  sim::SimAppSpec app;
+  app.bundleId = field.required("bundleId").nonEmptyString();
+  if (lower(app.bundleId) == kOwnBundleId) {
+    field.required("bundleId").fail("is Tarvolo itself, which the runner starts");
+  }
+  app.name = field.optional("name") ? field.required("name").nonEmptyString() : nameFromBundleId(app.bundleId);
+  app.path = field.optional("path") ? field.required("path").nonEmptyString() : "/Applications/" + app.name + ".app";
+  if (auto activation = field.optional("activation")) app.activation = parseActivation(*activation);
+  if (auto menus = field.optional("menusWidth")) app.menusWidth = menus->nonNegative();
+  if (auto running = field.optional("running")) app.running = running->boolean();
+  if (auto items = field.optional("items")) {
+    std::set<std::string> names;
+    for (const Field& element : items->array()) {
+      app.items.push_back(parseItem(element));
+      const std::string& name = app.items.back().autosaveName;
+      if (!name.empty() && !names.insert(name).second) {
+        element.required("name").fail("another item of this app has the name " + inQuotes(name));
+      }
+    }
+  }
+  return app;
+}
+
+void parseSettings(const Field& field, sim::SimSettings& settings) {
+  field.allowOnly(
+      {"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding", "clickDuration"});
+  if (auto value = field.optional("frameLatency")) settings.frameLatency = value->nonNegative();
+  if (auto value = field.optional("systemItemsWidth")) settings.systemItemsWidth = value->nonNegative();
+  if (auto value = field.optional("symbolItemWidth")) settings.symbolItemWidth = value->positive();
+  if (auto value = field.optional("textCharWidth")) settings.textCharWidth = value->positive();
+  if (auto value = field.optional("textItemPadding")) settings.textItemPadding = value->nonNegative();
+  if (auto value = field.optional("clickDuration")) settings.clickDuration = value->nonNegative();
+}
+
+std::string knownAppId(const Field& field, const Scenario& scenario) {
+  std::string bundleId = field.nonEmptyString();
+  if (!scenario.app(bundleId)) field.fail("unknown app " + inQuotes(bundleId) + " (not listed in apps)");
+  return bundleId;
+}
+
+platform::ModifierFlags parseModifiers(const Field& field) {
+  platform::ModifierFlags flags;
+  for (const Field& element : field.array()) {
+    std::string name = element.string();
+    if (name == "command") {
+      flags = flags.with(platform::Modifier::command);
+    } else if (name == "option") {
+      flags = flags.with(platform::Modifier::option);
+    } else if (name == "shift") {
+      flags = flags.with(platform::Modifier::shift);
+    } else if (name == "control") {
+      flags = flags.with(platform::Modifier::control);
+    } else {
+      element.fail("unknown modifier " + inQuotes(name) + " (expected command, option, shift or control)");
+    }
+  }
+  return flags;
+}
+
+void expectTrue(const Field& field) {
+  if (!field.boolean()) field.fail("expected true (leave the step out instead)");
+}
+
+Action parseAction(const Field& step, std::string_view key, const Scenario& scenario) {
+  Field value = step.required(key);
+  if (key == "launch") return step::LaunchApp{knownAppId(value, scenario)};
+  if (key == "terminate") return step::TerminateApp{knownAppId(value, scenario)};
+  if (key == "activate") return step::ActivateApp{knownAppId(value, scenario)};
+  if (key == "click") {
+    std::string name = value.string();
+    auto target = ownItemFromTargetName(name);
+    if (!target) {
+      value.fail("unknown target " + inQuotes(name) + " (expected toggle, separator or alwaysHiddenSeparator)");
+    }
+    step::Click click{.target = *target};
+    if (auto button = step.optional("button")) {
+      std::string buttonName = button->string();
+      if (buttonName == "right") {
+        click.button = sim::SimDesktop::MouseButton::right;
+      } else if (buttonName != "left") {
+        button->fail("unknown button " + inQuotes(buttonName) + " (expected left or right)");
+      }
+    }
+    if (auto modifiers = step.optional("modifiers")) click.modifiers = parseModifiers(*modifiers);
+    return click;
+  }
+  if (key == "commandDrag") {
+    std::string item = value.nonEmptyString();
+    const sim::SimAppSpec* app = scenario.app(item);
+    if (!ownItemFromTargetName(item) && !(app && !app->items.empty())) {
+      value.fail("unknown item " + inQuotes(item) +
+                 " (expected toggle, separator, alwaysHiddenSeparator or the bundle id of an app with items)");
+    }
+    return step::CommandDrag{.item = item, .toX = step.required("x").number()};
+  }
+  if (key == "menu") {
+    std::string action = value.string();
+    const auto& known = knownMenuActions();
+    if (std::find(known.begin(), known.end(), action) == known.end()) {
+      value.fail("unknown action " + inQuotes(action) + " (expected " + joined(known) + ")");
+    }
+    return step::ChooseMenuAction{action};
+  }
+  if (key == "screens") return step::ChangeScreens{parseScreens(value)};
+  if (key == "languages") {
+    auto languages = value.strings();
+    if (languages.empty()) value.fail("needs at least one language");
+    return step::ChangeLanguages{std::move(languages)};
+  }
+  expectTrue(value);
+  if (key == "relaunch") return step::Relaunch{};
+  if (key == "reopen") return step::Reopen{};
+  if (key == "wake") return step::Wake{};
+  return step::Quit{};
+}
+
+bool endsTheRun(const Action& action) {
+  if (std::holds_alternative<step::Quit>(action)) return true;
+  const auto* menu = std::get_if<step::ChooseMenuAction>(&action);
+  return menu && menu->action == "quitApp";
+}
+
+Step parseStep(const Field& field, const Scenario& scenario) {
+  std::vector<std::string> actions;
+  for (const auto& [key, value] : field.object()) {
+    bool isAction = std::find(kActionKeys.begin(), kActionKeys.end(), key) != kActionKeys.end();
+    bool isParameter = key == "at" || key == "note" || key == "button" || key == "modifiers" || key == "x";
+    if (isAction) actions.push_back(key);
+    if (!isAction && !isParameter) {
+      std::vector<std::string> names(kActionKeys.begin(), kActionKeys.end());
+      throw ScenarioError(field.childPath(key),
+                          "unknown field (a step has \"at\", an optional \"note\" and one of " + joined(names) + ")");
+    }
+  }
+  if (actions.empty()) field.fail("has no action");
+  if (actions.size() > 1) field.fail("has more than one action (" + joined(actions) + ")");
+  const std::string& key = actions.front();
+  auto onlyFor = [&](const char* parameter, const char* action) {
+    if (field.has(parameter) && key != action) {
+      field.required(parameter).fail(std::string("only a ") + action + " step takes this field");
+    }
+  };
+  onlyFor("button", "click");
+  onlyFor("modifiers", "click");
+  onlyFor("x", "commandDrag");
+
+  Step step;
+  step.at = field.required("at").nonNegative();
+  if (auto note = field.optional("note")) step.note = note->string();
+  step.action = parseAction(field, key, scenario);
+  return step;
+}
+
+std::vector<Step> parseSteps(const Field& field, const Scenario& scenario) {
+  std::vector<Step> steps;
+  for (const Field& element : field.array()) {
+    if (!steps.empty() && endsTheRun(steps.back().action)) {
+      element.fail("comes after a step that quits Tarvolo, which ends the run");
+    }
+    element.object();
+    Step step = parseStep(element, scenario);
+    if (!steps.empty() && step.at < steps.back().at) {
+      element.required("at").fail("steps must not go back in time: " + json(step.at).dump() +
+                                  " comes after a step at " + json(steps.back().at).dump());
+    }
+    steps.push_back(std::move(step));
+  }
+  return steps;
+}
+
+std::string modifierSymbols(platform::ModifierFlags flags) {
+  std::string out;
+  if (flags.has(platform::Modifier::control)) out += "⌃";
+  if (flags.has(platform::Modifier::option)) out += "⌥";
+  if (flags.has(platform::Modifier::shift)) out += "⇧";
+  if (flags.has(platform::Modifier::command)) out += "⌘";
+  return out;
+}
+
+std::string numberWord(double value) {
+  std::ostringstream out;
+  out << value;
+  return out.str();
+}
+
+}  // namespace
+
+bool Scenario::endsByQuitting() const { return !steps.empty() && endsTheRun(steps.back().action); }
+
+const sim::SimAppSpec* Scenario::app(std::string_view bundleId) const {
+  for (const auto& candidate : apps) {
+    if (lower(candidate.bundleId) == lower(bundleId)) return &candidate;
+  }
+  return nullptr;
+}
+
+std::string describe(const Action& action) {
+  struct Describer {
+    std::string operator()(const step::LaunchApp& a) const { return "launch " + a.bundleId; }
+    std::string operator()(const step::TerminateApp& a) const { return "terminate " + a.bundleId; }
+    std::string operator()(const step::ActivateApp& a) const { return "activate " + a.bundleId; }
+    std::string operator()(const step::Click& a) const {
+      std::string text = "click " + std::string(targetName(a.target));
+      bool right = a.button == sim::SimDesktop::MouseButton::right;
+      std::string modifiers = modifierSymbols(a.modifiers);
+      if (right || !modifiers.empty()) {
+        text += " (";
+        text += right ? "right" : "left";
+        if (!modifiers.empty()) text += " " + modifiers;
+        text += ")";
+      }
+      return text;
+    }
+    std::string operator()(const step::CommandDrag& a) const {
+      return "⌘-drag " + a.item + " to x=" + numberWord(a.toX);
+    }
+    std::string operator()(const step::ChooseMenuAction& a) const { return "menu " + a.action; }
+    std::string operator()(const step::ChangeScreens& a) const {
+      std::vector<std::string> sizes;
+      for (const auto& screen : a.screens) {
+        sizes.push_back(numberWord(screen.width) + "×" + numberWord(screen.height) +
+                        (screen.notchWidth ? " notched" : ""));
+      }
+      return "screens " + joined(sizes);
+    }
+    std::string operator()(const step::ChangeLanguages& a) const { return "languages " + joined(a.languages); }
+    std::string operator()(const step::Relaunch&) const { return "relaunch"; }
+    std::string operator()(const step::Reopen&) const { return "reopen"; }
+    std::string operator()(const step::Wake&) const { return "wake"; }
+    std::string operator()(const step::Quit&) const { return "quit"; }
+  };
+  return std::visit(Describer{}, action);
+}
+
+Scenario parseScenario(const json& document) {
+  Field root(document, "");
+  root.allowOnly({"name", "description", "os", "screens", "apps", "frontmost", "defaults", "arguments", "languages",
+                  "settings", "steps"});
+  Scenario scenario;
+  if (auto name = root.optional("name")) scenario.name = name->string();
+  if (auto description = root.optional("description")) scenario.description = description->string();
+  if (auto os = root.optional("os")) {
+    os->allowOnly({"major"});
+    Field major = os->required("major");
+    long long version = major.integer();
+    if (version < 10 || version > 99) {
+      major.fail("expected a macOS major version such as 15, got " + major.value().dump());
+    }
+    scenario.settings.osMajor = static_cast<int>(version);
+  }
+  scenario.screens = parseScreens(root.required("screens"));
+  if (auto apps = root.optional("apps")) {
+    std::set<std::string> seen;
+    for (const Field& element : apps->array()) {
+      scenario.apps.push_back(parseApp(element));
+      if (!seen.insert(lower(scenario.apps.back().bundleId)).second) {
+        element.required("bundleId").fail("another app has the bundle id " + inQuotes(scenario.apps.back().bundleId));
+      }
+    }
+  }
+  if (auto frontmost = root.optional("frontmost")) {
+    std::string bundleId = knownAppId(*frontmost, scenario);
+    if (!scenario.app(bundleId)->running) frontmost->fail("app " + inQuotes(bundleId) + " is not running at the start");
+    scenario.frontmost = bundleId;
+  }
+  if (auto defaults = root.optional("defaults")) {
+    for (const auto& [key, value] : defaults->object()) {
+      auto converted = sim::fromJson(value);
+      if (!converted) throw ScenarioError(defaults->childPath(key), "null cannot be stored (leave the key out)");
+      scenario.defaults.emplace(key, std::move(*converted));
+    }
+  }
+  if (auto arguments = root.optional("arguments")) {
+    scenario.settings.arguments.clear();
+    for (const Field& element : arguments->array()) scenario.settings.arguments.push_back(element.string());
+  }
+  if (auto languages = root.optional("languages")) {
+    scenario.settings.preferredLanguages = languages->strings();
+    if (scenario.settings.preferredLanguages.empty()) languages->fail("needs at least one language");
+  }
+  if (auto settings = root.optional("settings")) parseSettings(*settings, scenario.settings);
+  if (auto steps = root.optional("steps")) scenario.steps = parseSteps(*steps, scenario);
+  return scenario;
+}
+
+Scenario parseScenarioText(std::string_view text) {
+  json document;
+  try {
+    document = json::parse(text);
+  } catch (const json::parse_error& error) {
+    std::string message = error.what();
+    // Drop the library's "[json.exception.parse_error.101] " tag.
+    if (auto tag = message.find("] "); message.rfind("[json.exception", 0) == 0 && tag != std::string::npos) {
+      message = message.substr(tag + 2);
+    }
+    throw ScenarioError("", "invalid JSON: " + message);
+  }
+  return parseScenario(document);
+}
+
+Scenario loadScenario(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) throw ScenarioError("", std::string("cannot be read (") + std::strerror(errno) + ")");
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  Scenario scenario = parseScenarioText(buffer.str());
+  if (scenario.name.empty()) scenario.name = file.stem().string();
+  return scenario;
+}
+
+}  // namespace tarvolo::scenario

@@ -1,0 +1,117 @@
+#pragma once
+
+// A scenario: the desktop Tarvolo starts on and a timeline of what happens to it. Parsing
+// validates every field and names the one at fault, so a typo never runs as something else.
+
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/DefaultsValue.h"
+#include "platform/Platform.h"
+#include "platform/sim/SimDesktop.h"
+
+namespace tarvolo::scenario {
+
+// What makes a scenario unusable, with the path of the offending field ("steps[3].click").
+class ScenarioError : public std::runtime_error {
+ public:
+  ScenarioError(std::string path, std::string problem);
+  // Empty for the document as a whole.
+  const std::string& path() const { return path_; }
+  const std::string& problem() const { return problem_; }
+
+ private:
+  std::string path_;
+  std::string problem_;
+};
+
+// Tarvolo's own items as scenarios name them.
+enum class OwnItem { toggle, separator, alwaysHiddenSeparator };
+
+std::string_view targetName(OwnItem item);
+std::optional<OwnItem> ownItemFromTargetName(std::string_view name);
+std::string autosaveName(OwnItem item);
+
+// The actions a step can take; each is the value of one key of the step object.
+namespace step {
+struct LaunchApp {
+  std::string bundleId;
+};
+struct TerminateApp {
+  std::string bundleId;
+};
+struct ActivateApp {
+  std::string bundleId;
+};
+struct Click {
+  OwnItem target = OwnItem::toggle;
+  sim::SimDesktop::MouseButton button = sim::SimDesktop::MouseButton::left;
+  platform::ModifierFlags modifiers;
+};
+// `item` is an own item's target name or a foreign app's bundle id (its first item).
+struct CommandDrag {
+  std::string item;
+  double toX = 0;
+};
+// Opens the context menu with a right click on the toggle, then chooses `action`.
+struct ChooseMenuAction {
+  std::string action;
+};
+struct ChangeScreens {
+  std::vector<sim::SimScreenSpec> screens;
+};
+struct ChangeLanguages {
+  std::vector<std::string> languages;
+};
+struct Relaunch {};
+struct Reopen {};
+struct Wake {};
+struct Quit {};
+}  // namespace step
+
+using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
+                            step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages, step::Relaunch,
+                            step::Reopen, step::Wake, step::Quit>;
+
+struct Step {
+  double at = 0;
+  Action action;
+  std::string note;
+};
+
+// A one-line description for logs and renderings ("click separator (left, ⌥)").
+std::string describe(const Action& action);
+
+// The context-menu actions a `menu` step may choose.
+const std::vector<std::string>& knownMenuActions();
+
+struct Scenario {
+  std::string name;
+  std::string description;
+  // Holds the OS version, languages, arguments and the simulator's knobs.
+  sim::SimSettings settings;
+  std::vector<sim::SimScreenSpec> screens;
+  std::vector<sim::SimAppSpec> apps;
+  std::optional<std::string> frontmost;
+  std::map<std::string, DefaultsValue> defaults;
+  std::vector<Step> steps;
+
+  // Whether the timeline itself ends the app's run (a quit step or the Quit menu item).
+  bool endsByQuitting() const;
+  const sim::SimAppSpec* app(std::string_view bundleId) const;
+};
+
+// All throw ScenarioError.
+Scenario parseScenario(const nlohmann::json& document);
+Scenario parseScenarioText(std::string_view text);
+// The scenario's name defaults to the file's stem.
+Scenario loadScenario(const std::filesystem::path& file);
+
+}  // namespace tarvolo::scenario

@@ -1,0 +1,205 @@
+#include "ScenarioRunner.h"
+
+#include <cstdio>
+#include <limits>
+
+#include "SimSession.h"
+
+namespace tarvolo::scenario {
+
+namespace {
+
+std::string secondsText(double seconds) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f s", seconds);
+  return text;
+}
+
+class Run {
+ public:
+  Run(const Scenario& scenario, const RunOptions& options) : scenario_(scenario), options_(options) {}
+
+  Report execute() {
+    auto desktop = makeDesktop(scenario_);
+    desktop->replaceDefaults(
+        startingDefaults(scenario_, options_.defaultsFile, [this](const std::string& message) { warn(message); }));
+    session_ = std::make_unique<sim::SimSession>(std::move(desktop));
+    session_->setWillTerminateHandler([this] { tarvoloWillTerminate(); });
+
+    session_->launch();
+    const auto& steps = scenario_.steps;
+    settle(0, steps.empty() ? kSettleTime : steps.front().at, "start-up", "");
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+      const Step& step = steps[i];
+      session_->runUntil(step.at);
+      if (!session_->running()) {
+        skipRemaining(i);
+        break;
+      }
+      StepOutcome outcome = perform(step);
+      if (!outcome.performed) {
+        warn("steps[" + std::to_string(i) + "] at " + secondsText(step.at) + " (" + outcome.action +
+             ") did nothing: " + outcome.note);
+      }
+      report_.steps.push_back(outcome);
+      double next = i + 1 < steps.size() ? steps[i + 1].at : std::numeric_limits<double>::infinity();
+      std::string label = "step " + std::to_string(i + 1) + " at " + secondsText(step.at) + ": " + outcome.action;
+      if (!outcome.performed) label += " (did nothing)";
+      settle(step.at, next, label, step.note);
+    }
+    if (session_->running()) {
+      session_->runUntil((steps.empty() ? 0 : steps.back().at) + kQuitDelay);
+      session_->quit();
+    }
+
+    sim::SimDesktop& finalDesktop = session_->desktop();
+    report_.scenario = scenario_.name;
+    if (atQuit_) report_.atQuit = std::move(*atQuit_);
+    report_.defaults = finalDesktop.simDefaults().toJson();
+    report_.log = finalDesktop.logLines();
+    return std::move(report_);
+  }
+
+ private:
+  void warn(const std::string& message) {
+    report_.warnings.push_back(message);
+    if (options_.onWarning) options_.onWarning(message);
+  }
+
+  // Lets a step take effect, then shows the bar, unless Tarvolo quit on the way.
+  void settle(double from, double nextStepAt, const std::string& label, const std::string& note) {
+    session_->runUntil(std::min(from + kSettleTime, nextStepAt));
+    if (!session_->running() || !options_.onCheckpoint) return;
+    BarSnapshot bar = snapshotBar(session_->desktop(), session_->controller(), session_->now());
+    options_.onCheckpoint(Checkpoint{label, note, session_->desktop(), bar});
+  }
+
+  void tarvoloWillTerminate() {
+    atQuit_ = snapshotBar(session_->desktop(), session_->controller(), session_->now());
+    if (!relaunching_ && options_.onCheckpoint) {
+      options_.onCheckpoint(Checkpoint{"Tarvolo quits", "", session_->desktop(), *atQuit_});
+    }
+  }
+
+  void skipRemaining(std::size_t first) {
+    const auto& steps = scenario_.steps;
+    warn("Tarvolo quit at " + secondsText(session_->now()) + "; " + std::to_string(steps.size() - first) +
+         " later step(s) skipped");
+    for (std::size_t i = first; i < steps.size(); ++i) {
+      report_.steps.push_back(StepOutcome{
+          .at = steps[i].at, .action = describe(steps[i].action), .performed = false, .note = "Tarvolo had quit"});
+    }
+  }
+
+  StepOutcome perform(const Step& step) {
+    StepOutcome outcome{.at = step.at, .action = describe(step.action)};
+    if (auto failure = std::visit([this](const auto& action) { return act(action); }, step.action)) {
+      outcome.performed = false;
+      outcome.note = *failure;
+    }
+    return outcome;
+  }
+
+  sim::SimDesktop& desktop() { return session_->desktop(); }
+
+  // Each returns why the action could not happen, or nothing.
+  std::optional<std::string> act(const step::LaunchApp& action) {
+    if (appRunning(action.bundleId)) return action.bundleId + " is already running";
+    desktop().launchApp(action.bundleId);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::TerminateApp& action) {
+    if (!appRunning(action.bundleId)) return action.bundleId + " is not running";
+    desktop().terminateApp(action.bundleId);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ActivateApp& action) {
+    if (!appRunning(action.bundleId)) return action.bundleId + " is not running";
+    desktop().setFrontmost(action.bundleId);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Click& action) {
+    if (desktop().clickOwnItem(autosaveName(action.target), action.button, action.modifiers)) return std::nullopt;
+    return "the " + std::string(targetName(action.target)) + " is not on screen";
+  }
+  std::optional<std::string> act(const step::CommandDrag& action) {
+    auto own = ownItemFromTargetName(action.item);
+    std::string name = own ? autosaveName(*own) : action.item;
+    if (desktop().commandDragItem(name, action.toX)) return std::nullopt;
+    return action.item + " is not on screen";
+  }
+  std::optional<std::string> act(const step::ChooseMenuAction& action) {
+    if (!desktop().clickOwnItem(autosaveName(OwnItem::toggle), sim::SimDesktop::MouseButton::right)) {
+      return std::string("the toggle is not on screen");
+    }
+    // The menu opens on the mouse-up; the item is chosen as soon as it shows.
+    session_->runFor(desktop().settings().clickDuration);
+    if (!desktop().openMenu()) return std::string("no context menu opened");
+    if (desktop().chooseMenuAction(action.action)) return std::nullopt;
+    desktop().dismissMenu();
+    return "the context menu has no " + action.action + " item";
+  }
+  std::optional<std::string> act(const step::ChangeScreens& action) {
+    desktop().setScreens(action.screens);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ChangeLanguages& action) {
+    desktop().setPreferredLanguages(action.languages);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Relaunch&) {
+    relaunching_ = true;
+    session_->relaunch();
+    relaunching_ = false;
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Reopen&) {
+    desktop().reopenOwnApp();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Wake&) {
+    desktop().wake();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Quit&) {
+    session_->quit();
+    return std::nullopt;
+  }
+
+  bool appRunning(const std::string& bundleId) {
+    const sim::SimAppSpec* listed = scenario_.app(bundleId);
+    if (!listed) return false;
+    for (const auto& app : desktop().apps()) {
+      if (app.bundleId == listed->bundleId) return app.running;
+    }
+    return false;
+  }
+
+  const Scenario& scenario_;
+  const RunOptions& options_;
+  Report report_;
+  std::unique_ptr<sim::SimSession> session_;
+  std::optional<BarSnapshot> atQuit_;
+  bool relaunching_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<sim::SimDesktop> makeDesktop(const Scenario& scenario) {
+  auto desktop = std::make_unique<sim::SimDesktop>(scenario.screens, scenario.apps, scenario.settings);
+  if (scenario.frontmost) desktop->setFrontmost(*scenario.frontmost);
+  return desktop;
+}
+
+sim::SimDefaultsStore startingDefaults(const Scenario& scenario, const std::optional<std::filesystem::path>& file,
+                                       const sim::SimDefaultsStore::Reporter& report) {
+  sim::SimDefaultsStore store = file ? sim::SimDefaultsStore::backedBy(*file, report) : sim::SimDefaultsStore{};
+  // A store with keys carries an earlier run forward; re-seeding would undo what that run changed.
+  if (!store.keys().empty()) return store;
+  for (const auto& [key, value] : scenario.defaults) store.set(key, value);
+  return store;
+}
+
+Report runScenario(const Scenario& scenario, const RunOptions& options) { return Run(scenario, options).execute(); }
+
+}  // namespace tarvolo::scenario

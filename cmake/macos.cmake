@@ -1,0 +1,44 @@
+# Tarvolo.app on a Mac: the Objective-C++ backend over AppKit, the entry point and the bundle.
+# Included from the top-level CMakeLists.txt when TARVOLO_PLATFORM is "macos"; ./build-macos
+# sets the architectures (arm64;x86_64) and the deployment target before the project starts.
+
+enable_language(OBJCXX)
+set(CMAKE_OBJCXX_STANDARD 20)
+set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
+set(CMAKE_OBJCXX_EXTENSIONS OFF)
+if(NOT CMAKE_OSX_DEPLOYMENT_TARGET)
+  set(CMAKE_OSX_DEPLOYMENT_TARGET 13.0)
+endif()
+
+set(TARVOLO_MACOS_DIR ${CMAKE_CURRENT_SOURCE_DIR}/src/platform/macos)
+set(TARVOLO_MACOS_FRAMEWORKS
+    "-framework AppKit" "-framework Foundation" "-framework CoreFoundation" "-framework CoreGraphics"
+    "-framework ApplicationServices" "-framework Carbon" "-framework QuartzCore")
+
+file(GLOB TARVOLO_MACOS_SOURCES CONFIGURE_DEPENDS ${TARVOLO_MACOS_DIR}/*.mm)
+list(FILTER TARVOLO_MACOS_SOURCES EXCLUDE REGEX ".*/main\\.mm$")
+add_library(tarvolo_macos STATIC ${TARVOLO_MACOS_SOURCES})
+target_compile_options(tarvolo_macos PUBLIC -fobjc-arc PRIVATE -Wunguarded-availability)
+target_link_libraries(tarvolo_macos PUBLIC tarvolo_core ${TARVOLO_MACOS_FRAMEWORKS} PRIVATE tarvolo_warnings)
+target_link_options(tarvolo_macos INTERFACE "LINKER:-dead_strip_dylibs")
+
+set(TARVOLO_VERSION ${PROJECT_VERSION})
+set(TARVOLO_INFO_PLIST ${CMAKE_CURRENT_BINARY_DIR}/Info.plist)
+configure_file(${TARVOLO_MACOS_DIR}/Info.plist.in ${TARVOLO_INFO_PLIST} @ONLY)
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/PkgInfo "APPL????")
+
+add_executable(Tarvolo MACOSX_BUNDLE ${TARVOLO_MACOS_DIR}/main.mm)
+set_target_properties(Tarvolo PROPERTIES MACOSX_BUNDLE_INFO_PLIST ${TARVOLO_INFO_PLIST})
+target_link_libraries(Tarvolo PRIVATE tarvolo_macos tarvolo_warnings)
+# The Info.plist also goes into the executable, so a bare run of it still has an identity.
+target_link_options(Tarvolo PRIVATE "LINKER:-sectcreate,__TEXT,__info_plist,${TARVOLO_INFO_PLIST}")
+add_custom_command(TARGET Tarvolo POST_BUILD
+  COMMAND ${CMAKE_COMMAND} -E copy ${CMAKE_CURRENT_BINARY_DIR}/PkgInfo $<TARGET_BUNDLE_CONTENT_DIR:Tarvolo>/PkgInfo)
+
+file(GLOB TARVOLO_MACOS_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/macos/*.mm)
+if(TARVOLO_MACOS_TEST_SOURCES)
+  enable_testing()
+  add_executable(tarvolo-macos-tests ${TARVOLO_MACOS_TEST_SOURCES})
+  target_link_libraries(tarvolo-macos-tests PRIVATE tarvolo_macos tarvolo_warnings)
+  add_test(NAME macos_backend COMMAND tarvolo-macos-tests)
+endif()

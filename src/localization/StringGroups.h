@@ -1,0 +1,16 @@
+#pragma once
+
+// The table's groups, one source file each, joined by StringTable.cpp.
+
+#include <span>
+
+#include "localization/StringTable.h"
+
+namespace tarvolo::StringTable {
+
+std::span<const Entry> statusBarEntries();
+std::span<const Entry> iconShelfEntries();
+std::span<const Entry> placementEntries();
+std::span<const Entry> settingsEntries();
+
+}  // namespace tarvolo::StringTable

@@ -1,0 +1,243 @@
+#pragma once
+
+// Objective-C++ internals of the Mac backend; include only from .mm files in this directory
+// (and the backend's own tests). MacPlatform.h is the plain C++ face of all this.
+
+#import <AppKit/AppKit.h>
+#include <os/log.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/Platform.h"
+
+// Forwards an AppKit target/action message to a C++ closure.
+@interface TRVActionTarget : NSObject
+- (instancetype)initWithAction:(std::function<void()>)action;
+- (void)perform:(id)sender;
+@end
+
+namespace tarvolo::platform::mac {
+
+// ---------------------------------------------------------------------------------------------
+// Translation at the edge (MacTranslate.mm)
+
+NSString* nsString(std::string_view text);
+std::string stdString(NSString* text);
+Rect rectFrom(NSRect rect);
+Point pointFrom(NSPoint point);
+
+EventType eventTypeFrom(NSEventType type);
+// `other` has no single AppKit counterpart and selects nothing.
+NSEventMask nsEventMask(EventMask mask);
+Event eventFrom(NSEvent* event);
+ModifierFlags modifierFlagsFrom(NSEventModifierFlags flags);
+
+ActivationPolicy activationPolicyFrom(NSApplicationActivationPolicy policy);
+NSApplicationActivationPolicy nsActivationPolicy(ActivationPolicy policy);
+RunningApplication runningApplicationFrom(NSRunningApplication* app);
+
+// Property-list objects the store cannot represent (data, dates) are absent; inside arrays and
+// dictionaries they are skipped.
+std::optional<DefaultsValue> defaultsValueFrom(id object);
+id propertyListFrom(const DefaultsValue& value);
+
+// Menu-bar height from the screen's frames, or `fallback` when the bar takes no room (hidden
+// menu bar, or a secondary screen without its own bar).
+double menuBarHeight(NSRect frame, NSRect visibleFrame, double fallback);
+
+// macOS major version, seeing through the compatibility numbering old-SDK apps are shown.
+int effectiveOSMajorVersion(int reportedMajor, int darwinMajor);
+
+// ---------------------------------------------------------------------------------------------
+// Services (MacServices.mm)
+
+class MacClock final : public Clock {
+ public:
+  double now() const override;
+  double currentDate() const override;
+};
+
+class MacMainQueue final : public MainQueue {
+ public:
+  MacMainQueue();
+  TaskId post(double delaySeconds, std::function<void()> task) override;
+  void cancel(TaskId id) override;
+
+ private:
+  struct Pending {
+    std::mutex mutex;
+    TaskId lastId = 0;
+    std::unordered_map<TaskId, std::function<void()>> tasks;
+  };
+  // Shared with the dispatched blocks, which hold it weakly.
+  std::shared_ptr<Pending> pending_;
+};
+
+class MacLogSink final : public LogSink {
+ public:
+  MacLogSink();
+  void write(LogCategory category, std::string_view message) override;
+  void writeStandardOutput(std::string_view line) override;
+
+ private:
+  os_log_t menubar_;
+  os_log_t state_;
+};
+
+class MacDefaults final : public DefaultsStore {
+ public:
+  std::optional<DefaultsValue> object(const std::string& key) const override;
+  void set(const std::string& key, DefaultsValue value) override;
+  void remove(const std::string& key) override;
+  std::vector<std::string> keys() const override;
+};
+
+class MacSystemInfo final : public SystemInfo {
+ public:
+  int osMajorVersion() const override;
+  std::vector<std::string> preferredLanguages() const override;
+  std::vector<std::string> processArguments() const override;
+  std::string ownBundleIdentifier() const override;
+};
+
+class MacApplication final : public Application {
+ public:
+  void setActivationPolicy(ActivationPolicy policy) override;
+  ActivationPolicy activationPolicy() const override;
+  void terminate() override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Events (MacEvents.mm)
+
+class MacEvents final : public Events {
+ public:
+  Point mouseLocation() const override;
+  std::uint32_t pressedMouseButtons() const override;
+  ModifierFlags modifierFlags() const override;
+  std::optional<Event> currentEvent() const override;
+  std::unique_ptr<Registration> addGlobalMonitor(EventMask mask, std::function<void(const Event&)> handler) override;
+  std::unique_ptr<Registration> addLocalMonitor(
+      EventMask mask, std::function<std::optional<Event>(const Event&)> handler) override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Status bar (MacStatusBar.mm)
+
+class MacStatusItem final : public StatusItem {
+ public:
+  explicit MacStatusItem(NSStatusItem* item);
+  ~MacStatusItem() override;
+
+  NSStatusItem* nativeItem() const { return item_; }
+
+  const std::string& autosaveName() const override;
+  void setLength(double length) override;
+  double length() const override;
+  void setVisible(bool visible) override;
+  bool isVisible() const override;
+  bool hasButton() const override;
+  std::optional<Rect> buttonFrameOnScreen() const override;
+  std::optional<Rect> windowFrame() const override;
+  void setTitle(const std::string& title) override;
+  bool setSymbolImage(const std::string& symbolName, double pointSize) override;
+  void setToolTip(const std::string& text) override;
+  void setAccessibilityLabel(const std::string& text) override;
+  void setAction(EventMask sendOn, std::function<void()> action) override;
+  void popUpMenu(const Menu& menu) override;
+
+ private:
+  NSStatusItem* item_;
+  std::string autosaveName_;
+  // The button holds its target weakly.
+  TRVActionTarget* actionTarget_ = nil;
+  // The last menu shown, kept alive until the next one: its items' targets live in it.
+  NSMenu* lastMenu_ = nil;
+};
+
+class MacStatusBar final : public StatusBar {
+ public:
+  std::unique_ptr<StatusItem> createStatusItem(double length, const std::string& autosaveName) override;
+  void removeStatusItem(std::unique_ptr<StatusItem> item) override;
+  double thickness() const override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Screens and workspace (MacWorkspace.mm)
+
+class MacScreens final : public Screens {
+ public:
+  std::vector<ScreenInfo> screens() const override;
+};
+
+class MacWorkspace final : public Workspace {
+ public:
+  std::vector<RunningApplication> runningApplications() const override;
+  std::optional<RunningApplication> frontmostApplication() const override;
+  std::optional<RunningApplication> menuBarOwningApplication() const override;
+};
+
+// Watches the system and reports to the sink it is given; stops watching when destroyed.
+class MacSystemObserver {
+ public:
+  MacSystemObserver();
+  ~MacSystemObserver();
+  MacSystemObserver(const MacSystemObserver&) = delete;
+  MacSystemObserver& operator=(const MacSystemObserver&) = delete;
+
+  void setSink(SystemEventSink* sink) { slot_->sink = sink; }
+
+ private:
+  struct Slot {
+    SystemEventSink* sink = nullptr;
+  };
+  std::shared_ptr<Slot> slot_;
+  NSMutableArray<id>* workspaceTokens_;
+  NSMutableArray<id>* centerTokens_;
+  id runningApplicationsObserver_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The app's own windows (MacUserInterface.mm)
+
+class MacUserInterface final : public UserInterface {
+ public:
+  MacUserInterface();
+  ~MacUserInterface() override;
+
+  void presentFirstLaunchCoach(std::optional<Rect> anchor) override;
+  void openPreferences(std::optional<std::string> focus) override;
+  bool isPreferencesVisible() const override;
+  void keepPreferencesFront() override;
+  void showIconShelf(std::optional<std::string> tier) override;
+  void closeIconShelf() override;
+  bool isIconShelfShown() const override;
+  void presentNotice(NoticeRequest notice) override;
+  void dismissNotice(const std::string& kind) override;
+
+ private:
+  // Drops notices the user closed by hand; every listed notice has been shown.
+  void forgetClosedNotices();
+  void layoutNotices();
+
+  NSPanel* coach_ = nil;
+  NSWindow* preferences_ = nil;
+  NSPanel* shelf_ = nil;
+  struct Notice {
+    std::string kind;
+    NSPanel* panel;
+    TRVActionTarget* actionTarget;  // the button holds it weakly
+  };
+  // Oldest first.
+  std::vector<Notice> notices_;
+};
+
+}  // namespace tarvolo::platform::mac

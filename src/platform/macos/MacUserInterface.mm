@@ -1,0 +1,244 @@
+// The app's own windows: first-launch coach, Preferences, Icon Shelf panel and notices.
+//
+// OS quirks handled here:
+// - An accessory app (LSUIElement) has no Dock icon and is not active after launch, so a normal
+//   window opens behind the frontmost app unless the app activates itself first; panels that
+//   must not steal focus are non-activating and ordered front regardless.
+// - Windows made in code are released when closed unless told otherwise, which would leave the
+//   pointers here dangling under ARC; every window keeps releasedWhenClosed = NO.
+// - An NSPanel hides whenever its app deactivates, and an accessory app deactivates as soon as
+//   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
+// - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
+//   after the action returns, so the panel is ordered out at once but freed a turn later.
+// These windows draw only what the core hands over; the texts of the coach and Preferences are
+// not part of that hand-over yet, so both stay wordless beyond the app's name and version.
+
+#include <algorithm>
+
+#include "platform/macos/MacBackend.h"
+
+namespace tarvolo::platform::mac {
+
+namespace {
+
+constexpr CGFloat kMargin = 16;
+constexpr CGFloat kNoticeWidth = 320;
+constexpr CGFloat kNoticeGap = 8;
+
+NSPanel* makePanel(NSSize size) {
+  NSWindowStyleMask style = NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskUtilityWindow |
+                            NSWindowStyleMaskNonactivatingPanel;
+  NSPanel* panel = [[NSPanel alloc] initWithContentRect:NSMakeRect(0, 0, size.width, size.height)
+                                              styleMask:style
+                                                backing:NSBackingStoreBuffered
+                                                  defer:YES];
+  panel.title = @"Tarvolo";
+  panel.releasedWhenClosed = NO;
+  panel.hidesOnDeactivate = NO;
+  panel.floatingPanel = YES;
+  panel.becomesKeyOnlyIfNeeded = YES;
+  panel.collectionBehavior = NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary;
+  return panel;
+}
+
+NSStackView* stack(NSArray<NSView*>* views, NSUserInterfaceLayoutOrientation orientation) {
+  NSStackView* stack = [NSStackView stackViewWithViews:views];
+  stack.orientation = orientation;
+  stack.spacing = 10;
+  stack.edgeInsets = NSEdgeInsetsMake(kMargin, kMargin, kMargin, kMargin);
+  stack.alignment = orientation == NSUserInterfaceLayoutOrientationVertical ? NSLayoutAttributeLeading
+                                                                            : NSLayoutAttributeCenterY;
+  return stack;
+}
+
+NSImageView* symbolView(NSString* name, CGFloat pointSize) {
+  NSImage* image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:nil];
+  if (!image) return nil;
+  NSImageSymbolConfiguration* configuration = [NSImageSymbolConfiguration configurationWithPointSize:pointSize
+                                                                                              weight:NSFontWeightRegular];
+  NSImage* sized = [image imageWithSymbolConfiguration:configuration];
+  return [NSImageView imageViewWithImage:sized ? sized : image];
+}
+
+void setContent(NSWindow* window, NSView* content) {
+  window.contentView = content;
+  [window setContentSize:content.fittingSize];
+}
+
+NSRect primaryVisibleFrame() {
+  NSScreen* screen = NSScreen.screens.firstObject;
+  return screen ? screen.visibleFrame : NSMakeRect(0, 0, 1440, 900);
+}
+
+NSScreen* screenContaining(NSPoint point) {
+  for (NSScreen* screen in NSScreen.screens) {
+    if (NSPointInRect(point, screen.frame)) return screen;
+  }
+  return NSScreen.screens.firstObject;
+}
+
+// Puts `window` just below `anchor`, centred on it and kept inside its screen.
+void placeBelow(NSWindow* window, NSRect anchor) {
+  NSScreen* screen = screenContaining(NSMakePoint(NSMidX(anchor), NSMidY(anchor)));
+  NSRect visible = screen ? screen.visibleFrame : primaryVisibleFrame();
+  NSSize size = window.frame.size;
+  CGFloat x = NSMidX(anchor) - size.width / 2;
+  x = std::clamp(x, NSMinX(visible) + kNoticeGap, std::max(NSMinX(visible) + kNoticeGap, NSMaxX(visible) - size.width - kNoticeGap));
+  CGFloat y = std::min(NSMinY(anchor), NSMaxY(visible)) - size.height - kNoticeGap;
+  [window setFrameOrigin:NSMakePoint(x, y)];
+}
+
+NSString* versionText() {
+  NSString* version = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
+  return version ? [@"Tarvolo " stringByAppendingString:version] : @"Tarvolo";
+}
+
+}  // namespace
+
+MacUserInterface::MacUserInterface() = default;
+
+MacUserInterface::~MacUserInterface() {
+  [coach_ close];
+  [preferences_ close];
+  [shelf_ close];
+  for (const Notice& notice : notices_) [notice.panel close];
+}
+
+void MacUserInterface::presentFirstLaunchCoach(std::optional<Rect> anchor) {
+  if (!coach_) {
+    coach_ = makePanel(NSMakeSize(200, 60));
+    // ⌘ + drag, left or right: how icons are moved between zones.
+    NSMutableArray<NSView*>* symbols = [NSMutableArray array];
+    for (NSString* name in @[ @"command", @"plus", @"hand.draw", @"arrow.left.and.right" ]) {
+      if (NSImageView* view = symbolView(name, 20)) [symbols addObject:view];
+    }
+    setContent(coach_, stack(symbols, NSUserInterfaceLayoutOrientationHorizontal));
+  }
+  if (anchor) {
+    placeBelow(coach_, NSMakeRect(anchor->x, anchor->y, anchor->width, anchor->height));
+  } else {
+    NSRect visible = primaryVisibleFrame();
+    placeBelow(coach_, NSMakeRect(NSMidX(visible), NSMaxY(visible), 0, 0));
+  }
+  [coach_ orderFrontRegardless];
+}
+
+void MacUserInterface::openPreferences(std::optional<std::string> focus) {
+  // The placeholder window has no sections yet, so there is nothing to bring into focus.
+  (void)focus;
+  if (!preferences_) {
+    preferences_ = [[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 480, 320)
+                                               styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
+                                                         NSWindowStyleMaskMiniaturizable
+                                                 backing:NSBackingStoreBuffered
+                                                   defer:YES];
+    preferences_.title = @"Tarvolo";
+    preferences_.releasedWhenClosed = NO;
+    NSMutableArray<NSView*>* views = [NSMutableArray array];
+    if (NSImageView* icon = symbolView(@"menubar.rectangle", 40)) [views addObject:icon];
+    NSTextField* version = [NSTextField labelWithString:versionText()];
+    version.font = [NSFont systemFontOfSize:NSFont.systemFontSize weight:NSFontWeightSemibold];
+    [views addObject:version];
+    NSStackView* content = stack(views, NSUserInterfaceLayoutOrientationVertical);
+    content.alignment = NSLayoutAttributeCenterX;
+    preferences_.contentView = content;
+    [preferences_ center];
+  }
+  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  [preferences_ makeKeyAndOrderFront:nil];
+}
+
+bool MacUserInterface::isPreferencesVisible() const { return preferences_ && preferences_.visible; }
+
+void MacUserInterface::keepPreferencesFront() {
+  if (!preferences_) return;
+  preferences_.hidesOnDeactivate = NO;
+  preferences_.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
+  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  [preferences_ makeKeyAndOrderFront:nil];
+  [preferences_ orderFrontRegardless];
+}
+
+void MacUserInterface::showIconShelf(std::optional<std::string> tier) {
+  // The placeholder panel lists nothing yet, so there is no zone filter to preselect.
+  (void)tier;
+  if (!shelf_) {
+    shelf_ = makePanel(NSMakeSize(360, 420));
+    NSSearchField* search = [[NSSearchField alloc] init];
+    [search.widthAnchor constraintGreaterThanOrEqualToConstant:300].active = YES;
+    NSScrollView* list = [[NSScrollView alloc] init];
+    list.hasVerticalScroller = YES;
+    list.borderType = NSNoBorder;
+    [list.heightAnchor constraintGreaterThanOrEqualToConstant:320].active = YES;
+    NSStackView* content = stack(@[ search, list ], NSUserInterfaceLayoutOrientationVertical);
+    content.alignment = NSLayoutAttributeWidth;
+    setContent(shelf_, content);
+  }
+  NSPoint mouse = [NSEvent mouseLocation];
+  NSScreen* screen = screenContaining(mouse);
+  NSRect visible = screen ? screen.visibleFrame : primaryVisibleFrame();
+  placeBelow(shelf_, NSMakeRect(mouse.x, NSMaxY(visible), 0, 0));
+  [shelf_ orderFrontRegardless];
+  [shelf_ makeKeyWindow];
+}
+
+void MacUserInterface::closeIconShelf() { [shelf_ orderOut:nil]; }
+
+bool MacUserInterface::isIconShelfShown() const { return shelf_ && shelf_.visible; }
+
+void MacUserInterface::presentNotice(NoticeRequest notice) {
+  dismissNotice(notice.kind);
+  NSPanel* panel = makePanel(NSMakeSize(kNoticeWidth, 80));
+  NSTextField* message = [NSTextField wrappingLabelWithString:nsString(notice.message)];
+  message.preferredMaxLayoutWidth = kNoticeWidth - 2 * kMargin;
+  NSMutableArray<NSView*>* views = [NSMutableArray arrayWithObject:message];
+  TRVActionTarget* actionTarget = nil;
+  if (notice.actionTitle) {
+    actionTarget = [[TRVActionTarget alloc] initWithAction:[this, kind = notice.kind, onAction = notice.onAction] {
+      // Dismiss first: the action may present a fresh notice of the same kind.
+      std::function<void()> run = onAction;
+      dismissNotice(kind);
+      if (run) run();
+    }];
+    NSButton* button = [NSButton buttonWithTitle:nsString(*notice.actionTitle)
+                                          target:actionTarget
+                                          action:@selector(perform:)];
+    button.keyEquivalent = @"\r";
+    [views addObject:button];
+  }
+  setContent(panel, stack(views, NSUserInterfaceLayoutOrientationVertical));
+  notices_.push_back({notice.kind, panel, actionTarget});
+  layoutNotices();
+  [panel orderFrontRegardless];
+}
+
+void MacUserInterface::dismissNotice(const std::string& kind) {
+  forgetClosedNotices();
+  auto it = std::find_if(notices_.begin(), notices_.end(), [&](const Notice& n) { return n.kind == kind; });
+  if (it == notices_.end()) return;
+  NSPanel* panel = it->panel;
+  notices_.erase(it);
+  [panel orderOut:nil];
+  // The panel's button may be the sender of the action running right now: keep the panel
+  // alive until this turn of the run loop is over.
+  dispatch_async(dispatch_get_main_queue(), ^{
+    [panel close];
+  });
+  layoutNotices();
+}
+
+void MacUserInterface::forgetClosedNotices() {
+  std::erase_if(notices_, [](const Notice& n) { return !n.panel.visible; });
+}
+
+void MacUserInterface::layoutNotices() {
+  NSRect visible = primaryVisibleFrame();
+  CGFloat top = NSMaxY(visible) - kNoticeGap;
+  for (const Notice& notice : notices_) {
+    NSSize size = notice.panel.frame.size;
+    [notice.panel setFrameOrigin:NSMakePoint(NSMaxX(visible) - size.width - kNoticeGap, top - size.height)];
+    top -= size.height + kNoticeGap;
+  }
+}
+
+}  // namespace tarvolo::platform::mac

@@ -1,0 +1,173 @@
+// Screens, running applications and the system notifications the core listens to.
+//
+// OS quirks handled here:
+// - NSScreen.screens lists the menu-bar screen first; frames are in AppKit's bottom-left global
+//   space, which is what the core works in.
+// - A notch shows only as two non-empty auxiliary top areas (macOS 12+); without a notch both
+//   are empty rects rather than absent.
+// - Workspace launch and terminate notifications leave out background and agent apps
+//   (LSUIElement), which own most menu-bar icons; launches and exits are therefore read from
+//   key-value observation of runningApplications, which lists those too.
+// - Workspace notifications arrive on the workspace's own notification center, screen, menu and
+//   locale changes on the default center; observers run on the main queue and reach the sink
+//   through a weak slot, so a late notification after teardown does nothing.
+
+#include "platform/macos/MacBackend.h"
+
+using tarvolo::platform::RunningApplication;
+
+// Reports insertions into and removals from NSWorkspace.runningApplications.
+@interface TRVRunningApplicationsObserver : NSObject
+- (instancetype)initWithLaunch:(std::function<void(const RunningApplication&)>)launch
+                     terminate:(std::function<void(const RunningApplication&)>)terminate;
+@end
+
+@implementation TRVRunningApplicationsObserver {
+  std::function<void(const RunningApplication&)> _launch;
+  std::function<void(const RunningApplication&)> _terminate;
+}
+
+- (instancetype)initWithLaunch:(std::function<void(const RunningApplication&)>)launch
+                     terminate:(std::function<void(const RunningApplication&)>)terminate {
+  if ((self = [super init])) {
+    _launch = std::move(launch);
+    _terminate = std::move(terminate);
+  }
+  return self;
+}
+
+- (void)observeValueForKeyPath:(NSString*)keyPath
+                      ofObject:(id)object
+                        change:(NSDictionary<NSKeyValueChangeKey, id>*)change
+                       context:(void*)context {
+  (void)keyPath;
+  (void)object;
+  (void)context;
+  auto kind = static_cast<NSKeyValueChange>([change[NSKeyValueChangeKindKey] unsignedIntegerValue]);
+  if (kind == NSKeyValueChangeInsertion) {
+    for (NSRunningApplication* app in change[NSKeyValueChangeNewKey]) _launch(tarvolo::platform::mac::runningApplicationFrom(app));
+  } else if (kind == NSKeyValueChangeRemoval) {
+    for (NSRunningApplication* app in change[NSKeyValueChangeOldKey]) {
+      RunningApplication gone = tarvolo::platform::mac::runningApplicationFrom(app);
+      gone.isTerminated = true;
+      _terminate(gone);
+    }
+  }
+}
+
+@end
+
+namespace tarvolo::platform::mac {
+
+std::vector<ScreenInfo> MacScreens::screens() const {
+  double thickness = NSStatusBar.systemStatusBar.thickness;
+  std::vector<ScreenInfo> out;
+  for (NSScreen* screen in [NSScreen screens]) {
+    ScreenInfo info;
+    info.frame = rectFrom(screen.frame);
+    info.visibleFrame = rectFrom(screen.visibleFrame);
+    if ([screen respondsToSelector:@selector(auxiliaryTopLeftArea)] &&
+        [screen respondsToSelector:@selector(auxiliaryTopRightArea)]) {
+      NSRect left = screen.auxiliaryTopLeftArea;
+      NSRect right = screen.auxiliaryTopRightArea;
+      if (!NSIsEmptyRect(left) && !NSIsEmptyRect(right)) {
+        info.auxiliaryTopLeftArea = rectFrom(left);
+        info.auxiliaryTopRightArea = rectFrom(right);
+      }
+    }
+    if ([screen respondsToSelector:@selector(safeAreaInsets)]) info.safeAreaTop = screen.safeAreaInsets.top;
+    info.menuBarHeight = menuBarHeight(screen.frame, screen.visibleFrame, thickness);
+    out.push_back(info);
+  }
+  return out;
+}
+
+std::vector<RunningApplication> MacWorkspace::runningApplications() const {
+  std::vector<RunningApplication> out;
+  for (NSRunningApplication* app in NSWorkspace.sharedWorkspace.runningApplications) {
+    out.push_back(runningApplicationFrom(app));
+  }
+  return out;
+}
+
+std::optional<RunningApplication> MacWorkspace::frontmostApplication() const {
+  NSRunningApplication* app = NSWorkspace.sharedWorkspace.frontmostApplication;
+  if (!app) return std::nullopt;
+  return runningApplicationFrom(app);
+}
+
+std::optional<RunningApplication> MacWorkspace::menuBarOwningApplication() const {
+  NSRunningApplication* app = NSWorkspace.sharedWorkspace.menuBarOwningApplication;
+  if (!app) return std::nullopt;
+  return runningApplicationFrom(app);
+}
+
+namespace {
+
+void* const kRunningApplicationsContext = const_cast<char*>("TRVRunningApplications");
+
+}  // namespace
+
+MacSystemObserver::MacSystemObserver()
+    : slot_(std::make_shared<Slot>()),
+      workspaceTokens_([NSMutableArray array]),
+      centerTokens_([NSMutableArray array]) {
+  std::weak_ptr<Slot> weakSlot = slot_;
+  auto observe = [weakSlot](NSNotificationCenter* center, NSNotificationName name,
+                            std::function<void(SystemEventSink&, NSNotification*)> deliver) {
+    return [center addObserverForName:name
+                               object:nil
+                                queue:NSOperationQueue.mainQueue
+                           usingBlock:^(NSNotification* note) {
+                             std::shared_ptr<Slot> slot = weakSlot.lock();
+                             if (!slot || !slot->sink) return;
+                             deliver(*slot->sink, note);
+                           }];
+  };
+
+  NSNotificationCenter* workspaceCenter = NSWorkspace.sharedWorkspace.notificationCenter;
+  [workspaceTokens_ addObject:observe(workspaceCenter, NSWorkspaceDidActivateApplicationNotification,
+                                      [](SystemEventSink& sink, NSNotification* note) {
+                                        NSRunningApplication* app = note.userInfo[NSWorkspaceApplicationKey];
+                                        if (app) sink.applicationDidActivate(runningApplicationFrom(app));
+                                      })];
+  [workspaceTokens_ addObject:observe(workspaceCenter, NSWorkspaceDidWakeNotification,
+                                      [](SystemEventSink& sink, NSNotification*) { sink.workspaceDidWake(); })];
+  [workspaceTokens_ addObject:observe(workspaceCenter, NSWorkspaceActiveSpaceDidChangeNotification,
+                                      [](SystemEventSink& sink, NSNotification*) { sink.activeSpaceDidChange(); })];
+
+  NSNotificationCenter* center = NSNotificationCenter.defaultCenter;
+  [centerTokens_ addObject:observe(center, NSApplicationDidChangeScreenParametersNotification,
+                                   [](SystemEventSink& sink, NSNotification*) { sink.screenParametersDidChange(); })];
+  [centerTokens_ addObject:observe(center, NSMenuDidBeginTrackingNotification,
+                                   [](SystemEventSink& sink, NSNotification*) { sink.menuDidBeginTracking(); })];
+  [centerTokens_ addObject:observe(center, NSMenuDidEndTrackingNotification,
+                                   [](SystemEventSink& sink, NSNotification*) { sink.menuDidEndTracking(); })];
+  [centerTokens_ addObject:observe(center, NSCurrentLocaleDidChangeNotification,
+                                   [](SystemEventSink& sink, NSNotification*) { sink.preferredLanguagesDidChange(); })];
+
+  auto report = [weakSlot](void (SystemEventSink::*event)(const RunningApplication&)) {
+    return [weakSlot, event](const RunningApplication& app) {
+      std::shared_ptr<Slot> slot = weakSlot.lock();
+      if (slot && slot->sink) (slot->sink->*event)(app);
+    };
+  };
+  runningApplicationsObserver_ =
+      [[TRVRunningApplicationsObserver alloc] initWithLaunch:report(&SystemEventSink::applicationDidLaunch)
+                                                   terminate:report(&SystemEventSink::applicationDidTerminate)];
+  [NSWorkspace.sharedWorkspace addObserver:runningApplicationsObserver_
+                                forKeyPath:@"runningApplications"
+                                   options:NSKeyValueObservingOptionNew | NSKeyValueObservingOptionOld
+                                   context:kRunningApplicationsContext];
+}
+
+MacSystemObserver::~MacSystemObserver() {
+  [NSWorkspace.sharedWorkspace removeObserver:runningApplicationsObserver_
+                                   forKeyPath:@"runningApplications"
+                                      context:kRunningApplicationsContext];
+  NSNotificationCenter* workspaceCenter = NSWorkspace.sharedWorkspace.notificationCenter;
+  for (id token in workspaceTokens_) [workspaceCenter removeObserver:token];
+  for (id token in centerTokens_) [NSNotificationCenter.defaultCenter removeObserver:token];
+}
+
+}  // namespace tarvolo::platform::mac

@@ -1,0 +1,59 @@
+// Tarvolo.app's entry point: the shared NSApplication, the Mac backend and the core's
+// application delegate, joined by a small NSApplicationDelegate that forwards to it.
+//
+// OS quirks handled here:
+// - NSApplication holds its delegate weakly, so the forwarding object lives in main's frame.
+// - -[NSApplication terminate:] ends the process with exit() after applicationWillTerminate:,
+//   so [NSApp run] never returns and the objects below are never destroyed; the core's
+//   shutdown work belongs in applicationWillTerminate.
+
+#import <AppKit/AppKit.h>
+
+#include <memory>
+
+#include "app/AppDelegate.h"
+#include "platform/macos/MacPlatform.h"
+
+@interface TRVApplicationDelegate : NSObject <NSApplicationDelegate>
+- (instancetype)initWithDelegate:(tarvolo::platform::ApplicationDelegate*)delegate;
+@end
+
+@implementation TRVApplicationDelegate {
+  tarvolo::platform::ApplicationDelegate* _delegate;
+}
+
+- (instancetype)initWithDelegate:(tarvolo::platform::ApplicationDelegate*)delegate {
+  if ((self = [super init])) _delegate = delegate;
+  return self;
+}
+
+- (void)applicationDidFinishLaunching:(NSNotification*)notification {
+  (void)notification;
+  _delegate->applicationDidFinishLaunching();
+}
+
+- (BOOL)applicationShouldHandleReopen:(NSApplication*)sender hasVisibleWindows:(BOOL)hasVisibleWindows {
+  (void)sender;
+  return _delegate->applicationShouldHandleReopen(hasVisibleWindows == YES) ? YES : NO;
+}
+
+- (void)applicationWillTerminate:(NSNotification*)notification {
+  (void)notification;
+  _delegate->applicationWillTerminate();
+}
+
+@end
+
+int main(int argc, const char* argv[]) {
+  (void)argc;
+  (void)argv;
+  @autoreleasepool {
+    NSApplication* application = [NSApplication sharedApplication];
+    auto platform = std::make_unique<tarvolo::platform::MacPlatform>();
+    auto delegate = std::make_unique<tarvolo::AppDelegate>(*platform);
+    TRVApplicationDelegate* forwarder = [[TRVApplicationDelegate alloc] initWithDelegate:delegate.get()];
+    application.delegate = forwarder;
+    [application run];
+  }
+  return 0;
+}

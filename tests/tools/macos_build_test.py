@@ -1,0 +1,217 @@
+"""Tests of tools/macos-stubs.py and the source selection of tools/macos-cross.py."""
+
+import importlib.util
+import os
+import stat
+import subprocess
+import sys
+import tempfile
+import textwrap
+import unittest
+
+ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+
+
+def load(name):
+    path = os.path.join(ROOT, "tools", name)
+    found = importlib.util.spec_from_file_location(name.replace("-", "_").removesuffix(".py"), path)
+    module = importlib.util.module_from_spec(found)
+    sys.modules[found.name] = module  # dataclasses look their module up by name
+    found.loader.exec_module(module)
+    return module
+
+
+stubs = load("macos-stubs.py")
+cross = load("macos-cross.py")
+
+UMBRELLA = textwrap.dedent("""\
+    --- !tapi-tbd
+    tbd-version:     4
+    targets:         [ x86_64-macos, arm64-macos,
+                       arm64e-macos ]
+    install-name:    '/System/Library/Frameworks/Kit.framework/Versions/C/Kit'
+    reexported-libraries:
+      - targets:         [ x86_64-macos, arm64-macos ]
+        libraries:       [ '/System/Library/Frameworks/Base.framework/Versions/A/Base',
+                           '/System/Library/Frameworks/Kit.framework/Versions/C/Frameworks/Inner.framework/Versions/A/Inner' ]
+    allowable-clients:
+      - targets:         [ arm64-macos ]
+        clients:         [ _NotASymbol ]
+    exports:
+      - targets:         [ x86_64-macos ]
+        symbols:         [ _kitOnIntel ]
+      - targets:         [ x86_64-macos, arm64-macos ]
+        symbols:         [ '$ld$hide$os10.13$_old', _KitMain, _KitOther,
+                           _KitThird ]
+        objc-classes:    [ KitView ]
+        objc-ivars:      [ KitView._frame ]
+        weak-symbols:    [ _kitWeak ]
+    undefineds:
+      - targets:         [ arm64-macos ]
+        symbols:         [ _importedNotExported ]
+    --- !tapi-tbd
+    tbd-version:     4
+    targets:         [ arm64-macos ]
+    install-name:    '/System/Library/Frameworks/Kit.framework/Versions/C/Frameworks/Inner.framework/Versions/A/Inner'
+    parent-umbrella:
+      - targets:         [ arm64-macos ]
+        umbrella:        Kit
+    exports:
+      - targets:         [ arm64-macos ]
+        symbols:         [ _innerFunction ]
+        objc-eh-types:   [ InnerError ]
+    ...
+    """)
+
+BASE = textwrap.dedent("""\
+    --- !tapi-tbd
+    tbd-version:     4
+    targets:         [ arm64-macos ]
+    install-name:    '/System/Library/Frameworks/Base.framework/Versions/A/Base'
+    reexported-libraries:
+      - targets:         [ arm64-macos ]
+        libraries:       [ '/System/Library/Frameworks/Kit.framework/Versions/C/Kit' ]
+    exports:
+      - targets:         [ arm64-macos ]
+        symbols:         [ _baseFunction ]
+    ...
+    """)
+
+
+def make_sdk(directory):
+    kit = os.path.join(directory, "System/Library/Frameworks/Kit.framework")
+    base = os.path.join(directory, "System/Library/Frameworks/Base.framework/Versions/A")
+    os.makedirs(kit)
+    os.makedirs(base)
+    with open(os.path.join(kit, "Kit.tbd"), "w") as handle:
+        handle.write(UMBRELLA)
+    with open(os.path.join(base, "Base.tbd"), "w") as handle:
+        handle.write(BASE)
+    os.makedirs(os.path.join(directory, "usr/lib"))
+    with open(os.path.join(directory, "usr/lib/libobjc.tbd"), "w") as handle:
+        handle.write(stubs.render_tbd("/usr/lib/libobjc.A.dylib", ["arm64"], {"_objc_msgSend", "_OBJC_CLASS_$_NSObject"}))
+
+
+class TextStubParsing(unittest.TestCase):
+    def test_reads_exports_of_every_kind_and_skips_imports_and_clients(self):
+        umbrella, inner = stubs.parse_tbd(UMBRELLA)
+        self.assertEqual(umbrella.install_name, "/System/Library/Frameworks/Kit.framework/Versions/C/Kit")
+        self.assertEqual(
+            umbrella.exports,
+            {"_kitOnIntel", "$ld$hide$os10.13$_old", "_KitMain", "_KitOther", "_KitThird",
+             "_OBJC_CLASS_$_KitView", "_OBJC_METACLASS_$_KitView", "_OBJC_IVAR_$_KitView._frame", "_kitWeak"})
+        self.assertEqual(len(umbrella.reexported_libraries), 2)
+        self.assertEqual(inner.exports, {"_innerFunction", "_OBJC_EHTYPE_$_InnerError"})
+
+    def test_rendered_stub_reads_back_with_awkward_names(self):
+        names = {"_plain", "_objc_like$name", "_it's", "__ZNSt3__14pairIiiE"}
+        (doc,) = stubs.parse_tbd(stubs.render_tbd("/usr/lib/libSystem.B.dylib", ["arm64", "x86_64"], names))
+        self.assertEqual(doc.install_name, "/usr/lib/libSystem.B.dylib")
+        self.assertEqual(doc.exports, names)
+
+    def test_empty_stub_has_no_export_list(self):
+        text = stubs.render_tbd("/usr/lib/libc++.1.dylib", ["arm64"], set())
+        self.assertNotIn("exports", text)
+        self.assertEqual(stubs.parse_tbd(text)[0].exports, set())
+
+    def test_framework_exports_follow_reexports_inline_and_on_disk_without_looping(self):
+        with tempfile.TemporaryDirectory() as sdk:
+            make_sdk(sdk)
+            exports = stubs.SdkExports(sdk).framework("Kit")
+        # Inner is inlined in Kit's file, Base is found by its install name; Base re-exports Kit back.
+        self.assertTrue({"_KitMain", "_innerFunction", "_baseFunction"} <= exports)
+        self.assertNotIn("_importedNotExported", exports)
+        self.assertNotIn("_NotASymbol", exports)
+
+
+class SymbolResolution(unittest.TestCase):
+    def test_symbols_defined_by_another_input_are_not_unresolved(self):
+        archive = "\nlibcore.a[a.o]:\n_needsB U 0 0\n__Z1bv U 0 0\n_strlen U 0 0\n\nlibcore.a[b.o]:\n__Z1bv T 10 0\n"
+        entry = "_main T 0 0\n_needsB U 0 0\n_useless_local t 0 0\n"
+        self.assertEqual(stubs.unresolved([archive, entry]), {"_needsB", "_strlen"})
+
+    def test_classification(self):
+        provided = {"_OBJC_CLASS_$_NSView", "_NSApplicationMain"}
+        undefined = {
+            "__ZNSt3__112basic_stringIcNS_11char_traitsIcEENS_9allocatorIcEEED1Ev",
+            "__ZNKSt9exception4whatEv", "__ZSt9terminatev", "__ZTISt9exception",
+            "__ZTVN10__cxxabiv117__class_type_infoE", "__Znwm", "__ZdlPvm", "__ZTIi", "__ZTIPKc",
+            "___cxa_throw", "___gxx_personality_v0",
+            "___cxa_atexit", "_strlen", "__Unwind_Resume", "__dispatch_main_q",
+            "_OBJC_CLASS_$_NSView", "_NSApplicationMain", "_objc_msgSend$setTitle:", "___dso_handle",
+        }
+        result = stubs.classify(undefined, provided)
+        self.assertEqual(result.missing, [])
+        self.assertEqual(
+            result.libcxx,
+            {"__ZNSt3__112basic_stringIcNS_11char_traitsIcEENS_9allocatorIcEEED1Ev", "__ZNKSt9exception4whatEv",
+             "__ZSt9terminatev", "__ZTISt9exception", "__ZTVN10__cxxabiv117__class_type_infoE", "__Znwm",
+             "__ZdlPvm", "__ZTIi", "__ZTIPKc", "___cxa_throw", "___gxx_personality_v0"})
+        # __cxa_atexit belongs to the C library; dyld_stub_binder is always offered for lazy binding.
+        self.assertEqual(result.libsystem,
+                         {"___cxa_atexit", "_strlen", "__Unwind_Resume", "__dispatch_main_q", "dyld_stub_binder"})
+
+    def test_missing_definitions_are_reported_not_bound(self):
+        # Binding these to a system library would link fine and fail only at launch.
+        undefined = {"__ZN7tarvolo9platform11MacPlatformC1Ev", "__ZTI3Foo", "__ZTVN7tarvolo3BarE",
+                     "_OBJC_CLASS_$_TRVMissing", "___isPlatformVersionAtLeast"}
+        result = stubs.classify(undefined, set())
+        self.assertEqual(len(result.missing), len(undefined))
+        self.assertEqual(result.libcxx, set())
+        self.assertEqual(result.libsystem, {"dyld_stub_binder"})
+
+
+class CommandLine(unittest.TestCase):
+    def run_tool(self, sdk, out, nm_output):
+        fake_nm = os.path.join(out, "fake-nm")
+        with open(fake_nm, "w") as handle:
+            handle.write(f"#!{sys.executable}\nimport sys\nsys.stdout.write({nm_output!r})\n")
+        os.chmod(fake_nm, os.stat(fake_nm).st_mode | stat.S_IEXEC)
+        return subprocess.run(
+            [sys.executable, os.path.join(ROOT, "tools/macos-stubs.py"), "--sdk", sdk, "--out-dir",
+             os.path.join(out, "stubs"), "--nm", fake_nm, "--framework", "Kit", "--library", "objc", "main.o"],
+            capture_output=True, text=True)
+
+    def test_writes_both_stubs_and_leaves_unchanged_ones_alone(self):
+        with tempfile.TemporaryDirectory() as sdk, tempfile.TemporaryDirectory() as out:
+            make_sdk(sdk)
+            nm_output = "_main T 0 0\n_KitMain U 0 0\n_objc_msgSend U 0 0\n_fputs U 0 0\n__Znwm U 0 0\n"
+            self.assertEqual(self.run_tool(sdk, out, nm_output).returncode, 0)
+            system = os.path.join(out, "stubs/libSystem.tbd")
+            with open(system) as handle:
+                (doc,) = stubs.parse_tbd(handle.read())
+            self.assertEqual(doc.exports, {"_fputs", "dyld_stub_binder"})
+            with open(os.path.join(out, "stubs/libc++.tbd")) as handle:
+                self.assertEqual(stubs.parse_tbd(handle.read())[0].exports, {"__Znwm"})
+            os.utime(system, (1, 1))
+            self.assertEqual(self.run_tool(sdk, out, nm_output).returncode, 0)
+            self.assertEqual(os.stat(system).st_mtime, 1)  # Ninja's restat skips the relink
+
+    def test_fails_naming_the_missing_symbol(self):
+        with tempfile.TemporaryDirectory() as sdk, tempfile.TemporaryDirectory() as out:
+            make_sdk(sdk)
+            result = self.run_tool(sdk, out, "__ZN7tarvolo11AppDelegateC1Ev U 0 0\n")
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("__ZN7tarvolo11AppDelegateC1Ev", result.stderr)
+            self.assertFalse(os.path.exists(os.path.join(out, "stubs/libSystem.tbd")))
+
+
+class CrossBuildSources(unittest.TestCase):
+    def test_core_directories_and_version_come_from_the_cmake_project(self):
+        version, dirs = cross.read_project(ROOT)
+        self.assertRegex(version, r"^\d+\.\d+\.\d+$")
+        self.assertIn("visibility", dirs)
+        self.assertNotIn("platform", dirs)
+
+    def test_core_sources_leave_out_both_backends(self):
+        with tempfile.TemporaryDirectory() as root:
+            for relative in ["src/visibility/Policy.cpp", "src/visibility/deep/Engine.cpp", "src/platform/Platform.cpp",
+                             "src/platform/sim/SimDesktop.cpp", "src/platform/macos/Helper.cpp", "src/other/Stray.cpp"]:
+                os.makedirs(os.path.dirname(os.path.join(root, relative)), exist_ok=True)
+                open(os.path.join(root, relative), "w").close()
+            sources = [os.path.relpath(p, root) for p in cross.core_sources(root, ["visibility"])]
+        self.assertEqual(sources, ["src/platform/Platform.cpp", "src/visibility/Policy.cpp", "src/visibility/deep/Engine.cpp"])
+
+
+if __name__ == "__main__":
+    unittest.main()

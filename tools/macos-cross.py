@@ -1,0 +1,212 @@
+#!/usr/bin/env python3
+"""Builds Tarvolo.app on a machine without Xcode: clang and ld64.lld against a macOS SDK.
+
+Writes a Ninja file into the build directory and runs it. Each architecture is compiled and
+linked on its own (the core into libtarvolo_core.a, the Mac backend and entry point beside it),
+the slices are merged into one universal executable and the bundle is assembled around it.
+The SDK lacks text stubs for libSystem and libc++, so tools/macos-stubs.py writes them from the
+objects' undefined symbols before the link.
+
+Sources are globbed on every run, so new files join without editing anything here. Standard
+library only.
+"""
+
+from __future__ import annotations
+
+import argparse
+import glob
+import os
+import re
+import shlex
+import subprocess
+import sys
+
+MINIMUM_MACOS = "13.0"
+FRAMEWORKS = ["AppKit", "Foundation", "CoreFoundation", "CoreGraphics", "ApplicationServices", "Carbon", "QuartzCore"]
+LIBRARIES = ["objc"]
+
+
+def read_project(root: str) -> tuple[str, list[str]]:
+    """The project version and the core's source directories, as the top-level CMake file says."""
+    with open(os.path.join(root, "CMakeLists.txt"), encoding="utf-8") as handle:
+        text = handle.read()
+    version = re.search(r"project\(\s*Tarvolo\s+VERSION\s+([0-9.]+)", text)
+    dirs = re.search(r"set\(\s*TARVOLO_CORE_DIRS\s+([^)]*)\)", text)
+    if not version or not dirs:
+        raise SystemExit("macos-cross: cannot read the version or TARVOLO_CORE_DIRS from CMakeLists.txt")
+    return version.group(1), dirs.group(1).split()
+
+
+def core_sources(root: str, dirs: list[str]) -> list[str]:
+    sources: list[str] = []
+    for name in dirs:
+        sources += glob.glob(os.path.join(root, "src", name, "**", "*.cpp"), recursive=True)
+    sources += glob.glob(os.path.join(root, "src", "platform", "*.cpp"))
+    return sorted(sources)
+
+
+def sdk_version(sdk: str) -> str:
+    match = re.search(r"MacOSX(\d+(?:\.\d+)*)\.sdk", os.path.basename(os.path.normpath(sdk)))
+    return match.group(1) if match else "14.0"
+
+
+def ninja_escape(path: str) -> str:
+    return path.replace("$", "$$").replace(" ", "$ ").replace(":", "$:")
+
+
+def object_path(build: str, root: str, arch: str, source: str) -> str:
+    relative = os.path.relpath(source, root)
+    return os.path.join(build, "obj", arch, relative + ".o")
+
+
+def write_if_changed(path: str, content: str) -> None:
+    if os.path.exists(path):
+        with open(path, encoding="utf-8") as handle:
+            if handle.read() == content:
+                return
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "w", encoding="utf-8") as handle:
+        handle.write(content)
+
+
+def generate(args: argparse.Namespace) -> str:
+    root = os.path.abspath(args.source_dir)
+    build = os.path.abspath(args.build_dir)
+    sdk = os.path.abspath(os.path.expanduser(args.sdk))
+    version, dirs = read_project(root)
+
+    with open(os.path.join(root, "src/platform/macos/Info.plist.in"), encoding="utf-8") as handle:
+        plist = handle.read().replace("@TARVOLO_VERSION@", version)
+    plist_path = os.path.join(build, "Info.plist")
+    write_if_changed(plist_path, plist)
+
+    core = core_sources(root, dirs)
+    backend = sorted(p for p in glob.glob(os.path.join(root, "src/platform/macos/*.mm")) if not p.endswith("/main.mm"))
+    entry = os.path.join(root, "src/platform/macos/main.mm")
+    tests = sorted(glob.glob(os.path.join(root, "tests/macos/*.mm")))
+
+    warnings = "-Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wunguarded-availability"
+    if args.werror:
+        warnings += " -Werror"
+    q = shlex.quote
+    lines = [
+        "ninja_required_version = 1.5",
+        f"builddir = {ninja_escape(build)}",
+        f"cxx = {q(args.clang)}",
+        f"common = -isysroot {q(sdk)} -std=c++20 -stdlib=libc++ -O2 -g -DNDEBUG {warnings} -I{q(os.path.join(root, 'src'))}",
+        "",
+        "rule cxx",
+        f"  command = $cxx -target ${{arch}}-apple-macos{MINIMUM_MACOS} $common $extra -MD -MF $out.d -c $in -o $out",
+        "  depfile = $out.d",
+        "  deps = gcc",
+        "  description = CXX $arch $in",
+        "rule ar",
+        f"  command = rm -f $out && {q(args.ar)} --format=darwin rcs $out $in",
+        "  description = AR $out",
+        "rule stubs",
+        f"  command = {q(sys.executable)} {q(os.path.join(root, 'tools/macos-stubs.py'))} --sdk {q(sdk)} "
+        f"--out-dir $outdir --nm {q(args.nm)} {' '.join('--arch ' + a for a in args.arch)} "
+        f"{' '.join('--framework ' + f for f in FRAMEWORKS)} {' '.join('--library ' + l for l in LIBRARIES)} $in",
+        "  description = STUBS libSystem libc++",
+        "  restat = 1",
+        "rule link",
+        f"  command = {q(args.ld)} -arch $arch -platform_version macos {MINIMUM_MACOS} {sdk_version(sdk)} "
+        f"-syslibroot {q(sdk)} -o $out $in -L$stubdir -lSystem -lc++ "
+        f"{' '.join('-l' + l for l in LIBRARIES)} {' '.join('-framework ' + f for f in FRAMEWORKS)} "
+        "-dead_strip -dead_strip_dylibs -headerpad_max_install_names -adhoc_codesign $extra",
+        "  description = LINK $out",
+        "rule lipo",
+        f"  command = {q(args.lipo)} -create $in -output $out",
+        "  description = LIPO $out",
+        "rule copy",
+        "  command = cp $in $out",
+        "  description = COPY $out",
+        "rule pkginfo",
+        "  command = printf 'APPL????' > $out",
+        "  description = PKGINFO $out",
+        "",
+    ]
+
+    def compile_all(sources: list[str], arch: str, extra: str = "") -> list[str]:
+        objects = []
+        for source in sources:
+            obj = object_path(build, root, arch, source)
+            lines.append(f"build {ninja_escape(obj)}: cxx {ninja_escape(source)}")
+            lines.append(f"  arch = {arch}")
+            if extra:
+                lines.append(f"  extra = {extra}")
+            objects.append(obj)
+        return objects
+
+    stub_dir = os.path.join(build, "stubs")
+    stub_files = [os.path.join(stub_dir, "libSystem.tbd"), os.path.join(stub_dir, "libc++.tbd")]
+    objc = "-fobjc-arc"
+    per_arch: dict[str, dict[str, list[str]]] = {}
+    stub_inputs: list[str] = []
+    for arch in args.arch:
+        core_objects = compile_all(core, arch)
+        core_archive = os.path.join(build, "lib", arch, "libtarvolo_core.a")
+        lines.append(f"build {ninja_escape(core_archive)}: ar {' '.join(map(ninja_escape, core_objects))}")
+        backend_objects = compile_all(backend, arch, objc)
+        entry_objects = compile_all([entry], arch, objc)
+        test_objects = compile_all(tests, arch, objc)
+        per_arch[arch] = {"core": [core_archive], "backend": backend_objects, "entry": entry_objects, "tests": test_objects}
+        stub_inputs += entry_objects + backend_objects + test_objects + [core_archive]
+
+    lines.append(
+        f"build {' '.join(map(ninja_escape, stub_files))}: stubs {' '.join(map(ninja_escape, stub_inputs))}"
+        f" | {ninja_escape(os.path.join(root, 'tools/macos-stubs.py'))}"
+    )
+    lines.append(f"  outdir = {ninja_escape(stub_dir)}")
+
+    section = f"-sectcreate __TEXT __info_plist {q(plist_path)}"
+    products = {"Tarvolo": ("entry", section), "tarvolo-macos-tests": ("tests", "")}
+    finals = []
+    for product, (kind, extra) in products.items():
+        if kind == "tests" and not tests:
+            continue
+        slices = []
+        for arch in args.arch:
+            inputs = per_arch[arch][kind] + per_arch[arch]["backend"] + per_arch[arch]["core"]
+            out = os.path.join(build, "bin", arch, product)
+            implicit = stub_files + ([plist_path] if extra else [])
+            lines.append(f"build {ninja_escape(out)}: link {' '.join(map(ninja_escape, inputs))} | {' '.join(map(ninja_escape, implicit))}")
+            lines.append(f"  arch = {arch}")
+            lines.append(f"  stubdir = {ninja_escape(stub_dir)}")
+            if extra:
+                lines.append(f"  extra = {extra}")
+            slices.append(out)
+        universal = os.path.join(build, "bin", product)
+        lines.append(f"build {ninja_escape(universal)}: lipo {' '.join(map(ninja_escape, slices))}")
+        finals.append(universal)
+
+    contents = os.path.join(build, "Tarvolo.app", "Contents")
+    bundle = [os.path.join(contents, "MacOS", "Tarvolo"), os.path.join(contents, "Info.plist"), os.path.join(contents, "PkgInfo")]
+    lines.append(f"build {ninja_escape(bundle[0])}: copy {ninja_escape(os.path.join(build, 'bin', 'Tarvolo'))}")
+    lines.append(f"build {ninja_escape(bundle[1])}: copy {ninja_escape(plist_path)}")
+    lines.append(f"build {ninja_escape(bundle[2])}: pkginfo")
+    lines.append(f"default {' '.join(map(ninja_escape, bundle + finals))}")
+    return "\n".join(lines) + "\n"
+
+
+def main(argv: list[str]) -> int:
+    parser = argparse.ArgumentParser(description="Builds Tarvolo.app with clang and ld64.lld against a macOS SDK.")
+    parser.add_argument("--source-dir", required=True)
+    parser.add_argument("--build-dir", required=True)
+    parser.add_argument("--sdk", required=True)
+    parser.add_argument("--clang", default="clang")
+    parser.add_argument("--ld", default="ld64.lld")
+    parser.add_argument("--lipo", default="llvm-lipo")
+    parser.add_argument("--nm", default="llvm-nm")
+    parser.add_argument("--ar", default="llvm-ar")
+    parser.add_argument("--arch", action="append", default=[])
+    parser.add_argument("--jobs", default="2")
+    parser.add_argument("--werror", action="store_true")
+    args = parser.parse_args(argv)
+    args.arch = args.arch or ["arm64", "x86_64"]
+    write_if_changed(os.path.join(os.path.abspath(args.build_dir), "build.ninja"), generate(args))
+    return subprocess.call(["ninja", "-C", args.build_dir, "-j", args.jobs])
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
