@@ -613,6 +613,7 @@ void SimDesktop::relayout() {
   for (auto& item : items_) {
     if (item->removed || !item->visible) {
       item->frame.reset();
+      item->reported.reset();
       item->onScreen = false;
       item->displaced = false;
       item->rejected = false;
@@ -624,6 +625,7 @@ void SimDesktop::relayout() {
     SimItemState* item = order[i];
     const PlacedStatusItem& placed = layout.items[i];
     item->frame = placed.frame;
+    item->reported = placed.reported;
     item->onScreen = placed.onScreen;
     item->displaced = placed.displaced;
     item->rejected = placed.rejected;
@@ -635,7 +637,7 @@ void SimDesktop::relayout() {
   double now = queue_.now();
   for (auto& item : items_) {
     auto& history = item->history;
-    if (history.empty() || history.back().second != item->frame) history.emplace_back(now, item->frame);
+    if (history.empty() || history.back().second != item->reported) history.emplace_back(now, item->reported);
     // Only the newest entry older than the latency window matters to readers.
     while (history.size() > 2 && history[1].first <= now - settings_.frameLatency) history.erase(history.begin());
   }

@@ -102,14 +102,15 @@ struct SimItemState {
   std::string accessibilityLabel;
   platform::EventMask actionMask = 0;
   std::function<void()> action;
-  // The current layout: the frame as the window server holds it (parked or waiting at the
-  // screen's left edge when the item is not laid out).
+  // Truth of the current layout, and the frame the window server reports for it (parked at the
+  // visible stretch's left end when displaced; waiting at the screen's left edge when rejected).
   std::optional<Rect> frame;
+  std::optional<Rect> reported;
   bool onScreen = false;
   bool displaced = false;  // no room left for it
   bool rejected = false;   // ejected or dropped by the system for its length
   std::optional<int> windowPartnerId;  // the item whose button shares this item's window
-  // (time, frame) as laid out; what readers see lags by the frame latency.
+  // (time, reported frame); what readers see lags by the frame latency.
   std::vector<std::pair<double, std::optional<Rect>>> history;
 };
 

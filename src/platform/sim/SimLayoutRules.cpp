@@ -116,14 +116,18 @@ Pass layoutPass(const StatusLayoutInput& in, const SimSettings& settings, double
     const StatusLayoutItem& item = in.items[i];
     PlacedStatusItem& placed = out.items[i];
     const double width = item.width;
+    Rect frame{cursor - width, in.barY, width, in.barHeight};
     auto park = [&] {
-      placed.frame = Rect{visibleMinX - width, in.barY, width, in.barHeight};
+      placed.frame = frame;
+      placed.reported = Rect{visibleMinX - width, in.barY, width, in.barHeight};
       placed.displaced = true;
       pass.anyDisplaced = true;
+      cursor = frame.minX();
     };
     auto reject = [&] {
       // Waits where new items wait; from macOS 27 the origin never reads left of the screen.
       placed.frame = Rect{in.screen.x, in.barY, width, in.barHeight};
+      placed.reported = placed.frame;
       placed.rejected = true;
     };
     if (rejectAbove && width > *rejectAbove) {
@@ -134,7 +138,6 @@ Pass layoutPass(const StatusLayoutInput& in, const SimSettings& settings, double
       park();
       continue;
     }
-    Rect frame{cursor - width, in.barY, width, in.barHeight};
     const double content = std::min(width, item.contentWidth);
     if (!(width > 0 && frame.maxX() - content >= visibleMinX - 1e-9)) {
       displacing = true;
@@ -163,13 +166,14 @@ Pass layoutPass(const StatusLayoutInput& in, const SimSettings& settings, double
       frame.x -= freed;
     }
     placed.onScreen = true;
+    placed.frame = frame;
     cursor = frame.minX();
     if (clampsOrigin && frame.minX() < in.screen.x) {
       const double maxX = frame.maxX();
       frame.x = in.screen.x;
       frame.width = maxX - frame.x;
     }
-    placed.frame = frame;
+    placed.reported = frame;
   }
   out.titlesDropped = dropped;
   out.droppedTitlesWidth = droppedWidth;

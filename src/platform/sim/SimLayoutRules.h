@@ -6,8 +6,8 @@
 // - Items stand right to left from the system items; an item shows when its drawn content (the
 //   right end of its frame) lies in the visible stretch right of the app menus and the notch.
 //   The first item that does not fit, and every item left of it, is displaced: not drawn, its
-//   window parked at the left end of the visible stretch (from macOS 27 the system's overflow
-//   chevron sits there and takes its own width).
+//   window reported parked at the left end of the visible stretch (from macOS 27 the system's
+//   overflow chevron sits there and takes its own width).
 // - Before macOS 27 an item longer than the ejection length (about 5000) is ejected; from
 //   macOS 27 an item reaching about half the display's width is dropped. Either way it leaves
 //   the bar and pushes nothing; its window waits at the screen's left edge, where new items
@@ -62,7 +62,8 @@ struct StatusLayoutInput {
 };
 
 struct PlacedStatusItem {
-  Rect frame;  // as the window server reports it
+  Rect frame;     // where the layout puts it (continuing left of the screen when pushed away)
+  Rect reported;  // where the window server says its window is
   bool onScreen = false;
   bool displaced = false;  // no room: parked, not drawn
   bool rejected = false;   // ejected or dropped by the system

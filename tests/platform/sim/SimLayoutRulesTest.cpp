@@ -102,7 +102,7 @@ TEST(SimMenuTitles, AFarEdgePastTheLeftScreenEdgeDisturbsNoTitle) {
   EXPECT_FALSE(firstItemOf(bar.desktop, "left").onScreen);
   EXPECT_TRUE(bar.spacer().onScreen);
   // Before macOS 27 frames keep their negative origin.
-  EXPECT_LT(bar.spacer().frame->minX(), 0);
+  EXPECT_LT(bar.spacer().reported->minX(), 0);
 }
 
 TEST(SimMenuTitles, OrdinaryIconsRunningIntoTheMenusAreHiddenNotMadeRoomFor) {
@@ -165,8 +165,8 @@ TEST(SimEjection, FromMacOS27TheReportedOriginNeverReadsLeftOfTheScreen) {
   Bar bar({.width = 1440, .height = 900}, settings);
   const double pinnedRight = bar.pinnedRight();
   bar.item->setLength(3000);
-  EXPECT_EQ(bar.spacer().frame->minX(), 0);
-  EXPECT_EQ(bar.spacer().frame->maxX(), pinnedRight);
+  EXPECT_EQ(bar.spacer().reported->minX(), 0);
+  EXPECT_EQ(bar.spacer().reported->maxX(), pinnedRight);
 }
 
 TEST(SimDisplacement, ItemsWithoutRoomAreParkedAtTheLeftEndOfTheVisibleStretch) {
@@ -175,7 +175,7 @@ TEST(SimDisplacement, ItemsWithoutRoomAreParkedAtTheLeftEndOfTheVisibleStretch) 
   const auto& left = firstItemOf(bar.desktop, "left");
   EXPECT_TRUE(left.displaced);
   EXPECT_FALSE(left.onScreen);
-  EXPECT_DOUBLE_EQ(left.frame->maxX(), bar.desktop.statusAreaMinX());
+  EXPECT_DOUBLE_EQ(left.reported->maxX(), bar.desktop.statusAreaMinX());
   EXPECT_DOUBLE_EQ(bar.desktop.statusAreaMinX(), 848);  // the notch's right edge
   EXPECT_FALSE(bar.desktop.overflowChevronShown());
 }
@@ -185,7 +185,7 @@ TEST(SimDisplacement, FromMacOS27TheOverflowChevronTakesRoomAtTheLeftEnd) {
   bar.item->setLength(500);
   EXPECT_TRUE(bar.desktop.overflowChevronShown());
   EXPECT_DOUBLE_EQ(bar.desktop.statusAreaMinX(), 848 + 44);
-  EXPECT_DOUBLE_EQ(firstItemOf(bar.desktop, "left").frame->maxX(), 848 + 44);
+  EXPECT_DOUBLE_EQ(firstItemOf(bar.desktop, "left").reported->maxX(), 848 + 44);
   bar.item->setLength(16);
   EXPECT_FALSE(bar.desktop.overflowChevronShown());
 }
