@@ -79,6 +79,15 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
     return a.frame && a.frame->minX() < b.frame->minX();
   });
 
+  bar.menus = MenusState{.frontmost = desktop.frontmostBundleId(),
+                         .width = desktop.frontmostMenusWidth(),
+                         .titlesDropped = desktop.menuTitlesDropped()};
+  if (controller) bar.probes = controller->cliffProbesMade();
+  const sim::SimDefaultsStore& store = desktop.simDefaults();
+  auto read = [&store](const std::string& key) { return store.object(key); };
+  bar.cache.cliff = decodeCliffRecord(read);
+  bar.cache.perApp = decodeLengthMap(read(cliffPerAppDefaultsKey));
+
   const sim::SimUiRecord& ui = desktop.ui();
   bar.ui.iconShelfShown = ui.shelfShown;
   bar.ui.iconShelfTier = ui.shelfTier;
@@ -121,6 +130,17 @@ json toJson(const BarSnapshot& bar) {
     items.push_back(std::move(entry));
   }
   out["items"] = std::move(items);
+  out["menus"] = {{"frontmost", bar.menus.frontmost ? json(*bar.menus.frontmost) : json(nullptr)},
+                  {"width", bar.menus.width},
+                  {"titlesDropped", bar.menus.titlesDropped}};
+  out["probes"] = bar.probes ? json(*bar.probes) : json(nullptr);
+  json cliff = nullptr;
+  if (bar.cache.cliff) {
+    cliff = {{"screen", bar.cache.cliff->screenKey}, {"length", bar.cache.cliff->length}, {"gap", bar.cache.cliff->gap}};
+  }
+  json perApp = json::object();
+  for (const auto& [key, length] : bar.cache.perApp) perApp[key] = length;
+  out["cache"] = {{"cliff", std::move(cliff)}, {"perApp", std::move(perApp)}};
   out["ui"] = {{"iconShelfShown", bar.ui.iconShelfShown},
                {"iconShelfTier", bar.ui.iconShelfTier ? json(*bar.ui.iconShelfTier) : json(nullptr)},
                {"preferencesVisible", bar.ui.preferencesVisible},

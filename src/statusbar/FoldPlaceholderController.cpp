@@ -1,5 +1,6 @@
 #include "statusbar/FoldPlaceholderController.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "app/Log.h"
@@ -12,11 +13,10 @@ namespace Placeholder = FoldPlaceholderPolicy;
 
 std::string positionKey(const std::string& autosaveName) { return "NSStatusItem Preferred Position " + autosaveName; }
 
-// A fresh position lies this share of the way from the fold towards the always-hidden
-// separator; foreign items rarely sit that close to the fold.
-constexpr double seedShare = 1.0 / 16;
-// Without a usable always-hidden position, this far left of the fold.
+// A fresh position lies this far left of the fold, or this share of the way towards the
+// always-hidden separator when that is closer: foreign items rarely sit that close to the fold.
 constexpr double seedOffset = 1;
+constexpr double seedShare = 1.0 / 16;
 
 }  // namespace
 
@@ -41,11 +41,18 @@ void FoldPlaceholderController::install() {
   auto own = storedPosition(name);
   bool between = own && fold && *own > *fold && (!hidden || *own < *hidden);
   if (fold && !between) {
-    double seed = hidden && *hidden > *fold ? *fold + (*hidden - *fold) * seedShare : *fold + seedOffset;
+    double seed = *fold + seedOffset;
+    if (hidden && *hidden > *fold) seed = std::min(seed, *fold + (*hidden - *fold) * seedShare);
     platform_.defaults().set(positionKey(name), DefaultsValue(seed));
     MenuBarLog::log("fold placeholder seeded position=" + numberText(seed));
   }
   createItem();
+  // A collapsed length is stored only once the item was seen beside the fold; with its position
+  // unchanged since, the first collapse of this run may use it before anything is read.
+  if (between && platform_.defaults().getDouble(std::string(Placeholder::collapsedLengthKey))) {
+    placedBesideFold_ = true;
+    MenuBarLog::log("fold placeholder beside=true remembered");
+  }
 }
 
 void FoldPlaceholderController::createItem() {
@@ -62,8 +69,9 @@ void FoldPlaceholderController::replace() {
     MenuBarLog::log("fold placeholder suppressed replacements=" + std::to_string(replacements_));
     return;
   }
-  // Halfway back towards the fold: closer than whatever foreign item slipped in between.
-  double next = own && *own > *fold ? *fold + (*own - *fold) / 2 : *fold + seedOffset * seedShare;
+  // A third of the way back towards the fold: closer than whatever foreign item slipped in
+  // between (a third rather than a half, which a dragged item's position often is).
+  double next = own && *own > *fold ? *fold + (*own - *fold) / 3 : *fold + seedOffset * seedShare;
   ++replacements_;
   platform_.statusBar().removeStatusItem(std::move(item_));
   platform_.defaults().set(positionKey(std::string(Placeholder::autosaveName)), DefaultsValue(next));
@@ -81,7 +89,7 @@ double FoldPlaceholderController::collapsedLength() const {
 
 double FoldPlaceholderController::noteCollapsedRoom(double foldLeadingEdge, double menusRight, double screenWidth) {
   double length = Placeholder::collapsedLength(foldLeadingEdge, menusRight, screenWidth);
-  if (length != collapsedLength()) {
+  if (placedBesideFold_ == true && length != collapsedLength()) {
     platform_.defaults().set(std::string(Placeholder::collapsedLengthKey), DefaultsValue(length));
   }
   return length;
@@ -94,9 +102,10 @@ void FoldPlaceholderController::apply(MenuBarPresentation presentation, std::opt
   if (item_->length() != length) item_->setLength(length);
 }
 
-void FoldPlaceholderController::check(MenuBarPresentation presentation, std::optional<Rect> fold,
+bool FoldPlaceholderController::check(MenuBarPresentation presentation, std::optional<Rect> fold,
                                       std::optional<Rect> hidden) {
-  if (!item_ || isSuppressed_) return;
+  if (!item_ || isSuppressed_) return false;
+  const auto before = placedBesideFold_;
   auto own = item_->buttonFrameOnScreen();
   auto placement = Placeholder::placement({
       .placeholderMinX = own ? std::optional<double>(own->minX()) : std::nullopt,
@@ -107,23 +116,30 @@ void FoldPlaceholderController::check(MenuBarPresentation presentation, std::opt
   lastPlacement_ = placement;
   const std::string kind(Placeholder::rawValue(placement.kind));
   if (loggedKeys_.insert(kind).second) MenuBarLog::log("fold placeholder placement=" + kind);
-  if (placement.kind == Placeholder::Placement::Kind::unread) return;
+  if (placement.kind == Placeholder::Placement::Kind::unread) return false;
 
+  // While collapsed the item is lengthened, which distorts its frame, or pushed away with the
+  // hidden icons, which parks it anywhere: such a reading never overturns the belief. Only the
+  // short item found right at the fold's far edge is as telling as on an expanded bar.
   if (presentation == MenuBarPresentation::collapsed) {
-    // The lengthened item distorts its own frame: a collapsed reading never changes the belief.
-    if (!Placeholder::collapsedReadingConfirms(placedBesideFold_, placement)) {
-      MenuBarLog::log("fold placeholder collapsed reading disagrees placement=" + kind);
+    const bool shortAndAdjacent = item_->length() <= Placeholder::expandedLength &&
+                                  placement.kind == Placeholder::Placement::Kind::adjacent;
+    if (!shortAndAdjacent) {
+      if (!Placeholder::collapsedReadingConfirms(placedBesideFold_, placement)) {
+        MenuBarLog::log("fold placeholder collapsed reading disagrees placement=" + kind);
+      }
+      return false;
     }
-    return;
   }
   if (placement.kind == Placeholder::Placement::Kind::adjacent) {
     placedBesideFold_ = true;
     misplacedStreak_ = 0;
-    return;
+    return placedBesideFold_ != before;
   }
   ++misplacedStreak_;
   placedBesideFold_ = false;
   if (misplacedStreak_ >= misplacedReadingsBeforeReplacement) replace();
+  return placedBesideFold_ != before;
 }
 
 std::optional<Rect> FoldPlaceholderController::frame() const {

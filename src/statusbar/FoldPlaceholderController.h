@@ -32,10 +32,11 @@ class FoldPlaceholderController {
 
   // The length for the presentation; `collapsedLength` applies only while collapsed.
   void apply(MenuBarPresentation presentation, std::optional<double> collapsedLength);
-  // Reads where the item sits. A reading with both separators short decides; a collapsed
-  // reading, which the lengthened item distorts, may only confirm.
-  void check(MenuBarPresentation presentation, std::optional<Rect> fold, std::optional<Rect> hidden);
-  // The length that fills the room between the fold's far edge and the menus, remembered.
+  // Reads where the item sits; returns whether the belief changed. A reading of the short item
+  // decides; a reading of the item lengthened for a collapse, which distorts it, may only confirm.
+  bool check(MenuBarPresentation presentation, std::optional<Rect> fold, std::optional<Rect> hidden);
+  // The length that fills the room between the fold's far edge and the menus; remembered once
+  // the item has been seen beside the fold.
   double noteCollapsedRoom(double foldLeadingEdge, double menusRight, double screenWidth);
 
   std::optional<Rect> frame() const;

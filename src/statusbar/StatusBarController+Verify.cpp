@@ -120,7 +120,14 @@ SeparatorLayoutVerdict StatusBarController::collapseVerdict(const SeparatorMeasu
     });
   }
   // While a rebaseline is pending the remembered gap may belong to other icons.
-  auto knownGap = collapseRebaselineWork_.isScheduled() ? std::nullopt : perAppLengths_.knownGoodGap(collapseScreenKey());
+  std::optional<double> knownGap;
+  if (!collapseRebaselineWork_.isScheduled()) {
+    knownGap = perAppLengths_.knownGoodGap(collapseScreenKey());
+    // The search's own reading also knows a gap of 0 (no always-visible icons), which the
+    // verified gaps leave out.
+    auto record = cliffRecordForCurrentScreens();
+    if (!knownGap && record && record->gap >= 0) knownGap = record->gap;
+  }
   if (knownGap && observedGap) {
     return Policy::collapseGapVerdict({
         .knownGoodGap = *knownGap,
@@ -167,8 +174,13 @@ void StatusBarController::verifyCollapseLayout(unsigned long long generation) {
                   " gap=" + (observedGap ? numberText(*observedGap) : std::string("none")) +
                   " reference=" + boolText(collapseReference_.has_value()) + " source=" + m.source +
                   (m.sharedHost ? " verdict=shared-host " : ""));
-  if (foldPlaceholder_) {
-    foldPlaceholder_->check(MenuBarPresentation::collapsed, separatorStatusItem_->buttonFrameOnScreen(), hidden);
+  if (foldPlaceholder_ &&
+      foldPlaceholder_->check(MenuBarPresentation::collapsed, separatorStatusItem_->buttonFrameOnScreen(), hidden) &&
+      foldPlaceholder_->placedBesideFold() == true) {
+    // Now known to stand beside the fold: lengthen it, and judge the collapse with it.
+    MenuBarLog::log("collapse verify deferred: fold placeholder placed");
+    applyVisibilityNow();
+    return;
   }
 
   switch (verdict) {

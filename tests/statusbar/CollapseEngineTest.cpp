@@ -1,11 +1,14 @@
 #include "app/AppEnvironment.h"
 #include "statusbar/FoldPlaceholderController.h"
-#include "support/CollapseExpectations.h"
+#include "CollapseSettling.h"
 #include "support/SimFixture.h"
 #include "visibility/CollapseLengthCache.h"
 
 namespace tarvolo::testing {
 namespace {
+
+using scenario::collapseProblems;
+using scenario::countLogLines;
 
 using MouseButton = sim::SimDesktop::MouseButton;
 using Verdict = MenuBarVisibilityPolicy::SeparatorLayoutVerdict;
@@ -294,10 +297,10 @@ TEST_F(CollapseEngineTest, OnMacOS27ThePlaceholderFillsTheRoomOneItemCannot) {
 TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
   DesktopOptions options;
   options.settings.osMajor = 27;
-  // An icon whose stored position lies between the fold's (35) and the placeholder's seed.
+  // An icon whose stored position lies between the fold's (35) and the placeholder's seed (36).
   options.apps.push_back(sim::SimAppSpec{.bundleId = "com.example.squeezed", .name = "Squeezed",
                                          .activation = platform::ActivationPolicy::accessory, .menusWidth = 0,
-                                         .items = {sim::SimItemSpec{.width = 30, .position = 36.1}}});
+                                         .items = {sim::SimItemSpec{.width = 30, .position = 35.5}}});
   boot(options);
   launch();
   run(3);

@@ -176,6 +176,7 @@ class SimDesktop final : public platform::Platform {
   void reopenOwnApp();
   void replaceDefaults(SimDefaultsStore store);
   SimDefaultsStore& simDefaults() { return *defaults_; }
+  const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
   // --- driving the desktop
   SimMainQueue& queue() { return queue_; }
