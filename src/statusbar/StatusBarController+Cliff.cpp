@@ -360,8 +360,8 @@ void StatusBarController::probeCliff(unsigned long long generation) {
   separatorStatusItem_->setTitle("");
   separatorStatusItem_->setLength(probe);
   MenuBarLog::log("probe set requested=" + integerText(probe) +
-                  " readBack=" + integerText(separatorStatusItem_->length()) + " low=" + integerText(cliffSearch_->low) +
-                  " high=" + integerText(cliffSearch_->high));
+                  " readBack=" + integerText(separatorStatusItem_->length()) +
+                  " low=" + integerText(cliffSearch_->low) + " high=" + integerText(cliffSearch_->high));
   cliffStepWork_.schedule(Policy::cliffProbeSettleDelay, [weak = weak(), generation, probe] {
     if (auto* self = weak.get()) self->readCliffProbe(generation, probe);
   });

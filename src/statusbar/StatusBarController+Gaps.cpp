@@ -28,7 +28,8 @@ void StatusBarController::startMenuBarSampling() {
     self->logDragEndGaps();
   };
   const auto mouseUp = platform::eventMask(platform::EventType::leftMouseUp);
-  mouseUpMonitor_ = platform_.events().addGlobalMonitor(mouseUp, [noteMouseUp](const platform::Event&) { noteMouseUp(); });
+  mouseUpMonitor_ =
+      platform_.events().addGlobalMonitor(mouseUp, [noteMouseUp](const platform::Event&) { noteMouseUp(); });
   // Drags of the app's own items end in the app.
   ownMouseUpMonitor_ = platform_.events().addLocalMonitor(mouseUp, [noteMouseUp](const platform::Event& event) {
     noteMouseUp();
@@ -94,7 +95,6 @@ void StatusBarController::noteMenuBarGaps() {
     rememberPinnedGap(sample.pinnedGap);
     gapTracker_.acknowledgeMovement();
   }
-  pinnedGap_ = sample.pinnedGap;
 }
 
 void StatusBarController::logDragEndGaps() {

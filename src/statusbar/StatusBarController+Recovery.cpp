@@ -90,7 +90,8 @@ void StatusBarController::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdic
   const std::string key = collapsePairKey(bundle);
   const bool menuLimited = collapseMenuLimitedKeys_.count(key) > 0;
   const double upperBound = Policy::collapseSearchUpperBound(collapseScreenWidth());
-  const bool rejectedBySystem = verdict == SeparatorLayoutVerdict::ejected || verdict == SeparatorLayoutVerdict::menusEvicted;
+  const bool rejectedBySystem =
+      verdict == SeparatorLayoutVerdict::ejected || verdict == SeparatorLayoutVerdict::menusEvicted;
 
   if (rejectedBySystem) {
     revertCollapseFoldTailIfRejected(key, length);
@@ -131,7 +132,8 @@ void StatusBarController::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdic
   }
 
   auto steps = collapseStepDownsByPair_.find(key);
-  const bool stepLimitReached = steps != collapseStepDownsByPair_.end() && steps->second >= Policy::menuEvictionStepLimit;
+  const bool stepLimitReached =
+      steps != collapseStepDownsByPair_.end() && steps->second >= Policy::menuEvictionStepLimit;
   const auto decision = Policy::nextCollapseRecovery({
       .verdict = verdict,
       .length = length,

@@ -39,8 +39,9 @@ StatusBarController::SeparatorMeasurement StatusBarController::measureSeparator(
   }
   m.windowWidth = window ? window->width : 0;
   m.buttonWidth = button ? button->width : 0;
-  m.sharedHost = window && button &&
-                 (window->minX() < button->minX() - kSharedHostSlack || window->maxX() > button->maxX() + kSharedHostSlack);
+  m.sharedHost =
+      window && button &&
+      (window->minX() < button->minX() - kSharedHostSlack || window->maxX() > button->maxX() + kSharedHostSlack);
   // The button is the separator's own; a window may also hold its neighbours.
   const Rect& believed = button ? *button : *window;
   m.source = button ? "button" : "window";

@@ -343,7 +343,6 @@ class StatusBarController {
   std::map<std::string, int> collapseStepDownsByPair_;
   std::map<std::string, double> badUpperBoundByApp_;
   std::map<std::string, double> badUpperBoundRecordedAt_;
-  std::optional<double> collapseRetryAt_;
   std::optional<double> collapseRefusedNoticeAt_;
   std::set<std::string> collapseMenusNoticeKeys_;
   std::set<std::string> collapseEjectedNoticeKeys_;
@@ -370,7 +369,6 @@ class StatusBarController {
   MenuBarGapTracker gapTracker_;
   WorkspaceActivityClock workspaceClock_;
   std::optional<double> lastMouseUpAt_;
-  std::optional<double> pinnedGap_;
   std::unique_ptr<platform::Registration> mouseUpMonitor_;
   std::unique_ptr<platform::Registration> ownMouseUpMonitor_;
   Cancellables samplingSubscriptions_;
