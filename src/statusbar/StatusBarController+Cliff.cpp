@@ -307,11 +307,15 @@ void StatusBarController::readCliffBaseline(unsigned long long generation) {
                                          .toggleAnchor = measurement.toggleAnchor,
                                          .length = Policy::cliffBaselineLength};
   captureDividerDistanceIfShort();
+  // The short separator shows the own items' order even while the other one is long.
+  auto hidden = alwaysHiddenSeparatorStatusItem_->buttonFrameOnScreen();
+  if (measurement.separatorLeftOfToggle && hidden && hidden->maxX() <= measurement.leadingEdge + 1) {
+    alwaysVisibleAnchorReady = true;
+    publishFoldingEffective();
+  }
   if (foldPlaceholder_) {
     // With the separator short the placeholder's place can be judged as on an expanded bar.
-    auto fold = separatorStatusItem_->buttonFrameOnScreen();
-    auto hidden = alwaysHiddenSeparatorStatusItem_->buttonFrameOnScreen();
-    foldPlaceholder_->check(MenuBarPresentation::shelfExpanded, fold, hidden);
+    foldPlaceholder_->check(MenuBarPresentation::shelfExpanded, separatorStatusItem_->buttonFrameOnScreen(), hidden);
   }
   MenuBarLog::log("search baseline edge=" + numberText(measurement.arrowFacingEdge) +
                   " leading=" + numberText(measurement.leadingEdge) +

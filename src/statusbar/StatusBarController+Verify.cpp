@@ -184,6 +184,10 @@ void StatusBarController::verifyCollapseLayout(unsigned long long generation) {
     return;
   }
 
+  // Laid out left of the toggle, even short of the fold: the own items stand in order.
+  const bool layoutHolds = raw == SeparatorLayoutVerdict::laidOut || raw == SeparatorLayoutVerdict::shifted;
+  if (layoutHolds && m.separatorLeftOfToggle) alwaysVisibleAnchorReady = true;
+
   switch (verdict) {
     case SeparatorLayoutVerdict::unread:
       if (++collapseVerifyUnreadRetries_ <= kVerifyUnreadRetryLimit) {

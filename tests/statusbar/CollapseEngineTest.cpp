@@ -207,6 +207,27 @@ TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScre
   expectQuiescent(1);
 }
 
+// The user expands while the first search still probes: the bar expands (no repair banner), and
+// the search is owed to the next collapse.
+TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSearchesAgain) {
+  boot();
+  launch();
+  run(0.7);
+  ASSERT_TRUE(controller().cliffSearchInFlight());
+  controller().toggleBar(false);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(desktop().ui().notices.empty());
+  EXPECT_TRUE(logged("cliff abort reason=expanded"));
+  EXPECT_TRUE(controller().cliffSearchOwed());
+  run(1);
+  EXPECT_TRUE(iconOnScreen("com.example.icon3"));
+  controller().collapseBar("menu");
+  run(3);
+  EXPECT_EQ(controller().cliffSearchesStarted(), 2);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  expectQuiescent(1);
+}
+
 TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   DesktopOptions options;
   options.settings.framesReadable = false;
