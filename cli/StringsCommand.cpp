@@ -2,7 +2,7 @@
 
 #include "localization/StringTable.h"
 
-namespace tarvolo::sim {
+namespace tarvolo::scenario {
 
 namespace {
 
@@ -24,4 +24,4 @@ std::optional<nlohmann::ordered_json> stringsAsJson(const std::optional<std::str
   return all;
 }
 
-}  // namespace tarvolo::sim
+}  // namespace tarvolo::scenario

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "Command.h"
+#include "StringsCommand.h"
 
 int main(int argc, char** argv) {
   using namespace tarvolo::scenario;
@@ -21,11 +22,25 @@ int main(int argc, char** argv) {
   run->add_option("--defaults", defaultsPath, "Keep the app's defaults in this JSON file across runs")
       ->type_name("FILE");
 
+  std::string language;
+  CLI::App* strings = app.add_subcommand("strings", "Print the built-in texts as JSON (key to text).");
+  strings->add_option("--lang", language, "Only this language (en, zh, zh-Hant, ja, ko, de, fr, es, pt)")
+      ->type_name("CODE");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     int status = app.exit(error);
     return status == 0 ? 0 : kExitBadScenario;
+  }
+  if (strings->parsed()) {
+    auto table = stringsAsJson(language.empty() ? std::nullopt : std::optional<std::string>(language));
+    if (!table) {
+      std::cerr << "tarvolo-sim: unknown language \"" << language << "\"\n";
+      return kExitBadScenario;
+    }
+    std::cout << table->dump(2) << '\n';
+    return kExitRan;
   }
   options.scenario = scenarioPath;
   if (!defaultsPath.empty()) options.defaults = defaultsPath;

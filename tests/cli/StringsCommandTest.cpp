@@ -3,7 +3,7 @@
 #include "StringsCommand.h"
 #include "localization/StringTable.h"
 
-namespace tarvolo::sim {
+namespace tarvolo::scenario {
 namespace {
 
 TEST(StringsCommand, OneLanguageMapsEveryKeyToItsText) {
@@ -23,4 +23,4 @@ TEST(StringsCommand, WithoutALanguageListsAllNineAndRejectsUnknownCodes) {
 }
 
 }  // namespace
-}  // namespace tarvolo::sim
+}  // namespace tarvolo::scenario
