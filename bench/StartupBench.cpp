@@ -1,5 +1,5 @@
 // CPU time of a whole simulated start-up on the demo laptop: the desktop with its twelve icons,
-// the app's launch and one second of virtual time, by which the first collapse has settled.
+// the app's launch and three seconds of virtual time, by which the first collapse has settled.
 
 #include <benchmark/benchmark.h>
 
@@ -21,7 +21,7 @@ void BM_StartupToFirstCollapse(benchmark::State& state) {
     desktop->replaceDefaults(scenario::startingDefaults(demo, std::nullopt, nullptr));
     sim::SimSession session(std::move(desktop));
     session.launch();
-    session.runUntil(1.0);
+    session.runUntil(3.0);
     const StatusBarController* controller = session.controller();
     if (!controller || controller->isExpanded.get()) {
       state.SkipWithError("the demo desktop did not collapse at start-up");

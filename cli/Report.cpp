@@ -91,6 +91,14 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
       for (const MenuBarAppItem& row : *rows) bar.catalog.push_back({row.bundleId, row.name, row.catalogSection});
     }
   }
+  bar.menus = MenusState{.frontmost = desktop.frontmostBundleId(),
+                         .width = desktop.frontmostMenusWidth(),
+                         .titlesDropped = desktop.menuTitlesDropped()};
+  if (controller) bar.probes = controller->cliffProbesMade();
+  const sim::SimDefaultsStore& store = desktop.simDefaults();
+  auto read = [&store](const std::string& key) { return store.object(key); };
+  bar.cache.cliff = decodeCliffRecord(read);
+  bar.cache.perApp = decodeLengthMap(read(cliffPerAppDefaultsKey));
 
   const sim::SimUiRecord& ui = desktop.ui();
   bar.ui.iconShelfShown = ui.shelfShown;
@@ -143,6 +151,17 @@ json toJson(const BarSnapshot& bar) {
         {{"bundleId", entry.bundleId}, {"name", entry.name}, {"section", std::string(rawValue(entry.section))}});
   }
   out["catalog"] = std::move(catalog);
+  out["menus"] = {{"frontmost", bar.menus.frontmost ? json(*bar.menus.frontmost) : json(nullptr)},
+                  {"width", bar.menus.width},
+                  {"titlesDropped", bar.menus.titlesDropped}};
+  out["probes"] = bar.probes ? json(*bar.probes) : json(nullptr);
+  json cliff = nullptr;
+  if (bar.cache.cliff) {
+    cliff = {{"screen", bar.cache.cliff->screenKey}, {"length", bar.cache.cliff->length}, {"gap", bar.cache.cliff->gap}};
+  }
+  json perApp = json::object();
+  for (const auto& [key, length] : bar.cache.perApp) perApp[key] = length;
+  out["cache"] = {{"cliff", std::move(cliff)}, {"perApp", std::move(perApp)}};
   out["ui"] = {{"iconShelfShown", bar.ui.iconShelfShown},
                {"iconShelfTier", bar.ui.iconShelfTier ? json(*bar.ui.iconShelfTier) : json(nullptr)},
                {"preferencesVisible", bar.ui.preferencesVisible},

@@ -3,6 +3,7 @@
 // What a run leaves behind: the bar as it stood when Tarvolo quit, the defaults store, the log
 // and what became of each step, as one JSON document.
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/sim/SimDesktop.h"
+#include "visibility/CollapseLengthCache.h"
 
 namespace tarvolo {
 class StatusBarController;
@@ -64,6 +66,19 @@ struct UiState {
   std::vector<std::string> notices;  // kinds of notices still showing
 };
 
+// The frontmost app's menus as the bar shows them.
+struct MenusState {
+  std::optional<std::string> frontmost;  // none: the Finder-like default
+  double width = 0;                      // all its titles, Apple menu included
+  int titlesDropped = 0;                 // titles the system dropped to make room for a long item
+};
+
+// What the collapse-length engine has stored in the defaults.
+struct CollapseCacheState {
+  std::optional<CliffRecord> cliff;
+  std::map<std::string, double> perApp;  // "<screen key>\t<bundle id>" -> length
+};
+
 struct BarSnapshot {
   double time = 0;
   bool tarvoloRunning = false;
@@ -74,6 +89,9 @@ struct BarSnapshot {
   std::vector<ForeignItemFrame> items;  // left to right
   // Main section first, each in the catalogue's own order.
   std::vector<CatalogEntry> catalog;
+  MenusState menus;
+  std::optional<int> probes;  // cliff probes made since Tarvolo started; absent when it is not running
+  CollapseCacheState cache;
   UiState ui;
 };
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <numeric>
 #include <set>
 #include <sstream>
 
@@ -228,7 +229,8 @@ std::string nameFromBundleId(const std::string& bundleId) {
 }
 
 sim::SimAppSpec parseApp(const Field& field) {
-  field.allowOnly({"bundleId", "name", "processName", "path", "activation", "menusWidth", "running", "items"});
+  field.allowOnly(
+      {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == kOwnBundleId) {
@@ -238,6 +240,12 @@ sim::SimAppSpec parseApp(const Field& field) {
   app.path = field.optional("path") ? field.required("path").nonEmptyString() : "/Applications/" + app.name + ".app";
   if (auto activation = field.optional("activation")) app.activation = parseActivation(*activation);
   if (auto menus = field.optional("menusWidth")) app.menusWidth = menus->nonNegative();
+  if (auto titles = field.optional("menuTitles")) {
+    if (field.has("menusWidth")) titles->fail("give either menuTitles or menusWidth, not both");
+    app.menuTitleWidths.clear();
+    for (const Field& element : titles->array()) app.menuTitleWidths.push_back(element.positive());
+    app.menusWidth = std::accumulate(app.menuTitleWidths.begin(), app.menuTitleWidths.end(), 0.0);
+  }
   if (auto running = field.optional("running")) app.running = running->boolean();
   if (auto items = field.optional("items")) {
     std::set<std::string> names;
@@ -254,7 +262,9 @@ sim::SimAppSpec parseApp(const Field& field) {
 
 void parseSettings(const Field& field, Scenario& scenario) {
   field.allowOnly({"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding",
-                   "clickDuration", "accessibilityTrusted"});
+                   "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
+                   "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
+                   "overflowChevronWidth", "sharedWindowItems"});
   sim::SimSettings& settings = scenario.settings;
   if (auto value = field.optional("accessibilityTrusted")) scenario.accessibilityTrusted = value->boolean();
   if (auto value = field.optional("frameLatency")) settings.frameLatency = value->nonNegative();
@@ -263,6 +273,21 @@ void parseSettings(const Field& field, Scenario& scenario) {
   if (auto value = field.optional("textCharWidth")) settings.textCharWidth = value->positive();
   if (auto value = field.optional("textItemPadding")) settings.textItemPadding = value->nonNegative();
   if (auto value = field.optional("clickDuration")) settings.clickDuration = value->nonNegative();
+  if (auto value = field.optional("framesReadable")) settings.framesReadable = value->boolean();
+  if (auto value = field.optional("ejectionLength")) settings.ejectionLength = value->positive();
+  if (auto value = field.optional("dropsHalfWidthItems")) settings.dropsHalfWidthItems = value->boolean();
+  if (auto value = field.optional("halfWidthDropMargin")) settings.halfWidthDropMargin = value->nonNegative();
+  if (auto value = field.optional("menuIntrusionMinLength")) settings.menuIntrusionMinLength = value->positive();
+  if (auto value = field.optional("dropsMenuTitles")) settings.dropsMenuTitles = value->boolean();
+  if (auto value = field.optional("overflowChevronWidth")) settings.overflowChevronWidth = value->nonNegative();
+  if (auto value = field.optional("sharedWindowItems")) {
+    settings.sharedWindowItems.clear();
+    for (const Field& element : value->array()) {
+      auto target = ownItemFromTargetName(element.string());
+      if (!target) element.fail("unknown item (expected toggle, separator or alwaysHiddenSeparator)");
+      settings.sharedWindowItems.push_back(autosaveName(*target));
+    }
+  }
 }
 
 std::string knownAppId(const Field& field, const Scenario& scenario) {

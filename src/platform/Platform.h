@@ -222,6 +222,9 @@ class Workspace {
   virtual std::optional<RunningApplication> frontmostApplication() const = 0;
   // The application whose menus the menu bar shows (usually the frontmost).
   virtual std::optional<RunningApplication> menuBarOwningApplication() const = 0;
+  // Right end of that application's menu titles on the primary screen's bar, where the system
+  // can tell (Accessibility); absent otherwise.
+  virtual std::optional<double> applicationMenusMaxX() const { return std::nullopt; }
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -8,6 +8,7 @@
 #include "app/Log.h"
 #include "app/NotificationCenter.h"
 #include "discovery/StatusItemManager.h"
+#include "statusbar/FoldPlaceholderController.h"
 
 namespace tarvolo {
 
@@ -39,14 +40,11 @@ StatusBarController::StatusBarController(AppEnvironment& environment)
   seedPreferredPositions();
   createOwnItems();
 
-  auto primary = platform_.screens().screens();
-  if (!primary.empty()) {
-    MenuBarLog::log("launch screen=" + numberText(primary.front().frame.width) + "x" +
-                    numberText(primary.front().frame.height) +
-                    " notch=" + numberText(primary.front().notchWidth()) +
-                    " screens=" + std::to_string(primary.size()));
-  }
-  MenuBarLog::log("launch frontmost=" + frontmostBundleID().value_or("none"));
+  restoreCliffCache();
+  logLaunchState();
+  persistPerAppLengths();
+  seedPinnedGapIfMissing();
+  pruneCollapseLengthsToConnectedScreens();
   applyVisibilityNow();
   subscribe();
 
@@ -58,6 +56,7 @@ StatusBarController::StatusBarController(AppEnvironment& environment)
   env_.statusItemManager().refreshAttributedMenuBarApps();
 }
 
+// Out of line: the fold placeholder's owner is only forward-declared in the header.
 StatusBarController::~StatusBarController() = default;
 
 // --- construction ------------------------------------------------------------------------------
@@ -86,7 +85,9 @@ std::function<void()> StatusBarController::weakly(void (StatusBarController::*me
 
 void StatusBarController::createOwnItems() {
   createToggleItem();
+  startMenuBarSampling();
   createSeparatorItem();
+  installFoldPlaceholder();
   createAlwaysHiddenSeparatorItem();
 }
 
@@ -130,7 +131,7 @@ void StatusBarController::subscribe() {
   cancellables_.push_back(center.addObserver(Notifications::menuBarCatalogDidChange,
                                              handler(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::applicationDidChangeScreenParameters,
-                                             handler(&StatusBarController::scheduleApply)));
+                                             handler(&StatusBarController::screenParametersChanged)));
   cancellables_.push_back(workspace.addObserver(Notifications::workspaceDidWake,
                                                 handler(&StatusBarController::scheduleApply)));
   cancellables_.push_back(workspace.addObserver(Notifications::activeSpaceDidChange,
@@ -271,6 +272,8 @@ std::optional<PlacementAnchors> StatusBarController::currentPlacementAnchors() c
 }
 
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
+  // A probe's length says nothing about the order.
+  if (cliffProbeInFlight_) return std::nullopt;
   auto anchors = currentPlacementAnchors();
   if (!anchors) return std::nullopt;
   if (anchors->toggleMinX == 0 || anchors->normalMinX == 0 || anchors->hiddenMinX == 0) return std::nullopt;
@@ -348,16 +351,31 @@ void StatusBarController::collapseBar(const std::string& reason) {
     if (reason == "startup") startupCollapseWithheldReason_ = "order";
     return;
   }
+  // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
+  noteShelfCapBeforeCollapse();
+  // Guard 4: a collapse the user asked for may show its notices again.
+  if (Policy::collapseResetsMenusNotice(reason)) {
+    collapseMenusNoticeKeys_.clear();
+    collapseEjectedNoticeKeys_.clear();
+  }
+  collapseRebaselineWork_.cancel();
   auto frontmost = frontmostBundleID();
   double length = collapseLength(frontmost);
   MenuBarLog::log("collapse reason=" + reason + " length=" + numberText(length) +
-                  " frontmost=" + frontmost.value_or("none"));
+                  " frontmost=" + frontmost.value_or("none") + " screen=" + collapseScreenKey());
 
+  captureCollapseReferenceIfShort();
+  captureDividerDistanceIfShort();
   isExpanded = false;
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
   autoCollapseWorkItem_.cancel();
+  recordCollapseLength(length, frontmost, false, std::nullopt);
+  auto steps = collapseStepDownsByPair_.find(collapsePairKey(frontmost));
+  beginCollapseRecovery(frontmost,
+                        steps == collapseStepDownsByPair_.end() || steps->second < Policy::menuEvictionStepLimit);
+  startCliffSearchIfNeeded();
 }
 
 void StatusBarController::setDeepExpanded(bool deep) {
@@ -366,14 +384,6 @@ void StatusBarController::setDeepExpanded(bool deep) {
     return;
   }
   isDeepExpanded = deep;
-}
-
-void StatusBarController::stayExpandedBecauseFoldingFailed(const std::string& reason, bool offerAutomaticRepair) {
-  MenuBarLog::log("collapse stays expanded reason=" + reason + " offerRepair=" + boolText(offerAutomaticRepair));
-  isExpanded = true;
-  isDeepExpanded = true;
-  updateButtonAppearance();
-  applyVisibilityNow();
 }
 
 // --- clicks --------------------------------------------------------------------------------------
@@ -614,10 +624,6 @@ double StatusBarController::widestScreenWidth() const {
   return widest;
 }
 
-double StatusBarController::collapseLength(const std::optional<std::string>&) const {
-  return Policy::collapseUnmeasuredLength(widestScreenWidth());
-}
-
 void StatusBarController::scheduleApply() {
   categorySyncWorkItem_.schedule(kApplyCoalesceDelay, [weak = weak()] {
     if (auto* self = weak.get()) self->applyVisibilityNow();
@@ -628,6 +634,14 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   mainThread_.check();
   ++applyGeneration_;
   auto presentation = currentPresentation();
+  if (cliffProbeInFlight_ && presentation != MenuBarPresentation::collapsed) {
+    MenuBarLog::log("cliff abort reason=expanded");
+    abortCliffSearch();
+    cliffSearchOwed_ = Policy::cliffSearchOwedAfterInterruption(cliffRecordForCurrentScreens().has_value(),
+                                                                cliffGiveUps_, Policy::cliffGiveUpLimit);
+  }
+  // While the cliff search runs it owns the normal separator's length.
+  const bool searching = cliffProbeInFlight_;
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
   auto frontmost = frontmostBundleID();
   auto& catalog = env_.statusItemManager();
@@ -640,10 +654,13 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
       .ownBundleIDs = {platform_.system().ownBundleIdentifier()},
       .runningBundleIDs = catalog.runningBundleIDs(),
       .publicCollapseSizing = sizing,
-      .hiddenDividerDistance = std::nullopt,
+      .hiddenDividerDistance = dividerDistance_,
   });
+  if (presentation == MenuBarPresentation::shelfExpanded && shelfHiddenCap_) {
+    plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfHiddenCap_);
+  }
 
-  separatorStatusItem_->setLength(plan.normalSeparatorLength);
+  if (!searching) separatorStatusItem_->setLength(plan.normalSeparatorLength);
   alwaysHiddenSeparatorStatusItem_->setLength(plan.alwaysHiddenSeparatorLength);
   double readBackNormal = separatorStatusItem_->length();
   double readBackHidden = alwaysHiddenSeparatorStatusItem_->length();
@@ -668,37 +685,27 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   }
   styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
   styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
+  if (foldPlaceholder_) {
+    std::optional<double> placeholderLength;
+    if (presentation == MenuBarPresentation::collapsed) {
+      placeholderLength = foldPlaceholderCollapsedLength(plan.normalSeparatorLength);
+    }
+    foldPlaceholder_->apply(presentation, placeholderLength);
+  }
   publishFoldingEffective();
+  if (presentation == MenuBarPresentation::collapsed && !searching) scheduleCollapsedCliffVerify();
+  if (presentation == MenuBarPresentation::shelfExpanded &&
+      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength_) {
+    scheduleShelfHiddenVerify();
+  }
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.
   catalog.scheduleZoneRefresh();
+  scheduleMenuBarSample();
   if (completion) completion(true);
 }
 
-// --- verifying that a collapse hides --------------------------------------------------------------
-
-std::optional<bool> StatusBarController::measureCollapse() const {
-  auto anchors = currentPlacementAnchors();
-  if (!anchors || !lastAppliedNormal_) return std::nullopt;
-  bool laidOut = Policy::widthMatchesRequest(anchors->normalWidth, *lastAppliedNormal_);
-  return laidOut && anchors->normalMaxX <= anchors->toggleMinX + kAnchorTolerance;
-}
-
-void StatusBarController::publishFoldingEffective() {
-  // The order can only be judged while the separators are short; a collapse is judged by
-  // whether the long separator really stands left of the toggle.
-  if (auto order = readAlwaysVisibleAnchor()) {
-    alwaysVisibleAnchorReady = *order;
-  } else if (currentPresentation() == MenuBarPresentation::collapsed) {
-    if (auto collapsed = measureCollapse()) alwaysVisibleAnchorReady = *collapsed;
-  }
-  foldingEffective = Policy::foldingIsEffective({
-      .nativeEngineAvailable = false,
-      .anchorReady = alwaysVisibleAnchorReady.get(),
-      .cliffGaveUp = false,
-      .collapseLength = collapseLength(frontmostBundleID()),
-  });
-}
+// --- follow-up checks -------------------------------------------------------------------------------
 
 void StatusBarController::scheduleFoldingCheck() {
   auto generation = applyGeneration_;
@@ -718,7 +725,13 @@ void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string
     std::string lowered = *bundleID;
     std::transform(lowered.begin(), lowered.end(), lowered.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    clearCollapseBudget(lowered);
     MenuBarLog::log("collapse budget cleared bundle=" + lowered);
+  }
+  if (currentPresentation() == MenuBarPresentation::collapsed) {
+    // New or departed icons change the gaps a collapse is judged by: measure afresh.
+    forgetCollapseReference();
+    scheduleCollapseRebaseline();
   }
   scheduleApply();
 }

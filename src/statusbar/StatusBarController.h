@@ -1,9 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "app/MainThreadChecker.h"
 #include "app/Published.h"
@@ -12,11 +15,16 @@
 #include "app/WorkItem.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
+#include "visibility/CollapseLengthCache.h"
+#include "visibility/CollapseLengthSearch.h"
+#include "visibility/CollapseRecoveryPolicy.h"
+#include "visibility/MenuBarGapPolicy.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo {
 
 class AppEnvironment;
+class FoldPlaceholderController;
 
 // Owns the three own status items and the visibility state, and moves between collapsed,
 // expanded and deep-expanded. Main thread only.
@@ -88,6 +96,56 @@ class StatusBarController {
   double collapseLength(const std::optional<std::string>& bundleID) const;
   std::optional<double> lastAppliedNormalLength() const { return lastAppliedNormal_; }
 
+  // --- the collapse-length engine
+  // One reading of the normal separator (and the toggle beside it).
+  struct SeparatorMeasurement {
+    double arrowFacingEdge = 0;  // x of the edge that faces the toggle
+    double leadingEdge = 0;      // x of the far edge
+    double windowWidth = 0;
+    double buttonWidth = 0;
+    double chosenWidth = 0;  // the width believed
+    bool usable = false;     // fresh for the requested length
+    bool sharedHost = false;  // the window also holds other items
+    bool orderKnown = false;
+    bool separatorLeftOfToggle = false;
+    std::string source;  // "button" or "window"
+    std::optional<double> toggleAnchor;
+    std::optional<std::string> failure;  // "no-window" when nothing could be read
+  };
+  SeparatorMeasurement measureSeparator(double requestedLength) const;
+  bool beginCliffSearch(bool force);
+  void recordCollapseLength(double length, const std::optional<std::string>& bundleID, bool knownGood,
+                            std::optional<double> pinnedGap);
+  void beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep);
+  void clearCollapseBudget(const std::string& bundleID);
+  void pruneCollapseLengthsToConnectedScreens();
+  std::vector<std::string> connectedScreenKeys() const;
+  std::string screenConfigKey() const;
+  std::string collapseScreenKey() const;
+  void dropToNormalExpandedShelf();
+
+  const std::optional<CliffRecord>& cliffCache() const { return cliffCache_; }
+  const MenuBarVisibilityPolicy::CollapseLengthCache& perAppLengths() const { return perAppLengths_; }
+  const std::set<std::string>& collapseMenuLimitedKeys() const { return collapseMenuLimitedKeys_; }
+  const std::map<std::string, double>& collapseFoldTailByPair() const { return collapseFoldTailByPair_; }
+  bool cliffSearchInFlight() const { return cliffProbeInFlight_; }
+  int cliffProbeCount() const { return cliffProbeCount_; }
+  // Probes made by every search of this run.
+  int cliffProbesMade() const { return cliffProbesMade_; }
+  int cliffSearchesStarted() const { return cliffSearchesStarted_; }
+  int cliffGiveUps() const { return cliffGiveUps_; }
+  int cliffCampaigns() const { return cliffCampaigns_; }
+  bool cliffSearchGaveUp() const { return cliffSearchGaveUp_; }
+  bool cliffSearchOwed() const { return cliffSearchOwed_; }
+  std::optional<MenuBarVisibilityPolicy::SeparatorLayoutVerdict> lastCollapseVerdict() const {
+    return lastCollapseVerdict_;
+  }
+  // When the last collapse was judged laid out, in clock seconds.
+  std::optional<double> collapseVerifiedAt() const { return collapseVerifiedAt_; }
+  MenuBarVisibilityPolicy::CollapseRecoveryPhase collapseRecoveryPhase() const { return collapseRecoveryPhase_; }
+  const FoldPlaceholderController* foldPlaceholder() const { return foldPlaceholder_.get(); }
+  const MenuBarGapTracker& menuBarGapTracker() const { return gapTracker_; }
+
   // --- state read by tests, the runner and other owners
   bool startupCollapseAllowed() const { return startupCollapseAllowed_; }
   bool startupCollapsePending() const { return startupCollapsePending_; }
@@ -111,7 +169,6 @@ class StatusBarController {
   void updateLanguageStrings();
   void publishFoldingEffective();
   void scheduleFoldingCheck();
-  std::optional<bool> measureCollapse() const;
   void recordArrowPress();
   void clearArrowPress();
   void performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action);
@@ -158,6 +215,171 @@ class StatusBarController {
 
   Cancellables cancellables_;
   std::unique_ptr<platform::Registration> outsideMouseMonitor_;
+
+  // --- the collapse-length engine (StatusBarController+Cliff/Verify/Recovery/Fold/Gaps.cpp)
+  using SeparatorLayoutVerdict = MenuBarVisibilityPolicy::SeparatorLayoutVerdict;
+  // The separator and the toggle as read while the separator was short.
+  struct CollapseReference {
+    double arrowFacingEdge = 0;
+    double leadingEdge = 0;
+    std::optional<double> toggleAnchor;
+    double length = 0;
+  };
+
+  // construction, keys and persistence
+  void restoreCliffCache();
+  void persistCliffCache();
+  void persistPerAppLengths();
+  void persistFoldTails();
+  void writeDefaults(const DefaultsWrites& writes);
+  void logLaunchState();
+  void seedPinnedGapIfMissing();
+  void installFoldPlaceholder();
+  std::optional<platform::ScreenInfo> statusItemScreen() const;
+  double collapseScreenWidth() const;
+  std::optional<CliffRecord> cliffRecordForCurrentScreens() const;
+  std::string collapsePairKey(const std::optional<std::string>& bundleID) const;
+  double collapseLowerBound() const;
+  std::string ownFramesSummary() const;
+
+  // the cliff search
+  std::optional<std::string> calibrationBlockedReason() const;
+  void startCliffSearchIfNeeded();
+  void readCliffBaseline(unsigned long long generation);
+  void retryCliffBaseline(unsigned long long generation, const std::string& reason);
+  void probeCliff(unsigned long long generation);
+  void readCliffProbe(unsigned long long generation, double probe);
+  void retryCliffProbe(unsigned long long generation, double probe, const std::string& reason);
+  void finishCliffSearch(double length);
+  void giveUpCliffSearch(const std::string& reason, std::optional<double> applyLength);
+  void abortCliffSearch();
+  void tightenCliffCeiling(double edge);
+  void scheduleCliffRetryIfNeeded();
+  void screenParametersChanged();
+
+  // verification of a collapse
+  void captureCollapseReferenceIfShort();
+  void captureDividerDistanceIfShort();
+  void scheduleCollapsedCliffVerify();
+  void verifyCollapseLayout(unsigned long long generation);
+  SeparatorLayoutVerdict collapseVerdict(const SeparatorMeasurement& measurement, double requestedLength,
+                                         std::optional<double>& observedGap) const;
+  double foldLeadingEdge(const SeparatorMeasurement& measurement) const;
+  void acceptVerifiedCollapse(double length, std::optional<double> observedGap);
+  void scheduleCollapseRebaseline();
+  void forgetCollapseReference();
+
+  // recovery
+  void nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, double length, const SeparatorMeasurement& measurement);
+  void applyRecoveredLength(const std::string& key, double length, double rejected);
+  void stopCollapseRecovery();
+  void stopEjectedRecovery(const std::string& key);
+  void pruneCollapseBudgets();
+  void presentCollapseNotice(const std::string& kind, const std::string& messageKey, std::set<std::string>& shownKeys,
+                             const std::string& key);
+  void noteShelfCapBeforeCollapse();
+  void scheduleShelfHiddenVerify();
+  void verifyShelfHiddenLength(unsigned long long generation);
+  void stepDownShelfHidden(double ejected);
+  std::optional<double> shelfHiddenRoom() const;
+
+  // the fold
+  void noteCollapseFoldTail(const std::string& key, double length, double base);
+  void rememberVerifiedCollapseFoldTail(const std::string& key);
+  void revertCollapseFoldTailIfRejected(const std::string& key, double length);
+  bool tryCollapseFoldTail(const std::string& key, double length, double leading, double menusRight);
+  std::optional<double> foldPlaceholderCollapsedLength(double separatorLength);
+
+  // menu-bar gaps
+  void startMenuBarSampling();
+  void scheduleMenuBarSample();
+  void noteMenuBarGaps();
+  void logDragEndGaps();
+  std::optional<double> gapSecondsSinceMouseUp() const;
+  void rememberPinnedGap(double gap);
+  void noteMenuBarRearrangeDrag(MenuBarGapCrossing crossing);
+
+  // cliff search and cache
+  std::optional<CliffRecord> cliffCache_;
+  MenuBarVisibilityPolicy::CollapseLengthCache perAppLengths_;
+  std::set<std::string> collapseMenuLimitedKeys_;
+  std::optional<double> collapseSearchFloor_;
+  std::optional<MenuBarVisibilityPolicy::CollapseLengthSearch> cliffSearch_;
+  std::optional<double> cliffBaselineEdge_;
+  std::optional<double> cliffBaselineLeading_;
+  std::optional<double> cliffBaselineToggle_;
+  std::optional<double> cliffPinnedGap_;
+  std::optional<std::string> cliffScreenKeyPending_;
+  std::optional<std::string> cliffSearchBundle_;
+  unsigned long long cliffGeneration_ = 0;
+  bool cliffProbeInFlight_ = false;
+  int cliffUnreadRetries_ = 0;
+  int cliffProbeCount_ = 0;
+  int cliffGiveUps_ = 0;
+  int cliffCampaigns_ = 0;
+  int cliffProbesMade_ = 0;
+  int cliffSearchesStarted_ = 0;
+  bool cliffSearchOwed_ = false;
+  bool cliffSearchForced_ = false;
+  bool cliffSearchGaveUp_ = false;
+  bool cliffAwaitingVerification_ = false;
+  std::optional<std::string> lastCliffDeferral_;
+
+  // verification
+  std::optional<CollapseReference> collapseReference_;
+  unsigned long long collapseVerifyGeneration_ = 0;
+  int collapseVerifyUnreadRetries_ = 0;
+  std::optional<SeparatorLayoutVerdict> lastCollapseVerdict_;
+  std::optional<double> collapseVerifiedAt_;
+  std::optional<double> lastHiddenMaxX_;
+
+  // recovery
+  MenuBarVisibilityPolicy::CollapseRecoveryPhase collapseRecoveryPhase_ =
+      MenuBarVisibilityPolicy::CollapseRecoveryPhase::observing;
+  bool collapseSessionDidStep_ = false;
+  bool collapseSessionDidSearch_ = false;
+  std::optional<std::string> collapseRecoveryTrigger_;
+  bool collapseRecoverySearch_ = false;
+  std::map<std::string, int> collapseStepDownsByPair_;
+  std::map<std::string, double> badUpperBoundByApp_;
+  std::map<std::string, double> badUpperBoundRecordedAt_;
+  std::optional<double> collapseRefusedNoticeAt_;
+  std::set<std::string> collapseMenusNoticeKeys_;
+  std::set<std::string> collapseEjectedNoticeKeys_;
+
+  // the always-hidden separator in the shelf presentation
+  std::optional<double> dividerDistance_;
+  std::optional<double> shelfHiddenCap_;
+  std::optional<double> shelfHiddenAccepted_;
+  std::optional<double> shelfHiddenEjected_;
+  std::optional<double> shelfCapRoom_;
+  int shelfStepDowns_ = 0;
+  unsigned long long shelfVerifyGeneration_ = 0;
+  std::optional<CollapseReference> shelfHiddenReference_;
+
+  // the fold
+  std::map<std::string, double> collapseFoldTailByPair_;
+  std::map<std::string, double> collapseFoldTailBaseByPair_;
+  std::set<std::string> collapseFoldTailVerified_;
+  std::set<std::string> collapseFoldTailRejected_;
+  std::unique_ptr<FoldPlaceholderController> foldPlaceholder_;
+  int placeholderRereads_ = 0;
+
+  // gaps
+  MenuBarGapTracker gapTracker_;
+  WorkspaceActivityClock workspaceClock_;
+  std::optional<double> lastMouseUpAt_;
+  std::unique_ptr<platform::Registration> mouseUpMonitor_;
+  std::unique_ptr<platform::Registration> ownMouseUpMonitor_;
+  Cancellables samplingSubscriptions_;
+
+  WorkItem cliffStepWork_{platform_.mainQueue()};
+  WorkItem cliffDeferWork_{platform_.mainQueue()};
+  WorkItem cliffRetryWork_{platform_.mainQueue()};
+  WorkItem collapseVerifyWork_{platform_.mainQueue()};
+  WorkItem shelfVerifyWork_{platform_.mainQueue()};
+  WorkItem gapSampleWork_{platform_.mainQueue()};
+  WorkItem collapseRebaselineWork_{platform_.mainQueue()};
 
   WeakHandleFactory<StatusBarController> weakFactory_{this};
 };

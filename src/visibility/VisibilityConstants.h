@@ -14,6 +14,8 @@ inline constexpr double menuEvictionLeftMin = 20;
 inline constexpr double menuEvictionLeftMax = 45;
 inline constexpr double menuEvictionToggleSlack = 8;
 inline constexpr double menuEvictionStep = 16;
+// How far an edge may wander between two readings and still count as pinned.
+inline constexpr double collapsePinTolerance = 4;
 inline constexpr int menuEvictionStepLimit = 6;
 inline constexpr double collapseVerifyDelay = 0.4;                  // seconds
 inline constexpr double collapseRetryCooldown = 600;                // seconds

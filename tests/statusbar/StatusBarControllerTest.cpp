@@ -35,7 +35,7 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
 TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
   boot();
   launch();
-  run(1);
+  run(3);  // the first collapse measures the cliff before it settles
   EXPECT_FALSE(controller().isExpanded.get());
   EXPECT_TRUE(logged("collapse reason=startup"));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
@@ -95,8 +95,13 @@ TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
   EXPECT_FALSE(logged("attempt=5"));
   EXPECT_FALSE(controller().startupCollapsePending());
   EXPECT_TRUE(logged("collapse retry gave up"));
-  // The last try ignores the unknown anchor and collapses.
-  EXPECT_FALSE(controller().isExpanded.get());
+  // The last try ignores the unknown anchor and collapses; with nothing readable its cliff
+  // search gives up, and the bar stays expanded with a notice.
+  EXPECT_EQ(loggedCount("collapse reason=startup"), 1);
+  EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
+  EXPECT_TRUE(controller().isExpanded.get());
+  ASSERT_FALSE(desktop().ui().notices.empty());
+  EXPECT_EQ(desktop().ui().notices.back().request.kind, "collapseStayExpanded");
 }
 
 TEST_F(StartupCampaignTest, CollapsesAsSoonAsTheOrderIsRight) {
@@ -174,7 +179,7 @@ class StateMachineTest : public SimAppTest {
   void SetUp() override {
     boot();
     launch();
-    run(1);
+    run(3);
   }
 };
 

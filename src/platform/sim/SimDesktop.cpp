@@ -2,10 +2,12 @@
 
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
+#include "platform/sim/SimLayoutRules.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numeric>
 
 namespace tarvolo::sim {
 
@@ -17,6 +19,7 @@ namespace {
 constexpr double kNotchBarHeight = 37;
 constexpr double kPlainBarHeight = 24;
 constexpr double kDefaultMenusWidth = 250;  // a Finder-like app when nothing is frontmost
+constexpr const char* kDefaultMenusOwner = "com.apple.finder";
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
 
 std::size_t utf8Length(const std::string& text) {
@@ -71,7 +74,10 @@ class SimStatusItem final : public platform::StatusItem {
     auto* s = desktop_.item(id_);
     return s ? desktop_.reportedFrame(*s) : std::nullopt;
   }
-  std::optional<Rect> windowFrame() const override { return buttonFrameOnScreen(); }
+  std::optional<Rect> windowFrame() const override {
+    auto* s = desktop_.item(id_);
+    return s ? desktop_.reportedWindowFrame(*s) : std::nullopt;
+  }
   void setTitle(const std::string& title) override {
     if (auto* s = desktop_.item(id_)) {
       s->title = title;
@@ -198,6 +204,7 @@ struct SimDesktop::Adapters {
     std::optional<platform::RunningApplication> menuBarOwningApplication() const override {
       return frontmostApplication();
     }
+    std::optional<double> applicationMenusMaxX() const override { return d.menusRightEdge(); }
   };
 
   struct System final : platform::SystemInfo {
@@ -550,28 +557,32 @@ std::vector<platform::ScreenInfo> SimDesktop::screenInfos() const {
   return out;
 }
 
-double SimDesktop::menusRightEdge() const {
-  const SimScreenSpec& screen = screenSpecs_.front();
-  double width = kDefaultMenusWidth;
+double SimDesktop::frontmostMenusWidth() const {
+  auto titles = frontmostMenuTitles();
+  return std::accumulate(titles.begin(), titles.end(), 0.0);
+}
+
+std::vector<double> SimDesktop::frontmostMenuTitles() const {
   if (frontmost_) {
     for (const auto& app : apps_) {
-      if (app.running && app.bundleId == *frontmost_) width = app.menusWidth;
+      if (app.running && app.bundleId == *frontmost_) return menuTitleWidths(app);
     }
   }
-  double edge = screen.x + width;
-  auto infos = screenInfos();
-  if (auto notch = infos.front().notchRect(); notch && edge > notch->minX()) {
-    // Menus that reach the notch continue right of it.
-    edge = notch->maxX() + (edge - notch->minX());
-  }
-  return edge;
+  return menuTitleWidths(kDefaultMenusOwner, kDefaultMenusWidth);
+}
+
+double SimDesktop::menusRightEdge() const {
+  const SimScreenSpec& screen = screenSpecs_.front();
+  auto notch = screenInfos().front().notchRect();
+  return menusRightFor(Rect{screen.x, screen.y, screen.width, screen.height}, notch,
+                       frontmostMenusWidth() - droppedTitlesWidth_);
 }
 
 double SimDesktop::statusAreaMinX() const {
   double minX = std::max(screenSpecs_.front().x, menusRightEdge());
   auto infos = screenInfos();
   if (auto notch = infos.front().notchRect()) minX = std::max(minX, notch->maxX());
-  return minX;
+  return minX + (chevronShown_ ? overflowChevronWidth(settings_) : 0);
 }
 
 double SimDesktop::statusAreaMaxX() const {
@@ -598,33 +609,66 @@ void SimDesktop::relayout() {
   });
 
   const SimScreenSpec& screen = screenSpecs_.front();
-  double barY = screen.y + screen.height - screenInfos().front().menuBarHeight;
-  double barHeight = screenInfos().front().menuBarHeight;
-  double visibleMinX = statusAreaMinX();
-  double cursor = statusAreaMaxX();
-  double now = queue_.now();
+  const auto info = screenInfos().front();
+  StatusLayoutInput input{.screen = Rect{screen.x, screen.y, screen.width, screen.height},
+                          .barY = screen.y + screen.height - info.menuBarHeight,
+                          .barHeight = info.menuBarHeight,
+                          .notch = info.notchRect(),
+                          .regionMaxX = statusAreaMaxX(),
+                          .titleWidths = frontmostMenuTitles()};
+  for (const SimItemState* item : order) {
+    input.items.push_back(StatusLayoutItem{.width = itemWidth(*item), .contentWidth = item->contentWidth});
+  }
+  StatusLayoutResult layout = layoutStatusItems(input, settings_);
+  titlesDropped_ = layout.titlesDropped;
+  droppedTitlesWidth_ = layout.droppedTitlesWidth;
+  chevronShown_ = layout.chevronShown;
 
   for (auto& item : items_) {
     if (item->removed || !item->visible) {
       item->frame.reset();
+      item->reported.reset();
       item->onScreen = false;
+      item->displaced = false;
+      item->rejected = false;
+      item->windowPartnerId.reset();
     }
   }
-  for (SimItemState* item : order) {
-    double width = itemWidth(*item);
-    Rect frame{cursor - width, barY, width, barHeight};
-    cursor -= width;
-    item->frame = frame;
-    // An item shows when its drawn content (right-aligned) lies wholly in the visible stretch.
-    double content = std::min(width, item->contentWidth);
-    item->onScreen = width > 0 && frame.maxX() - content >= visibleMinX - 1e-9;
+  const auto& shared = settings_.sharedWindowItems;
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    SimItemState* item = order[i];
+    const PlacedStatusItem& placed = layout.items[i];
+    item->frame = placed.frame;
+    item->reported = placed.reported;
+    item->onScreen = placed.onScreen;
+    item->displaced = placed.displaced;
+    item->rejected = placed.rejected;
+    item->windowPartnerId.reset();
+    bool sharesWindow = item->ownerPid == kOwnPid &&
+                        std::find(shared.begin(), shared.end(), item->autosaveName) != shared.end();
+    if (sharesWindow && i > 0 && placed.onScreen) item->windowPartnerId = order[i - 1]->id;
   }
+  double now = queue_.now();
   for (auto& item : items_) {
     auto& history = item->history;
-    if (history.empty() || history.back().second != item->frame) history.emplace_back(now, item->frame);
+    if (history.empty() || history.back().second != item->reported) history.emplace_back(now, item->reported);
     // Only the newest entry older than the latency window matters to readers.
     while (history.size() > 2 && history[1].first <= now - settings_.frameLatency) history.erase(history.begin());
   }
+}
+
+std::optional<Rect> SimDesktop::reportedWindowFrame(const SimItemState& item) const {
+  auto frame = reportedFrame(item);
+  if (!frame || !item.windowPartnerId) return frame;
+  const SimItemState* partner = nullptr;
+  for (const auto& other : items_) {
+    if (other->id == *item.windowPartnerId) partner = other.get();
+  }
+  auto partnerFrame = partner ? reportedFrame(*partner) : std::nullopt;
+  if (!partnerFrame) return frame;
+  double minX = std::min(frame->minX(), partnerFrame->minX());
+  double maxX = std::max(frame->maxX(), partnerFrame->maxX());
+  return Rect{minX, frame->y, maxX - minX, frame->height};
 }
 
 std::optional<Rect> SimDesktop::reportedFrame(const SimItemState& item) const {

@@ -38,6 +38,8 @@ struct SimAppSpec {
   std::string path;
   platform::ActivationPolicy activation = platform::ActivationPolicy::regular;
   double menusWidth = 300;  // Apple menu included
+  // Widths of the menu titles left to right, Apple menu first; empty: derived from menusWidth.
+  std::vector<double> menuTitleWidths;
   std::vector<SimItemSpec> items;
   bool running = true;
 };
@@ -61,6 +63,21 @@ struct SimSettings {
   // Items whose stored position the system disregards when creating them (a stale or
   // rejected position): they land leftmost like a never-seen autosave name.
   std::vector<std::string> ignorePreferredPositionsOf;
+
+  // How the system answers a long item (see SimLayoutRules.h); absent values follow the OS.
+  // Longer items are ejected: about 5000 before macOS 27, no such limit from 27.
+  std::optional<double> ejectionLength;
+  // From macOS 27 an item longer than half the display's width less the margin is dropped.
+  std::optional<bool> dropsHalfWidthItems;
+  double halfWidthDropMargin = 16;
+  // Items at least this long whose far edge would end among the menu titles make the system
+  // drop titles; shorter ones are simply hidden there, as the app menus win.
+  double menuIntrusionMinLength = 100;
+  bool dropsMenuTitles = true;
+  // The system's overflow chevron for displaced items: 44 from macOS 27, none before.
+  std::optional<double> overflowChevronWidth;
+  // Autosave names of own items whose window also holds their right neighbour's button.
+  std::vector<std::string> sharedWindowItems;
 };
 
 // The app's own process as the desktop sees it.
@@ -87,10 +104,15 @@ struct SimItemState {
   std::string accessibilityLabel;
   platform::EventMask actionMask = 0;
   std::function<void()> action;
-  // Truth of the current layout.
+  // Truth of the current layout, and the frame the window server reports for it (parked at the
+  // visible stretch's left end when displaced; waiting at the screen's left edge when rejected).
   std::optional<Rect> frame;
+  std::optional<Rect> reported;
   bool onScreen = false;
-  // (time, frame) as laid out; what readers see lags by the frame latency.
+  bool displaced = false;  // no room left for it
+  bool rejected = false;   // ejected or dropped by the system for its length
+  std::optional<int> windowPartnerId;  // the item whose button shares this item's window
+  // (time, reported frame); what readers see lags by the frame latency.
   std::vector<std::pair<double, std::optional<Rect>>> history;
 };
 
@@ -161,6 +183,7 @@ class SimDesktop final : public platform::Platform {
   SimWindowList& simWindowList() { return *windowList_; }
   const SimWindowList& simWindowList() const { return *windowList_; }
   SimAccessibility& simAccessibility() { return *accessibility_; }
+  const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
   // --- driving the desktop
   SimMainQueue& queue() { return queue_; }
@@ -195,6 +218,13 @@ class SimDesktop final : public platform::Platform {
   const std::vector<SimAppSpec>& apps() const { return apps_; }
   std::optional<std::string> frontmostBundleId() const { return frontmost_; }
   double menusRightEdge() const;
+  // The frontmost app's menus as laid out: their full width and how many titles the system
+  // dropped to make room for a long item.
+  double frontmostMenusWidth() const;
+  std::vector<double> frontmostMenuTitles() const;
+  int menuTitlesDropped() const { return titlesDropped_; }
+  double droppedMenuTitlesWidth() const { return droppedTitlesWidth_; }
+  bool overflowChevronShown() const { return chevronShown_; }
   // The visible stretch of the bar where status items can show.
   double statusAreaMinX() const;
   double statusAreaMaxX() const;
@@ -214,6 +244,7 @@ class SimDesktop final : public platform::Platform {
   struct Adapters;
   void relayout();
   std::optional<Rect> reportedFrame(const SimItemState& item) const;
+  std::optional<Rect> reportedWindowFrame(const SimItemState& item) const;
   int createItem(double length, const std::string& autosaveName);
   SimItemState* item(int id);
   void removeItem(int id, bool deletePosition);
@@ -246,6 +277,9 @@ class SimDesktop final : public platform::Platform {
   int nextItemId_ = 0;
   int nextPid_ = 500;
   int creationCounter_ = 0;
+  int titlesDropped_ = 0;
+  double droppedTitlesWidth_ = 0;
+  bool chevronShown_ = false;
 
   platform::SystemEventSink* sink_ = nullptr;
   platform::ApplicationDelegate* delegate_ = nullptr;

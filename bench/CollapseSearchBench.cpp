@@ -1,0 +1,87 @@
+// The cliff search over the corpus of desktops: how many probes and how much virtual time the
+// first collapse after start-up needs to settle (median and worst, as counters), and the CPU
+// time of one whole search, from launch to the verified collapse.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+#include "CollapseSettling.h"
+#include "ScenarioRunner.h"
+
+namespace {
+
+using namespace tarvolo;
+namespace fs = std::filesystem;
+
+// Virtual seconds each run is given; the corpus settles well within.
+constexpr double kRunLimit = 5;
+
+std::vector<scenario::Scenario> corpus() {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus")) {
+    if (entry.path().extension() == ".json") files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  std::vector<scenario::Scenario> scenarios;
+  for (const auto& file : files) scenarios.push_back(scenario::loadScenario(file));
+  return scenarios;
+}
+
+scenario::CollapseSettling firstCollapse(const scenario::Scenario& desktop) {
+  return scenario::settleFirstCollapse(desktop, scenario::startingDefaults(desktop, std::nullopt, nullptr), kRunLimit);
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const std::size_t n = values.size();
+  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+void BM_CorpusFirstCollapse(benchmark::State& state) {
+  const auto scenarios = corpus();
+  std::vector<double> probes;
+  std::vector<double> seconds;
+  for (auto _ : state) {
+    probes.clear();
+    seconds.clear();
+    for (const auto& desktop : scenarios) {
+      auto settling = firstCollapse(desktop);
+      if (!settling.settled) {
+        state.SkipWithError(("the first collapse did not settle on " + desktop.name).c_str());
+        return;
+      }
+      probes.push_back(settling.probes);
+      seconds.push_back(settling.seconds);
+    }
+  }
+  state.counters["desktops"] = static_cast<double>(scenarios.size());
+  state.counters["probes_median"] = median(probes);
+  state.counters["probes_worst"] = *std::max_element(probes.begin(), probes.end());
+  state.counters["virtual_s_median"] = median(seconds);
+  state.counters["virtual_s_worst"] = *std::max_element(seconds.begin(), seconds.end());
+}
+BENCHMARK(BM_CorpusFirstCollapse)->Unit(benchmark::kMillisecond);
+
+// One whole search on a desktop: the narrowest and the widest screen of the corpus.
+void BM_OneWholeSearch(benchmark::State& state, const char* name) {
+  const scenario::Scenario desktop =
+      scenario::loadScenario(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus" / (std::string(name) + ".json"));
+  int probes = 0;
+  for (auto _ : state) {
+    auto settling = firstCollapse(desktop);
+    if (!settling.settled || settling.searches != 1) {
+      state.SkipWithError("expected one search that settles");
+      return;
+    }
+    probes = settling.probes;
+    benchmark::DoNotOptimize(settling);
+  }
+  state.counters["probes"] = probes;
+}
+BENCHMARK_CAPTURE(BM_OneWholeSearch, laptop_13_os14, "laptop-13-os14")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_OneWholeSearch, display_6016_os27, "display-6016-os27-wide-menus")->Unit(benchmark::kMicrosecond);
+
+}  // namespace

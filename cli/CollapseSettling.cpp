@@ -1,0 +1,92 @@
+#include "CollapseSettling.h"
+
+#include <optional>
+
+#include "ScenarioRunner.h"
+#include "SimSession.h"
+#include "statusbar/StatusBarController.h"
+
+namespace tarvolo::scenario {
+
+namespace {
+
+// The clock advances in steps this small while the collapse is watched.
+constexpr double kWatchStep = 0.05;
+
+std::optional<double> ownPosition(sim::SimDesktop& desktop, const char* autosaveName) {
+  return desktop.defaults().getDouble(StatusBarController::preferredPositionKey(autosaveName));
+}
+
+bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* controller) {
+  return controller && !controller->isExpanded.get() && !controller->cliffSearchInFlight() &&
+         controller->lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut &&
+         collapseProblems(desktop).empty();
+}
+
+}  // namespace
+
+std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
+  std::vector<std::string> problems;
+  const auto* toggle = desktop.ownItem(StatusBarController::toggleAutosaveName);
+  const auto* separator = desktop.ownItem(StatusBarController::separatorAutosaveName);
+  if (!toggle || !toggle->onScreen) problems.push_back("toggle off screen");
+  if (!separator || !separator->onScreen) problems.push_back("separator off screen");
+  if (desktop.menuTitlesDropped() > 0) {
+    problems.push_back(std::to_string(desktop.menuTitlesDropped()) + " menu titles dropped");
+  }
+  auto fold = ownPosition(desktop, StatusBarController::separatorAutosaveName);
+  if (!fold) {
+    problems.push_back("separator has no stored position");
+    return problems;
+  }
+  for (const auto* item : desktop.allItems()) {
+    if (item->ownerPid == sim::kOwnPid) continue;
+    const bool alwaysVisible = item->preferredPosition && *item->preferredPosition < *fold;
+    if (alwaysVisible == item->onScreen) continue;
+    std::string who = desktop.bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName;
+    problems.push_back(who + (alwaysVisible ? " (always visible) off screen" : " (hidden) on screen"));
+  }
+  return problems;
+}
+
+int countLogLines(const sim::SimDesktop& desktop, const std::string& needle, std::size_t from) {
+  int count = 0;
+  const auto& lines = desktop.logLines();
+  for (std::size_t i = from; i < lines.size(); ++i) {
+    if (lines[i].message.find(needle) != std::string::npos) ++count;
+  }
+  return count;
+}
+
+CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsStore defaults, double limit) {
+  auto desktop = makeDesktop(scenario);
+  desktop->replaceDefaults(std::move(defaults));
+  sim::SimSession session(std::move(desktop));
+  CollapseSettling result;
+  const double start = session.now();
+  const std::size_t timersBefore = session.queue().executedCount();
+  session.launch();
+  std::optional<double> settledAt;
+  while (session.now() - start < limit - 1e-9) {
+    session.runFor(std::min(kWatchStep, limit - (session.now() - start)));
+    auto* controller = session.controller();
+    if (!result.verifiedAfter && controller && controller->collapseVerifiedAt()) {
+      result.verifiedAfter = *controller->collapseVerifiedAt() - start;
+    }
+    if (!settledAt && standsVerified(session.desktop(), controller)) settledAt = session.now() - start;
+  }
+  auto* controller = session.controller();
+  result.settled = standsVerified(session.desktop(), controller);
+  result.seconds = settledAt.value_or(limit);
+  if (controller) {
+    result.probes = controller->cliffProbesMade();
+    result.searches = controller->cliffSearchesStarted();
+  }
+  result.problems = collapseProblems(session.desktop());
+  result.timersRun = session.queue().executedCount() - timersBefore;
+  result.timersPending = session.queue().pendingCount();
+  result.defaults = session.desktop().simDefaults();
+  return result;
+}
+
+}  // namespace tarvolo::scenario

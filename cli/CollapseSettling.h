@@ -1,0 +1,43 @@
+#pragma once
+
+// How the first collapse after start-up settles on a scenario's desktop: what the corpus
+// checks and the benchmark measures.
+
+#include <string>
+#include <vector>
+
+#include "Scenario.h"
+#include "platform/sim/SimDefaultsStore.h"
+#include "platform/sim/SimDesktop.h"
+
+namespace tarvolo::scenario {
+
+// What a working collapse looks like: the toggle and the separator on screen, every icon of the
+// hidden zones off screen, every always-visible icon on screen, the frontmost app's menus whole.
+// Zones follow the stored positions of the icons and of Tarvolo's own items. Returns what is
+// wrong, empty when nothing is.
+std::vector<std::string> collapseProblems(sim::SimDesktop& desktop);
+
+// How many log lines contain `needle`, counting from line `from`.
+int countLogLines(const sim::SimDesktop& desktop, const std::string& needle, std::size_t from = 0);
+
+struct CollapseSettling {
+  // The collapse stood verified and working at the end of the run.
+  bool settled = false;
+  // Virtual seconds from launch until it first stood verified and working.
+  double seconds = 0;
+  int probes = 0;
+  int searches = 0;
+  // Seconds from launch until the first verification judged the collapse laid out.
+  std::optional<double> verifiedAfter;
+  std::vector<std::string> problems;  // at the end of the run
+  std::size_t timersRun = 0;
+  std::size_t timersPending = 0;      // at the end of the run
+  sim::SimDefaultsStore defaults;     // what Tarvolo stored, for a second launch
+};
+
+// Launches Tarvolo on the scenario's desktop with `defaults` as its store and runs `limit`
+// seconds of virtual time, watching the first collapse. The scenario's steps are not run.
+CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsStore defaults, double limit);
+
+}  // namespace tarvolo::scenario

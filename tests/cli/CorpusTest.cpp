@@ -1,0 +1,96 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "CollapseSettling.h"
+#include "ScenarioRunner.h"
+
+namespace tarvolo::scenario {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kProbeBudget = 24;
+constexpr double kFirstCollapseBudget = 3;     // seconds of virtual time
+constexpr double kRememberedCollapseBudget = 0.5;
+
+std::vector<fs::path> corpusFiles() {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus")) {
+    if (entry.path().extension() == ".json") files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::string joined(const std::vector<std::string>& lines) {
+  std::string out;
+  for (const auto& line : lines) out += "\n  " + line;
+  return out;
+}
+
+class CorpusTest : public ::testing::TestWithParam<fs::path> {};
+
+TEST_P(CorpusTest, FirstCollapseSettlesAndASecondLaunchNeedsNoProbe) {
+  Scenario scenario = loadScenario(GetParam());
+  auto first = settleFirstCollapse(scenario, startingDefaults(scenario, std::nullopt, {}), kFirstCollapseBudget + 2);
+  EXPECT_TRUE(first.settled) << joined(first.problems);
+  EXPECT_LE(first.seconds, kFirstCollapseBudget);
+  EXPECT_LE(first.probes, kProbeBudget);
+  EXPECT_EQ(first.timersPending, 0u) << "work still scheduled once settled";
+
+  auto second = settleFirstCollapse(scenario, first.defaults, 2);
+  EXPECT_TRUE(second.settled) << joined(second.problems);
+  EXPECT_EQ(second.probes, 0);
+  EXPECT_EQ(second.searches, 0);
+  ASSERT_TRUE(second.verifiedAfter);
+  EXPECT_LE(*second.verifiedAfter, kRememberedCollapseBudget);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, CorpusTest, ::testing::ValuesIn(corpusFiles()),
+                         [](const ::testing::TestParamInfo<fs::path>& info) {
+                           std::string name = info.param.stem().string();
+                           std::replace(name.begin(), name.end(), '-', '_');
+                           return name;
+                         });
+
+// The corpus is only worth its checks if it spans the desktops people use.
+TEST(CorpusCoverage, SpansScreensMenusIconsAndSystems) {
+  auto files = corpusFiles();
+  EXPECT_GE(files.size(), 12u);
+  double narrowest = 1e9, widest = 0;
+  bool notch = false, plain = false, twoScreens = false;
+  std::set<int> systems;
+  std::size_t fewestIcons = 1000, mostIcons = 0;
+  double narrowestMenus = 1e9, widestMenus = 0;
+  for (const auto& file : files) {
+    Scenario scenario = loadScenario(file);
+    const auto& primary = scenario.screens.front();
+    narrowest = std::min(narrowest, primary.width);
+    widest = std::max(widest, primary.width);
+    (primary.notchWidth ? notch : plain) = true;
+    twoScreens = twoScreens || scenario.screens.size() == 2;
+    systems.insert(scenario.settings.osMajor);
+    std::size_t icons = 0;
+    for (const auto& app : scenario.apps) icons += app.items.size();
+    fewestIcons = std::min(fewestIcons, icons);
+    mostIcons = std::max(mostIcons, icons);
+    ASSERT_TRUE(scenario.frontmost) << file;
+    double menus = scenario.app(*scenario.frontmost)->menusWidth;
+    narrowestMenus = std::min(narrowestMenus, menus);
+    widestMenus = std::max(widestMenus, menus);
+  }
+  EXPECT_EQ(narrowest, 1280);
+  EXPECT_EQ(widest, 6016);
+  EXPECT_TRUE(notch && plain && twoScreens);
+  EXPECT_EQ(systems, (std::set<int>{14, 15, 26, 27}));
+  EXPECT_EQ(fewestIcons, 0u);
+  EXPECT_EQ(mostIcons, 40u);
+  EXPECT_LE(narrowestMenus, 350);
+  EXPECT_GE(widestMenus, 850);
+}
+
+}  // namespace
+}  // namespace tarvolo::scenario

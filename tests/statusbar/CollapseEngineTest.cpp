@@ -1,0 +1,373 @@
+#include "app/AppEnvironment.h"
+#include "statusbar/FoldPlaceholderController.h"
+#include "CollapseSettling.h"
+#include "support/SimFixture.h"
+#include "visibility/CollapseLengthCache.h"
+
+namespace tarvolo::testing {
+namespace {
+
+using scenario::collapseProblems;
+using scenario::countLogLines;
+
+using MouseButton = sim::SimDesktop::MouseButton;
+using Verdict = MenuBarVisibilityPolicy::SeparatorLayoutVerdict;
+
+constexpr const char* kScreen = "1512x982@0,0";
+const std::string kEditorKey = std::string(kScreen) + "\tcom.example.editor";
+
+sim::SimAppSpec menusApp(const std::string& bundle, double menusWidth) {
+  return sim::SimAppSpec{.bundleId = bundle, .name = bundle, .path = "/Applications/" + bundle + ".app",
+                         .menusWidth = menusWidth};
+}
+
+double storedNumber(sim::SimDesktop& desktop, const std::string& key) {
+  return desktop.defaults().getDouble(key).value_or(-1);
+}
+
+double storedEntry(sim::SimDesktop& desktop, const std::string& key, const std::string& entry) {
+  auto value = desktop.defaults().object(key);
+  if (!value || !value->asDictionary()) return -1;
+  auto it = value->asDictionary()->find(entry);
+  return it == value->asDictionary()->end() ? -1 : it->second.asDouble().value_or(-1);
+}
+
+class CollapseEngineTest : public SimAppTest {
+ protected:
+  std::vector<std::string> problems() { return collapseProblems(desktop()); }
+  std::size_t logMark() const { return session_->desktop().logLines().size(); }
+  int linesSince(std::size_t mark, const std::string& needle) { return countLogLines(desktop(), needle, mark); }
+  // Runs until nothing is scheduled any more; a procedure that loops never gets there.
+  void expectQuiescent(double within) {
+    auto& queue = session().queue();
+    std::size_t before = queue.executedCount();
+    run(within);
+    EXPECT_EQ(queue.pendingCount(), 0u) << "still scheduled after " << within << " s";
+    EXPECT_LT(queue.executedCount() - before, 400u);
+    std::size_t settled = queue.executedCount();
+    run(120);
+    EXPECT_EQ(queue.executedCount(), settled) << "work kept running while idle";
+  }
+  void settleFirstCollapse() {
+    launch();
+    run(3);
+    ASSERT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  }
+  void expandThenCollapse() {
+    controller().expandBar(true, true);
+    run(1);
+    controller().collapseBar("menu");
+  }
+};
+
+TEST_F(CollapseEngineTest, FirstCollapseSearchesTheCliffThenVerifiesAndRemembersIt) {
+  boot();
+  launch();
+  EXPECT_TRUE(logged("search begin low=32 high=724 readBack=16 screen=1512x982@0,0"));
+  run(3);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  EXPECT_LE(controller().cliffProbesMade(), 7);
+  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  ASSERT_TRUE(controller().collapseVerifiedAt());
+  EXPECT_LE(*controller().collapseVerifiedAt(), 3.0);
+  EXPECT_TRUE(controller().foldingEffective.get());
+
+  auto& d = desktop();
+  ASSERT_TRUE(controller().cliffCache());
+  double cliff = controller().cliffCache()->length;
+  EXPECT_GT(cliff, 700);
+  EXPECT_LE(cliff, 724);
+  EXPECT_EQ(d.defaults().getString("com.ostrand.tarvolo.cliff.screen"), std::string(kScreen));
+  EXPECT_EQ(storedNumber(d, "com.ostrand.tarvolo.cliff.length"), cliff);
+  EXPECT_EQ(storedNumber(d, "com.ostrand.tarvolo.cliff.gap"), 90);  // three 30-pt icons
+  EXPECT_EQ(storedEntry(d, "com.ostrand.tarvolo.cliff.perApp", kEditorKey), cliff);
+  EXPECT_EQ(storedEntry(d, "com.ostrand.tarvolo.cliff.minGood", kScreen), cliff);
+  EXPECT_EQ(storedEntry(d, "com.ostrand.tarvolo.cliff.maxGood", kEditorKey), cliff);
+  EXPECT_EQ(storedEntry(d, "com.ostrand.tarvolo.cliff.goodGap", kScreen), 90);
+  expectQuiescent(1);
+}
+
+TEST_F(CollapseEngineTest, SecondLaunchUsesTheRememberedLengthWithoutProbingAndVerifiesAtOnce) {
+  boot();
+  settleFirstCollapse();
+  double cliff = controller().cliffCache()->length;
+  session().relaunch();
+  const double launchedAt = session().now();
+  auto mark = logMark();
+  run(3);
+  EXPECT_EQ(controller().cliffProbesMade(), 0);
+  EXPECT_EQ(linesSince(mark, "search begin"), 0);
+  EXPECT_EQ(controller().lastAppliedNormalLength(), cliff);
+  ASSERT_TRUE(controller().collapseVerifiedAt());
+  EXPECT_LE(*controller().collapseVerifiedAt() - launchedAt, 0.5);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+}
+
+TEST_F(CollapseEngineTest, RestoredLengthsAreFilteredByTheirScreenAndPrunedToConnectedScreens) {
+  boot();
+  auto& defaults = desktop().defaults();
+  const std::string here = std::string(kScreen) + "\t";
+  const std::string elsewhere = "2560x1440@1512,0";
+  DefaultsValue::Dictionary perApp{{here + "com.example.fits", DefaultsValue(740.0)},
+                                   {here + "com.example.toolong", DefaultsValue(741.0)},
+                                   {here + "com.example.hidesnothing", DefaultsValue(30.0)},
+                                   {elsewhere + "\tcom.example.fits", DefaultsValue(900.0)}};
+  defaults.set("com.ostrand.tarvolo.cliff.perApp", DefaultsValue(perApp));
+  defaults.set("com.ostrand.tarvolo.cliff.minGood",
+               DefaultsValue(DefaultsValue::Dictionary{{kScreen, DefaultsValue(650.0)},
+                                                       {elsewhere, DefaultsValue(800.0)}}));
+  defaults.set("com.ostrand.tarvolo.cliff.screen", DefaultsValue(std::string(kScreen)));
+  defaults.set("com.ostrand.tarvolo.cliff.length", DefaultsValue(700.0));
+  defaults.set("com.ostrand.tarvolo.cliff.gap", DefaultsValue(90.0));
+  launch();
+
+  const auto& lengths = controller().perAppLengths();
+  // The tail ceiling of a 1512-wide screen is 740.
+  EXPECT_EQ(lengths.perApp.count(here + "com.example.fits"), 1u);
+  EXPECT_EQ(lengths.perApp.count(here + "com.example.toolong"), 0u);
+  EXPECT_EQ(lengths.perApp.count(here + "com.example.hidesnothing"), 0u);
+  EXPECT_EQ(lengths.perApp.count(elsewhere + "\tcom.example.fits"), 0u);
+  EXPECT_EQ(lengths.knownGoodMinByScreen.count(elsewhere), 0u);
+  EXPECT_EQ(storedEntry(desktop(), "com.ostrand.tarvolo.cliff.perApp", elsewhere + "\tcom.example.fits"), -1);
+  // The cliff record and the pinned gap it carries are in force: no search.
+  ASSERT_TRUE(controller().cliffCache());
+  EXPECT_EQ(controller().cliffCache()->length, 700);
+  EXPECT_EQ(storedEntry(desktop(), "com.ostrand.tarvolo.cliff.goodGap", kScreen), 90);
+  run(2);
+  EXPECT_EQ(controller().cliffProbesMade(), 0);
+  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+}
+
+// The frontmost app's menus reach far right of the notch: the remembered length would run
+// into them. The collapse must settle shorter, with every menu title kept.
+TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
+  DesktopOptions options;
+  options.apps.push_back(menusApp("com.example.studio", 820));
+  boot(options);
+  settleFirstCollapse();
+  double cliff = controller().cliffCache()->length;
+
+  controller().expandBar(true, true);
+  desktop().setFrontmost("com.example.studio");
+  run(1);
+  int probesBefore = controller().cliffProbesMade();
+  controller().collapseBar("menu");
+  run(4);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  EXPECT_LE(controller().cliffProbesMade() - probesBefore, 24);
+  const std::string studio = std::string(kScreen) + "\tcom.example.studio";
+  auto length = controller().perAppLengths().length(kScreen, "com.example.studio");
+  ASSERT_TRUE(length);
+  EXPECT_LT(*length, cliff);
+  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  expectQuiescent(1);
+
+  // The editor keeps its own, longer length.
+  controller().expandBar(true, true);
+  desktop().setFrontmost("com.example.editor");
+  run(1);
+  controller().collapseBar("menu");
+  run(1);
+  EXPECT_EQ(controller().lastAppliedNormalLength(), cliff);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+}
+
+TEST_F(CollapseEngineTest, AnEjectionAfterTheCachedLengthStoppedWorkingSearchesAgain) {
+  boot();
+  settleFirstCollapse();
+  // The system now ejects the remembered length.
+  desktop().mutableSettings().ejectionLength = 500;
+  int probesBefore = controller().cliffProbesMade();
+  expandThenCollapse();
+  run(0.45);
+  EXPECT_TRUE(logged("collapse verify length=718 verdict=ejected"));
+  EXPECT_TRUE(logged("cliff forgotten length=718"));
+  run(4);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  ASSERT_TRUE(controller().lastAppliedNormalLength());
+  EXPECT_LE(*controller().lastAppliedNormalLength(), 500);
+  EXPECT_LE(controller().cliffProbesMade() - probesBefore, 24);
+  EXPECT_TRUE(desktop().ui().notices.empty());
+  expectQuiescent(1);
+}
+
+TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScreens) {
+  boot();
+  launch();
+  run(0.5);
+  ASSERT_TRUE(controller().cliffSearchInFlight());
+  desktop().setScreens({sim::SimScreenSpec{.width = 1728, .height = 1117, .notchWidth = 185}});
+  run(4);
+  EXPECT_TRUE(logged("cliff abort reason=screens"));
+  EXPECT_TRUE(logged("search begin low=32 high=832 readBack=16 screen=1728x1117@0,0"));
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  ASSERT_TRUE(controller().cliffCache());
+  EXPECT_EQ(controller().cliffCache()->screenKey, "1728x1117@0,0");
+  EXPECT_LE(controller().cliffProbesMade(), 2 * 24);
+  expectQuiescent(1);
+}
+
+// The user expands while the first search still probes: the bar expands (no repair banner), and
+// the search is owed to the next collapse.
+TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSearchesAgain) {
+  boot();
+  launch();
+  run(0.7);
+  ASSERT_TRUE(controller().cliffSearchInFlight());
+  controller().toggleBar(false);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(desktop().ui().notices.empty());
+  EXPECT_TRUE(logged("cliff abort reason=expanded"));
+  EXPECT_TRUE(controller().cliffSearchOwed());
+  run(1);
+  EXPECT_TRUE(iconOnScreen("com.example.icon3"));
+  controller().collapseBar("menu");
+  run(3);
+  EXPECT_EQ(controller().cliffSearchesStarted(), 2);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  expectQuiescent(1);
+}
+
+TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
+  DesktopOptions options;
+  options.settings.framesReadable = false;
+  boot(options);
+  launch();
+  run(5);
+  EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().foldingEffective.get());
+  ASSERT_EQ(desktop().ui().notices.size(), 1u);
+  EXPECT_EQ(desktop().ui().notices[0].request.kind, "collapseStayExpanded");
+  EXPECT_EQ(controller().cliffProbesMade(), 0);
+  EXPECT_EQ(session().queue().pendingCount(), 0u);
+
+  // Failing again within a minute shows nothing new; after a minute it does.
+  session().runUntil(30);
+  controller().collapseBar("menu");
+  run(5);
+  EXPECT_EQ(desktop().ui().notices.size(), 1u);
+  session().runUntil(70);
+  controller().collapseBar("menu");
+  run(5);
+  EXPECT_EQ(desktop().ui().notices.size(), 2u);
+  // Three give-ups start at most four retry campaigns, each bounded.
+  expectQuiescent(30);
+  EXPECT_LE(controller().cliffCampaigns(), 4);
+  EXPECT_TRUE(controller().isExpanded.get());
+}
+
+TEST_F(CollapseEngineTest, LateFramesAreReadAgainAndStillSettle) {
+  DesktopOptions options;
+  options.settings.frameLatency = 0.3;  // a probe read after 0.2 s still sees the previous layout
+  boot(options);
+  launch();
+  run(5);
+  EXPECT_TRUE(logged("reason=unread"));
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  expectQuiescent(1);
+}
+
+TEST_F(CollapseEngineTest, ASharedWindowIsJudgedByTheButton) {
+  DesktopOptions options;
+  options.settings.sharedWindowItems = {StatusBarController::separatorAutosaveName};
+  boot(options);
+  settleFirstCollapse();
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  EXPECT_TRUE(logged("verdict=shared-host"));
+}
+
+TEST_F(CollapseEngineTest, AnUnderfoldGetsOneTailThenHolds) {
+  // No notch and narrow menus: even the longest length stops short of the menus.
+  DesktopOptions options;
+  options.screens = {plainDisplay()};
+  options.settings.osMajor = 14;
+  boot(options);
+  launch();
+  run(4);
+  EXPECT_EQ(loggedCount("fold tail noted length=944"), 1);
+  EXPECT_EQ(loggedCount("collapse underfold hold length=944"), 1);
+  EXPECT_EQ(controller().cliffSearchesStarted(), 1);  // the tail reaches the ceiling: no search helps
+  EXPECT_EQ(storedEntry(desktop(), "com.ostrand.tarvolo.cliff.foldTail", "1920x1080@0,0\tcom.example.editor"), -1);
+  EXPECT_FALSE(controller().isExpanded.get());
+  expectQuiescent(1);
+}
+
+TEST_F(CollapseEngineTest, OnMacOS27ThePlaceholderFillsTheRoomOneItemCannot) {
+  DesktopOptions options;
+  options.screens = {sim::SimScreenSpec{.width = 3008, .height = 1692}};
+  options.settings.osMajor = 27;
+  boot(options);
+  launch();
+  ASSERT_TRUE(controller().foldPlaceholder());
+  run(3);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  EXPECT_EQ(controller().foldPlaceholder()->placedBesideFold(), true);
+  // Up to the menus, less room for the overflow chevron.
+  auto placeholder = controller().foldPlaceholder()->frame();
+  ASSERT_TRUE(placeholder);
+  EXPECT_EQ(placeholder->minX(), desktop().menusRightEdge() + 52);
+  EXPECT_LT(*controller().lastAppliedNormalLength(), 3008 / 2 - 16);
+
+  controller().expandBar(true, true);
+  run(1);
+  EXPECT_EQ(controller().foldPlaceholder()->appliedLength(), 4);
+}
+
+TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
+  DesktopOptions options;
+  options.settings.osMajor = 27;
+  // An icon whose stored position lies between the fold's (35) and the placeholder's seed (36).
+  options.apps.push_back(sim::SimAppSpec{.bundleId = "com.example.squeezed", .name = "Squeezed",
+                                         .activation = platform::ActivationPolicy::accessory, .menusWidth = 0,
+                                         .items = {sim::SimItemSpec{.width = 30, .position = 35.5}}});
+  boot(options);
+  launch();
+  run(3);
+  controller().expandBar(true, true);
+  run(2);
+  EXPECT_TRUE(logged("fold placeholder replaced"));
+  EXPECT_EQ(controller().foldPlaceholder()->placedBesideFold(), true);
+  EXPECT_EQ(controller().foldPlaceholder()->replacements(), 1);
+}
+
+// The always-visible zone grows by one icon: the next collapse must be judged against the new
+// gap, not the remembered one (which would read as the separator running into the menus).
+TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCollapseJudgedAfresh) {
+  boot();
+  settleFirstCollapse();
+  controller().expandBar(true, true);
+  run(1);
+  auto separator = *desktop().ownItem(StatusBarController::separatorAutosaveName)->frame;
+  ASSERT_TRUE(desktop().commandDragItem("com.example.icon3", separator.maxX() + 5));
+  run(3);
+  EXPECT_EQ(loggedCount("gap crossing=pinnedFolded"), 1);
+  EXPECT_TRUE(logged("gap pinned remembered gap=120 was=90"));
+
+  controller().collapseBar("menu");
+  run(1);
+  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  EXPECT_EQ(problems(), std::vector<std::string>{});
+  EXPECT_TRUE(iconOnScreen("com.example.icon3"));
+}
+
+TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenSeparatorStepsDownWhenRejected) {
+  boot();
+  settleFirstCollapse();
+  controller().expandBar(true, true);  // both separators short: the distance between them is read
+  run(1);
+  desktop().mutableSettings().ejectionLength = 600;
+  controller().expandBar(false, true);  // the shelf: the always-hidden separator takes the collapse length
+  run(2);
+  EXPECT_TRUE(logged("shelf hidden verify length=718 verdict=ejected"));
+  EXPECT_TRUE(logged("shelf hidden step length=367"));
+  const auto* hidden = desktop().ownItem(StatusBarController::alwaysHiddenAutosaveName);
+  EXPECT_FALSE(hidden->rejected);
+  EXPECT_FALSE(iconOnScreen("com.example.icon5"));  // the always-hidden zone stays hidden
+  EXPECT_TRUE(iconOnScreen("com.example.icon3"));
+  expectQuiescent(1);
+}
+
+}  // namespace
+}  // namespace tarvolo::testing
