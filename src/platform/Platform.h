@@ -224,7 +224,7 @@ class Workspace {
   virtual std::optional<RunningApplication> menuBarOwningApplication() const = 0;
   // Right end of that application's menu titles on the primary screen's bar, where the system
   // can tell (Accessibility); absent otherwise.
-  virtual std::optional<double> applicationMenusMaxX() const { return std::nullopt; }
+  virtual std::optional<double> applicationMenusMaxX() const = 0;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -183,6 +183,8 @@ class MacWorkspace final : public Workspace {
   std::vector<RunningApplication> runningApplications() const override;
   std::optional<RunningApplication> frontmostApplication() const override;
   std::optional<RunningApplication> menuBarOwningApplication() const override;
+  // Read through Accessibility (MacWindowServer.mm), so absent until Tarvolo is trusted.
+  std::optional<double> applicationMenusMaxX() const override;
 };
 
 // Watches the system and reports to the sink it is given; stops watching when destroyed.

@@ -125,4 +125,30 @@ std::optional<std::vector<AccessibilityMenuBarItem>> MacAccessibility::extrasMen
   return out;
 }
 
+std::optional<double> MacWorkspace::applicationMenusMaxX() const {
+  NSRunningApplication* owner = NSWorkspace.sharedWorkspace.menuBarOwningApplication;
+  if (!owner || !AXIsProcessTrusted()) return std::nullopt;
+  id application = CFBridgingRelease(AXUIElementCreateApplication(owner.processIdentifier));
+  if (!application) return std::nullopt;
+  auto appElement = (__bridge AXUIElementRef)application;
+  AXUIElementSetMessagingTimeout(appElement, kAccessibilityTimeoutSeconds);
+  id bar = copyAttribute(appElement, kAXMenuBarAttribute);
+  if (!bar) return std::nullopt;
+  auto barElement = (__bridge AXUIElementRef)bar;
+  AXUIElementSetMessagingTimeout(barElement, kAccessibilityTimeoutSeconds);
+  NSArray* titles = copyAttribute(barElement, kAXChildrenAttribute);
+  if (![titles isKindOfClass:[NSArray class]]) return std::nullopt;
+  // Global x is the same in the top-left and bottom-left spaces, so no conversion is needed.
+  std::optional<double> maxX;
+  for (id title in titles) {
+    if (CFGetTypeID((__bridge CFTypeRef)title) != AXUIElementGetTypeID()) continue;
+    auto element = (__bridge AXUIElementRef)title;
+    AXUIElementSetMessagingTimeout(element, kAccessibilityTimeoutSeconds);
+    auto frame = frameOf(element);
+    if (!frame || frame->width <= 0) continue;
+    maxX = std::max(maxX.value_or(frame->maxX()), frame->maxX());
+  }
+  return maxX;
+}
+
 }  // namespace tarvolo::platform::mac
