@@ -48,11 +48,6 @@ StatusBarController::StatusBarController(AppEnvironment& environment)
   applyVisibilityNow();
   subscribe();
 
-  outsideMouseMonitor_ = platform_.events().addGlobalMonitor(
-      platform::eventMask(EventType::leftMouseDown), [weak = weak()](const platform::Event&) {
-        // Auto-collapse on outside clicks hooks in here; nothing else listens yet.
-        if (!weak) return;
-      });
   env_.statusItemManager().refreshAttributedMenuBarApps();
 }
 

@@ -214,7 +214,6 @@ class StatusBarController {
   unsigned long long applyGeneration_ = 0;
 
   Cancellables cancellables_;
-  std::unique_ptr<platform::Registration> outsideMouseMonitor_;
 
   // --- the collapse-length engine (StatusBarController+Cliff/Verify/Recovery/Fold/Gaps.cpp)
   using SeparatorLayoutVerdict = MenuBarVisibilityPolicy::SeparatorLayoutVerdict;
