@@ -113,9 +113,9 @@ struct Entry {
 };
 
 std::string screenCaption(const sim::SimDesktop& desktop, std::size_t index) {
-  const sim::SimScreenSpec& spec = desktop.screenSpecs()[index];
-  std::string caption = "  screen " + std::to_string(index + 1) + " · " + points(spec.width) + "×" +
-                        points(spec.height) + " at " + points(spec.x) + "," + points(spec.y);
+  const sim::SimScreenSpec& config = desktop.screenSpecs()[index];
+  std::string caption = "  screen " + std::to_string(index + 1) + " · " + points(config.width) + "×" +
+                        points(config.height) + " at " + points(config.x) + "," + points(config.y);
   if (auto notch = desktop.screenInfos()[index].notchRect())
     caption += " · notch " + range(notch->minX(), notch->maxX());
   return caption;
@@ -195,14 +195,14 @@ std::string ownGlyph(const std::string& autosave, const BarSnapshot& bar) {
 
 // The primary screen's bar at a uniform scale, between two frame bars.
 std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, const Labels& labels, int columns) {
-  const sim::SimScreenSpec& spec = desktop.screenSpecs().front();
+  const sim::SimScreenSpec& config = desktop.screenSpecs().front();
   auto notch = desktop.screenInfos().front().notchRect();
   // One scale for every screen keeps icons two columns wide; a screen too wide for the terminal
   // loses its left end, where the menus start and nothing of Tarvolo's shows.
   constexpr double scale = kPointsPerColumn;
-  int fullWidth = static_cast<int>(std::ceil(spec.width / scale - 1e-9));
+  int fullWidth = static_cast<int>(std::ceil(config.width / scale - 1e-9));
   Canvas canvas(std::min(columns - 2, fullWidth));
-  double originX = spec.x + spec.width - canvas.width() * scale;
+  double originX = config.x + config.width - canvas.width() * scale;
   bool cropped = canvas.width() < fullWidth;
   auto column = [&](double x) {
     return std::clamp(static_cast<int>(std::floor((x - originX) / scale + 1e-9)), 0, canvas.width());
@@ -210,10 +210,10 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
 
   double menusEdge = desktop.menusRightEdge();
   if (notch && menusEdge > notch->maxX()) {
-    canvas.fill(column(spec.x), column(notch->minX()), "░");
+    canvas.fill(column(config.x), column(notch->minX()), "░");
     canvas.fill(column(notch->maxX()), column(menusEdge), "░");
   } else {
-    canvas.fill(column(spec.x), column(menusEdge), "░");
+    canvas.fill(column(config.x), column(menusEdge), "░");
   }
   double menusLabelEnd = notch ? std::min(menusEdge, notch->minX()) : menusEdge;
   canvas.write(0, std::string(cropped ? "…" : " ") + frontmostName(desktop) + " menus ", 0, column(menusLabelEnd));
@@ -225,7 +225,7 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
   double statusMinX = desktop.statusAreaMinX();
   double statusMaxX = desktop.statusAreaMaxX();
   canvas.write(column(statusMaxX), "┊");
-  canvas.writeCentered(column(statusMaxX) + 1, column(spec.x + spec.width), "system");
+  canvas.writeCentered(column(statusMaxX) + 1, column(config.x + config.width), "system");
 
   for (const sim::SimItemState* item : desktop.allItems()) {
     if (!item->frame || !item->onScreen) continue;

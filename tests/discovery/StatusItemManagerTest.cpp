@@ -24,13 +24,13 @@ const std::string kSeated(MenuBarPlacementLedger::seatedKey);
 
 sim::SimAppSpec app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
                     std::string path = "", bool withItem = false) {
-  sim::SimAppSpec spec{.bundleId = std::move(bundle),
+  sim::SimAppSpec config{.bundleId = std::move(bundle),
                        .name = std::move(name),
                        .path = std::move(path),
                        .activation = activation,
                        .menusWidth = 0};
-  if (withItem) spec.items.push_back(sim::SimItemSpec{.width = 30, .position = 8});
-  return spec;
+  if (withItem) config.items.push_back(sim::SimItemSpec{.width = 30, .position = 8});
+  return config;
 }
 
 std::vector<std::string> bundleIDs(const std::vector<MenuBarAppItem>& items) {
@@ -70,7 +70,7 @@ class CatalogTest : public SimAppTest {
 TEST_F(CatalogTest, ScanOffersOnlyTopLevelApplicationsThatMayOwnAnIcon) {
   DesktopOptions options;
   options.apps = sampleApps(1);
-  auto add = [&](sim::SimAppSpec spec) { options.apps.push_back(std::move(spec)); };
+  auto add = [&](sim::SimAppSpec config) { options.apps.push_back(std::move(config)); };
   add(app("com.example.MyHelperApp", "My Helper"));
   add(app("com.example.agent", "Agent", ActivationPolicy::accessory,
           "/Applications/Host.app/Contents/Helpers/Agent.app"));

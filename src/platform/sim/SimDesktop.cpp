@@ -325,15 +325,15 @@ int SimDesktop::pidFor(const std::string& bundleId) {
 
 void SimDesktop::addApp(SimAppSpec app) {
   apps_.push_back(std::move(app));
-  SimAppSpec& spec = apps_.back();
+  SimAppSpec& config = apps_.back();
   int index = 0;
-  for (auto& item : spec.items) {
+  for (auto& item : config.items) {
     if (item.autosaveName.empty()) item.autosaveName = "Item-" + std::to_string(index);
     ++index;
   }
-  if (spec.running) {
-    launchDates_[spec.bundleId] = queue_.currentDate();
-    spawnItems(spec);
+  if (config.running) {
+    launchDates_[config.bundleId] = queue_.currentDate();
+    spawnItems(config);
   }
 }
 
@@ -344,19 +344,19 @@ SimAppSpec* SimDesktop::appSpec(const std::string& bundleId) {
   return nullptr;
 }
 
-platform::RunningApplication SimDesktop::runningApp(const SimAppSpec& spec) const {
+platform::RunningApplication SimDesktop::runningApp(const SimAppSpec& config) const {
   platform::RunningApplication app;
-  auto pid = pids_.find(spec.bundleId);
+  auto pid = pids_.find(config.bundleId);
   app.pid = pid == pids_.end() ? 0 : pid->second;
-  if (!spec.bundleId.empty()) app.bundleIdentifier = spec.bundleId;
-  app.localizedName = spec.name;
-  if (!spec.path.empty()) {
-    app.bundlePath = spec.path;
-    app.executablePath = spec.path + "/Contents/MacOS/" + spec.name;
+  if (!config.bundleId.empty()) app.bundleIdentifier = config.bundleId;
+  app.localizedName = config.name;
+  if (!config.path.empty()) {
+    app.bundlePath = config.path;
+    app.executablePath = config.path + "/Contents/MacOS/" + config.name;
   }
-  app.activationPolicy = spec.activation;
-  if (auto date = launchDates_.find(spec.bundleId); date != launchDates_.end()) app.launchDate = date->second;
-  app.isTerminated = !spec.running;
+  app.activationPolicy = config.activation;
+  if (auto date = launchDates_.find(config.bundleId); date != launchDates_.end()) app.launchDate = date->second;
+  app.isTerminated = !config.running;
   return app;
 }
 
@@ -369,9 +369,9 @@ platform::RunningApplication SimDesktop::ownRunningApp() const {
                                       .activationPolicy = ownPolicy_};
 }
 
-void SimDesktop::spawnItems(SimAppSpec& spec) {
-  int pid = pidFor(spec.bundleId);
-  for (const auto& itemSpec : spec.items) {
+void SimDesktop::spawnItems(SimAppSpec& config) {
+  int pid = pidFor(config.bundleId);
+  for (const auto& itemSpec : config.items) {
     auto state = std::make_unique<SimItemState>();
     state->id = ++nextItemId_;
     state->ownerPid = pid;
@@ -402,32 +402,32 @@ std::optional<int> SimDesktop::pidOf(const std::string& bundleId) const {
 }
 
 void SimDesktop::launchApp(const std::string& bundleId) {
-  SimAppSpec* spec = appSpec(bundleId);
-  if (!spec || spec->running) return;
-  spec->running = true;
-  launchDates_[spec->bundleId] = queue_.currentDate();
-  spawnItems(*spec);
-  if (sink_) sink_->applicationDidLaunch(runningApp(*spec));
+  SimAppSpec* config = appSpec(bundleId);
+  if (!config || config->running) return;
+  config->running = true;
+  launchDates_[config->bundleId] = queue_.currentDate();
+  spawnItems(*config);
+  if (sink_) sink_->applicationDidLaunch(runningApp(*config));
 }
 
 void SimDesktop::terminateApp(const std::string& bundleId) {
-  SimAppSpec* spec = appSpec(bundleId);
-  if (!spec || !spec->running) return;
-  spec->running = false;
-  int pid = pidFor(spec->bundleId);
+  SimAppSpec* config = appSpec(bundleId);
+  if (!config || !config->running) return;
+  config->running = false;
+  int pid = pidFor(config->bundleId);
   // The process exits: its items vanish, the positions it stored stay.
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
-  if (frontmost_ && lower(*frontmost_) == lower(spec->bundleId)) frontmost_.reset();
+  if (frontmost_ && lower(*frontmost_) == lower(config->bundleId)) frontmost_.reset();
   relayout();
-  if (sink_) sink_->applicationDidTerminate(runningApp(*spec));
+  if (sink_) sink_->applicationDidTerminate(runningApp(*config));
 }
 
 void SimDesktop::setFrontmost(const std::string& bundleId) {
-  SimAppSpec* spec = appSpec(bundleId);
-  if (!spec || !spec->running) return;
-  frontmost_ = spec->bundleId;
+  SimAppSpec* config = appSpec(bundleId);
+  if (!config || !config->running) return;
+  frontmost_ = config->bundleId;
   relayout();
-  if (sink_) sink_->applicationDidActivate(runningApp(*spec));
+  if (sink_) sink_->applicationDidActivate(runningApp(*config));
 }
 
 void SimDesktop::setScreens(std::vector<SimScreenSpec> screens) {
@@ -538,18 +538,18 @@ std::vector<const SimItemState*> SimDesktop::allItems() const {
 
 std::vector<platform::ScreenInfo> SimDesktop::screenInfos() const {
   std::vector<platform::ScreenInfo> out;
-  for (const auto& spec : screenSpecs_) {
+  for (const auto& config : screenSpecs_) {
     platform::ScreenInfo info;
-    info.frame = Rect{spec.x, spec.y, spec.width, spec.height};
-    bool notched = spec.notchWidth && *spec.notchWidth > 0;
+    info.frame = Rect{config.x, config.y, config.width, config.height};
+    bool notched = config.notchWidth && *config.notchWidth > 0;
     info.menuBarHeight = notched ? kNotchBarHeight : kPlainBarHeight;
-    info.visibleFrame = Rect{spec.x, spec.y, spec.width, spec.height - info.menuBarHeight - 1};
+    info.visibleFrame = Rect{config.x, config.y, config.width, config.height - info.menuBarHeight - 1};
     if (notched) {
-      double notchMinX = spec.x + std::floor((spec.width - *spec.notchWidth) / 2);
-      double top = spec.y + spec.height - info.menuBarHeight;
-      info.auxiliaryTopLeftArea = Rect{spec.x, top, notchMinX - spec.x, info.menuBarHeight};
-      double rightMinX = notchMinX + *spec.notchWidth;
-      info.auxiliaryTopRightArea = Rect{rightMinX, top, spec.x + spec.width - rightMinX, info.menuBarHeight};
+      double notchMinX = config.x + std::floor((config.width - *config.notchWidth) / 2);
+      double top = config.y + config.height - info.menuBarHeight;
+      info.auxiliaryTopLeftArea = Rect{config.x, top, notchMinX - config.x, info.menuBarHeight};
+      double rightMinX = notchMinX + *config.notchWidth;
+      info.auxiliaryTopRightArea = Rect{rightMinX, top, config.x + config.width - rightMinX, info.menuBarHeight};
       info.safeAreaTop = 32;
     }
     out.push_back(info);
@@ -795,8 +795,8 @@ bool SimDesktop::commandDragItem(const std::string& name, double toX) {
     if (dragged->ownerPid == kOwnPid) {
       defaults_->set(preferredPositionKey(dragged->autosaveName), DefaultsValue(position));
     } else if (auto bundle = bundleIdOfPid(dragged->ownerPid)) {
-      if (SimAppSpec* spec = appSpec(*bundle)) {
-        for (auto& itemSpec : spec->items) {
+      if (SimAppSpec* config = appSpec(*bundle)) {
+        for (auto& itemSpec : config->items) {
           if (itemSpec.autosaveName == dragged->autosaveName) itemSpec.position = position;
         }
       }

@@ -258,9 +258,9 @@ class SimDesktop final : public platform::Platform {
  private:
   friend struct Adapters;
   SimAppSpec* appSpec(const std::string& bundleId);
-  platform::RunningApplication runningApp(const SimAppSpec& spec) const;
+  platform::RunningApplication runningApp(const SimAppSpec& config) const;
   platform::RunningApplication ownRunningApp() const;
-  void spawnItems(SimAppSpec& spec);
+  void spawnItems(SimAppSpec& config);
   int pidFor(const std::string& bundleId);
   double itemWidth(const SimItemState& item) const;
   Point itemCenter(const SimItemState& item) const;

@@ -124,24 +124,24 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
     }
   }
   auto appendAdded = [&](auto keep) {
-    for (const auto& spec : extraWindows_) {
-      if (!keep(spec)) continue;
-      if (spec.desktopElement && desktopElements == platform::DesktopElements::exclude) continue;
-      out.push_back({.ownerName = spec.ownerName,
-                     .ownerPid = spec.ownerPid,
-                     .bounds = spec.bounds,
-                     .layer = spec.layer,
-                     .title = spec.title});
+    for (const auto& config : extraWindows_) {
+      if (!keep(config)) continue;
+      if (config.desktopElement && desktopElements == platform::DesktopElements::exclude) continue;
+      out.push_back({.ownerName = config.ownerName,
+                     .ownerPid = config.ownerPid,
+                     .bounds = config.bounds,
+                     .layer = config.layer,
+                     .title = config.title});
     }
   };
-  appendAdded([](const SimWindowSpec& spec) { return spec.layer > SimWindowLayer::statusItem; });
+  appendAdded([](const SimWindowSpec& config) { return config.layer > SimWindowLayer::statusItem; });
 
   if (desktop_.settings().osMajor < kSingleSurfaceFromOSMajor) {
     appendStatusItemWindows(out);
     appendSystemItemWindows(out);
   }
-  appendAdded([](const SimWindowSpec& spec) {
-    return spec.layer <= SimWindowLayer::statusItem && spec.layer > SimWindowLayer::menuBar;
+  appendAdded([](const SimWindowSpec& config) {
+    return config.layer <= SimWindowLayer::statusItem && config.layer > SimWindowLayer::menuBar;
   });
 
   for (const auto& screen : screens) {
@@ -152,8 +152,8 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
                    .layer = SimWindowLayer::menuBar,
                    .title = std::string("Menubar")});
   }
-  appendAdded([](const SimWindowSpec& spec) {
-    return spec.layer <= SimWindowLayer::menuBar && spec.layer >= SimWindowLayer::normal;
+  appendAdded([](const SimWindowSpec& config) {
+    return config.layer <= SimWindowLayer::menuBar && config.layer >= SimWindowLayer::normal;
   });
 
   if (settings_.applicationWindows && !screens.empty()) {
@@ -172,7 +172,7 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
       offset += 30;
     }
   }
-  appendAdded([](const SimWindowSpec& spec) { return spec.layer < SimWindowLayer::normal; });
+  appendAdded([](const SimWindowSpec& config) { return config.layer < SimWindowLayer::normal; });
 
   if (desktopElements == platform::DesktopElements::include) {
     for (const auto& screen : screens) {
