@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "Scenario.h"
-#include "discovery/StatusItemManager.h"
+#include "discovery/tracking/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "discovery/PlacementTypes.h"
-#include "platform/DefaultsValue.h"
+#include "base/DefaultsValue.h"
 #include "platform/Platform.h"
 #include "platform/sim/SimDesktop.h"
 

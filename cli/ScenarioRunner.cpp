@@ -4,8 +4,8 @@
 #include <limits>
 
 #include "SimSession.h"
-#include "discovery/MenuBarPlacementLedger.h"
-#include "discovery/StatusItemManager.h"
+#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/tracking/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
 
@@ -152,7 +152,7 @@ class Run {
     return std::nullopt;
   }
   std::optional<std::string> act(const step::AssignCategory& action) {
-    AppEnvironment& environment = session_->delegate()->environment();
+    AppEnvironment& environment = *session_->delegate()->environment();
     StatusItemManager& catalog = environment.statusItemManager();
     if (!action.category) {
       catalog.removeCategory(action.bundleId);

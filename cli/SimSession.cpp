@@ -1,6 +1,6 @@
 #include "SimSession.h"
 
-#include "discovery/StatusItemManager.h"
+#include "discovery/tracking/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::sim {
@@ -54,11 +54,13 @@ void SimSession::DelegateRelay::applicationWillTerminate() {
 }
 
 StatusBarController* SimSession::controller() {
-  return delegate_ ? delegate_->environment().existingStatusBarController() : nullptr;
+  auto* environment = delegate_ ? delegate_->environment() : nullptr;
+  return environment ? environment->statusBarController() : nullptr;
 }
 
 StatusItemManager* SimSession::statusItemManager() {
-  return delegate_ ? delegate_->environment().existingStatusItemManager() : nullptr;
+  auto* environment = delegate_ ? delegate_->environment() : nullptr;
+  return environment ? &environment->statusItemManager() : nullptr;
 }
 
 }  // namespace tarvolo::sim

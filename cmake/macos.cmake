@@ -15,12 +15,10 @@ set(TARVOLO_MACOS_FRAMEWORKS
     "-framework AppKit" "-framework Foundation" "-framework CoreFoundation" "-framework CoreGraphics"
     "-framework ApplicationServices" "-framework Carbon" "-framework QuartzCore")
 
-file(GLOB TARVOLO_MACOS_SOURCES CONFIGURE_DEPENDS ${TARVOLO_MACOS_DIR}/*.mm)
-list(FILTER TARVOLO_MACOS_SOURCES EXCLUDE REGEX ".*/main\\.mm$")
-add_library(tarvolo_macos STATIC ${TARVOLO_MACOS_SOURCES})
-target_compile_options(tarvolo_macos PUBLIC -fobjc-arc PRIVATE -Wunguarded-availability)
-target_link_libraries(tarvolo_macos PUBLIC tarvolo_core ${TARVOLO_MACOS_FRAMEWORKS} PRIVATE tarvolo_warnings)
-target_link_options(tarvolo_macos INTERFACE "LINKER:-dead_strip_dylibs")
+# The backend sees the platform interfaces only; the entry point brings in the app.
+tarvolo_layer(platform/macos USES tarvolo_platform EXTERNAL ${TARVOLO_MACOS_FRAMEWORKS} EXCLUDE main.mm)
+target_compile_options(tarvolo_platform_macos PUBLIC -fobjc-arc PRIVATE -Wunguarded-availability)
+target_link_options(tarvolo_platform_macos INTERFACE "LINKER:-dead_strip_dylibs")
 
 set(TARVOLO_VERSION ${PROJECT_VERSION})
 set(TARVOLO_INFO_PLIST ${CMAKE_CURRENT_BINARY_DIR}/Info.plist)
@@ -29,7 +27,7 @@ file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/PkgInfo "APPL????")
 
 add_executable(Tarvolo MACOSX_BUNDLE ${TARVOLO_MACOS_DIR}/main.mm)
 set_target_properties(Tarvolo PROPERTIES MACOSX_BUNDLE_INFO_PLIST ${TARVOLO_INFO_PLIST})
-target_link_libraries(Tarvolo PRIVATE tarvolo_macos tarvolo_warnings)
+target_link_libraries(Tarvolo PRIVATE tarvolo_platform_macos tarvolo_app tarvolo_warnings)
 # The Info.plist also goes into the executable, so a bare run of it still has an identity.
 target_link_options(Tarvolo PRIVATE "LINKER:-sectcreate,__TEXT,__info_plist,${TARVOLO_INFO_PLIST}")
 add_custom_command(TARGET Tarvolo POST_BUILD
@@ -39,6 +37,6 @@ file(GLOB TARVOLO_MACOS_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DI
 if(TARVOLO_MACOS_TEST_SOURCES)
   enable_testing()
   add_executable(tarvolo-macos-tests ${TARVOLO_MACOS_TEST_SOURCES})
-  target_link_libraries(tarvolo-macos-tests PRIVATE tarvolo_macos tarvolo_warnings)
+  target_link_libraries(tarvolo-macos-tests PRIVATE tarvolo_platform_macos tarvolo_warnings)
   add_test(NAME macos_backend COMMAND tarvolo-macos-tests)
 endif()

@@ -26,23 +26,22 @@ FRAMEWORKS = ["AppKit", "Foundation", "CoreFoundation", "CoreGraphics", "Applica
 LIBRARIES = ["objc"]
 
 
-def read_project(root: str) -> tuple[str, list[str]]:
-    """The project version and the core's source directories, as the top-level CMake file says."""
+def read_version(root: str) -> str:
+    """The project version, as the top-level CMake file says."""
     with open(os.path.join(root, "CMakeLists.txt"), encoding="utf-8") as handle:
         text = handle.read()
     version = re.search(r"project\(\s*Tarvolo\s+VERSION\s+([0-9.]+)", text)
-    dirs = re.search(r"set\(\s*TARVOLO_CORE_DIRS\s+([^)]*)\)", text)
-    if not version or not dirs:
-        raise SystemExit("macos-cross: cannot read the version or TARVOLO_CORE_DIRS from CMakeLists.txt")
-    return version.group(1), dirs.group(1).split()
+    if not version:
+        raise SystemExit("macos-cross: cannot read the version from CMakeLists.txt")
+    return version.group(1)
 
 
-def core_sources(root: str, dirs: list[str]) -> list[str]:
-    sources: list[str] = []
-    for name in dirs:
-        sources += glob.glob(os.path.join(root, "src", name, "**", "*.cpp"), recursive=True)
-    sources += glob.glob(os.path.join(root, "src", "platform", "*.cpp"))
-    return sorted(sources)
+def core_sources(root: str) -> list[str]:
+    """Every C++ source of src/ but the backends'. The Linux build checks the layering; this one
+    compiles against the whole tree."""
+    backends = (os.path.join(root, "src", "platform", "sim") + os.sep, os.path.join(root, "src", "platform", "macos") + os.sep)
+    sources = glob.glob(os.path.join(root, "src", "**", "*.cpp"), recursive=True)
+    return sorted(p for p in sources if not p.startswith(backends))
 
 
 def sdk_version(sdk: str) -> str:
@@ -73,14 +72,14 @@ def generate(args: argparse.Namespace) -> str:
     root = os.path.abspath(args.source_dir)
     build = os.path.abspath(args.build_dir)
     sdk = os.path.abspath(os.path.expanduser(args.sdk))
-    version, dirs = read_project(root)
+    version = read_version(root)
 
     with open(os.path.join(root, "src/platform/macos/Info.plist.in"), encoding="utf-8") as handle:
         plist = handle.read().replace("@TARVOLO_VERSION@", version)
     plist_path = os.path.join(build, "Info.plist")
     write_if_changed(plist_path, plist)
 
-    core = core_sources(root, dirs)
+    core = core_sources(root)
     backend = sorted(p for p in glob.glob(os.path.join(root, "src/platform/macos/*.mm")) if not p.endswith("/main.mm"))
     entry = os.path.join(root, "src/platform/macos/main.mm")
     tests = sorted(glob.glob(os.path.join(root, "tests/macos/*.mm")))

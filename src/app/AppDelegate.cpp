@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "app/Log.h"
-#include "discovery/StatusItemManager.h"
+#include "base/Log.h"
+#include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
@@ -15,10 +15,7 @@ constexpr double kPreferencesLaunchDelay = 0.3;
 constexpr const char* kPreferencesArguments[] = {"--preferences", "-p", "--show-window"};
 }  // namespace
 
-AppDelegate::AppDelegate(platform::Platform& platform)
-    : platform_(platform), environment_(std::make_unique<AppEnvironment>(platform)) {
-  platform.setSystemEventSink(this);
-}
+AppDelegate::AppDelegate(platform::Platform& platform) : platform_(platform) {}
 
 AppDelegate::~AppDelegate() {
   platform_.setSystemEventSink(nullptr);
@@ -26,24 +23,28 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
+  environment_ = std::make_unique<AppEnvironment>(platform_);
+  platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
   ReviewPrompt::noteLaunch(platform_.defaults(), platform_.clock().currentDate());
   environment_->statusItemManager().scanRunningApplications();
-  environment_->statusBarController().finishStartup();
+  environment_->makeStatusBarController().finishStartup();
   platform_.logSink().writeStandardOutput(launchBanner);
 
   auto arguments = platform_.system().processArguments();
   for (const char* wanted : kPreferencesArguments) {
     if (std::find(arguments.begin(), arguments.end(), wanted) == arguments.end()) continue;
     platform_.mainQueue().post(kPreferencesLaunchDelay, [weak = weakFactory_.handle()] {
-      if (auto* self = weak.get()) self->environment_->statusBarController().openPreferences(std::nullopt);
+      if (auto* self = weak.get()) self->environment_->statusBarController()->openPreferences(std::nullopt);
     });
     break;
   }
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool) {
-  environment_->statusBarController().openPreferences(std::nullopt);
+  if (environment_ && environment_->statusBarController()) {
+    environment_->statusBarController()->openPreferences(std::nullopt);
+  }
   return true;
 }
 
@@ -60,17 +61,17 @@ void AppDelegate::activeSpaceDidChange() {
 }
 
 void AppDelegate::applicationDidLaunch(const platform::RunningApplication& app) {
-  environment_->workspaceCenter().post(Notification{.name = Notifications::didLaunchApplication, .application = app});
+  environment_->workspaceCenter().post(Notification{.name = Notifications::didLaunchApplication, .object = app});
 }
 
 void AppDelegate::applicationDidTerminate(const platform::RunningApplication& app) {
   environment_->workspaceCenter().post(
-      Notification{.name = Notifications::didTerminateApplication, .application = app});
+      Notification{.name = Notifications::didTerminateApplication, .object = app});
 }
 
 void AppDelegate::applicationDidActivate(const platform::RunningApplication& app) {
   environment_->workspaceCenter().post(
-      Notification{.name = Notifications::didActivateApplication, .application = app});
+      Notification{.name = Notifications::didActivateApplication, .object = app});
 }
 
 void AppDelegate::menuDidBeginTracking() { environment_->defaultCenter().post(Notifications::menuDidBeginTracking); }

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "app/AppEnvironment.h"
-#include "app/WeakHandle.h"
+#include "base/WeakHandle.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
@@ -32,7 +32,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
   void menuDidEndTracking() override;
   void preferredLanguagesDidChange() override;
 
-  AppEnvironment& environment() { return *environment_; }
+  // The app's owners; null until the app has finished launching.
+  AppEnvironment* environment() { return environment_.get(); }
 
  private:
   platform::Platform& platform_;

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/NotificationCenter.h"
+#include "base/NotificationCenter.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
@@ -14,8 +14,9 @@ class MenuBarPlacementLedger;
 class StatusBarController;
 class StatusItemManager;
 
-// The app's shared owners and centers for one run of the process. Owners are created once,
-// lazily, on first use, and live until the process ends.
+// The composition root of one run: builds the shared owners in the order each needs the
+// others, hands each what it uses, and tears them down in reverse. Created when the app has
+// finished launching; every owner lives until the process ends.
 class AppEnvironment {
  public:
   explicit AppEnvironment(platform::Platform& platform);
@@ -23,28 +24,26 @@ class AppEnvironment {
   AppEnvironment(const AppEnvironment&) = delete;
   AppEnvironment& operator=(const AppEnvironment&) = delete;
 
+  // Start-up step 6, after the catalogue's first scan: the controller creates the own items.
+  StatusBarController& makeStatusBarController();
+
   platform::Platform& platform() { return platform_; }
-  platform::MainQueue& mainQueue() { return platform_.mainQueue(); }
-  platform::DefaultsStore& defaults() { return platform_.defaults(); }
   NotificationCenter& defaultCenter() { return defaultCenter_; }
   NotificationCenter& workspaceCenter() { return workspaceCenter_; }
-
-  LocalizationManager& localization();
+  LocalizationManager& localization() { return *localization_; }
   // The text for `key` in the interface language.
   std::string tr(std::string_view key);
-  StatusBarController& statusBarController();
-  StatusBarController* existingStatusBarController() { return statusBarController_.get(); }
-  StatusItemManager& statusItemManager();
-  StatusItemManager* existingStatusItemManager() { return statusItemManager_.get(); }
-  MenuBarPlacementLedger& placementLedger();
+  MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
+  StatusItemManager& statusItemManager() { return *statusItemManager_; }
+  // Null until start-up step 6.
+  StatusBarController* statusBarController() { return statusBarController_.get(); }
 
  private:
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
+  // In construction order; destroyed in reverse.
   std::unique_ptr<LocalizationManager> localization_;
-  // Declared in the order they may depend on each other: the ledger outlives the catalogue,
-  // which outlives the controller.
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<StatusBarController> statusBarController_;

@@ -13,46 +13,21 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/DefaultsValue.h"
-#include "platform/Geometry.h"
+#include "base/DefaultsValue.h"
+#include "base/Geometry.h"
+#include "base/Log.h"
+#include "base/MainQueue.h"
 
 namespace tarvolo::platform {
 
 // ---------------------------------------------------------------------------------------------
-// Time and the main queue
+// Time, the main queue and logging live in base/; the platform provides them.
 
-class Clock {
- public:
-  virtual ~Clock() = default;
-  // Monotonic seconds; virtual in the simulator.
-  virtual double now() const = 0;
-  // Seconds since 1970-01-01 UTC, for dates the user sees or that persist.
-  virtual double currentDate() const = 0;
-};
-
-using TaskId = std::uint64_t;
-
-class MainQueue {
- public:
-  virtual ~MainQueue() = default;
-  // Runs `task` on the main thread after `delaySeconds` (0: as soon as the current work ends).
-  virtual TaskId post(double delaySeconds, std::function<void()> task) = 0;
-  // Cancelling an unknown, finished or already cancelled task does nothing.
-  virtual void cancel(TaskId id) = 0;
-};
-
-// ---------------------------------------------------------------------------------------------
-// Logging
-
-enum class LogCategory { menubar, state };
-
-class LogSink {
- public:
-  virtual ~LogSink() = default;
-  // `message` is the complete text as the unified log shows it.
-  virtual void write(LogCategory category, std::string_view message) = 0;
-  virtual void writeStandardOutput(std::string_view line) = 0;
-};
+using tarvolo::Clock;
+using tarvolo::LogCategory;
+using tarvolo::LogSink;
+using tarvolo::MainQueue;
+using tarvolo::TaskId;
 
 // ---------------------------------------------------------------------------------------------
 // Events

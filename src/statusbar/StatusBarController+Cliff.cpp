@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "app/Log.h"
+#include "base/Log.h"
 #include "statusbar/FoldPlaceholderController.h"
 #include "statusbar/StatusBarController.h"
 #include "visibility/FoldPolicy.h"

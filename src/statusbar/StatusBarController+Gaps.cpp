@@ -4,9 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "app/AppEnvironment.h"
-#include "app/Log.h"
-#include "app/NotificationCenter.h"
+#include "base/Log.h"
+#include "base/NotificationCenter.h"
 #include "statusbar/FoldPlaceholderController.h"
 #include "statusbar/StatusBarController.h"
 
@@ -35,7 +34,7 @@ void StatusBarController::startMenuBarSampling() {
     noteMouseUp();
     return std::optional<platform::Event>(event);
   });
-  samplingSubscriptions_.push_back(env_.workspaceCenter().addObserver(
+  samplingSubscriptions_.push_back(workspaceCenter_.addObserver(
       Notifications::activeSpaceDidChange, [weak = weak()](const Notification&) {
         if (auto* self = weak.get()) self->workspaceClock_.note(self->platform_.clock().now());
       }));

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "app/Log.h"
+#include "base/Log.h"
 #include "statusbar/FoldPlaceholderController.h"
 #include "statusbar/StatusBarController.h"
 #include "visibility/FoldPolicy.h"

@@ -4,10 +4,10 @@
 #include <array>
 #include <cmath>
 
-#include "app/AppEnvironment.h"
-#include "app/Log.h"
-#include "app/NotificationCenter.h"
-#include "discovery/StatusItemManager.h"
+#include "base/Log.h"
+#include "base/NotificationCenter.h"
+#include "discovery/tracking/StatusItemManager.h"
+#include "localization/LocalizationManager.h"
 #include "statusbar/FoldPlaceholderController.h"
 
 namespace tarvolo {
@@ -28,13 +28,16 @@ constexpr double kUnlaidSeparatorWidth = 64;
 
 }  // namespace
 
-StatusBarController::StatusBarController(AppEnvironment& environment)
-    : env_(environment),
-      platform_(environment.platform()),
-      startupCollapseRetryWork_(environment.mainQueue()),
-      categorySyncWorkItem_(environment.mainQueue()),
-      foldingCheckWork_(environment.mainQueue()),
-      autoCollapseWorkItem_(environment.mainQueue()) {
+StatusBarController::StatusBarController(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      defaultCenter_(dependencies.defaultCenter),
+      workspaceCenter_(dependencies.workspaceCenter),
+      catalog_(dependencies.catalog),
+      localization_(dependencies.localization),
+      startupCollapseRetryWork_(dependencies.platform.mainQueue()),
+      categorySyncWorkItem_(dependencies.platform.mainQueue()),
+      foldingCheckWork_(dependencies.platform.mainQueue()),
+      autoCollapseWorkItem_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   seedPreferredPositions();
@@ -48,7 +51,13 @@ StatusBarController::StatusBarController(AppEnvironment& environment)
   applyVisibilityNow();
   subscribe();
 
-  env_.statusItemManager().refreshAttributedMenuBarApps();
+  catalog_.setOwnItemAnchors(
+      [weak = weak()]() -> std::optional<PlacementAnchors> {
+        auto* self = weak.get();
+        return self ? self->currentPlacementAnchors() : std::nullopt;
+      },
+      expandedSeparatorLength_);
+  catalog_.refreshAttributedMenuBarApps();
 }
 
 // Out of line: the fold placeholder's owner is only forward-declared in the header.
@@ -112,9 +121,9 @@ void StatusBarController::createAlwaysHiddenSeparatorItem() {
 }
 
 void StatusBarController::subscribe() {
-  auto& queue = env_.mainQueue();
-  auto& center = env_.defaultCenter();
-  auto& workspace = env_.workspaceCenter();
+  auto& queue = platform_.mainQueue();
+  auto& center = defaultCenter_;
+  auto& workspace = workspaceCenter_;
   auto handler = [this, &queue](void (StatusBarController::*method)()) {
     return onMainQueue(queue, [weak = weak(), method](const Notification&) {
       if (auto* self = weak.get()) (self->*method)();
@@ -133,7 +142,7 @@ void StatusBarController::subscribe() {
                                                 handler(&StatusBarController::scheduleApply)));
   auto membership = [&queue, weak = weak()](const Notification& notification) {
     std::optional<std::string> bundle;
-    if (notification.application) bundle = notification.application->bundleIdentifier;
+    if (const auto* app = notification.objectAs<platform::RunningApplication>()) bundle = app->bundleIdentifier;
     queue.post(0, [weak, bundle] {
       if (auto* self = weak.get()) self->noteMenuBarMembershipChanged(bundle);
     });
@@ -239,7 +248,7 @@ void StatusBarController::startupCollapseFramesReady() {
   if (readAlwaysVisibleAnchor() != true) return;
   startupCollapseRetryWork_.cancel();
   std::string reason = startupCollapseWithheldReason_.value_or("startup");
-  env_.mainQueue().post(0, [weak = weak(), reason] {
+  platform_.mainQueue().post(0, [weak = weak(), reason] {
     if (auto* self = weak.get()) self->performStartupCollapseRetry(reason);
   });
 }
@@ -562,7 +571,7 @@ void StatusBarController::quitApp() { platform_.application().terminate(); }
 
 // --- appearance ------------------------------------------------------------------------------------
 
-std::string StatusBarController::text(const std::string& key) const { return env_.tr(key); }
+std::string StatusBarController::text(const std::string& key) const { return localization_.tr(key); }
 
 std::string StatusBarController::stateDescription() const {
   if (isExpanded.get() && isDeepExpanded.get()) return text("tooltip_status_deep_expanded");
@@ -639,7 +648,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   const bool searching = cliffProbeInFlight_;
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
   auto frontmost = frontmostBundleID();
-  auto& catalog = env_.statusItemManager();
+  auto& catalog = catalog_;
   auto plan = Policy::plan({
       .apps = catalog.trackedApps(),
       .engine = MenuBarHidingEngine::publicSpacer,

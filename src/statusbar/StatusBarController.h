@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "app/MainThreadChecker.h"
-#include "app/Published.h"
-#include "app/Subscription.h"
-#include "app/WeakHandle.h"
-#include "app/WorkItem.h"
+#include "base/MainThreadChecker.h"
+#include "base/Published.h"
+#include "base/Subscription.h"
+#include "base/WeakHandle.h"
+#include "base/WorkItem.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "visibility/CollapseLengthCache.h"
@@ -23,8 +23,10 @@
 
 namespace tarvolo {
 
-class AppEnvironment;
 class FoldPlaceholderController;
+class LocalizationManager;
+class NotificationCenter;
+class StatusItemManager;
 
 // Owns the three own status items and the visibility state, and moves between collapsed,
 // expanded and deep-expanded. Main thread only.
@@ -38,7 +40,15 @@ class StatusBarController {
     return "NSStatusItem Preferred Position " + autosaveName;
   }
 
-  explicit StatusBarController(AppEnvironment& environment);
+  struct Dependencies {
+    platform::Platform& platform;
+    NotificationCenter& defaultCenter;
+    NotificationCenter& workspaceCenter;
+    StatusItemManager& catalog;
+    LocalizationManager& localization;
+  };
+
+  explicit StatusBarController(Dependencies dependencies);
   ~StatusBarController();
   StatusBarController(const StatusBarController&) = delete;
   StatusBarController& operator=(const StatusBarController&) = delete;
@@ -183,8 +193,11 @@ class StatusBarController {
   // Runs `method` later on the main queue if the controller still exists.
   std::function<void()> weakly(void (StatusBarController::*method)());
 
-  AppEnvironment& env_;
   platform::Platform& platform_;
+  NotificationCenter& defaultCenter_;
+  NotificationCenter& workspaceCenter_;
+  StatusItemManager& catalog_;
+  LocalizationManager& localization_;
   MainThreadChecker mainThread_;
 
   std::unique_ptr<platform::StatusItem> statusItem_;

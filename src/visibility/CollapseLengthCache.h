@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/DefaultsValue.h"
+#include "base/DefaultsValue.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/Geometry.h"
+#include "base/Geometry.h"
 
 namespace tarvolo {
 

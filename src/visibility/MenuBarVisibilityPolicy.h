@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "discovery/PlacementTypes.h"
-#include "platform/Geometry.h"
+#include "base/Geometry.h"
 #include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {

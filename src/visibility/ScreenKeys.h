@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Geometry.h"
+#include "base/Geometry.h"
 
 namespace tarvolo {
 

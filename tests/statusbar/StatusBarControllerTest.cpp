@@ -75,12 +75,12 @@ class StartupCampaignTest : public SimAppTest {
     options.settings.ignorePreferredPositionsOf = {StatusBarController::toggleAutosaveName};
     boot(options);
     environment_ = std::make_unique<AppEnvironment>(desktop());
-    environment_->statusBarController().expandBar(true, false);
+    environment_->makeStatusBarController().expandBar(true, false);
     run(0.1);
     ASSERT_EQ(controller().readAlwaysVisibleAnchor(), false);
     controller().finishStartup();
   }
-  StatusBarController& controller() { return environment_->statusBarController(); }
+  StatusBarController& controller() { return *environment_->statusBarController(); }
   std::unique_ptr<AppEnvironment> environment_;
 };
 
@@ -167,7 +167,7 @@ TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
 TEST_F(StartupTest, CollapseBeforeStartupFinishedShowsEverything) {
   boot();
   AppEnvironment environment(desktop());
-  auto& early = environment.statusBarController();
+  auto& early = environment.makeStatusBarController();
   early.collapseBar("explicit");
   EXPECT_TRUE(early.isExpanded.get());
   EXPECT_TRUE(early.isDeepExpanded.get());
@@ -218,7 +218,7 @@ TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) 
   EXPECT_FALSE(controller().isExpanded.get());
   ASSERT_FALSE(desktop().ui().notices.empty());
   EXPECT_EQ(desktop().ui().notices.back().request.message,
-            session().delegate()->environment().tr("folding_ineffective_banner"));
+            session().delegate()->environment()->tr("folding_ineffective_banner"));
 }
 
 TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) {
@@ -291,7 +291,7 @@ TEST_F(StateMachineTest, LanguageChangesRelabelTheOwnItemsAtOnce) {
   auto separatorLabel = [&] {
     return desktop().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
   };
-  auto& localization = session().delegate()->environment().localization();
+  auto& localization = session().delegate()->environment()->localization();
   std::string english = toolTip();
   EXPECT_EQ(english.substr(0, english.find('\n')), localization.tr("tooltip_status_collapsed"));
 

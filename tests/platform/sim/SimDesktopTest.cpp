@@ -4,7 +4,7 @@
 #include <fstream>
 #include <unistd.h>
 
-#include "app/WorkItem.h"
+#include "base/WorkItem.h"
 #include "platform/sim/SimDesktop.h"
 
 namespace tarvolo::sim {

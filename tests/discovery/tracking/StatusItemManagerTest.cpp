@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "app/AppEnvironment.h"
-#include "discovery/MenuBarPlacementLedger.h"
-#include "discovery/StatusItemManager.h"
+#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/tracking/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
 #include "support/SimFixture.h"
 
@@ -41,7 +41,7 @@ std::vector<std::string> bundleIDs(const std::vector<MenuBarAppItem>& items) {
 
 class CatalogTest : public SimAppTest {
  protected:
-  AppEnvironment& env() { return session().delegate()->environment(); }
+  AppEnvironment& env() { return *session().delegate()->environment(); }
   StatusItemManager& catalog() { return env().statusItemManager(); }
   MenuBarPlacementLedger& ledger() { return env().placementLedger(); }
   const MenuBarAppItem& row(const std::string& bundle) {

@@ -4,6 +4,7 @@
 // pins, where their icons were last seen, and which of them the window server or Accessibility
 // could tie to an icon. Main thread only; one per run, owned by the environment.
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -11,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-#include "app/MainThreadChecker.h"
-#include "app/Published.h"
-#include "app/Subscription.h"
-#include "app/WeakHandle.h"
-#include "app/WorkItem.h"
+#include "base/MainThreadChecker.h"
+#include "base/Published.h"
+#include "base/Subscription.h"
+#include "base/WeakHandle.h"
+#include "base/WorkItem.h"
 #include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
@@ -23,8 +24,8 @@
 
 namespace tarvolo {
 
-class AppEnvironment;
 class MenuBarPlacementLedger;
+class NotificationCenter;
 
 // One catalogue row.
 struct MenuBarAppItem {
@@ -64,7 +65,17 @@ class StatusItemManager {
   // tied to their applications through Accessibility.
   static constexpr int accessibilityAttributionFromOSMajor = 26;
 
-  explicit StatusItemManager(AppEnvironment& environment);
+  struct Dependencies {
+    platform::Platform& platform;
+    // Where the catalogue posts its changes, and where the workspace tells of launches.
+    NotificationCenter& defaultCenter;
+    NotificationCenter& workspaceCenter;
+    MenuBarPlacementLedger& ledger;
+  };
+  // Reads the own items' extents; absent while they cannot be read.
+  using AnchorSource = std::function<std::optional<PlacementAnchors>()>;
+
+  explicit StatusItemManager(Dependencies dependencies);
   ~StatusItemManager();
   StatusItemManager(const StatusItemManager&) = delete;
   StatusItemManager& operator=(const StatusItemManager&) = delete;
@@ -80,6 +91,10 @@ class StatusItemManager {
   Published<std::set<std::string>> attributedBundleIDs;
   // Newly found applications, lower-cased, oldest first, waiting for their notice.
   Published<std::vector<std::string>> pendingNewAppBundleIds;
+
+  // Zones are computed against the own items, which exist only after the catalogue: the owner
+  // of the items hands their anchors in once it has made them.
+  void setOwnItemAnchors(AnchorSource anchors, double expandedSeparatorLength);
 
   // --- scanning
   void scanRunningApplications();
@@ -136,9 +151,12 @@ class StatusItemManager {
   std::vector<ForeignMenuBarWindow> attributionWindows() const;
   std::vector<const MenuBarAppItem*> allItems() const;
 
-  AppEnvironment& env_;
   platform::Platform& platform_;
+  NotificationCenter& defaultCenter_;
+  NotificationCenter& workspaceCenter_;
   MenuBarPlacementLedger& ledger_;
+  AnchorSource anchors_;
+  double expandedSeparatorLength_ = 0;
   MainThreadChecker mainThread_;
 
   std::map<std::string, std::string> saved_;

@@ -1,14 +1,12 @@
 #pragma once
 
+#include <any>
 #include <functional>
 #include <map>
-#include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "app/Subscription.h"
-#include "platform/Platform.h"
+#include "base/MainQueue.h"
+#include "base/ObserverList.h"
 
 namespace tarvolo {
 
@@ -34,16 +32,19 @@ inline constexpr const char* didActivateApplication = "didActivateApplication";
 
 struct Notification {
   std::string name;
-  // The application the workspace notifications are about.
-  std::optional<platform::RunningApplication> application;
+  // What the notification is about; the workspace's carry the platform's running application.
+  std::any object;
   std::map<std::string, std::string> userInfo;
+
+  template <typename T>
+  const T* objectAs() const {
+    return std::any_cast<T>(&object);
+  }
 };
 
 class NotificationCenter {
  public:
   using Handler = std::function<void(const Notification&)>;
-
-  NotificationCenter() : observers_(std::make_shared<Observers>()) {}
 
   // The handler runs synchronously inside post(); handlers that must hop to the main queue do so
   // themselves (see `onMainQueue`).
@@ -52,18 +53,10 @@ class NotificationCenter {
   void post(const std::string& name) { post(Notification{.name = name}); }
 
  private:
-  struct Entry {
-    std::string name;
-    Handler handler;
-  };
-  struct Observers {
-    unsigned long long nextId = 0;
-    std::map<unsigned long long, Entry> entries;
-  };
-  std::shared_ptr<Observers> observers_;
+  ObserverList<const Notification&> observers_;
 };
 
 // Wraps a handler so it runs asynchronously on the main queue, as the app's observers do.
-NotificationCenter::Handler onMainQueue(platform::MainQueue& queue, NotificationCenter::Handler handler);
+NotificationCenter::Handler onMainQueue(MainQueue& queue, NotificationCenter::Handler handler);
 
 }  // namespace tarvolo

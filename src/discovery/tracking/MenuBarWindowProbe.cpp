@@ -1,4 +1,4 @@
-#include "discovery/MenuBarWindowProbe.h"
+#include "discovery/tracking/MenuBarWindowProbe.h"
 
 #include <algorithm>
 

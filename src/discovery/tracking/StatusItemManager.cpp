@@ -1,15 +1,13 @@
-#include "discovery/StatusItemManager.h"
+#include "discovery/tracking/StatusItemManager.h"
 
 #include <algorithm>
 #include <array>
 
-#include "app/AppEnvironment.h"
-#include "app/Log.h"
-#include "app/NotificationCenter.h"
-#include "discovery/MenuBarPlacementLedger.h"
-#include "discovery/MenuBarWindowProbe.h"
+#include "base/Log.h"
+#include "base/NotificationCenter.h"
+#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/tracking/MenuBarWindowProbe.h"
 #include "discovery/PlacementPolicy.h"
-#include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
 
@@ -70,17 +68,23 @@ std::string joined(const std::set<std::string>& values) {
 
 }  // namespace
 
-StatusItemManager::StatusItemManager(AppEnvironment& environment)
-    : env_(environment),
-      platform_(environment.platform()),
-      ledger_(environment.placementLedger()),
-      membershipRescanWork_(environment.mainQueue()),
-      zoneRefreshWork_(environment.mainQueue()) {
+StatusItemManager::StatusItemManager(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      defaultCenter_(dependencies.defaultCenter),
+      workspaceCenter_(dependencies.workspaceCenter),
+      ledger_(dependencies.ledger),
+      membershipRescanWork_(dependencies.platform.mainQueue()),
+      zoneRefreshWork_(dependencies.platform.mainQueue()) {
   loadStoredState();
   subscribe();
 }
 
 StatusItemManager::~StatusItemManager() = default;
+
+void StatusItemManager::setOwnItemAnchors(AnchorSource anchors, double expandedSeparatorLength) {
+  anchors_ = std::move(anchors);
+  expandedSeparatorLength_ = expandedSeparatorLength;
+}
 
 // --- stored state --------------------------------------------------------------------------------
 
@@ -140,12 +144,13 @@ void StatusItemManager::storePins() {
 // --- workspace ---------------------------------------------------------------------------------------
 
 void StatusItemManager::subscribe() {
-  auto& queue = env_.mainQueue();
-  auto& workspace = env_.workspaceCenter();
+  auto& queue = platform_.mainQueue();
+  auto& workspace = workspaceCenter_;
   auto weak = weakFactory_.handle();
   auto bundleOf = [](const Notification& notification) -> std::optional<std::string> {
-    if (!notification.application) return std::nullopt;
-    return notification.application->bundleIdentifier;
+    const auto* app = notification.objectAs<platform::RunningApplication>();
+    if (!app) return std::nullopt;
+    return app->bundleIdentifier;
   };
   cancellables_.push_back(workspace.addObserver(
       Notifications::didLaunchApplication, onMainQueue(queue, [weak, bundleOf](const Notification& notification) {
@@ -299,7 +304,7 @@ void StatusItemManager::publishCatalog() {
   const bool changed = likely != items.get() || other != otherRunningItems.get();
   items = std::move(likely);
   otherRunningItems = std::move(other);
-  if (changed) env_.defaultCenter().post(Notifications::menuBarCatalogDidChange);
+  if (changed) defaultCenter_.post(Notifications::menuBarCatalogDidChange);
 }
 
 // --- attribution and zones -------------------------------------------------------------------------
@@ -342,10 +347,9 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
 void StatusItemManager::refreshObservedZones() {
   mainThread_.check();
   refreshAttributedMenuBarApps();
-  auto* controller = env_.existingStatusBarController();
-  if (!controller) return;
-  const auto anchors = controller->currentPlacementAnchors();
-  const double expandedLength = controller->expandedSeparatorLength();
+  if (!anchors_) return;
+  const auto anchors = anchors_();
+  const double expandedLength = expandedSeparatorLength_;
   // While a separator stands collapsed its edges say nothing; what was last seen stays.
   if (!anchors || !PlacementPolicy::anchorsUsable(*anchors, expandedLength)) return;
 
@@ -432,7 +436,7 @@ void StatusItemManager::setCategory(std::string_view bundleID, ItemCategory cate
   storeCategories();
   MenuBarLog::log("category assign bundle=" + std::string(bundleID) + " category=" + raw);
   publishCatalog();
-  env_.defaultCenter().post(Notification{.name = Notifications::itemCategoryDidChange,
+  defaultCenter_.post(Notification{.name = Notifications::itemCategoryDidChange,
                                          .userInfo = {{"bundleID", std::string(bundleID)}, {"category", raw}}});
 }
 
@@ -443,7 +447,7 @@ void StatusItemManager::removeCategory(std::string_view bundleID) {
   storeCategories();
   MenuBarLog::log("category remove bundle=" + std::string(bundleID));
   publishCatalog();
-  env_.defaultCenter().post(
+  defaultCenter_.post(
       Notification{.name = Notifications::itemCategoryDidChange, .userInfo = {{"bundleID", std::string(bundleID)}}});
 }
 

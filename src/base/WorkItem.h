@@ -3,7 +3,7 @@
 #include <functional>
 #include <optional>
 
-#include "platform/Platform.h"
+#include "base/MainQueue.h"
 
 namespace tarvolo {
 
@@ -11,7 +11,7 @@ namespace tarvolo {
 // step, and destroying the item cancels it, so an owner never runs a stale step.
 class WorkItem {
  public:
-  explicit WorkItem(platform::MainQueue& queue) : queue_(&queue) {}
+  explicit WorkItem(MainQueue& queue) : queue_(&queue) {}
   ~WorkItem() { cancel(); }
   WorkItem(const WorkItem&) = delete;
   WorkItem& operator=(const WorkItem&) = delete;
@@ -37,8 +37,8 @@ class WorkItem {
   bool isScheduled() const { return pending_.has_value(); }
 
  private:
-  platform::MainQueue* queue_;
-  std::optional<platform::TaskId> pending_;
+  MainQueue* queue_;
+  std::optional<TaskId> pending_;
   unsigned long long token_ = 0;
 };
 

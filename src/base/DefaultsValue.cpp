@@ -1,4 +1,4 @@
-#include "platform/DefaultsValue.h"
+#include "base/DefaultsValue.h"
 
 namespace tarvolo {
 

@@ -1,4 +1,4 @@
-#include "discovery/MenuBarPlacementLedger.h"
+#include "discovery/tracking/MenuBarPlacementLedger.h"
 
 #include <algorithm>
 #include <cassert>

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace tarvolo {
 
@@ -40,5 +42,15 @@ class WeakHandleFactory {
  private:
   std::shared_ptr<T*> control_;
 };
+
+// A callable that runs `action` on the owner (a member function, or anything invocable with
+// the owner first), with `bound` and then the call's own arguments; once the owner is gone,
+// calling it does nothing.
+template <typename T, typename Action, typename... Bound>
+auto bindWeak(WeakHandle<T> handle, Action action, Bound... bound) {
+  return [handle = std::move(handle), action = std::move(action), bound...](auto&&... rest) {
+    if (T* owner = handle.get()) std::invoke(action, *owner, bound..., std::forward<decltype(rest)>(rest)...);
+  };
+}
 
 }  // namespace tarvolo

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/DefaultsValue.h"
+#include "base/DefaultsValue.h"
 
 namespace tarvolo {
 namespace {
