@@ -8,8 +8,9 @@
 #include <filesystem>
 #include <vector>
 
-#include "CollapseSettling.h"
-#include "ScenarioRunner.h"
+#include "harness/CollapseSettling.h"
+#include "harness/Corpus.h"
+#include "harness/ScenarioRunner.h"
 
 namespace {
 
@@ -18,17 +19,6 @@ namespace fs = std::filesystem;
 
 // Virtual seconds each run is given; the corpus settles well within.
 constexpr double kRunLimit = 5;
-
-std::vector<scenario::Scenario> corpus() {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus")) {
-    if (entry.path().extension() == ".json") files.push_back(entry.path());
-  }
-  std::sort(files.begin(), files.end());
-  std::vector<scenario::Scenario> scenarios;
-  for (const auto& file : files) scenarios.push_back(scenario::loadScenario(file));
-  return scenarios;
-}
 
 scenario::CollapseSettling firstCollapse(const scenario::Scenario& desktop) {
   return scenario::settleFirstCollapse(desktop, scenario::startingDefaults(desktop, std::nullopt, nullptr), kRunLimit);
@@ -41,7 +31,7 @@ double median(std::vector<double> values) {
 }
 
 void BM_CorpusFirstCollapse(benchmark::State& state) {
-  const auto scenarios = corpus();
+  const auto scenarios = scenario::loadCorpus();
   std::vector<double> probes;
   std::vector<double> seconds;
   for (auto _ : state) {
@@ -68,7 +58,7 @@ BENCHMARK(BM_CorpusFirstCollapse)->Unit(benchmark::kMillisecond);
 // One whole search on a desktop: the narrowest and the widest screen of the corpus.
 void BM_OneWholeSearch(benchmark::State& state, const char* name) {
   const scenario::Scenario desktop =
-      scenario::loadScenario(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus" / (std::string(name) + ".json"));
+      scenario::loadCorpusDesktop(name);
   int probes = 0;
   for (auto _ : state) {
     auto settling = firstCollapse(desktop);

@@ -5,8 +5,9 @@
 
 #include <filesystem>
 
-#include "ScenarioRunner.h"
-#include "SimSession.h"
+#include "harness/ScenarioRunner.h"
+#include "harness/Corpus.h"
+#include "harness/SimSession.h"
 #include "statusbar/StatusBarController.h"
 
 namespace {
@@ -15,7 +16,7 @@ using namespace tarvolo;
 
 void BM_StartupToFirstCollapse(benchmark::State& state) {
   const scenario::Scenario demo =
-      scenario::loadScenario(std::filesystem::path(TARVOLO_SOURCE_DIR) / "scenarios" / "demo-laptop-14.json");
+      scenario::loadScenario(scenario::scenariosDirectory() / "demo-laptop-14.json");
   for (auto _ : state) {
     auto desktop = scenario::makeDesktop(demo);
     desktop->replaceDefaults(scenario::startingDefaults(demo, std::nullopt, nullptr));

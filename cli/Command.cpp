@@ -1,11 +1,11 @@
-#include "Command.h"
+#include "cli/Command.h"
 
 #include <cstdio>
 #include <fstream>
 #include <ostream>
 
-#include "Render.h"
-#include "ScenarioRunner.h"
+#include "harness/Render.h"
+#include "harness/ScenarioRunner.h"
 
 namespace tarvolo::scenario {
 

@@ -1,4 +1,4 @@
-#include "StringsCommand.h"
+#include "cli/StringsCommand.h"
 
 #include "localization/StringTable.h"
 

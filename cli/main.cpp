@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
-#include "Command.h"
-#include "StringsCommand.h"
+#include "cli/Command.h"
+#include "cli/StringsCommand.h"
 
 int main(int argc, char** argv) {
   using namespace tarvolo::scenario;

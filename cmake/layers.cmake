@@ -7,13 +7,16 @@
 # breaks the layering fails to compile. Sub-folders are layers of their own.
 
 # tarvolo_layer(<folder under src/> [USES <targets>...] [EXTERNAL <targets>...]
-#               [EXCLUDE <source file names>...])
+#               [EXCLUDE <source file names>...] [ROOT <directory>])
 # Defines the target tarvolo_<folder, "/" as "_">, e.g. tarvolo_discovery_tracking, from the
-# folder's .cpp (and, for the Mac, .mm) files.
+# folder's .cpp (and, for the Mac, .mm) files. ROOT places the folder elsewhere than src/.
 function(tarvolo_layer folder)
-  cmake_parse_arguments(LAYER "" "" "USES;EXTERNAL;EXCLUDE" ${ARGN})
+  cmake_parse_arguments(LAYER "" "ROOT" "USES;EXTERNAL;EXCLUDE" ${ARGN})
+  if(NOT LAYER_ROOT)
+    set(LAYER_ROOT ${PROJECT_SOURCE_DIR}/src)
+  endif()
   string(REPLACE "/" "_" name "tarvolo_${folder}")
-  set(dir ${PROJECT_SOURCE_DIR}/src/${folder})
+  set(dir ${LAYER_ROOT}/${folder})
   file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp ${dir}/*.mm)
   foreach(excluded IN LISTS LAYER_EXCLUDE)
     list(REMOVE_ITEM sources ${dir}/${excluded})

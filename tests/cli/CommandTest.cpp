@@ -7,14 +7,15 @@
 #include <sstream>
 #include <string>
 
-#include "Command.h"
+#include "cli/Command.h"
+#include "harness/Corpus.h"
 
 namespace tarvolo::scenario {
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kDemo = fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "demo-laptop-14.json";
+const fs::path kDemo = scenario::scenariosDirectory() / "demo-laptop-14.json";
 
 struct Outcome {
   int status = -1;

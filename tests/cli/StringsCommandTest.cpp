@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "StringsCommand.h"
+#include "cli/StringsCommand.h"
 #include "localization/StringTable.h"
 
 namespace tarvolo::scenario {

@@ -1,6 +1,6 @@
 #include "app/AppEnvironment.h"
 #include "statusbar/FoldPlaceholderController.h"
-#include "CollapseSettling.h"
+#include "harness/CollapseSettling.h"
 #include "support/SimFixture.h"
 #include "visibility/CollapseLengthCache.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "SimSession.h"
+#include "harness/SimSession.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::testing {

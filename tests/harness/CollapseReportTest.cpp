@@ -2,9 +2,10 @@
 
 #include <filesystem>
 
-#include "Report.h"
-#include "Scenario.h"
-#include "ScenarioRunner.h"
+#include "harness/Report.h"
+#include "harness/Corpus.h"
+#include "harness/Scenario.h"
+#include "harness/ScenarioRunner.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {
@@ -63,7 +64,7 @@ TEST(CollapseScenarioSettings, RejectAnUnknownItemAndTwoWaysOfGivingMenus) {
 }
 
 TEST(CollapseReport, ShowsTheMenusTheProbesAndTheStoredLengths) {
-  Scenario scenario = loadScenario(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus" / "laptop-13-os14.json");
+  Scenario scenario = loadCorpusDesktop("laptop-13-os14");
   json out = json::parse(toJson(runScenario(scenario)).dump());
   EXPECT_EQ(out["menus"]["frontmost"], "com.example.browser");
   EXPECT_EQ(out["menus"]["width"], 430);

@@ -10,8 +10,9 @@
 #include <sstream>
 #include <string>
 
-#include "Render.h"
-#include "ScenarioRunner.h"
+#include "harness/Render.h"
+#include "harness/Corpus.h"
+#include "harness/ScenarioRunner.h"
 
 namespace tarvolo::scenario {
 namespace {
@@ -22,7 +23,7 @@ using json = nlohmann::json;
 constexpr const char* kPositionKeyPrefix = "NSStatusItem Preferred Position ";
 
 json demoDocument() {
-  std::ifstream in(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "demo-laptop-14.json");
+  std::ifstream in(scenariosDirectory() / "demo-laptop-14.json");
   return json::parse(in);
 }
 
@@ -71,7 +72,7 @@ class TempFile {
 };
 
 TEST(ScenarioRunnerTest, DemoEndsCollapsedWithOnlyTheAlwaysVisibleIconsOnScreen) {
-  Scenario demo = loadScenario(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "demo-laptop-14.json");
+  Scenario demo = loadScenario(scenariosDirectory() / "demo-laptop-14.json");
   std::map<std::string, BarSnapshot> seen;
   RunOptions options;
   options.onCheckpoint = [&](const Checkpoint& checkpoint) { seen.emplace(checkpoint.label, checkpoint.bar); };
@@ -255,7 +256,7 @@ TEST(ScenarioRunnerTest, DefaultsFileCarriesOneRunIntoTheNextAndSurvivesCorrupti
 }
 
 TEST(ScenarioRunnerTest, PlacementScenarioReportsCategoriesZonesAndTheCatalogue) {
-  Report report = runScenario(loadScenario(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "placement.json"));
+  Report report = runScenario(loadScenario(scenariosDirectory() / "placement.json"));
   for (const auto& step : report.steps) EXPECT_TRUE(step.performed) << step.action << ": " << step.note;
   json out = json::parse(toJson(report).dump());
 

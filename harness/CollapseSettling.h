@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Scenario.h"
+#include "harness/Scenario.h"
 #include "platform/sim/SimDefaultsStore.h"
 #include "platform/sim/SimDesktop.h"
 

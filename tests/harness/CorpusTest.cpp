@@ -4,8 +4,9 @@
 #include <filesystem>
 #include <set>
 
-#include "CollapseSettling.h"
-#include "ScenarioRunner.h"
+#include "harness/CollapseSettling.h"
+#include "harness/Corpus.h"
+#include "harness/ScenarioRunner.h"
 
 namespace tarvolo::scenario {
 namespace {
@@ -15,15 +16,6 @@ namespace fs = std::filesystem;
 constexpr int kProbeBudget = 24;
 constexpr double kFirstCollapseBudget = 3;     // seconds of virtual time
 constexpr double kRememberedCollapseBudget = 0.5;
-
-std::vector<fs::path> corpusFiles() {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(fs::path(TARVOLO_SOURCE_DIR) / "scenarios" / "corpus")) {
-    if (entry.path().extension() == ".json") files.push_back(entry.path());
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
 
 std::string joined(const std::vector<std::string>& lines) {
   std::string out;

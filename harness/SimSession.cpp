@@ -1,4 +1,4 @@
-#include "SimSession.h"
+#include "harness/SimSession.h"
 
 #include "discovery/tracking/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"

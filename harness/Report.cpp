@@ -1,9 +1,9 @@
-#include "Report.h"
+#include "harness/Report.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include "Scenario.h"
+#include "harness/Scenario.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 

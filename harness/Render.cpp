@@ -1,4 +1,4 @@
-#include "Render.h"
+#include "harness/Render.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,7 +7,7 @@
 #include <set>
 #include <vector>
 
-#include "Scenario.h"
+#include "harness/Scenario.h"
 
 namespace tarvolo::scenario {
 

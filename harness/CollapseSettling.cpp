@@ -1,9 +1,9 @@
-#include "CollapseSettling.h"
+#include "harness/CollapseSettling.h"
 
 #include <optional>
 
-#include "ScenarioRunner.h"
-#include "SimSession.h"
+#include "harness/ScenarioRunner.h"
+#include "harness/SimSession.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {

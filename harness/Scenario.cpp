@@ -1,4 +1,4 @@
-#include "Scenario.h"
+#include "harness/Scenario.h"
 
 #include <algorithm>
 #include <array>

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "Report.h"
+#include "harness/Report.h"
 #include "platform/sim/SimDesktop.h"
 
 namespace tarvolo::scenario {

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "Report.h"
-#include "Scenario.h"
+#include "harness/Report.h"
+#include "harness/Scenario.h"
 #include "platform/sim/SimDefaultsStore.h"
 #include "platform/sim/SimDesktop.h"
 

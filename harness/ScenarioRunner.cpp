@@ -1,9 +1,9 @@
-#include "ScenarioRunner.h"
+#include "harness/ScenarioRunner.h"
 
 #include <cstdio>
 #include <limits>
 
-#include "SimSession.h"
+#include "harness/SimSession.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
