@@ -479,7 +479,7 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
       }
       return;
     case Action::openShelfAll:
-      showIconShelf(std::string("all"));
+      showIconShelf(MenuBarAccessTier::all);
       return;
     case Action::expandFolded:
       closeIconShelf();
@@ -492,9 +492,9 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
   }
 }
 
-void StatusBarController::showIconShelf(std::optional<std::string> tier) {
-  MenuBarLog::log("iconShelf show tier=" + tier.value_or("none"));
-  platform_.userInterface().showIconShelf(std::move(tier));
+void StatusBarController::showIconShelf(std::optional<MenuBarAccessTier> tier) {
+  MenuBarLog::log(LogLine("iconShelf show").add("tier", tier ? rawValue(*tier) : std::string_view("none")));
+  platform_.userInterface().showIconShelf(tier);
 }
 
 void StatusBarController::closeIconShelf() {

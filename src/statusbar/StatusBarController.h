@@ -182,7 +182,7 @@ class StatusBarController {
   void recordArrowPress();
   void clearArrowPress();
   void performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action);
-  void showIconShelf(std::optional<std::string> tier);
+  void showIconShelf(std::optional<MenuBarAccessTier> tier);
   void closeIconShelf();
   void presentFirstLaunchCoach();
   void showEverything();
