@@ -294,7 +294,8 @@ void StatusBarController::readCliffBaseline(unsigned long long generation) {
     return;
   }
   if (!measurement.usable) {
-    retryCliffBaseline(generation, measurement.sharedHost ? "shared-host" : "unread");
+    retryCliffBaseline(generation, measurement.sharedHost ? SeparatorReadFailure::sharedHost
+                                                          : SeparatorReadFailure::unread);
     return;
   }
   cliffBaselineEdge_ = measurement.arrowFacingEdge;
@@ -325,11 +326,12 @@ void StatusBarController::readCliffBaseline(unsigned long long generation) {
   probeCliff(generation);
 }
 
-void StatusBarController::retryCliffBaseline(unsigned long long generation, const std::string& reason) {
+void StatusBarController::retryCliffBaseline(unsigned long long generation, SeparatorReadFailure reason) {
   ++cliffUnreadRetries_;
-  MenuBarLog::log("search baseline retry reason=" + reason + " retry=" + std::to_string(cliffUnreadRetries_));
+  MenuBarLog::log("search baseline retry reason=" + std::string(rawValue(reason)) +
+                  " retry=" + std::to_string(cliffUnreadRetries_));
   if (cliffUnreadRetries_ > kCliffBaselineRetryLimit) {
-    giveUpCliffSearch("baseline-" + reason, std::nullopt);
+    giveUpCliffSearch(baselineUnreadable(reason), std::nullopt);
     return;
   }
   cliffStepWork_.schedule(Policy::cliffProbeSettleDelay, [weak = weak(), generation] {
@@ -392,7 +394,8 @@ void StatusBarController::readCliffProbe(unsigned long long generation, double p
       .probedToggleAnchor = measurement.toggleAnchor,
   });
   if (verdict == SeparatorLayoutVerdict::unread) {
-    retryCliffProbe(generation, probe, measurement.sharedHost ? "shared-host" : "unread");
+    retryCliffProbe(generation, probe,
+                    measurement.sharedHost ? SeparatorReadFailure::sharedHost : SeparatorReadFailure::unread);
     return;
   }
   MenuBarLog::log("probe read requested=" + integerText(probe) + " verdict=" + std::string(rawValue(verdict)) +
@@ -405,12 +408,12 @@ void StatusBarController::readCliffProbe(unsigned long long generation, double p
   probeCliff(generation);
 }
 
-void StatusBarController::retryCliffProbe(unsigned long long generation, double probe, const std::string& reason) {
+void StatusBarController::retryCliffProbe(unsigned long long generation, double probe, SeparatorReadFailure reason) {
   ++cliffUnreadRetries_;
-  MenuBarLog::log("probe retry requested=" + integerText(probe) + " reason=" + reason +
+  MenuBarLog::log("probe retry requested=" + integerText(probe) + " reason=" + std::string(rawValue(reason)) +
                   " retry=" + std::to_string(cliffUnreadRetries_));
   if (cliffUnreadRetries_ > kCliffUnreadRetryLimit) {
-    giveUpCliffSearch("probe-" + reason, std::nullopt);
+    giveUpCliffSearch(probeUnreadable(reason), std::nullopt);
     return;
   }
   cliffStepWork_.schedule(Policy::cliffProbeSettleDelay, [weak = weak(), generation, probe] {
@@ -422,7 +425,7 @@ void StatusBarController::finishCliffSearch(double length) {
   if (!cliffSearch_) return;
   const auto search = *cliffSearch_;
   if (!Policy::collapseLengthHidesIcons(length)) {
-    giveUpCliffSearch("settled-at-floor", std::nullopt);
+    giveUpCliffSearch(StayExpandedReason::settledAtFloor, std::nullopt);
     return;
   }
   const double result = std::max(length, Policy::collapseSearchLowerBound);
@@ -454,11 +457,12 @@ void StatusBarController::finishCliffSearch(double length) {
   applyVisibilityNow();
 }
 
-void StatusBarController::giveUpCliffSearch(const std::string& reason, std::optional<double> applyLength) {
+void StatusBarController::giveUpCliffSearch(StayExpandedReason reason, std::optional<double> applyLength) {
   ++cliffGiveUps_;
   cliffSearchGaveUp_ = true;
   double fallback = applyLength.value_or(collapseLength(frontmostBundleID()));
-  MenuBarLog::log("cliff gave up reason=" + reason + " attempts=" + std::to_string(cliffProbeCount_) +
+  MenuBarLog::log("cliff gave up reason=" + std::string(rawValue(reason)) +
+                  " attempts=" + std::to_string(cliffProbeCount_) +
                   " giveUps=" + std::to_string(cliffGiveUps_) + " fallback=" + integerText(fallback) + " " +
                   ownFramesSummary());
   abortCliffSearch();
@@ -488,7 +492,7 @@ void StatusBarController::scheduleCliffRetryIfNeeded() {
     if (self->readAlwaysVisibleAnchor() == false) return;
     self->cliffGiveUps_ = 0;
     self->cliffSearchGaveUp_ = false;
-    self->collapseBar("cliff-retry");
+    self->collapseBar(CollapseReason::cliffRetry);
   });
 }
 

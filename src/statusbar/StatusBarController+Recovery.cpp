@@ -48,7 +48,7 @@ void StatusBarController::stopEjectedRecovery(const std::string& key) {
   perAppLengths_.forget(CollapseLengthCache::screenPart(key), bundle.value_or(""));
   persistPerAppLengths();
   collapseRecoveryPhase_ = CollapseRecoveryPhase::capped;
-  stayExpandedBecauseFoldingFailed("ejected", true);
+  stayExpandedBecauseFoldingFailed(StayExpandedReason::ejected, true);
 }
 
 void StatusBarController::clearCollapseBudget(const std::string& bundleID) {
@@ -199,8 +199,9 @@ void StatusBarController::presentCollapseNotice(const std::string& kind, const s
   });
 }
 
-void StatusBarController::stayExpandedBecauseFoldingFailed(const std::string& reason, bool offerAutomaticRepair) {
-  MenuBarLog::log("collapse stays expanded reason=" + reason + " offerRepair=" + boolText(offerAutomaticRepair));
+void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair) {
+  MenuBarLog::log("collapse stays expanded reason=" + std::string(rawValue(reason)) +
+                  " offerRepair=" + boolText(offerAutomaticRepair));
   isExpanded = true;
   isDeepExpanded = true;
   updateButtonAppearance();
@@ -212,7 +213,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(const std::string& re
     return;
   }
   collapseRefusedNoticeAt_ = now;
-  const bool order = reason == "order";
+  const bool order = reason == StayExpandedReason::order;
   platform::NoticeRequest notice{
       .message = text(order ? "folding_ineffective_banner" : "collapse_folding_unavailable"),
       .actionTitle = std::nullopt,
@@ -224,10 +225,11 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(const std::string& re
     // Measuring again later may succeed where this attempt could not.
     notice.actionTitle = text("menu_collapse");
     notice.onAction = [weak = weak()] {
-      if (auto* self = weak.get()) self->collapseBar("menu");
+      if (auto* self = weak.get()) self->collapseBar(CollapseReason::menu);
     };
   }
-  MenuBarLog::log("collapse notice kind=" + std::string(kStayExpandedNoticeKind) + " reason=" + reason);
+  MenuBarLog::log("collapse notice kind=" + std::string(kStayExpandedNoticeKind) +
+                  " reason=" + std::string(rawValue(reason)));
   platform_.userInterface().presentNotice(std::move(notice));
 }
 

@@ -28,13 +28,13 @@ constexpr double kRebaselineDelay = 0.5;
 StatusBarController::SeparatorMeasurement StatusBarController::measureSeparator(double requestedLength) const {
   SeparatorMeasurement m;
   if (!separatorStatusItem_) {
-    m.failure = "no-window";
+    m.failure = SeparatorReadFailure::noWindow;
     return m;
   }
   auto button = separatorStatusItem_->buttonFrameOnScreen();
   auto window = separatorStatusItem_->windowFrame();
   if (!button && !window) {
-    m.failure = "no-window";
+    m.failure = SeparatorReadFailure::noWindow;
     return m;
   }
   m.windowWidth = window ? window->width : 0;

@@ -181,6 +181,12 @@ void StatusBarController::showEverything() {
   applyVisibilityNow();
 }
 
+// The campaign retries for the reason the first collapse was withheld, or for start-up.
+std::string StatusBarController::startupRetryReason() const {
+  return std::string(startupCollapseWithheldReason_ ? rawValue(*startupCollapseWithheldReason_)
+                                                    : rawValue(CollapseReason::startup));
+}
+
 void StatusBarController::finishStartup() {
   mainThread_.check();
   startupCollapseAllowed_ = true;
@@ -189,9 +195,9 @@ void StatusBarController::finishStartup() {
     presentFirstLaunchCoach();
     return;
   }
-  collapseBar("startup");
+  collapseBar(CollapseReason::startup);
 
-  std::string reason = startupCollapseWithheldReason_.value_or("startup");
+  std::string reason = startupRetryReason();
   startupCollapseWithheldReason_.reset();
   if (!startupCollapsePending_ && startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_ &&
       isExpanded.get() && isDeepExpanded.get()) {
@@ -209,7 +215,7 @@ void StatusBarController::scheduleStartupCollapseRetry(const std::string& reason
     MenuBarLog::log("collapse retry gave up reason=" + reason);
     if (!readAlwaysVisibleAnchor().has_value() && startupCollapseAllowed_ && onboardingComplete() &&
         !manualPlacement_) {
-      collapseBar("startup");
+      collapseBar(CollapseReason::startup);
     }
     // Order repair takes over here once it exists; until then the bar stays shown.
     return;
@@ -231,7 +237,7 @@ void StatusBarController::performStartupCollapseRetry(const std::string& reason)
   }
   if (readAlwaysVisibleAnchor() == true) {
     startupCollapseRetryWork_.cancel();
-    collapseBar("startup");
+    collapseBar(CollapseReason::startup);
     if (isExpanded.get() && isDeepExpanded.get() && conditionsHold()) {
       scheduleStartupCollapseRetry(reason);
       return;
@@ -247,7 +253,7 @@ void StatusBarController::startupCollapseFramesReady() {
   if (!startupCollapsePending_ || !startupCollapseAllowed_ || !onboardingComplete() || manualPlacement_) return;
   if (readAlwaysVisibleAnchor() != true) return;
   startupCollapseRetryWork_.cancel();
-  std::string reason = startupCollapseWithheldReason_.value_or("startup");
+  std::string reason = startupRetryReason();
   platform_.mainQueue().post(0, [weak = weak(), reason] {
     if (auto* self = weak.get()) self->performStartupCollapseRetry(reason);
   });
@@ -297,8 +303,9 @@ MenuBarPresentation StatusBarController::currentPresentation() const {
   return Policy::presentationFor(isExpanded.get(), isDeepExpanded.get());
 }
 
-void StatusBarController::toggleBar(bool deep) {
+void StatusBarController::toggleBar(ExpandDepth depth) {
   mainThread_.check();
+  const bool deep = depth == ExpandDepth::deep;
   Diag::log(std::string("toggleBar(deep: ") + boolText(deep) + ") isExpanded=" + boolText(isExpanded.get()) +
             " isDeep=" + boolText(isDeepExpanded.get()) + " foldingEffective=" + boolText(foldingEffective.get()));
   if (!foldingEffective.get()) {
@@ -310,22 +317,21 @@ void StatusBarController::toggleBar(bool deep) {
     return;
   }
   if (deep) {
-    if (isExpanded.get() && isDeepExpanded.get()) {
-      expandBar(false, true);
-    } else {
-      expandBar(true, true);
-    }
+    // From the deep-expanded bar a deep toggle steps down to the expanded one, not to collapsed.
+    expandBar(isExpanded.get() && isDeepExpanded.get() ? ExpandDepth::normal : ExpandDepth::deep, Initiator::user);
     return;
   }
   if (isExpanded.get()) {
-    collapseBar("explicit");
+    collapseBar(CollapseReason::explicitToggle);
   } else {
-    expandBar(false, true);
+    expandBar(ExpandDepth::normal, Initiator::user);
   }
 }
 
-void StatusBarController::expandBar(bool deep, bool userInitiated) {
+void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   mainThread_.check();
+  const bool deep = depth == ExpandDepth::deep;
+  const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
     cancelStartupCollapseRetry();
     if (platform_.userInterface().isPreferencesVisible()) keepPreferencesVisible_ = true;
@@ -338,8 +344,9 @@ void StatusBarController::expandBar(bool deep, bool userInitiated) {
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().keepPreferencesFront();
 }
 
-void StatusBarController::collapseBar(const std::string& reason) {
+void StatusBarController::collapseBar(CollapseReason collapseReason) {
   mainThread_.check();
+  const std::string reason(rawValue(collapseReason));
   // Guard 1: nothing may hide before start-up finished or while the coach runs.
   if (!startupCollapseAllowed_ || !onboardingComplete()) {
     MenuBarLog::log("collapse blocked reason=" + reason);
@@ -351,8 +358,8 @@ void StatusBarController::collapseBar(const std::string& reason) {
   auto order = readAlwaysVisibleAnchor();
   if (Policy::shouldWithholdCollapse(false, order)) {
     MenuBarLog::log("collapse withheld reason=order trigger=" + reason);
-    stayExpandedBecauseFoldingFailed("order", false);
-    if (reason == "startup") startupCollapseWithheldReason_ = "order";
+    stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
+    if (collapseReason == CollapseReason::startup) startupCollapseWithheldReason_ = StayExpandedReason::order;
     return;
   }
   // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
@@ -384,7 +391,7 @@ void StatusBarController::collapseBar(const std::string& reason) {
 
 void StatusBarController::setDeepExpanded(bool deep) {
   if (isExpanded.get() && isDeepExpanded.get() != deep) {
-    expandBar(deep, true);
+    expandBar(deep ? ExpandDepth::deep : ExpandDepth::normal, Initiator::user);
     return;
   }
   isDeepExpanded = deep;
@@ -483,11 +490,11 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
       return;
     case Action::expandFolded:
       closeIconShelf();
-      toggleBar(false);
+      toggleBar(ExpandDepth::normal);
       return;
     case Action::expandAll:
       closeIconShelf();
-      expandBar(true, true);
+      expandBar(ExpandDepth::deep, Initiator::user);
       return;
   }
 }
@@ -507,7 +514,7 @@ void StatusBarController::separatorClicked() {
     showContextMenu();
     return;
   }
-  toggleBar(false);
+  toggleBar(ExpandDepth::normal);
 }
 
 void StatusBarController::alwaysHiddenSeparatorClicked() {
@@ -516,7 +523,7 @@ void StatusBarController::alwaysHiddenSeparatorClicked() {
     showContextMenu();
     return;
   }
-  toggleBar(true);
+  toggleBar(ExpandDepth::deep);
 }
 
 // --- context menu ----------------------------------------------------------------------------------
@@ -549,14 +556,14 @@ void StatusBarController::showContextMenu() {
 }
 
 void StatusBarController::menuOpenIconBar() { showIconShelf(std::nullopt); }
-void StatusBarController::menuExpandFolded() { expandBar(false, true); }
-void StatusBarController::menuShowAll() { expandBar(true, true); }
-void StatusBarController::menuCollapse() { collapseBar("menu"); }
+void StatusBarController::menuExpandFolded() { expandBar(ExpandDepth::normal, Initiator::user); }
+void StatusBarController::menuShowAll() { expandBar(ExpandDepth::deep, Initiator::user); }
+void StatusBarController::menuCollapse() { collapseBar(CollapseReason::menu); }
 
 void StatusBarController::menuArrange() {
   // The placement guide starts here; until it exists, show every zone so icons can be dragged.
   MenuBarLog::log("arrange requested");
-  expandBar(true, true);
+  expandBar(ExpandDepth::deep, Initiator::user);
 }
 
 void StatusBarController::menuHideInSettings() { openPreferences(std::string("hiding")); }

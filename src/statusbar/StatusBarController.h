@@ -15,8 +15,10 @@
 #include "base/WorkItem.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
+#include "statusbar/BarTransitions.h"
 #include "visibility/CollapseLengthCache.h"
 #include "visibility/CollapseLengthSearch.h"
+#include "visibility/CollapseReasons.h"
 #include "visibility/CollapseRecoveryPolicy.h"
 #include "visibility/MenuBarGapPolicy.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
@@ -69,9 +71,9 @@ class StatusBarController {
   std::optional<PlacementAnchors> currentPlacementAnchors() const;
 
   // --- state machine
-  void expandBar(bool deep, bool userInitiated);
-  void toggleBar(bool deep);
-  void collapseBar(const std::string& reason);
+  void expandBar(ExpandDepth depth, Initiator initiator);
+  void toggleBar(ExpandDepth depth);
+  void collapseBar(CollapseReason reason);
   void setDeepExpanded(bool deep);
   MenuBarPresentation currentPresentation() const;
 
@@ -98,7 +100,7 @@ class StatusBarController {
 
   // --- membership and notices
   void noteMenuBarMembershipChanged(std::optional<std::string> bundleID);
-  void stayExpandedBecauseFoldingFailed(const std::string& reason, bool offerAutomaticRepair);
+  void stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair);
 
   // --- reading the world
   std::optional<std::string> frontmostBundleID() const;
@@ -120,7 +122,7 @@ class StatusBarController {
     bool separatorLeftOfToggle = false;
     std::string source;  // "button" or "window"
     std::optional<double> toggleAnchor;
-    std::optional<std::string> failure;  // "no-window" when nothing could be read
+    std::optional<SeparatorReadFailure> failure;  // noWindow when nothing could be read
   };
   SeparatorMeasurement measureSeparator(double requestedLength) const;
   bool beginCliffSearch(bool force);
@@ -160,7 +162,7 @@ class StatusBarController {
   bool startupCollapseAllowed() const { return startupCollapseAllowed_; }
   bool startupCollapsePending() const { return startupCollapsePending_; }
   int startupCollapseRetryAttempt() const { return startupCollapseRetryAttempt_; }
-  std::optional<std::string> startupCollapseWithheldReason() const { return startupCollapseWithheldReason_; }
+  std::optional<StayExpandedReason> startupCollapseWithheldReason() const { return startupCollapseWithheldReason_; }
   int menuTrackingCount() const { return menuTrackingCount_; }
   bool manualPlacement() const { return manualPlacement_; }
   bool onboardingComplete() const;
@@ -189,6 +191,7 @@ class StatusBarController {
   bool toggleScreenHasNotch() const;
   std::string text(const std::string& key) const;
   std::string stateDescription() const;
+  std::string startupRetryReason() const;
   WeakHandle<StatusBarController> weak() const { return weakFactory_.handle(); }
   // Runs `method` later on the main queue if the controller still exists.
   std::function<void()> weakly(void (StatusBarController::*method)());
@@ -208,7 +211,7 @@ class StatusBarController {
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;
   bool startupCollapseAllowed_ = false;
-  std::optional<std::string> startupCollapseWithheldReason_;
+  std::optional<StayExpandedReason> startupCollapseWithheldReason_;
   bool startupCollapsePending_ = false;
   int startupCollapseRetryAttempt_ = 0;
   int menuTrackingCount_ = 0;
@@ -258,12 +261,12 @@ class StatusBarController {
   std::optional<std::string> calibrationBlockedReason() const;
   void startCliffSearchIfNeeded();
   void readCliffBaseline(unsigned long long generation);
-  void retryCliffBaseline(unsigned long long generation, const std::string& reason);
+  void retryCliffBaseline(unsigned long long generation, SeparatorReadFailure reason);
   void probeCliff(unsigned long long generation);
   void readCliffProbe(unsigned long long generation, double probe);
-  void retryCliffProbe(unsigned long long generation, double probe, const std::string& reason);
+  void retryCliffProbe(unsigned long long generation, double probe, SeparatorReadFailure reason);
   void finishCliffSearch(double length);
-  void giveUpCliffSearch(const std::string& reason, std::optional<double> applyLength);
+  void giveUpCliffSearch(StayExpandedReason reason, std::optional<double> applyLength);
   void abortCliffSearch();
   void tightenCliffCeiling(double edge);
   void scheduleCliffRetryIfNeeded();
