@@ -102,7 +102,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
 
   const sim::SimUiRecord& ui = desktop.ui();
   bar.ui.iconShelfShown = ui.shelfShown;
-  bar.ui.iconShelfTier = ui.shelfTier;
+  if (ui.shelfTier) bar.ui.iconShelfTier = std::string(rawValue(*ui.shelfTier));
   bar.ui.preferencesVisible = ui.preferencesVisible;
   bar.ui.coachPresentations = ui.coachPresentations;
   bar.ui.contextMenuOpen = desktop.openMenu().has_value();

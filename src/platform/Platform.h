@@ -17,6 +17,7 @@
 #include "base/Geometry.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
+#include "platform/MenuBarAccessTier.h"
 
 namespace tarvolo::platform {
 
@@ -308,7 +309,8 @@ class UserInterface {
   virtual bool isPreferencesVisible() const = 0;
   // Keep the settings window up even when the app deactivates, and bring it front.
   virtual void keepPreferencesFront() = 0;
-  virtual void showIconShelf(std::optional<std::string> tier) = 0;
+  // Without a tier the shelf opens unfiltered.
+  virtual void showIconShelf(std::optional<MenuBarAccessTier> tier) = 0;
   virtual void closeIconShelf() = 0;
   virtual bool isIconShelfShown() const = 0;
   virtual void presentNotice(NoticeRequest notice) = 0;

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
+#include "base/Text.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
-#include "statusbar/FoldPlaceholderController.h"
 
 namespace tarvolo {
 
@@ -22,9 +21,14 @@ constexpr std::array<double, 4> kStartupCollapseRetryDelays = {0.2, 0.5, 1.0, 2.
 constexpr double kApplyCoalesceDelay = 0.15;
 constexpr double kArrowPressWindow = 1.0;
 constexpr double kDragTolerance = 3.0;
-constexpr double kToggleSymbolPointSize = 13;
 constexpr double kAnchorTolerance = 1.0;
 constexpr double kUnlaidSeparatorWidth = 64;
+constexpr const char* kStayExpandedNoticeKind = "collapseStayExpanded";
+
+// A notification handler that runs `method` on the controller, if it still exists.
+NotificationCenter::Handler calling(WeakHandle<StatusBarController> weak, void (StatusBarController::*method)()) {
+  return [call = bindWeak(std::move(weak), method)](const Notification&) { call(); };
+}
 
 }  // namespace
 
@@ -34,20 +38,26 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       workspaceCenter_(dependencies.workspaceCenter),
       catalog_(dependencies.catalog),
       localization_(dependencies.localization),
+      items_(dependencies.platform, dependencies.localization, expandedSeparatorLength_),
+      engine_({.platform = dependencies.platform,
+               .workspaceCenter = dependencies.workspaceCenter,
+               .items = items_,
+               .host = *this}),
       startupCollapseRetryWork_(dependencies.platform.mainQueue()),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
       autoCollapseWorkItem_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
-  seedPreferredPositions();
-  createOwnItems();
+  items_.seedPreferredPositions();
+  items_.createOwnItems(currentPresentation(), itemActions(),
+                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
 
-  restoreCliffCache();
-  logLaunchState();
-  persistPerAppLengths();
-  seedPinnedGapIfMissing();
-  pruneCollapseLengthsToConnectedScreens();
+  engine_.restorePersistedLengths();
+  engine_.logLaunchState();
+  engine_.lengths().persistPerAppLengths();
+  engine_.lengths().seedPinnedGapIfMissing();
+  engine_.pruneCollapseLengthsToConnectedScreens();
   applyVisibilityNow();
   subscribe();
 
@@ -60,106 +70,73 @@ StatusBarController::StatusBarController(Dependencies dependencies)
   catalog_.refreshAttributedMenuBarApps();
 }
 
-// Out of line: the fold placeholder's owner is only forward-declared in the header.
 StatusBarController::~StatusBarController() = default;
 
 // --- construction ------------------------------------------------------------------------------
 
-void StatusBarController::seedPreferredPositions() {
-  auto& defaults = platform_.defaults();
-  auto arrow = defaults.getDouble(preferredPositionKey(toggleAutosaveName));
-  auto fold = defaults.getDouble(preferredPositionKey(separatorAutosaveName));
-  auto hidden = defaults.getDouble(preferredPositionKey(alwaysHiddenAutosaveName));
-  auto seeding = Policy::seededPreferredPositions(arrow, fold, hidden);
-  if (!seeding) return;
-  if (seeding->writeArrow) defaults.set(preferredPositionKey(toggleAutosaveName), DefaultsValue(seeding->arrow));
-  if (seeding->writeFold) defaults.set(preferredPositionKey(separatorAutosaveName), DefaultsValue(seeding->fold));
-  if (seeding->writeHidden) {
-    defaults.set(preferredPositionKey(alwaysHiddenAutosaveName), DefaultsValue(seeding->hidden));
-  }
-  MenuBarLog::log("seeded positions arrow=" + numberText(seeding->arrow) + " fold=" + numberText(seeding->fold) +
-                  " hidden=" + numberText(seeding->hidden));
-}
-
-std::function<void()> StatusBarController::weakly(void (StatusBarController::*method)()) {
-  return [weak = weak(), method] {
-    if (auto* self = weak.get()) (self->*method)();
+OwnStatusItems::Actions StatusBarController::itemActions() {
+  return OwnStatusItems::Actions{
+      .toggleClicked = bindWeak(weak(), &StatusBarController::statusItemClicked),
+      .separatorClicked = bindWeak(weak(), &StatusBarController::separatorClicked),
+      .alwaysHiddenSeparatorClicked = bindWeak(weak(), &StatusBarController::alwaysHiddenSeparatorClicked),
   };
 }
 
-void StatusBarController::createOwnItems() {
-  createToggleItem();
-  startMenuBarSampling();
-  createSeparatorItem();
-  installFoldPlaceholder();
-  createAlwaysHiddenSeparatorItem();
-}
-
-void StatusBarController::createToggleItem() {
-  statusItem_ = platform_.statusBar().createStatusItem(platform::kVariableStatusItemLength, toggleAutosaveName);
-  statusItem_->setVisible(true);
-  updateButtonAppearance();
-  statusItem_->setAction(EventType::leftMouseDown | EventType::leftMouseUp | EventType::rightMouseUp,
-                         weakly(&StatusBarController::statusItemClicked));
-}
-
-void StatusBarController::createSeparatorItem() {
-  separatorStatusItem_ = platform_.statusBar().createStatusItem(expandedSeparatorLength_, separatorAutosaveName);
-  separatorStatusItem_->setVisible(true);
-  separatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
-                                  weakly(&StatusBarController::separatorClicked));
-  styleFoldSeparator(false);
-}
-
-void StatusBarController::createAlwaysHiddenSeparatorItem() {
-  alwaysHiddenSeparatorStatusItem_ =
-      platform_.statusBar().createStatusItem(expandedSeparatorLength_, alwaysHiddenAutosaveName);
-  alwaysHiddenSeparatorStatusItem_->setVisible(true);
-  alwaysHiddenSeparatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
-                                              weakly(&StatusBarController::alwaysHiddenSeparatorClicked));
-  styleHiddenSeparator(false);
+// Sampling starts with the toggle; the placeholder must be created between the two separators
+// to land beside the fold.
+void StatusBarController::companionAfterOwnItem(OwnStatusItems::Item created) {
+  switch (created) {
+    case OwnStatusItems::Item::toggle:
+      engine_.gaps().startMenuBarSampling();
+      return;
+    case OwnStatusItems::Item::separator:
+      engine_.fold().installFoldPlaceholder(OwnStatusItems::separatorAutosaveName,
+                                            OwnStatusItems::alwaysHiddenAutosaveName);
+      return;
+    case OwnStatusItems::Item::alwaysHiddenSeparator:
+      return;
+  }
 }
 
 void StatusBarController::subscribe() {
   auto& queue = platform_.mainQueue();
   auto& center = defaultCenter_;
   auto& workspace = workspaceCenter_;
-  auto handler = [this, &queue](void (StatusBarController::*method)()) {
-    return onMainQueue(queue, [weak = weak(), method](const Notification&) {
-      if (auto* self = weak.get()) (self->*method)();
-    });
+  auto onMain = [this, &queue](void (StatusBarController::*method)()) {
+    return onMainQueue(queue, calling(weak(), method));
   };
 
-  cancellables_.push_back(center.addObserver(Notifications::itemCategoryDidChange,
-                                             handler(&StatusBarController::scheduleApply)));
-  cancellables_.push_back(center.addObserver(Notifications::menuBarCatalogDidChange,
-                                             handler(&StatusBarController::scheduleApply)));
+  cancellables_.push_back(
+      center.addObserver(Notifications::itemCategoryDidChange, onMain(&StatusBarController::scheduleApply)));
+  cancellables_.push_back(
+      center.addObserver(Notifications::menuBarCatalogDidChange, onMain(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::applicationDidChangeScreenParameters,
-                                             handler(&StatusBarController::screenParametersChanged)));
-  cancellables_.push_back(workspace.addObserver(Notifications::workspaceDidWake,
-                                                handler(&StatusBarController::scheduleApply)));
-  cancellables_.push_back(workspace.addObserver(Notifications::activeSpaceDidChange,
-                                                handler(&StatusBarController::scheduleApply)));
+                                             onMain(&StatusBarController::screenParametersChanged)));
+  cancellables_.push_back(
+      workspace.addObserver(Notifications::workspaceDidWake, onMain(&StatusBarController::scheduleApply)));
+  cancellables_.push_back(
+      workspace.addObserver(Notifications::activeSpaceDidChange, onMain(&StatusBarController::scheduleApply)));
   auto membership = [&queue, weak = weak()](const Notification& notification) {
     std::optional<std::string> bundle;
     if (const auto* app = notification.objectAs<platform::RunningApplication>()) bundle = app->bundleIdentifier;
-    queue.post(0, [weak, bundle] {
-      if (auto* self = weak.get()) self->noteMenuBarMembershipChanged(bundle);
-    });
+    queue.post(0, bindWeak(weak, &StatusBarController::noteMenuBarMembershipChanged, bundle));
   };
   cancellables_.push_back(workspace.addObserver(Notifications::didLaunchApplication, membership));
   cancellables_.push_back(workspace.addObserver(Notifications::didTerminateApplication, membership));
-  cancellables_.push_back(center.addObserver(Notifications::menuDidBeginTracking, [weak = weak()](const Notification&) {
-    if (auto* self = weak.get()) ++self->menuTrackingCount_;
-  }));
-  cancellables_.push_back(center.addObserver(Notifications::menuDidEndTracking, [weak = weak()](const Notification&) {
-    if (auto* self = weak.get()) self->menuTrackingCount_ = std::max(0, self->menuTrackingCount_ - 1);
-  }));
+  cancellables_.push_back(center.addObserver(
+      Notifications::menuDidBeginTracking,
+      bindWeak(weak(), [](StatusBarController& self, const Notification&) { ++self.menuTrackingCount_; })));
+  cancellables_.push_back(center.addObserver(
+      Notifications::menuDidEndTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
+        self.menuTrackingCount_ = std::max(0, self.menuTrackingCount_ - 1);
+      })));
   cancellables_.push_back(center.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
-                                             handler(&StatusBarController::scheduleApply)));
+                                             onMain(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::appLanguageDidChange,
-                                             handler(&StatusBarController::updateLanguageStrings)));
+                                             onMain(&StatusBarController::updateLanguageStrings)));
 }
+
+void StatusBarController::screenParametersChanged() { engine_.screenParametersChanged(); }
 
 // --- start-up ----------------------------------------------------------------------------------
 
@@ -168,9 +145,7 @@ bool StatusBarController::onboardingComplete() const {
 }
 
 void StatusBarController::presentFirstLaunchCoach() {
-  std::optional<Rect> anchor;
-  if (statusItem_ && statusItem_->hasButton()) anchor = statusItem_->buttonFrameOnScreen();
-  platform_.userInterface().presentFirstLaunchCoach(anchor);
+  platform_.userInterface().presentFirstLaunchCoach(items_.coachAnchor());
 }
 
 void StatusBarController::showEverything() {
@@ -181,6 +156,12 @@ void StatusBarController::showEverything() {
   applyVisibilityNow();
 }
 
+// The campaign retries for the reason the first collapse was withheld, or for start-up.
+std::string StatusBarController::startupRetryReason() const {
+  return std::string(startupCollapseWithheldReason_ ? rawValue(*startupCollapseWithheldReason_)
+                                                    : rawValue(CollapseReason::startup));
+}
+
 void StatusBarController::finishStartup() {
   mainThread_.check();
   startupCollapseAllowed_ = true;
@@ -189,9 +170,9 @@ void StatusBarController::finishStartup() {
     presentFirstLaunchCoach();
     return;
   }
-  collapseBar("startup");
+  collapseBar(CollapseReason::startup);
 
-  std::string reason = startupCollapseWithheldReason_.value_or("startup");
+  std::string reason = startupRetryReason();
   startupCollapseWithheldReason_.reset();
   if (!startupCollapsePending_ && startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_ &&
       isExpanded.get() && isDeepExpanded.get()) {
@@ -206,24 +187,22 @@ void StatusBarController::scheduleStartupCollapseRetry(const std::string& reason
   int attempt = startupCollapseRetryAttempt_;
   if (attempt > 3) {
     startupCollapsePending_ = false;
-    MenuBarLog::log("collapse retry gave up reason=" + reason);
+    MenuBarLog::log(LogLine("collapse retry gave up").add("reason", reason));
     if (!readAlwaysVisibleAnchor().has_value() && startupCollapseAllowed_ && onboardingComplete() &&
         !manualPlacement_) {
-      collapseBar("startup");
+      collapseBar(CollapseReason::startup);
     }
     // Order repair takes over here once it exists; until then the bar stays shown.
     return;
   }
   startupCollapseRetryWork_.schedule(kStartupCollapseRetryDelays[static_cast<std::size_t>(attempt)],
-                                     [weak = weak(), reason] {
-                                       if (auto* self = weak.get()) self->performStartupCollapseRetry(reason);
-                                     });
+                                     bindWeak(weak(), &StatusBarController::performStartupCollapseRetry, reason));
 }
 
 void StatusBarController::performStartupCollapseRetry(const std::string& reason) {
   if (!startupCollapsePending_) return;
   ++startupCollapseRetryAttempt_;
-  MenuBarLog::log("collapse retry reason=" + reason + " attempt=" + std::to_string(startupCollapseRetryAttempt_));
+  MenuBarLog::log(LogLine("collapse retry").add("reason", reason).add("attempt", startupCollapseRetryAttempt_));
   auto conditionsHold = [this] { return startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_; };
   if (!conditionsHold()) {
     cancelStartupCollapseRetry();
@@ -231,7 +210,7 @@ void StatusBarController::performStartupCollapseRetry(const std::string& reason)
   }
   if (readAlwaysVisibleAnchor() == true) {
     startupCollapseRetryWork_.cancel();
-    collapseBar("startup");
+    collapseBar(CollapseReason::startup);
     if (isExpanded.get() && isDeepExpanded.get() && conditionsHold()) {
       scheduleStartupCollapseRetry(reason);
       return;
@@ -247,10 +226,8 @@ void StatusBarController::startupCollapseFramesReady() {
   if (!startupCollapsePending_ || !startupCollapseAllowed_ || !onboardingComplete() || manualPlacement_) return;
   if (readAlwaysVisibleAnchor() != true) return;
   startupCollapseRetryWork_.cancel();
-  std::string reason = startupCollapseWithheldReason_.value_or("startup");
-  platform_.mainQueue().post(0, [weak = weak(), reason] {
-    if (auto* self = weak.get()) self->performStartupCollapseRetry(reason);
-  });
+  platform_.mainQueue().post(
+      0, bindWeak(weak(), &StatusBarController::performStartupCollapseRetry, startupRetryReason()));
 }
 
 void StatusBarController::cancelStartupCollapseRetry() {
@@ -259,25 +236,9 @@ void StatusBarController::cancelStartupCollapseRetry() {
   startupCollapseRetryWork_.cancel();
 }
 
-std::optional<PlacementAnchors> StatusBarController::currentPlacementAnchors() const {
-  if (!statusItem_ || !separatorStatusItem_ || !alwaysHiddenSeparatorStatusItem_) return std::nullopt;
-  auto toggle = statusItem_->buttonFrameOnScreen();
-  auto normal = separatorStatusItem_->buttonFrameOnScreen();
-  auto hidden = alwaysHiddenSeparatorStatusItem_->buttonFrameOnScreen();
-  if (!toggle || !normal || !hidden) return std::nullopt;
-  return PlacementAnchors{.toggleMinX = toggle->minX(),
-                          .toggleMaxX = toggle->maxX(),
-                          .normalMinX = normal->minX(),
-                          .normalMaxX = normal->maxX(),
-                          .normalWidth = normal->width,
-                          .hiddenMinX = hidden->minX(),
-                          .hiddenMaxX = hidden->maxX(),
-                          .hiddenWidth = hidden->width};
-}
-
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
   // A probe's length says nothing about the order.
-  if (cliffProbeInFlight_) return std::nullopt;
+  if (engine_.cliff().cliffSearchInFlight()) return std::nullopt;
   auto anchors = currentPlacementAnchors();
   if (!anchors) return std::nullopt;
   if (anchors->toggleMinX == 0 || anchors->normalMinX == 0 || anchors->hiddenMinX == 0) return std::nullopt;
@@ -297,10 +258,12 @@ MenuBarPresentation StatusBarController::currentPresentation() const {
   return Policy::presentationFor(isExpanded.get(), isDeepExpanded.get());
 }
 
-void StatusBarController::toggleBar(bool deep) {
+void StatusBarController::toggleBar(ExpandDepth depth) {
   mainThread_.check();
-  Diag::log(std::string("toggleBar(deep: ") + boolText(deep) + ") isExpanded=" + boolText(isExpanded.get()) +
-            " isDeep=" + boolText(isDeepExpanded.get()) + " foldingEffective=" + boolText(foldingEffective.get()));
+  Diag::log(LogLine(std::string("toggleBar(deep: ") + boolText(depth == ExpandDepth::deep) + ")")
+                .add("isExpanded", isExpanded.get())
+                .add("isDeep", isDeepExpanded.get())
+                .add("foldingEffective", foldingEffective.get()));
   if (!foldingEffective.get()) {
     platform_.userInterface().presentNotice(platform::NoticeRequest{
         .message = text("folding_ineffective_banner"),
@@ -309,28 +272,30 @@ void StatusBarController::toggleBar(bool deep) {
     });
     return;
   }
-  if (deep) {
-    if (isExpanded.get() && isDeepExpanded.get()) {
-      expandBar(false, true);
-    } else {
-      expandBar(true, true);
-    }
-    return;
-  }
-  if (isExpanded.get()) {
-    collapseBar("explicit");
-  } else {
-    expandBar(false, true);
+  switch (depth) {
+    case ExpandDepth::deep:
+      // From the deep-expanded bar a deep toggle steps down to the expanded one, not to collapsed.
+      expandBar(isExpanded.get() && isDeepExpanded.get() ? ExpandDepth::normal : ExpandDepth::deep, Initiator::user);
+      return;
+    case ExpandDepth::normal:
+      if (isExpanded.get()) {
+        collapseBar(CollapseReason::explicitToggle);
+      } else {
+        expandBar(ExpandDepth::normal, Initiator::user);
+      }
+      return;
   }
 }
 
-void StatusBarController::expandBar(bool deep, bool userInitiated) {
+void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   mainThread_.check();
+  const bool deep = depth == ExpandDepth::deep;
+  const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
     cancelStartupCollapseRetry();
     if (platform_.userInterface().isPreferencesVisible()) keepPreferencesVisible_ = true;
   }
-  Diag::log(std::string("expandBar(deep: ") + boolText(deep) + ") userInitiated=" + boolText(userInitiated));
+  Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
   isExpanded = true;
   isDeepExpanded = deep;
   updateButtonAppearance();
@@ -338,11 +303,12 @@ void StatusBarController::expandBar(bool deep, bool userInitiated) {
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().keepPreferencesFront();
 }
 
-void StatusBarController::collapseBar(const std::string& reason) {
+void StatusBarController::collapseBar(CollapseReason reason) {
   mainThread_.check();
+  const auto reasonText = rawValue(reason);
   // Guard 1: nothing may hide before start-up finished or while the coach runs.
   if (!startupCollapseAllowed_ || !onboardingComplete()) {
-    MenuBarLog::log("collapse blocked reason=" + reason);
+    MenuBarLog::log(LogLine("collapse blocked").add("reason", reasonText));
     showEverything();
     if (!onboardingComplete()) presentFirstLaunchCoach();
     return;
@@ -350,41 +316,40 @@ void StatusBarController::collapseBar(const std::string& reason) {
   // Guard 2: with the own items out of order a collapse would hide the wrong icons.
   auto order = readAlwaysVisibleAnchor();
   if (Policy::shouldWithholdCollapse(false, order)) {
-    MenuBarLog::log("collapse withheld reason=order trigger=" + reason);
-    stayExpandedBecauseFoldingFailed("order", false);
-    if (reason == "startup") startupCollapseWithheldReason_ = "order";
+    MenuBarLog::log(
+        LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
+    stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
+    if (reason == CollapseReason::startup) startupCollapseWithheldReason_ = StayExpandedReason::order;
     return;
   }
   // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
-  noteShelfCapBeforeCollapse();
+  engine_.shelf().noteShelfCapBeforeCollapse();
   // Guard 4: a collapse the user asked for may show its notices again.
-  if (Policy::collapseResetsMenusNotice(reason)) {
-    collapseMenusNoticeKeys_.clear();
-    collapseEjectedNoticeKeys_.clear();
-  }
-  collapseRebaselineWork_.cancel();
+  if (Policy::collapseResetsMenusNotice(reasonText)) engine_.recovery().resetCollapseNotices();
+  engine_.verifier().cancelCollapseRebaseline();
   auto frontmost = frontmostBundleID();
   double length = collapseLength(frontmost);
-  MenuBarLog::log("collapse reason=" + reason + " length=" + numberText(length) +
-                  " frontmost=" + frontmost.value_or("none") + " screen=" + collapseScreenKey());
+  MenuBarLog::log(LogLine("collapse")
+                      .add("reason", reasonText)
+                      .add("length", length)
+                      .add("frontmost", frontmost)
+                      .add("screen", collapseScreenKey()));
 
-  captureCollapseReferenceIfShort();
-  captureDividerDistanceIfShort();
+  engine_.verifier().captureCollapseReferenceIfShort();
+  engine_.shelf().captureDividerDistanceIfShort();
   isExpanded = false;
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
   autoCollapseWorkItem_.cancel();
   recordCollapseLength(length, frontmost, false, std::nullopt);
-  auto steps = collapseStepDownsByPair_.find(collapsePairKey(frontmost));
-  beginCollapseRecovery(frontmost,
-                        steps == collapseStepDownsByPair_.end() || steps->second < Policy::menuEvictionStepLimit);
-  startCliffSearchIfNeeded();
+  beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
+  engine_.cliff().startCliffSearchIfNeeded();
 }
 
 void StatusBarController::setDeepExpanded(bool deep) {
   if (isExpanded.get() && isDeepExpanded.get() != deep) {
-    expandBar(deep, true);
+    expandBar(deep ? ExpandDepth::deep : ExpandDepth::normal, Initiator::user);
     return;
   }
   isDeepExpanded = deep;
@@ -394,7 +359,7 @@ void StatusBarController::setDeepExpanded(bool deep) {
 
 void StatusBarController::recordArrowPress() {
   arrowPressPoint_ = platform_.events().mouseLocation();
-  if (auto frame = statusItem_ ? statusItem_->buttonFrameOnScreen() : std::nullopt) {
+  if (auto frame = items_.toggleFrame()) {
     arrowPressFrameOrigin_ = frame->origin();
   } else {
     arrowPressFrameOrigin_.reset();
@@ -411,8 +376,8 @@ void StatusBarController::clearArrowPress() {
 void StatusBarController::statusItemClicked() {
   mainThread_.check();
   auto event = platform_.events().currentEvent();
-  MenuBarLog::log(std::string("statusItemClicked fired, currentEvent=") +
-                  std::string(event ? platform::eventTypeName(event->type) : "none"));
+  MenuBarLog::log(LogLine("statusItemClicked fired,")
+                      .add("currentEvent", event ? platform::eventTypeName(event->type) : "none"));
   if (!event) return;
   if (event->type == EventType::rightMouseUp) {
     showContextMenu();
@@ -427,14 +392,14 @@ void StatusBarController::statusItemClicked() {
   auto session = platform_.events().modifierFlags();
   bool option = session.has(Modifier::option) || event->modifierFlags.has(Modifier::option);
   bool command = session.has(Modifier::command) || event->modifierFlags.has(Modifier::command);
-  MenuBarLog::log(std::string("statusItemClicked: isOption=") + boolText(option) + " isCommand=" + boolText(command));
+  MenuBarLog::log(LogLine("statusItemClicked:").add("isOption", option).add("isCommand", command));
 
   if (command && arrowPressAt_ && platform_.clock().now() - *arrowPressAt_ < kArrowPressWindow) {
     bool pointerMoved = arrowPressPoint_ &&
                         Policy::pointsDiffer(*arrowPressPoint_, platform_.events().mouseLocation(), kDragTolerance);
-    auto frame = statusItem_->buttonFrameOnScreen();
-    bool frameMoved =
-        arrowPressFrameOrigin_ && frame && Policy::pointsDiffer(*arrowPressFrameOrigin_, frame->origin(), kDragTolerance);
+    auto frame = items_.toggleFrame();
+    bool frameMoved = arrowPressFrameOrigin_ && frame &&
+                      Policy::pointsDiffer(*arrowPressFrameOrigin_, frame->origin(), kDragTolerance);
     if (pointerMoved || frameMoved) {
       MenuBarLog::log("statusItemClicked: ignored command drag or guide");
       clearArrowPress();
@@ -443,29 +408,21 @@ void StatusBarController::statusItemClicked() {
   }
 
   bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_);
-  MenuBarLog::log(std::string("statusItemClicked: optionReveal=") + boolText(option) +
-                  " commandReveal=" + boolText(commandReveal));
+  MenuBarLog::log(LogLine("statusItemClicked:").add("optionReveal", option).add("commandReveal", commandReveal));
   bool reveal = option || commandReveal;
   bool notch = toggleScreenHasNotch();
   using Action = Policy::ArrowClickAction;
   Action action = notch ? (reveal ? Action::openShelfAll : Action::openShelf)
                         : (reveal ? Action::expandAll : Action::expandFolded);
-  MenuBarLog::log(std::string("status click option=") + boolText(option) + " notch=" + boolText(notch) +
-                  " action=" + std::string(Policy::logName(action)));
+  MenuBarLog::log(
+      LogLine("status click").add("option", option).add("notch", notch).add("action", Policy::logName(action)));
   performArrowClickAction(action);
   clearArrowPress();
 }
 
 bool StatusBarController::toggleScreenHasNotch() const {
-  auto screens = platform_.screens().screens();
-  if (screens.empty()) return false;
-  auto frame = statusItem_ ? statusItem_->buttonFrameOnScreen() : std::nullopt;
-  if (frame) {
-    for (const auto& screen : screens) {
-      if (screen.frame.containsX(frame->midX())) return screen.notchWidth() > 0;
-    }
-  }
-  return screens.front().notchWidth() > 0;
+  auto screen = items_.statusItemScreen();
+  return screen && screen->notchWidth() > 0;
 }
 
 void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action) {
@@ -479,22 +436,22 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
       }
       return;
     case Action::openShelfAll:
-      showIconShelf(std::string("all"));
+      showIconShelf(MenuBarAccessTier::all);
       return;
     case Action::expandFolded:
       closeIconShelf();
-      toggleBar(false);
+      toggleBar(ExpandDepth::normal);
       return;
     case Action::expandAll:
       closeIconShelf();
-      expandBar(true, true);
+      expandBar(ExpandDepth::deep, Initiator::user);
       return;
   }
 }
 
-void StatusBarController::showIconShelf(std::optional<std::string> tier) {
-  MenuBarLog::log("iconShelf show tier=" + tier.value_or("none"));
-  platform_.userInterface().showIconShelf(std::move(tier));
+void StatusBarController::showIconShelf(std::optional<MenuBarAccessTier> tier) {
+  MenuBarLog::log(LogLine("iconShelf show").add("tier", tier ? rawValue(*tier) : std::string_view("none")));
+  platform_.userInterface().showIconShelf(tier);
 }
 
 void StatusBarController::closeIconShelf() {
@@ -507,7 +464,7 @@ void StatusBarController::separatorClicked() {
     showContextMenu();
     return;
   }
-  toggleBar(false);
+  toggleBar(ExpandDepth::normal);
 }
 
 void StatusBarController::alwaysHiddenSeparatorClicked() {
@@ -516,7 +473,7 @@ void StatusBarController::alwaysHiddenSeparatorClicked() {
     showContextMenu();
     return;
   }
-  toggleBar(true);
+  toggleBar(ExpandDepth::deep);
 }
 
 // --- context menu ----------------------------------------------------------------------------------
@@ -525,7 +482,7 @@ platform::Menu StatusBarController::buildContextMenu() {
   auto item = [this](const char* key, const char* action, void (StatusBarController::*method)(),
                      const char* keyEquivalent = "") {
     return platform::MenuItem{.title = text(key), .action = action, .keyEquivalent = keyEquivalent,
-                              .perform = weakly(method)};
+                              .perform = bindWeak(weak(), method)};
   };
   platform::Menu menu;
   menu.items.push_back(item("iconbar.title", "menuOpenIconBar", &StatusBarController::menuOpenIconBar));
@@ -544,26 +501,26 @@ platform::Menu StatusBarController::buildContextMenu() {
 }
 
 void StatusBarController::showContextMenu() {
-  if (!statusItem_) return;
-  statusItem_->popUpMenu(buildContextMenu());
+  if (!items_.hasToggle()) return;
+  items_.popUpToggleMenu(buildContextMenu());
 }
 
 void StatusBarController::menuOpenIconBar() { showIconShelf(std::nullopt); }
-void StatusBarController::menuExpandFolded() { expandBar(false, true); }
-void StatusBarController::menuShowAll() { expandBar(true, true); }
-void StatusBarController::menuCollapse() { collapseBar("menu"); }
+void StatusBarController::menuExpandFolded() { expandBar(ExpandDepth::normal, Initiator::user); }
+void StatusBarController::menuShowAll() { expandBar(ExpandDepth::deep, Initiator::user); }
+void StatusBarController::menuCollapse() { collapseBar(CollapseReason::menu); }
 
 void StatusBarController::menuArrange() {
   // The placement guide starts here; until it exists, show every zone so icons can be dragged.
   MenuBarLog::log("arrange requested");
-  expandBar(true, true);
+  expandBar(ExpandDepth::deep, Initiator::user);
 }
 
 void StatusBarController::menuHideInSettings() { openPreferences(std::string("hiding")); }
 void StatusBarController::menuPreferences() { openPreferences(std::nullopt); }
 
 void StatusBarController::openPreferences(std::optional<std::string> focusing) {
-  Diag::log("openPreferences focus=" + focusing.value_or("none"));
+  Diag::log(LogLine("openPreferences").add("focus", focusing));
   platform_.userInterface().openPreferences(std::move(focusing));
 }
 
@@ -573,46 +530,11 @@ void StatusBarController::quitApp() { platform_.application().terminate(); }
 
 std::string StatusBarController::text(const std::string& key) const { return localization_.tr(key); }
 
-std::string StatusBarController::stateDescription() const {
-  if (isExpanded.get() && isDeepExpanded.get()) return text("tooltip_status_deep_expanded");
-  if (isExpanded.get()) return text("tooltip_status_normal_expanded");
-  return text("tooltip_status_collapsed");
-}
+std::string StatusBarController::localizedText(std::string_view key) const { return localization_.tr(key); }
 
-void StatusBarController::updateButtonAppearance() {
-  if (!statusItem_ || !statusItem_->hasButton()) return;
-  const char* symbol = !isExpanded.get()        ? "chevron.left"
-                       : isDeepExpanded.get() ? "chevron.down.circle.fill"
-                                              : "chevron.down";
-  if (statusItem_->setSymbolImage(symbol, kToggleSymbolPointSize)) {
-    statusItem_->setTitle("");
-  } else {
-    statusItem_->setTitle(!isExpanded.get() ? "◀" : isDeepExpanded.get() ? "▼·" : "▼");
-  }
-  std::string description = stateDescription();
-  statusItem_->setToolTip(description + "\n" + text("tooltip_right_click_menu"));
-  statusItem_->setAccessibilityLabel(description);
-}
+void StatusBarController::updateButtonAppearance() { items_.updateButtonAppearance(currentPresentation()); }
 
-// `emphasized` marks a separator whose zone is shown; the texts are the same either way, the
-// title drawn by applyVisibilityNow carries the emphasis.
-void StatusBarController::styleFoldSeparator(bool) {
-  if (!separatorStatusItem_) return;
-  separatorStatusItem_->setAccessibilityLabel(text("ax_separator_fold"));
-  separatorStatusItem_->setToolTip(text("tooltip_separator_normal"));
-}
-
-void StatusBarController::styleHiddenSeparator(bool) {
-  if (!alwaysHiddenSeparatorStatusItem_) return;
-  alwaysHiddenSeparatorStatusItem_->setAccessibilityLabel(text("ax_separator_hidden"));
-  alwaysHiddenSeparatorStatusItem_->setToolTip(text("tooltip_separator_always_hidden"));
-}
-
-void StatusBarController::updateLanguageStrings() {
-  updateButtonAppearance();
-  styleFoldSeparator(false);
-  styleHiddenSeparator(false);
-}
+void StatusBarController::updateLanguageStrings() { items_.updateLanguageStrings(currentPresentation()); }
 
 // --- applying lengths --------------------------------------------------------------------------------
 
@@ -622,30 +544,23 @@ std::optional<std::string> StatusBarController::frontmostBundleID() const {
   return *app->bundleIdentifier;
 }
 
-double StatusBarController::widestScreenWidth() const {
-  double widest = 0;
-  for (const auto& screen : platform_.screens().screens()) widest = std::max(widest, screen.frame.width);
-  return widest;
+double StatusBarController::collapseLength(const std::optional<std::string>& bundleID) const {
+  return engine_.collapseLength(bundleID);
 }
 
 void StatusBarController::scheduleApply() {
-  categorySyncWorkItem_.schedule(kApplyCoalesceDelay, [weak = weak()] {
-    if (auto* self = weak.get()) self->applyVisibilityNow();
-  });
+  categorySyncWorkItem_.schedule(kApplyCoalesceDelay, bindWeak(weak(), [](StatusBarController& self) {
+                                   self.applyVisibilityNow();
+                                 }));
 }
 
 void StatusBarController::applyVisibilityNow(std::function<void(bool)> completion) {
   mainThread_.check();
   ++applyGeneration_;
   auto presentation = currentPresentation();
-  if (cliffProbeInFlight_ && presentation != MenuBarPresentation::collapsed) {
-    MenuBarLog::log("cliff abort reason=expanded");
-    abortCliffSearch();
-    cliffSearchOwed_ = Policy::cliffSearchOwedAfterInterruption(cliffRecordForCurrentScreens().has_value(),
-                                                                cliffGiveUps_, Policy::cliffGiveUpLimit);
-  }
+  if (presentation != MenuBarPresentation::collapsed) engine_.cliff().abortForExpandedBar();
   // While the cliff search runs it owns the normal separator's length.
-  const bool searching = cliffProbeInFlight_;
+  const bool searching = engine_.cliff().cliffSearchInFlight();
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
   auto frontmost = frontmostBundleID();
   auto& catalog = catalog_;
@@ -658,67 +573,107 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
       .ownBundleIDs = {platform_.system().ownBundleIdentifier()},
       .runningBundleIDs = catalog.runningBundleIDs(),
       .publicCollapseSizing = sizing,
-      .hiddenDividerDistance = dividerDistance_,
+      .hiddenDividerDistance = engine_.shelf().dividerDistance(),
   });
-  if (presentation == MenuBarPresentation::shelfExpanded && shelfHiddenCap_) {
-    plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfHiddenCap_);
+  auto shelfCap = engine_.shelf().shelfHiddenCap();
+  if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
+    plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfCap);
   }
 
-  if (!searching) separatorStatusItem_->setLength(plan.normalSeparatorLength);
-  alwaysHiddenSeparatorStatusItem_->setLength(plan.alwaysHiddenSeparatorLength);
-  double readBackNormal = separatorStatusItem_->length();
-  double readBackHidden = alwaysHiddenSeparatorStatusItem_->length();
+  if (!searching) items_.setSeparatorLength(plan.normalSeparatorLength);
+  items_.setAlwaysHiddenSeparatorLength(plan.alwaysHiddenSeparatorLength);
+  double readBackNormal = items_.separatorLength();
+  double readBackHidden = items_.alwaysHiddenSeparatorLength();
   lastAppliedNormal_ = plan.normalSeparatorLength;
   lastAppliedHidden_ = plan.alwaysHiddenSeparatorLength;
-  MenuBarLog::log("apply presentation=" + std::string(rawValue(presentation)) +
-                  " requestedNormal=" + numberText(plan.normalSeparatorLength) +
-                  " readBackNormal=" + numberText(readBackNormal) +
-                  " requestedHidden=" + numberText(plan.alwaysHiddenSeparatorLength) +
-                  " readBackHidden=" + numberText(readBackHidden));
+  MenuBarLog::log(LogLine("apply")
+                      .add("presentation", rawValue(presentation))
+                      .add("requestedNormal", plan.normalSeparatorLength)
+                      .add("readBackNormal", readBackNormal)
+                      .add("requestedHidden", plan.alwaysHiddenSeparatorLength)
+                      .add("readBackHidden", readBackHidden));
 
-  separatorStatusItem_->setVisible(true);
-  alwaysHiddenSeparatorStatusItem_->setVisible(true);
-  statusItem_->setVisible(true);
-  separatorStatusItem_->setTitle(plan.normalSeparatorTitle);
-  if (plan.alwaysHiddenSeparatorTitle.empty() ||
-      !alwaysHiddenSeparatorStatusItem_->setSymbolImage(plan.alwaysHiddenSeparatorTitle, kToggleSymbolPointSize)) {
-    alwaysHiddenSeparatorStatusItem_->setSymbolImage("", kToggleSymbolPointSize);
-    alwaysHiddenSeparatorStatusItem_->setTitle(plan.alwaysHiddenSeparatorTitle.empty() ? "" : "⊘");
-  } else {
-    alwaysHiddenSeparatorStatusItem_->setTitle("");
-  }
-  styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
-  styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
-  if (foldPlaceholder_) {
-    std::optional<double> placeholderLength;
-    if (presentation == MenuBarPresentation::collapsed) {
-      placeholderLength = foldPlaceholderCollapsedLength(plan.normalSeparatorLength);
-    }
-    foldPlaceholder_->apply(presentation, placeholderLength);
-  }
+  items_.showAll();
+  items_.applySeparatorTitles(plan.normalSeparatorTitle, plan.alwaysHiddenSeparatorTitle);
+  items_.styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
+  items_.styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
+  engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
   publishFoldingEffective();
-  if (presentation == MenuBarPresentation::collapsed && !searching) scheduleCollapsedCliffVerify();
+  if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
   if (presentation == MenuBarPresentation::shelfExpanded &&
       plan.alwaysHiddenSeparatorLength > expandedSeparatorLength_) {
-    scheduleShelfHiddenVerify();
+    engine_.shelf().scheduleShelfHiddenVerify();
   }
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.
   catalog.scheduleZoneRefresh();
-  scheduleMenuBarSample();
+  engine_.gaps().scheduleMenuBarSample();
   if (completion) completion(true);
+}
+
+void StatusBarController::publishFoldingEffective() {
+  // The order can only be judged while the separators are short; a collapse is judged by its
+  // verification.
+  if (auto order = readAlwaysVisibleAnchor()) alwaysVisibleAnchorReady = *order;
+  foldingEffective = Policy::foldingIsEffective({
+      .nativeEngineAvailable = false,
+      .anchorReady = alwaysVisibleAnchorReady.get(),
+      .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
+      .collapseLength = collapseLength(frontmostBundleID()),
+  });
 }
 
 // --- follow-up checks -------------------------------------------------------------------------------
 
 void StatusBarController::scheduleFoldingCheck() {
   auto generation = applyGeneration_;
-  foldingCheckWork_.schedule(Policy::collapseVerifyDelay, [weak = weak(), generation] {
-    auto* self = weak.get();
-    if (!self || generation != self->applyGeneration_) return;
-    self->publishFoldingEffective();
-    self->startupCollapseFramesReady();
-  });
+  foldingCheckWork_.schedule(Policy::collapseVerifyDelay,
+                             bindWeak(weak(), [generation](StatusBarController& self) {
+                               if (generation != self.applyGeneration_) return;
+                               self.publishFoldingEffective();
+                               self.startupCollapseFramesReady();
+                             }));
+}
+
+// --- when folding fails ------------------------------------------------------------------------------
+
+void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair) {
+  MenuBarLog::log(
+      LogLine("collapse stays expanded").add("reason", rawValue(reason)).add("offerRepair", offerAutomaticRepair));
+  isExpanded = true;
+  isDeepExpanded = true;
+  updateButtonAppearance();
+  applyVisibilityNow();
+
+  const double now = platform_.clock().now();
+  if (!Policy::shouldRepeatStayExpandedNotice(collapseRefusedNoticeAt_, now,
+                                              Policy::collapseStayExpandedNoticeInterval)) {
+    return;
+  }
+  collapseRefusedNoticeAt_ = now;
+  const bool order = reason == StayExpandedReason::order;
+  platform::NoticeRequest notice{
+      .message = text(order ? "folding_ineffective_banner" : "collapse_folding_unavailable"),
+      .actionTitle = std::nullopt,
+      .kind = kStayExpandedNoticeKind,
+  };
+  if (order) {
+    notice.actionTitle = text("menu_repair_order");
+  } else if (offerAutomaticRepair) {
+    // Measuring again later may succeed where this attempt could not.
+    notice.actionTitle = text("menu_collapse");
+    notice.onAction = bindWeak(weak(), &StatusBarController::collapseBar, CollapseReason::menu);
+  }
+  MenuBarLog::log(LogLine("collapse notice").add("kind", kStayExpandedNoticeKind).add("reason", rawValue(reason)));
+  platform_.userInterface().presentNotice(std::move(notice));
+}
+
+void StatusBarController::dropToNormalExpandedShelf() {
+  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", frontmostBundleID()));
+  isExpanded = true;
+  isDeepExpanded = false;
+  updateButtonAppearance();
+  applyVisibilityNow();
 }
 
 // --- membership ------------------------------------------------------------------------------------
@@ -726,16 +681,14 @@ void StatusBarController::scheduleFoldingCheck() {
 void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string> bundleID) {
   menuBarMembershipChangedAt_ = platform_.clock().now();
   if (bundleID) {
-    std::string lowered = *bundleID;
-    std::transform(lowered.begin(), lowered.end(), lowered.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string lowered = text::lowercased(*bundleID);
     clearCollapseBudget(lowered);
-    MenuBarLog::log("collapse budget cleared bundle=" + lowered);
+    MenuBarLog::log(LogLine("collapse budget cleared").add("bundle", lowered));
   }
   if (currentPresentation() == MenuBarPresentation::collapsed) {
     // New or departed icons change the gaps a collapse is judged by: measure afresh.
-    forgetCollapseReference();
-    scheduleCollapseRebaseline();
+    engine_.verifier().forgetCollapseReference();
+    engine_.verifier().scheduleCollapseRebaseline();
   }
   scheduleApply();
 }

@@ -371,7 +371,7 @@ MAC_TEST(NoticesReplaceByKindAndTheirActionMayPresentTheNext) {
 MAC_TEST(ShelfAndPreferencesReportTheirVisibility) {
   MacUserInterface ui;
   CHECK(!ui.isIconShelfShown());
-  ui.showIconShelf("hidden");
+  ui.showIconShelf(MenuBarAccessTier::hidden);
   CHECK(ui.isIconShelfShown());
   ui.closeIconShelf();
   CHECK(!ui.isIconShelfShown());

@@ -1,5 +1,5 @@
 #include "app/AppEnvironment.h"
-#include "statusbar/FoldPlaceholderController.h"
+#include "visibility/engine/FoldPlaceholderController.h"
 #include "harness/CollapseSettling.h"
 #include "support/SimFixture.h"
 #include "visibility/CollapseLengthCache.h"
@@ -54,9 +54,9 @@ class CollapseEngineTest : public SimAppTest {
     ASSERT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
   }
   void expandThenCollapse() {
-    controller().expandBar(true, true);
+    controller().expandBar(ExpandDepth::deep, Initiator::user);
     run(1);
-    controller().collapseBar("menu");
+    controller().collapseBar(CollapseReason::menu);
   }
 };
 
@@ -147,11 +147,11 @@ TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
   settleFirstCollapse();
   double cliff = controller().cliffCache()->length;
 
-  controller().expandBar(true, true);
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   desktop().setFrontmost("com.example.studio");
   run(1);
   int probesBefore = controller().cliffProbesMade();
-  controller().collapseBar("menu");
+  controller().collapseBar(CollapseReason::menu);
   run(4);
   EXPECT_EQ(problems(), std::vector<std::string>{});
   EXPECT_LE(controller().cliffProbesMade() - probesBefore, 24);
@@ -163,10 +163,10 @@ TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
   expectQuiescent(1);
 
   // The editor keeps its own, longer length.
-  controller().expandBar(true, true);
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   desktop().setFrontmost("com.example.editor");
   run(1);
-  controller().collapseBar("menu");
+  controller().collapseBar(CollapseReason::menu);
   run(1);
   EXPECT_EQ(controller().lastAppliedNormalLength(), cliff);
   EXPECT_EQ(problems(), std::vector<std::string>{});
@@ -214,14 +214,14 @@ TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSea
   launch();
   run(0.7);
   ASSERT_TRUE(controller().cliffSearchInFlight());
-  controller().toggleBar(false);
+  controller().toggleBar(ExpandDepth::normal);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(desktop().ui().notices.empty());
   EXPECT_TRUE(logged("cliff abort reason=expanded"));
   EXPECT_TRUE(controller().cliffSearchOwed());
   run(1);
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));
-  controller().collapseBar("menu");
+  controller().collapseBar(CollapseReason::menu);
   run(3);
   EXPECT_EQ(controller().cliffSearchesStarted(), 2);
   EXPECT_EQ(problems(), std::vector<std::string>{});
@@ -244,11 +244,11 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
 
   // Failing again within a minute shows nothing new; after a minute it does.
   session().runUntil(30);
-  controller().collapseBar("menu");
+  controller().collapseBar(CollapseReason::menu);
   run(5);
   EXPECT_EQ(desktop().ui().notices.size(), 1u);
   session().runUntil(70);
-  controller().collapseBar("menu");
+  controller().collapseBar(CollapseReason::menu);
   run(5);
   EXPECT_EQ(desktop().ui().notices.size(), 2u);
   // Three give-ups start at most four retry campaigns, each bounded.
@@ -310,7 +310,7 @@ TEST_F(CollapseEngineTest, OnMacOS27ThePlaceholderFillsTheRoomOneItemCannot) {
   EXPECT_EQ(placeholder->minX(), desktop().menusRightEdge() + 52);
   EXPECT_LT(*controller().lastAppliedNormalLength(), 3008 / 2 - 16);
 
-  controller().expandBar(true, true);
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
   EXPECT_EQ(controller().foldPlaceholder()->appliedLength(), 4);
 }
@@ -325,7 +325,7 @@ TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
   boot(options);
   launch();
   run(3);
-  controller().expandBar(true, true);
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(2);
   EXPECT_TRUE(logged("fold placeholder replaced"));
   EXPECT_EQ(controller().foldPlaceholder()->placedBesideFold(), true);
@@ -337,7 +337,7 @@ TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
 TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCollapseJudgedAfresh) {
   boot();
   settleFirstCollapse();
-  controller().expandBar(true, true);
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
   auto separator = *desktop().ownItem(StatusBarController::separatorAutosaveName)->frame;
   ASSERT_TRUE(desktop().commandDragItem("com.example.icon3", separator.maxX() + 5));
@@ -345,7 +345,7 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
   EXPECT_EQ(loggedCount("gap crossing=pinnedFolded"), 1);
   EXPECT_TRUE(logged("gap pinned remembered gap=120 was=90"));
 
-  controller().collapseBar("menu");
+  controller().collapseBar(CollapseReason::menu);
   run(1);
   EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
   EXPECT_EQ(problems(), std::vector<std::string>{});
@@ -355,10 +355,12 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
 TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenSeparatorStepsDownWhenRejected) {
   boot();
   settleFirstCollapse();
-  controller().expandBar(true, true);  // both separators short: the distance between them is read
+  // Both separators short: the distance between them is read.
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
   desktop().mutableSettings().ejectionLength = 600;
-  controller().expandBar(false, true);  // the shelf: the always-hidden separator takes the collapse length
+  // The shelf: the always-hidden separator takes the collapse length.
+  controller().expandBar(ExpandDepth::normal, Initiator::user);
   run(2);
   EXPECT_TRUE(logged("shelf hidden verify length=718 verdict=ejected"));
   EXPECT_TRUE(logged("shelf hidden step length=367"));

@@ -60,7 +60,7 @@ TEST_F(StartupTest, MissingPositionsAreSeededInTheRequiredOrder) {
   EXPECT_LT(*fold, *hidden);
   run(1);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), std::nullopt);  // collapsed: separators are long
-  controller().expandBar(true, false);
+  controller().expandBar(ExpandDepth::deep, Initiator::automatic);
   run(0.5);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), true);
 }
@@ -75,7 +75,7 @@ class StartupCampaignTest : public SimAppTest {
     options.settings.ignorePreferredPositionsOf = {StatusBarController::toggleAutosaveName};
     boot(options);
     environment_ = std::make_unique<AppEnvironment>(desktop());
-    environment_->makeStatusBarController().expandBar(true, false);
+    environment_->makeStatusBarController().expandBar(ExpandDepth::deep, Initiator::automatic);
     run(0.1);
     ASSERT_EQ(controller().readAlwaysVisibleAnchor(), false);
     controller().finishStartup();
@@ -168,7 +168,7 @@ TEST_F(StartupTest, CollapseBeforeStartupFinishedShowsEverything) {
   boot();
   AppEnvironment environment(desktop());
   auto& early = environment.makeStatusBarController();
-  early.collapseBar("explicit");
+  early.collapseBar(CollapseReason::explicitToggle);
   EXPECT_TRUE(early.isExpanded.get());
   EXPECT_TRUE(early.isDeepExpanded.get());
   EXPECT_TRUE(logged("collapse blocked reason=explicit"));
@@ -204,9 +204,9 @@ TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
 }
 
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
-  controller().toggleBar(true);
+  controller().toggleBar(ExpandDepth::deep);
   ASSERT_TRUE(controller().isDeepExpanded.get());
-  controller().toggleBar(true);
+  controller().toggleBar(ExpandDepth::deep);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_FALSE(controller().isDeepExpanded.get());
 }
@@ -214,7 +214,7 @@ TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
 TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) {
   desktop().mutableSettings().framesReadable = false;
   controller().foldingEffective = false;
-  controller().toggleBar(false);
+  controller().toggleBar(ExpandDepth::normal);
   EXPECT_FALSE(controller().isExpanded.get());
   ASSERT_FALSE(desktop().ui().notices.empty());
   EXPECT_EQ(desktop().ui().notices.back().request.message,
@@ -222,7 +222,7 @@ TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) 
 }
 
 TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) {
-  controller().expandBar(true, true);  // every own item is clickable only while shown
+  controller().expandBar(ExpandDepth::deep, Initiator::user);  // every own item is clickable only while shown
   run(0.2);
   std::vector<std::vector<std::string>> menus;
   for (const char* item : {StatusBarController::toggleAutosaveName, StatusBarController::separatorAutosaveName,
@@ -280,9 +280,9 @@ TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
 TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
   auto symbol = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->symbol; };
   EXPECT_EQ(symbol(), "chevron.left");
-  controller().expandBar(false, true);
+  controller().expandBar(ExpandDepth::normal, Initiator::user);
   EXPECT_EQ(symbol(), "chevron.down");
-  controller().expandBar(true, true);
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
   EXPECT_EQ(symbol(), "chevron.down.circle.fill");
 }
 

@@ -237,7 +237,7 @@ class MacUserInterface final : public UserInterface {
   void openPreferences(std::optional<std::string> focus) override;
   bool isPreferencesVisible() const override;
   void keepPreferencesFront() override;
-  void showIconShelf(std::optional<std::string> tier) override;
+  void showIconShelf(std::optional<MenuBarAccessTier> tier) override;
   void closeIconShelf() override;
   bool isIconShelfShown() const override;
   void presentNotice(NoticeRequest notice) override;

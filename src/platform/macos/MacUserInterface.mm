@@ -159,7 +159,7 @@ void MacUserInterface::keepPreferencesFront() {
   [preferences_ orderFrontRegardless];
 }
 
-void MacUserInterface::showIconShelf(std::optional<std::string> tier) {
+void MacUserInterface::showIconShelf(std::optional<MenuBarAccessTier> tier) {
   // The placeholder panel lists nothing yet, so there is no zone filter to preselect.
   (void)tier;
   if (!shelf_) {

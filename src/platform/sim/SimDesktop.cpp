@@ -244,9 +244,9 @@ struct SimDesktop::Adapters {
     }
     bool isPreferencesVisible() const override { return d.ui_.preferencesVisible; }
     void keepPreferencesFront() override { d.ui_.preferencesKeptFront = true; }
-    void showIconShelf(std::optional<std::string> tier) override {
+    void showIconShelf(std::optional<MenuBarAccessTier> tier) override {
       d.ui_.shelfShown = true;
-      d.ui_.shelfTier = std::move(tier);
+      d.ui_.shelfTier = tier;
       ++d.ui_.shelfShowCount;
     }
     void closeIconShelf() override {

@@ -136,7 +136,7 @@ struct SimUiRecord {
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
   bool shelfShown = false;
-  std::optional<std::string> shelfTier;
+  std::optional<MenuBarAccessTier> shelfTier;
   int shelfShowCount = 0;
   std::vector<SimNoticeRecord> notices;
 };

@@ -56,7 +56,7 @@ class CatalogTest : public SimAppTest {
                                                                [this](const Notification&) { ++catalogPosts; }));
   }
   void expandAndSettle() {
-    controller().expandBar(true, false);
+    controller().expandBar(ExpandDepth::deep, Initiator::automatic);
     run(1);
   }
 
@@ -257,7 +257,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   catalog().setCategory(kAlwaysHiddenIcon, ItemCategory::alwaysVisible);
   EXPECT_TRUE(catalog().isOutOfPlace(kAlwaysHiddenIcon));
 
-  controller().collapseBar("explicit");
+  controller().collapseBar(CollapseReason::explicitToggle);
   run(1);
   EXPECT_EQ(catalog().observedZones.get(), expected);
 

@@ -1,4 +1,4 @@
-#include "statusbar/FoldPlaceholderController.h"
+#include "visibility/engine/FoldPlaceholderController.h"
 
 #include <algorithm>
 #include <cmath>
@@ -44,7 +44,7 @@ void FoldPlaceholderController::install() {
     double seed = *fold + seedOffset;
     if (hidden && *hidden > *fold) seed = std::min(seed, *fold + (*hidden - *fold) * seedShare);
     platform_.defaults().set(positionKey(name), DefaultsValue(seed));
-    MenuBarLog::log("fold placeholder seeded position=" + numberText(seed));
+    MenuBarLog::log(LogLine("fold placeholder seeded").add("position", seed));
   }
   createItem();
   // A collapsed length is stored only once the item was seen beside the fold; with its position
@@ -66,7 +66,7 @@ void FoldPlaceholderController::replace() {
   auto own = storedPosition(std::string(Placeholder::autosaveName));
   if (!fold || replacements_ >= replacementLimit) {
     isSuppressed_ = true;
-    MenuBarLog::log("fold placeholder suppressed replacements=" + std::to_string(replacements_));
+    MenuBarLog::log(LogLine("fold placeholder suppressed").add("replacements", replacements_));
     return;
   }
   // A third of the way back towards the fold: closer than whatever foreign item slipped in
@@ -75,8 +75,7 @@ void FoldPlaceholderController::replace() {
   ++replacements_;
   platform_.statusBar().removeStatusItem(std::move(item_));
   platform_.defaults().set(positionKey(std::string(Placeholder::autosaveName)), DefaultsValue(next));
-  MenuBarLog::log("fold placeholder replaced position=" + numberText(next) +
-                  " attempt=" + std::to_string(replacements_));
+  MenuBarLog::log(LogLine("fold placeholder replaced").add("position", next).add("attempt", replacements_));
   createItem();
   placedBesideFold_.reset();
   misplacedStreak_ = 0;
@@ -115,7 +114,7 @@ bool FoldPlaceholderController::check(MenuBarPresentation presentation, std::opt
   });
   lastPlacement_ = placement;
   const std::string kind(Placeholder::rawValue(placement.kind));
-  if (loggedKeys_.insert(kind).second) MenuBarLog::log("fold placeholder placement=" + kind);
+  if (loggedKeys_.insert(kind).second) MenuBarLog::log(LogLine("fold placeholder").add("placement", kind));
   if (placement.kind == Placeholder::Placement::Kind::unread) return false;
 
   // While collapsed the item is lengthened, which distorts its frame, or pushed away with the
@@ -126,7 +125,7 @@ bool FoldPlaceholderController::check(MenuBarPresentation presentation, std::opt
                                   placement.kind == Placeholder::Placement::Kind::adjacent;
     if (!shortAndAdjacent) {
       if (!Placeholder::collapsedReadingConfirms(placedBesideFold_, placement)) {
-        MenuBarLog::log("fold placeholder collapsed reading disagrees placement=" + kind);
+        MenuBarLog::log(LogLine("fold placeholder collapsed reading disagrees").add("placement", kind));
       }
       return false;
     }

@@ -1,0 +1,254 @@
+#include "statusbar/OwnStatusItems.h"
+
+#include "base/Log.h"
+#include "localization/LocalizationManager.h"
+#include "visibility/CollapseVerdicts.h"
+
+namespace tarvolo {
+
+namespace Policy = MenuBarVisibilityPolicy;
+using platform::EventType;
+
+namespace {
+constexpr double kSymbolPointSize = 13;
+// A window edge this far past the button's belongs to another item.
+constexpr double kSharedHostSlack = 1;
+constexpr double kOrderTolerance = 1;
+}  // namespace
+
+OwnStatusItems::OwnStatusItems(platform::Platform& platform, const LocalizationManager& localization,
+                               double expandedSeparatorLength)
+    : platform_(platform), localization_(localization), expandedSeparatorLength_(expandedSeparatorLength) {}
+
+OwnStatusItems::~OwnStatusItems() = default;
+
+// --- creation ------------------------------------------------------------------------------------------
+
+void OwnStatusItems::seedPreferredPositions() {
+  auto& defaults = platform_.defaults();
+  auto arrow = defaults.getDouble(preferredPositionKey(toggleAutosaveName));
+  auto fold = defaults.getDouble(preferredPositionKey(separatorAutosaveName));
+  auto hidden = defaults.getDouble(preferredPositionKey(alwaysHiddenAutosaveName));
+  auto seeding = Policy::seededPreferredPositions(arrow, fold, hidden);
+  if (!seeding) return;
+  if (seeding->writeArrow) defaults.set(preferredPositionKey(toggleAutosaveName), DefaultsValue(seeding->arrow));
+  if (seeding->writeFold) defaults.set(preferredPositionKey(separatorAutosaveName), DefaultsValue(seeding->fold));
+  if (seeding->writeHidden) {
+    defaults.set(preferredPositionKey(alwaysHiddenAutosaveName), DefaultsValue(seeding->hidden));
+  }
+  MenuBarLog::log(LogLine("seeded positions")
+                      .add("arrow", seeding->arrow)
+                      .add("fold", seeding->fold)
+                      .add("hidden", seeding->hidden));
+}
+
+void OwnStatusItems::createOwnItems(MenuBarPresentation shown, Actions actions,
+                                    const std::function<void(Item)>& afterEach) {
+  auto& bar = platform_.statusBar();
+  statusItem_ = bar.createStatusItem(platform::kVariableStatusItemLength, toggleAutosaveName);
+  statusItem_->setVisible(true);
+  updateButtonAppearance(shown);
+  statusItem_->setAction(EventType::leftMouseDown | EventType::leftMouseUp | EventType::rightMouseUp,
+                         std::move(actions.toggleClicked));
+  if (afterEach) afterEach(Item::toggle);
+
+  separatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, separatorAutosaveName);
+  separatorStatusItem_->setVisible(true);
+  separatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
+                                  std::move(actions.separatorClicked));
+  styleFoldSeparator(false);
+  if (afterEach) afterEach(Item::separator);
+
+  alwaysHiddenSeparatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, alwaysHiddenAutosaveName);
+  alwaysHiddenSeparatorStatusItem_->setVisible(true);
+  alwaysHiddenSeparatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
+                                              std::move(actions.alwaysHiddenSeparatorClicked));
+  styleHiddenSeparator(false);
+  if (afterEach) afterEach(Item::alwaysHiddenSeparator);
+}
+
+void OwnStatusItems::removeOwnItems() {
+  auto& bar = platform_.statusBar();
+  bar.removeStatusItem(std::move(alwaysHiddenSeparatorStatusItem_));
+  bar.removeStatusItem(std::move(separatorStatusItem_));
+  bar.removeStatusItem(std::move(statusItem_));
+}
+
+// --- styling -------------------------------------------------------------------------------------------
+
+std::string OwnStatusItems::text(const std::string& key) const { return localization_.tr(key); }
+
+std::string OwnStatusItems::stateDescription(MenuBarPresentation shown) const {
+  switch (shown) {
+    case MenuBarPresentation::collapsed: return text("tooltip_status_collapsed");
+    case MenuBarPresentation::shelfExpanded: return text("tooltip_status_normal_expanded");
+    case MenuBarPresentation::deepExpanded: return text("tooltip_status_deep_expanded");
+  }
+  return text("tooltip_status_collapsed");
+}
+
+void OwnStatusItems::updateButtonAppearance(MenuBarPresentation shown) {
+  if (!statusItem_ || !statusItem_->hasButton()) return;
+  const char* symbol = "chevron.left";
+  const char* fallback = "◀";
+  switch (shown) {
+    case MenuBarPresentation::collapsed: break;
+    case MenuBarPresentation::shelfExpanded:
+      symbol = "chevron.down";
+      fallback = "▼";
+      break;
+    case MenuBarPresentation::deepExpanded:
+      symbol = "chevron.down.circle.fill";
+      fallback = "▼·";
+      break;
+  }
+  statusItem_->setTitle(statusItem_->setSymbolImage(symbol, kSymbolPointSize) ? "" : fallback);
+  std::string description = stateDescription(shown);
+  statusItem_->setToolTip(description + "\n" + text("tooltip_right_click_menu"));
+  statusItem_->setAccessibilityLabel(description);
+}
+
+// The texts are the same either way; the title drawn for the presentation carries the emphasis.
+void OwnStatusItems::styleFoldSeparator(bool) {
+  if (!separatorStatusItem_) return;
+  separatorStatusItem_->setAccessibilityLabel(text("ax_separator_fold"));
+  separatorStatusItem_->setToolTip(text("tooltip_separator_normal"));
+}
+
+void OwnStatusItems::styleHiddenSeparator(bool) {
+  if (!alwaysHiddenSeparatorStatusItem_) return;
+  alwaysHiddenSeparatorStatusItem_->setAccessibilityLabel(text("ax_separator_hidden"));
+  alwaysHiddenSeparatorStatusItem_->setToolTip(text("tooltip_separator_always_hidden"));
+}
+
+void OwnStatusItems::updateLanguageStrings(MenuBarPresentation shown) {
+  updateButtonAppearance(shown);
+  styleFoldSeparator(false);
+  styleHiddenSeparator(false);
+}
+
+void OwnStatusItems::applySeparatorTitles(const std::string& normalTitle, const std::string& alwaysHiddenSymbol) {
+  if (separatorStatusItem_) separatorStatusItem_->setTitle(normalTitle);
+  if (!alwaysHiddenSeparatorStatusItem_) return;
+  auto& hidden = *alwaysHiddenSeparatorStatusItem_;
+  if (!alwaysHiddenSymbol.empty() && hidden.setSymbolImage(alwaysHiddenSymbol, kSymbolPointSize)) {
+    hidden.setTitle("");
+    return;
+  }
+  // Without the symbol a text stands in for it.
+  hidden.setSymbolImage("", kSymbolPointSize);
+  hidden.setTitle(alwaysHiddenSymbol.empty() ? "" : "⊘");
+}
+
+void OwnStatusItems::showAll() {
+  if (separatorStatusItem_) separatorStatusItem_->setVisible(true);
+  if (alwaysHiddenSeparatorStatusItem_) alwaysHiddenSeparatorStatusItem_->setVisible(true);
+  if (statusItem_) statusItem_->setVisible(true);
+}
+
+void OwnStatusItems::popUpToggleMenu(const platform::Menu& menu) {
+  if (statusItem_) statusItem_->popUpMenu(menu);
+}
+
+// --- lengths -------------------------------------------------------------------------------------------
+
+double OwnStatusItems::separatorLength() const { return separatorStatusItem_ ? separatorStatusItem_->length() : 0; }
+
+void OwnStatusItems::setSeparatorLength(double length) {
+  if (separatorStatusItem_) separatorStatusItem_->setLength(length);
+}
+
+void OwnStatusItems::setSeparatorTitle(const std::string& title) {
+  if (separatorStatusItem_) separatorStatusItem_->setTitle(title);
+}
+
+double OwnStatusItems::alwaysHiddenSeparatorLength() const {
+  return alwaysHiddenSeparatorStatusItem_ ? alwaysHiddenSeparatorStatusItem_->length() : 0;
+}
+
+void OwnStatusItems::setAlwaysHiddenSeparatorLength(double length) {
+  if (alwaysHiddenSeparatorStatusItem_) alwaysHiddenSeparatorStatusItem_->setLength(length);
+}
+
+// --- frames --------------------------------------------------------------------------------------------
+
+std::optional<Rect> OwnStatusItems::toggleFrame() const {
+  return statusItem_ ? statusItem_->buttonFrameOnScreen() : std::nullopt;
+}
+
+std::optional<Rect> OwnStatusItems::separatorFrame() const {
+  return separatorStatusItem_ ? separatorStatusItem_->buttonFrameOnScreen() : std::nullopt;
+}
+
+std::optional<Rect> OwnStatusItems::alwaysHiddenSeparatorFrame() const {
+  return alwaysHiddenSeparatorStatusItem_ ? alwaysHiddenSeparatorStatusItem_->buttonFrameOnScreen() : std::nullopt;
+}
+
+std::optional<Rect> OwnStatusItems::alwaysHiddenSeparatorWindowFrame() const {
+  return alwaysHiddenSeparatorStatusItem_ ? alwaysHiddenSeparatorStatusItem_->windowFrame() : std::nullopt;
+}
+
+std::optional<Rect> OwnStatusItems::coachAnchor() const {
+  if (!statusItem_ || !statusItem_->hasButton()) return std::nullopt;
+  return statusItem_->buttonFrameOnScreen();
+}
+
+std::optional<PlacementAnchors> OwnStatusItems::currentPlacementAnchors() const {
+  auto toggle = toggleFrame();
+  auto normal = separatorFrame();
+  auto hidden = alwaysHiddenSeparatorFrame();
+  if (!toggle || !normal || !hidden) return std::nullopt;
+  return PlacementAnchors{.toggleMinX = toggle->minX(),
+                          .toggleMaxX = toggle->maxX(),
+                          .normalMinX = normal->minX(),
+                          .normalMaxX = normal->maxX(),
+                          .normalWidth = normal->width,
+                          .hiddenMinX = hidden->minX(),
+                          .hiddenMaxX = hidden->maxX(),
+                          .hiddenWidth = hidden->width};
+}
+
+std::optional<platform::ScreenInfo> OwnStatusItems::statusItemScreen() const {
+  auto screens = platform_.screens().screens();
+  if (screens.empty()) return std::nullopt;
+  if (auto toggle = toggleFrame()) {
+    for (const auto& screen : screens) {
+      if (screen.frame.containsX(toggle->midX())) return screen;
+    }
+  }
+  // The bar with the status items is the primary screen's.
+  return screens.front();
+}
+
+bool OwnStatusItems::canMeasure() const { return statusItem_ && separatorStatusItem_; }
+
+SeparatorMeasurement OwnStatusItems::measureSeparator(double requestedLength) const {
+  SeparatorMeasurement m;
+  auto button = separatorFrame();
+  auto window = separatorStatusItem_ ? separatorStatusItem_->windowFrame() : std::nullopt;
+  if (!button && !window) {
+    m.failure = SeparatorReadFailure::noWindow;
+    return m;
+  }
+  m.windowWidth = window ? window->width : 0;
+  m.buttonWidth = button ? button->width : 0;
+  m.sharedHost =
+      window && button &&
+      (window->minX() < button->minX() - kSharedHostSlack || window->maxX() > button->maxX() + kSharedHostSlack);
+  // The button is the separator's own; a window may also hold its neighbours.
+  const Rect& believed = button ? *button : *window;
+  m.source = button ? "button" : "window";
+  m.chosenWidth = believed.width;
+  m.arrowFacingEdge = believed.maxX();
+  m.leadingEdge = believed.minX();
+  if (auto toggle = toggleFrame()) {
+    m.toggleAnchor = toggle->minX();
+    m.orderKnown = true;
+    m.separatorLeftOfToggle = believed.maxX() <= toggle->minX() + kOrderTolerance;
+  }
+  m.usable = Policy::measurementIsFresh(m.windowWidth, m.buttonWidth, requestedLength);
+  if (m.sharedHost && !button) MenuBarLog::log("measure separator verdict=shared-host ");
+  return m;
+}
+
+}  // namespace tarvolo

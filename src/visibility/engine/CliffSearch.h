@@ -1,0 +1,131 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "base/MainThreadChecker.h"
+#include "base/WeakHandle.h"
+#include "base/WorkItem.h"
+#include "platform/Platform.h"
+#include "visibility/CollapseLengthSearch.h"
+#include "visibility/CollapseReasons.h"
+#include "visibility/engine/CollapseHost.h"
+#include "visibility/engine/CollapseLengthStore.h"
+#include "visibility/engine/CollapseScreens.h"
+#include "visibility/engine/FoldTails.h"
+#include "visibility/engine/SeparatorItems.h"
+
+namespace tarvolo {
+
+// What a search tells the engine's other owners, which it does not know.
+class CliffSearchListener {
+ public:
+  virtual ~CliffSearchListener() = default;
+  // A new search makes a pending verification of the previous length moot.
+  virtual void cliffSearchBegan() = 0;
+  // The baseline is the freshest reading of the short separator there is.
+  virtual void cliffBaselineRead(const SeparatorMeasurement& measurement) = 0;
+  // The search runs because a verified collapse failed.
+  virtual bool cliffSearchIsCorrective() const = 0;
+};
+
+// Finds the longest length the system still lays out for the normal separator (the cliff) by a
+// short bisection of probes on the live separator, and files it with the length store. Every
+// step is delayed and carries the generation it was scheduled under. Main thread only.
+class CliffSearch {
+ public:
+  struct Dependencies {
+    platform::Platform& platform;
+    SeparatorItems& items;
+    const CollapseScreens& screens;
+    CollapseLengthStore& lengths;
+    const FoldTails& fold;
+    CollapseHost& host;
+    CliffSearchListener& listener;
+  };
+
+  explicit CliffSearch(Dependencies dependencies);
+  CliffSearch(const CliffSearch&) = delete;
+  CliffSearch& operator=(const CliffSearch&) = delete;
+
+  // Whether a search started; one that must wait is owed, or retried shortly.
+  bool beginCliffSearch(bool force);
+  // After a collapse: searches unless a length is remembered for the screen and the app.
+  void startCliffSearchIfNeeded();
+  // The search that recovery asks for starts from a length already known to hide.
+  void setCollapseSearchFloor(std::optional<double> floor) { collapseSearchFloor_ = floor; }
+  // Expanding the bar ends a search, which is then owed to the next collapse.
+  void abortForExpandedBar();
+  // The screens changed under a running search: its probes belong to another arrangement.
+  void abortIfScreensChanged();
+  // A collapsed bar on a new arrangement needs its own cliff; looks once the apply has run.
+  void searchAfterScreenChange();
+  // The verification of the first collapse after a search: a search whose length held
+  // counts as no give-up.
+  void noteCollapseVerified(bool verifiedLayoutA);
+
+  bool cliffSearchInFlight() const { return cliffProbeInFlight_; }
+  int cliffProbeCount() const { return cliffProbeCount_; }
+  // Probes made and searches started by every search of this run.
+  int cliffProbesMade() const { return cliffProbesMade_; }
+  int cliffSearchesStarted() const { return cliffSearchesStarted_; }
+  int cliffGiveUps() const { return cliffGiveUps_; }
+  int cliffCampaigns() const { return cliffCampaigns_; }
+  bool cliffSearchGaveUp() const { return cliffSearchGaveUp_; }
+  bool cliffSearchOwed() const { return cliffSearchOwed_; }
+
+ private:
+  std::optional<std::string> calibrationBlockedReason() const;
+  void readCliffBaseline(unsigned long long generation);
+  void retryCliffBaseline(unsigned long long generation, SeparatorReadFailure reason);
+  void probeCliff(unsigned long long generation);
+  void readCliffProbe(unsigned long long generation, double probe);
+  void retryCliffProbe(unsigned long long generation, double probe, SeparatorReadFailure reason);
+  void finishCliffSearch(double length);
+  void giveUpCliffSearch(StayExpandedReason reason, std::optional<double> applyLength);
+  void abortCliffSearch();
+  void oweSearchAfterInterruption();
+  void tightenCliffCeiling(double edge);
+  void scheduleCliffRetryIfNeeded();
+  void retryCampaign(int campaign);
+  WeakHandle<CliffSearch> weak() const { return weakFactory_.handle(); }
+
+  platform::Platform& platform_;
+  SeparatorItems& items_;
+  const CollapseScreens& screens_;
+  CollapseLengthStore& lengths_;
+  const FoldTails& fold_;
+  CollapseHost& host_;
+  CliffSearchListener& listener_;
+  MainThreadChecker mainThread_;
+
+  std::optional<MenuBarVisibilityPolicy::CollapseLengthSearch> cliffSearch_;
+  std::optional<double> cliffBaselineEdge_;
+  std::optional<double> cliffBaselineLeading_;
+  std::optional<double> cliffBaselineToggle_;
+  std::optional<double> cliffPinnedGap_;
+  std::optional<std::string> cliffScreenKeyPending_;
+  std::optional<std::string> cliffSearchBundle_;
+  std::optional<double> collapseSearchFloor_;
+  unsigned long long cliffGeneration_ = 0;
+  bool cliffProbeInFlight_ = false;
+  int cliffUnreadRetries_ = 0;
+  int cliffProbeCount_ = 0;
+  int cliffGiveUps_ = 0;
+  int cliffCampaigns_ = 0;
+  int cliffProbesMade_ = 0;
+  int cliffSearchesStarted_ = 0;
+  bool cliffSearchOwed_ = false;
+  bool cliffSearchForced_ = false;
+  bool cliffSearchGaveUp_ = false;
+  bool cliffAwaitingVerification_ = false;
+  std::optional<std::string> lastCliffDeferral_;
+
+  WorkItem cliffStepWork_;
+  WorkItem cliffDeferWork_;
+  WorkItem cliffRetryWork_;
+
+  WeakHandleFactory<CliffSearch> weakFactory_{this};
+};
+
+}  // namespace tarvolo

@@ -1,0 +1,177 @@
+#include "visibility/engine/CollapseEngine.h"
+
+#include <algorithm>
+
+#include "base/Log.h"
+
+namespace tarvolo {
+
+namespace Policy = MenuBarVisibilityPolicy;
+using Policy::CollapseLengthCache;
+
+namespace {
+// The short separator's far edge and the always-hidden separator's right edge may differ by this
+// and still stand in order.
+constexpr double kOrderTolerance = 1;
+}  // namespace
+
+CollapseEngine::CollapseEngine(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      items_(dependencies.items),
+      host_(dependencies.host),
+      screens_(dependencies.platform.screens(), dependencies.items),
+      lengths_(dependencies.platform.defaults(), screens_),
+      fold_({.platform = platform_, .items = items_, .screens = screens_, .lengths = lengths_, .host = host_}),
+      shelf_(platform_, items_, host_),
+      cliff_({.platform = platform_,
+              .items = items_,
+              .screens = screens_,
+              .lengths = lengths_,
+              .fold = fold_,
+              .host = host_,
+              .listener = *this}),
+      recovery_({.platform = platform_,
+                 .items = items_,
+                 .screens = screens_,
+                 .lengths = lengths_,
+                 .fold = fold_,
+                 .cliff = cliff_,
+                 .host = host_}),
+      verifier_({.platform = platform_,
+                 .items = items_,
+                 .screens = screens_,
+                 .lengths = lengths_,
+                 .fold = fold_,
+                 .shelf = shelf_,
+                 .cliff = cliff_,
+                 .recovery = recovery_,
+                 .host = host_}),
+      gaps_({.platform = platform_,
+             .workspaceCenter = dependencies.workspaceCenter,
+             .items = items_,
+             .screens = screens_,
+             .lengths = lengths_,
+             .fold = fold_,
+             .shelf = shelf_,
+             .cliff = cliff_,
+             .verifier = verifier_,
+             .host = host_}) {}
+
+// --- start-up and screens ------------------------------------------------------------------------------
+
+void CollapseEngine::restorePersistedLengths() {
+  lengths_.restoreCliffCache();
+  fold_.restoreFoldTails();
+}
+
+void CollapseEngine::logLaunchState() {
+  auto screen = screens_.statusItemScreen();
+  MenuBarLog::log(LogLine("launch")
+                      .add("screen", screens_.screenConfigKey())
+                      .add("notch", screen ? screen->notchWidth() : 0)
+                      .add("screens", platform_.screens().screens().size())
+                      .add("os", platform_.system().osMajorVersion()));
+  auto gap = lengths_.perAppLengths().knownGoodGap(screens_.collapseScreenKey());
+  auto record = lengths_.cliffRecordForCurrentScreens();
+  MenuBarLog::log(LogLine("launch gap")
+                      .add("knownGood", gap)
+                      .add("cliff", record ? std::optional<double>(record->length) : std::nullopt)
+                      .add("cliffGap", record ? std::optional<double>(record->gap) : std::nullopt));
+  MenuBarLog::log(LogLine("launch").add("frontmost", host_.frontmostBundleID()));
+}
+
+void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
+  auto keeping = screens_.connectedScreenKeys();
+  recovery_.pruneCollapseBudgets(keeping);
+  const bool lengthsPruned = lengths_.pruneToScreens(keeping);
+  const bool tailsPruned = fold_.pruneToScreens(keeping);
+  if (!lengthsPruned && !tailsPruned) return;
+  MenuBarLog::log(LogLine("collapse lengths pruned").add("screens", screens_.screenConfigKey()));
+  lengths_.persistPerAppLengths();
+  fold_.persistFoldTails();
+}
+
+void CollapseEngine::screenParametersChanged() {
+  pruneCollapseLengthsToConnectedScreens();
+  verifier_.forgetCollapseReference();
+  shelf_.forgetDividerDistance();
+  cliff_.abortIfScreensChanged();
+  host_.scheduleApply();
+  if (host_.currentPresentation() == MenuBarPresentation::collapsed) cliff_.searchAfterScreenChange();
+}
+
+// --- collapsing ----------------------------------------------------------------------------------------
+
+double CollapseEngine::collapseLength(const std::optional<std::string>& bundleID) const {
+  const std::string screen = screens_.collapseScreenKey();
+  const std::string bundle = bundleID.value_or("");
+  const std::string key = CollapseLengthCache::key(screen, bundle);
+  const double width = screens_.collapseScreenWidth();
+  double length = lengths_.perAppLengths().lengthForCollapse(screen, bundle, lengths_.collapseLowerBound());
+  length = Policy::rememberedFoldTail({
+      .preferredLength = length,
+      .storedTail = fold_.storedTail(key),
+      .tailRejected = fold_.tailRejected(key),
+      .menuLimited = lengths_.isMenuLimited(key),
+      .screenWidth = width,
+  });
+  if (auto bad = recovery_.badUpperBound(key)) {
+    bool retry = Policy::shouldRetryCollapsedLength({
+        .length = length,
+        .badUpperBound = bad->length,
+        .badUpperBoundRecordedAt = bad->recordedAt,
+        .now = platform_.clock().now(),
+    });
+    if (!retry) {
+      auto below = Policy::lengthAfterBadUpperBound({
+          .current = length,
+          .badUpperBound = bad->length,
+          .knownGoodMax = lengths_.perAppLengths().knownGoodMax(screen, bundle),
+      });
+      if (below) length = *below;
+    }
+  }
+  return std::min(length, Policy::collapseTailCeiling(width));
+}
+
+void CollapseEngine::beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {
+  recovery_.beginCollapseRecovery(bundleID, allowOneStep);
+  verifier_.resetUnreadRetries();
+}
+
+void CollapseEngine::clearCollapseBudget(const std::string& bundleID) {
+  recovery_.clearCollapseBudget(bundleID);
+  fold_.forgetRejectedTails(bundleID);
+}
+
+void CollapseEngine::applyFoldPlaceholder(MenuBarPresentation presentation, double normalSeparatorLength) {
+  if (!fold_.foldPlaceholder()) return;
+  std::optional<double> placeholderLength;
+  if (presentation == MenuBarPresentation::collapsed) {
+    placeholderLength = fold_.foldPlaceholderCollapsedLength(normalSeparatorLength, verifier_.collapseReference(),
+                                                             verifier_.lastHiddenMaxX());
+  }
+  fold_.applyFoldPlaceholder(presentation, placeholderLength);
+}
+
+// --- what the search reports ---------------------------------------------------------------------------
+
+void CollapseEngine::cliffSearchBegan() { verifier_.cancelCollapsedCliffVerify(); }
+
+void CollapseEngine::cliffBaselineRead(const SeparatorMeasurement& measurement) {
+  // The baseline is the freshest short reading there is: later verifications judge against it.
+  verifier_.adoptReference(measurement, Policy::cliffBaselineLength);
+  shelf_.captureDividerDistanceIfShort();
+  // The short separator shows the own items' order even while the other one is long.
+  auto hidden = items_.alwaysHiddenSeparatorFrame();
+  if (measurement.separatorLeftOfToggle && hidden && hidden->maxX() <= measurement.leadingEdge + kOrderTolerance) {
+    host_.noteAlwaysVisibleAnchorReady();
+    host_.publishFoldingEffective();
+  }
+  // With the separator short the placeholder's place can be judged as on an expanded bar.
+  fold_.checkFoldPlaceholder(MenuBarPresentation::shelfExpanded, items_.separatorFrame(), hidden);
+}
+
+bool CollapseEngine::cliffSearchIsCorrective() const { return recovery_.collapseRecoverySearch(); }
+
+}  // namespace tarvolo

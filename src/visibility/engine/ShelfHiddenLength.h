@@ -1,0 +1,58 @@
+#pragma once
+
+#include <optional>
+
+#include "base/WeakHandle.h"
+#include "base/WorkItem.h"
+#include "platform/Platform.h"
+#include "visibility/engine/CollapseHost.h"
+#include "visibility/engine/SeparatorItems.h"
+
+namespace tarvolo {
+
+// The always-hidden separator while the shelf presentation is shown: on newer systems it takes a
+// length of its own, sized from the distance between the two separators, and steps down when the
+// system ejects it. Main thread only.
+class ShelfHiddenLength {
+ public:
+  ShelfHiddenLength(platform::Platform& platform, const SeparatorItems& items, CollapseHost& host);
+  ShelfHiddenLength(const ShelfHiddenLength&) = delete;
+  ShelfHiddenLength& operator=(const ShelfHiddenLength&) = delete;
+
+  // Reads the distance between the separators while both are short, and with it the reference
+  // a lengthened always-hidden separator is judged against.
+  void captureDividerDistanceIfShort();
+  void forgetReference() { shelfHiddenReference_.reset(); }
+  void forgetDividerDistance() { dividerDistance_.reset(); }
+  std::optional<double> dividerDistance() const { return dividerDistance_; }
+  // The longest length the always-hidden separator may take in the shelf presentation.
+  std::optional<double> shelfHiddenCap() const { return shelfHiddenCap_; }
+
+  // Before a collapse: a grown room lifts the cap.
+  void noteShelfCapBeforeCollapse();
+  void scheduleShelfHiddenVerify();
+
+ private:
+  std::optional<double> shelfHiddenRoom() const;
+  void verifyShelfHiddenLength(unsigned long long generation);
+  void stepDownShelfHidden(double ejected);
+  WeakHandle<ShelfHiddenLength> weak() const { return weakFactory_.handle(); }
+
+  platform::Platform& platform_;
+  const SeparatorItems& items_;
+  CollapseHost& host_;
+
+  std::optional<double> dividerDistance_;
+  std::optional<double> shelfHiddenCap_;
+  std::optional<double> shelfHiddenAccepted_;
+  std::optional<double> shelfHiddenEjected_;
+  std::optional<double> shelfCapRoom_;
+  int shelfStepDowns_ = 0;
+  unsigned long long shelfVerifyGeneration_ = 0;
+  std::optional<SeparatorReference> shelfHiddenReference_;
+  WorkItem shelfVerifyWork_;
+
+  WeakHandleFactory<ShelfHiddenLength> weakFactory_{this};
+};
+
+}  // namespace tarvolo
