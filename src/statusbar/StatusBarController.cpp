@@ -1,7 +1,6 @@
 #include "statusbar/StatusBarController.h"
 
 #include <algorithm>
-#include <array>
 
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
@@ -17,7 +16,6 @@ using platform::Modifier;
 
 namespace {
 
-constexpr std::array<double, 4> kStartupCollapseRetryDelays = {0.2, 0.5, 1.0, 2.0};
 constexpr double kApplyCoalesceDelay = 0.15;
 constexpr double kArrowPressWindow = 1.0;
 constexpr double kDragTolerance = 3.0;
@@ -43,7 +41,7 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                .workspaceCenter = dependencies.workspaceCenter,
                .items = items_,
                .host = *this}),
-      startupCollapseRetryWork_(dependencies.platform.mainQueue()),
+      campaign_(dependencies.platform.mainQueue(), *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
       autoCollapseWorkItem_(dependencies.platform.mainQueue()) {
@@ -156,12 +154,6 @@ void StatusBarController::showEverything() {
   applyVisibilityNow();
 }
 
-// The campaign retries for the reason the first collapse was withheld, or for start-up.
-std::string StatusBarController::startupRetryReason() const {
-  return std::string(startupCollapseWithheldReason_ ? rawValue(*startupCollapseWithheldReason_)
-                                                    : rawValue(CollapseReason::startup));
-}
-
 void StatusBarController::finishStartup() {
   mainThread_.check();
   startupCollapseAllowed_ = true;
@@ -171,70 +163,17 @@ void StatusBarController::finishStartup() {
     return;
   }
   collapseBar(CollapseReason::startup);
-
-  std::string reason = startupRetryReason();
-  startupCollapseWithheldReason_.reset();
-  if (!startupCollapsePending_ && startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_ &&
-      isExpanded.get() && isDeepExpanded.get()) {
-    startupCollapseRetryAttempt_ = 0;
-    startupCollapsePending_ = true;
-    scheduleStartupCollapseRetry(reason);
-  }
+  campaign_.beginIfNeeded();
 }
 
-void StatusBarController::scheduleStartupCollapseRetry(const std::string& reason) {
-  if (!startupCollapsePending_) return;
-  int attempt = startupCollapseRetryAttempt_;
-  if (attempt > 3) {
-    startupCollapsePending_ = false;
-    MenuBarLog::log(LogLine("collapse retry gave up").add("reason", reason));
-    if (!readAlwaysVisibleAnchor().has_value() && startupCollapseAllowed_ && onboardingComplete() &&
-        !manualPlacement_) {
-      collapseBar(CollapseReason::startup);
-    }
-    // Order repair takes over here once it exists; until then the bar stays shown.
-    return;
-  }
-  startupCollapseRetryWork_.schedule(kStartupCollapseRetryDelays[static_cast<std::size_t>(attempt)],
-                                     bindWeak(weak(), &StatusBarController::performStartupCollapseRetry, reason));
+bool StatusBarController::startupCollapseMayRun() const {
+  return startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_;
 }
 
-void StatusBarController::performStartupCollapseRetry(const std::string& reason) {
-  if (!startupCollapsePending_) return;
-  ++startupCollapseRetryAttempt_;
-  MenuBarLog::log(LogLine("collapse retry").add("reason", reason).add("attempt", startupCollapseRetryAttempt_));
-  auto conditionsHold = [this] { return startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_; };
-  if (!conditionsHold()) {
-    cancelStartupCollapseRetry();
-    return;
-  }
-  if (readAlwaysVisibleAnchor() == true) {
-    startupCollapseRetryWork_.cancel();
-    collapseBar(CollapseReason::startup);
-    if (isExpanded.get() && isDeepExpanded.get() && conditionsHold()) {
-      scheduleStartupCollapseRetry(reason);
-      return;
-    }
-    startupCollapsePending_ = false;
-    startupCollapseWithheldReason_.reset();
-    return;
-  }
-  scheduleStartupCollapseRetry(reason);
-}
+bool StatusBarController::showsEverything() const { return isExpanded.get() && isDeepExpanded.get(); }
 
-void StatusBarController::startupCollapseFramesReady() {
-  if (!startupCollapsePending_ || !startupCollapseAllowed_ || !onboardingComplete() || manualPlacement_) return;
-  if (readAlwaysVisibleAnchor() != true) return;
-  startupCollapseRetryWork_.cancel();
-  platform_.mainQueue().post(
-      0, bindWeak(weak(), &StatusBarController::performStartupCollapseRetry, startupRetryReason()));
-}
-
-void StatusBarController::cancelStartupCollapseRetry() {
-  startupCollapsePending_ = false;
-  startupCollapseWithheldReason_.reset();
-  startupCollapseRetryWork_.cancel();
-}
+// Order repair takes over here once it exists; until then the bar stays shown.
+void StatusBarController::startupCollapseGaveUp() {}
 
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
   // A probe's length says nothing about the order.
@@ -292,7 +231,7 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   const bool deep = depth == ExpandDepth::deep;
   const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
-    cancelStartupCollapseRetry();
+    campaign_.cancelStartupCollapseRetry();
     if (platform_.userInterface().isPreferencesVisible()) keepPreferencesVisible_ = true;
   }
   Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
@@ -319,7 +258,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
     stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
-    if (reason == CollapseReason::startup) startupCollapseWithheldReason_ = StayExpandedReason::order;
+    if (reason == CollapseReason::startup) campaign_.noteWithheld(StayExpandedReason::order);
     return;
   }
   // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
@@ -631,7 +570,7 @@ void StatusBarController::scheduleFoldingCheck() {
                              bindWeak(weak(), [generation](StatusBarController& self) {
                                if (generation != self.applyGeneration_) return;
                                self.publishFoldingEffective();
-                               self.startupCollapseFramesReady();
+                               self.campaign_.startupCollapseFramesReady();
                              }));
 }
 

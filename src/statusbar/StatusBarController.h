@@ -16,6 +16,7 @@
 #include "platform/Platform.h"
 #include "statusbar/BarTransitions.h"
 #include "statusbar/OwnStatusItems.h"
+#include "statusbar/StartupCollapseCampaign.h"
 #include "visibility/CollapseReasons.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/engine/CollapseEngine.h"
@@ -32,7 +33,7 @@ class StatusItemManager;
 // campaign, and answers clicks and the context menu. The own items and the collapse-length engine
 // are owners of their own, held here; what this class offers of theirs forwards to them.
 // Main thread only.
-class StatusBarController final : private CollapseHost {
+class StatusBarController final : private CollapseHost, private StartupCollapseCampaign::Host {
  public:
   static constexpr const char* toggleAutosaveName = OwnStatusItems::toggleAutosaveName;
   static constexpr const char* separatorAutosaveName = OwnStatusItems::separatorAutosaveName;
@@ -65,10 +66,10 @@ class StatusBarController final : private CollapseHost {
 
   // --- start-up
   void finishStartup();
-  void scheduleStartupCollapseRetry(const std::string& reason);
-  void performStartupCollapseRetry(const std::string& reason);
-  void startupCollapseFramesReady();
-  void cancelStartupCollapseRetry();
+  void scheduleStartupCollapseRetry(const std::string& reason) { campaign_.scheduleStartupCollapseRetry(reason); }
+  void performStartupCollapseRetry(const std::string& reason) { campaign_.performStartupCollapseRetry(reason); }
+  void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }
+  void cancelStartupCollapseRetry() { campaign_.cancelStartupCollapseRetry(); }
   std::optional<bool> readAlwaysVisibleAnchor() const override;
   std::optional<PlacementAnchors> currentPlacementAnchors() const { return items_.currentPlacementAnchors(); }
 
@@ -162,9 +163,11 @@ class StatusBarController final : private CollapseHost {
 
   // --- state read by tests, the runner and other owners
   bool startupCollapseAllowed() const { return startupCollapseAllowed_; }
-  bool startupCollapsePending() const { return startupCollapsePending_; }
-  int startupCollapseRetryAttempt() const { return startupCollapseRetryAttempt_; }
-  std::optional<StayExpandedReason> startupCollapseWithheldReason() const { return startupCollapseWithheldReason_; }
+  bool startupCollapsePending() const { return campaign_.startupCollapsePending(); }
+  int startupCollapseRetryAttempt() const { return campaign_.startupCollapseRetryAttempt(); }
+  std::optional<StayExpandedReason> startupCollapseWithheldReason() const {
+    return campaign_.startupCollapseWithheldReason();
+  }
   int menuTrackingCount() const { return menuTrackingCount_; }
   bool manualPlacement() const { return manualPlacement_; }
   bool onboardingComplete() const;
@@ -185,7 +188,11 @@ class StatusBarController final : private CollapseHost {
   void screenParametersChanged();
   void updateLanguageStrings();
   void scheduleFoldingCheck();
-  std::string startupRetryReason() const;
+  // StartupCollapseCampaign::Host
+  bool startupCollapseMayRun() const override;
+  bool showsEverything() const override;
+  void startupCollapseGaveUp() override;
+
   void recordArrowPress();
   void clearArrowPress();
   void performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action);
@@ -207,13 +214,11 @@ class StatusBarController final : private CollapseHost {
   const double expandedSeparatorLength_ = MenuBarVisibilityPolicy::defaultExpandedSeparatorLength;
   OwnStatusItems items_;
   CollapseEngine engine_;
+  StartupCollapseCampaign campaign_;
 
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;
   bool startupCollapseAllowed_ = false;
-  std::optional<StayExpandedReason> startupCollapseWithheldReason_;
-  bool startupCollapsePending_ = false;
-  int startupCollapseRetryAttempt_ = 0;
   int menuTrackingCount_ = 0;
   std::optional<double> menuBarMembershipChangedAt_;
   std::optional<double> lastAppliedNormal_;
@@ -225,7 +230,6 @@ class StatusBarController final : private CollapseHost {
   std::optional<Point> arrowPressFrameOrigin_;
   std::optional<double> arrowPressAt_;
 
-  WorkItem startupCollapseRetryWork_;
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
   WorkItem autoCollapseWorkItem_;
