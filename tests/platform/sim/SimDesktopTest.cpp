@@ -4,7 +4,6 @@
 #include <fstream>
 #include <unistd.h>
 
-#include "base/WorkItem.h"
 #include "platform/sim/SimDesktop.h"
 
 namespace tarvolo::sim {
@@ -137,20 +136,6 @@ TEST(SimMainQueue, RunsInTimeOrderAndCancelledTasksNever) {
   queue.runUntil(1);
   EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
   EXPECT_DOUBLE_EQ(queue.now(), 1);
-}
-
-TEST(SimMainQueue, WorkItemSchedulingAgainCancelsThePreviousStep) {
-  SimMainQueue queue;
-  std::vector<std::string> ran;
-  {
-    WorkItem item(queue);
-    item.schedule(0.2, [&] { ran.push_back("first"); });
-    item.schedule(0.3, [&] { ran.push_back("second"); });
-    queue.runUntil(1);
-    item.schedule(0.1, [&] { ran.push_back("dropped with its owner"); });
-  }
-  queue.runUntil(2);
-  EXPECT_EQ(ran, (std::vector<std::string>{"second"}));
 }
 
 class SimDefaultsFileTest : public ::testing::Test {
