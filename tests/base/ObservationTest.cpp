@@ -24,22 +24,6 @@ TEST(NotificationCenter, DeliversToTheObserversOfThePostedNameInTheOrderTheyCame
   EXPECT_EQ(heard, (Names{"first a", "second a"}));
 }
 
-TEST(NotificationCenter, HandsOnTheObjectAndUserInfo) {
-  NotificationCenter center;
-  std::optional<std::string> object;
-  bool wrongTypeAbsent = false;
-  std::string info;
-  auto s = center.addObserver("launch", [&](const Notification& n) {
-    if (const auto* text = n.objectAs<std::string>()) object = *text;
-    wrongTypeAbsent = n.objectAs<int>() == nullptr;
-    info = n.userInfo.at("bundleID");
-  });
-  center.post(Notification{.name = "launch", .object = std::string("app"), .userInfo = {{"bundleID", "com.x"}}});
-  EXPECT_EQ(object, "app");
-  EXPECT_TRUE(wrongTypeAbsent);
-  EXPECT_EQ(info, "com.x");
-}
-
 TEST(NotificationCenter, ACancelledOrDroppedSubscriptionHearsNothingMore) {
   NotificationCenter center;
   int cancelled = 0, dropped = 0, moved = 0;

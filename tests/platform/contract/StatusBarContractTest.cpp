@@ -8,17 +8,6 @@ namespace {
 
 using StatusBarContract = PlatformContractTest;
 
-TEST_F(StatusBarContract, AnItemKeepsItsNameAndLengthAndStartsVisible) {
-  const std::string name = uniqueName("item");
-  auto& item = createItem(platform::kVariableStatusItemLength, name);
-  EXPECT_EQ(item.autosaveName(), name);
-  EXPECT_TRUE(item.hasButton());
-  EXPECT_TRUE(item.isVisible());
-  EXPECT_EQ(item.length(), platform::kVariableStatusItemLength);
-  item.setLength(40);
-  EXPECT_EQ(item.length(), 40);
-}
-
 // Hiding or removing an item deletes its stored position; an item merely released (the process
 // going away) leaves it behind for the next launch.
 TEST_F(StatusBarContract, HidingOrRemovingAnItemDeletesItsStoredPositionAndReleasingItDoesNot) {
