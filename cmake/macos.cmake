@@ -33,10 +33,18 @@ target_link_options(Tarvolo PRIVATE "LINKER:-sectcreate,__TEXT,__info_plist,${TA
 add_custom_command(TARGET Tarvolo POST_BUILD
   COMMAND ${CMAKE_COMMAND} -E copy ${CMAKE_CURRENT_BINARY_DIR}/PkgInfo $<TARGET_BUNDLE_CONTENT_DIR:Tarvolo>/PkgInfo)
 
-file(GLOB TARVOLO_MACOS_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/macos/*.mm)
-if(TARVOLO_MACOS_TEST_SOURCES)
-  enable_testing()
-  add_executable(tarvolo-macos-tests ${TARVOLO_MACOS_TEST_SOURCES})
-  target_link_libraries(tarvolo-macos-tests PRIVATE tarvolo_platform_macos tarvolo_warnings)
-  add_test(NAME macos_backend COMMAND tarvolo-macos-tests)
+# The backend's tests: the platform contract every backend passes, and the Mac's own checks.
+find_package(GTest QUIET)
+if(NOT GTest_FOUND)
+  message(STATUS "GoogleTest not found: tarvolo-macos-tests is not built (brew install googletest)")
+  return()
 endif()
+file(GLOB TARVOLO_MACOS_TEST_SOURCES CONFIGURE_DEPENDS
+     ${CMAKE_CURRENT_SOURCE_DIR}/tests/macos/*.mm ${CMAKE_CURRENT_SOURCE_DIR}/tests/platform/contract/*.cpp)
+enable_testing()
+add_executable(tarvolo-macos-tests ${TARVOLO_MACOS_TEST_SOURCES})
+target_include_directories(tarvolo-macos-tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/tests)
+target_link_libraries(tarvolo-macos-tests PRIVATE tarvolo_platform_macos GTest::gtest tarvolo_warnings)
+# A packaged GoogleTest holds this Mac's architecture only, and the tests run only here.
+set_target_properties(tarvolo-macos-tests PROPERTIES OSX_ARCHITECTURES ${CMAKE_HOST_SYSTEM_PROCESSOR})
+add_test(NAME macos_backend COMMAND tarvolo-macos-tests)

@@ -2,8 +2,9 @@
 """Builds Tarvolo.app on a machine without Xcode: clang and ld64.lld against a macOS SDK.
 
 Writes a Ninja file into the build directory and runs it. Each architecture is compiled and
-linked on its own (the core into libtarvolo_core.a, the Mac backend and entry point beside it),
-the slices are merged into one universal executable and the bundle is assembled around it.
+linked on its own (the core into libtarvolo_core.a, the Mac backend and entry point beside it,
+GoogleTest from its sources into libgtest.a for the backend's tests), the slices are merged
+into one universal executable and the bundle is assembled around it.
 The SDK lacks text stubs for libSystem and libc++, so tools/macos-stubs.py writes them from the
 objects' undefined symbols before the link.
 
@@ -44,6 +45,21 @@ def core_sources(root: str) -> list[str]:
     return sorted(p for p in sources if not p.startswith(backends))
 
 
+def test_sources(root: str) -> list[str]:
+    """The Mac backend's test target: its own checks and the platform contract's tests."""
+    return sorted(glob.glob(os.path.join(root, "tests", "macos", "*.mm"))) + sorted(
+        glob.glob(os.path.join(root, "tests", "platform", "contract", "*.cpp")))
+
+
+def googletest_dirs(googletest: str) -> tuple[str, str] | None:
+    """GoogleTest's source and include directories in a source tree laid out like Debian's
+    /usr/src/googletest; None when it is not there."""
+    source = os.path.join(googletest, "googletest")
+    if not os.path.exists(os.path.join(source, "src", "gtest-all.cc")):
+        return None
+    return source, os.path.join(source, "include")
+
+
 def sdk_version(sdk: str) -> str:
     match = re.search(r"MacOSX(\d+(?:\.\d+)*)\.sdk", os.path.basename(os.path.normpath(sdk)))
     return match.group(1) if match else "14.0"
@@ -55,6 +71,9 @@ def ninja_escape(path: str) -> str:
 
 def object_path(build: str, root: str, arch: str, source: str) -> str:
     relative = os.path.relpath(source, root)
+    if relative.split(os.sep)[0] == os.pardir:
+        # From outside the tree (GoogleTest's sources).
+        relative = os.path.join("external", os.path.basename(source))
     return os.path.join(build, "obj", arch, relative + ".o")
 
 
@@ -82,7 +101,11 @@ def generate(args: argparse.Namespace) -> str:
     core = core_sources(root)
     backend = sorted(p for p in glob.glob(os.path.join(root, "src/platform/macos/*.mm")) if not p.endswith("/main.mm"))
     entry = os.path.join(root, "src/platform/macos/main.mm")
-    tests = sorted(glob.glob(os.path.join(root, "tests/macos/*.mm")))
+    gtest = googletest_dirs(args.googletest)
+    tests = test_sources(root) if gtest else []
+    if not gtest:
+        print(f"macos-cross: no GoogleTest sources in {args.googletest}; tarvolo-macos-tests is not built",
+              file=sys.stderr)
 
     warnings = "-Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wunguarded-availability"
     if args.werror:
@@ -92,10 +115,11 @@ def generate(args: argparse.Namespace) -> str:
         "ninja_required_version = 1.5",
         f"builddir = {ninja_escape(build)}",
         f"cxx = {q(args.clang)}",
-        f"common = -isysroot {q(sdk)} -std=c++20 -stdlib=libc++ -O2 -g -DNDEBUG {warnings} -I{q(os.path.join(root, 'src'))}",
+        f"common = -isysroot {q(sdk)} -std=c++20 -stdlib=libc++ -O2 -g -DNDEBUG -I{q(os.path.join(root, 'src'))}",
+        f"warnings = {warnings}",
         "",
         "rule cxx",
-        f"  command = $cxx -target ${{arch}}-apple-macos{MINIMUM_MACOS} $common $extra -MD -MF $out.d -c $in -o $out",
+        f"  command = $cxx -target ${{arch}}-apple-macos{MINIMUM_MACOS} $common $warnings $extra -MD -MF $out.d -c $in -o $out",
         "  depfile = $out.d",
         "  deps = gcc",
         "  description = CXX $arch $in",
@@ -126,7 +150,7 @@ def generate(args: argparse.Namespace) -> str:
         "",
     ]
 
-    def compile_all(sources: list[str], arch: str, extra: str = "") -> list[str]:
+    def compile_all(sources: list[str], arch: str, extra: str = "", warnings: str | None = None) -> list[str]:
         objects = []
         for source in sources:
             obj = object_path(build, root, arch, source)
@@ -134,6 +158,8 @@ def generate(args: argparse.Namespace) -> str:
             lines.append(f"  arch = {arch}")
             if extra:
                 lines.append(f"  extra = {extra}")
+            if warnings is not None:
+                lines.append(f"  warnings = {warnings}")
             objects.append(obj)
         return objects
 
@@ -148,7 +174,18 @@ def generate(args: argparse.Namespace) -> str:
         lines.append(f"build {ninja_escape(core_archive)}: ar {' '.join(map(ninja_escape, core_objects))}")
         backend_objects = compile_all(backend, arch, objc)
         entry_objects = compile_all([entry], arch, objc)
-        test_objects = compile_all(tests, arch, objc)
+        test_objects: list[str] = []
+        if gtest:
+            gtest_source, gtest_include = gtest
+            # Someone else's code, built as it comes: without the project's warnings.
+            gtest_objects = compile_all([os.path.join(gtest_source, "src", "gtest-all.cc")], arch,
+                                        f"-I{q(gtest_source)} -I{q(gtest_include)}", warnings="-w")
+            gtest_archive = os.path.join(build, "lib", arch, "libgtest.a")
+            lines.append(f"build {ninja_escape(gtest_archive)}: ar {' '.join(map(ninja_escape, gtest_objects))}")
+            includes = f"-I{q(os.path.join(root, 'tests'))} -isystem {q(gtest_include)}"
+            test_objects = compile_all([t for t in tests if t.endswith(".mm")], arch, f"{objc} {includes}")
+            test_objects += compile_all([t for t in tests if not t.endswith(".mm")], arch, includes)
+            test_objects.append(gtest_archive)
         per_arch[arch] = {"core": [core_archive], "backend": backend_objects, "entry": entry_objects, "tests": test_objects}
         stub_inputs += entry_objects + backend_objects + test_objects + [core_archive]
 
@@ -198,6 +235,8 @@ def main(argv: list[str]) -> int:
     parser.add_argument("--lipo", default="llvm-lipo")
     parser.add_argument("--nm", default="llvm-nm")
     parser.add_argument("--ar", default="llvm-ar")
+    parser.add_argument("--googletest", default="/usr/src/googletest",
+                        help="GoogleTest's source tree; without one the tests are not built")
     parser.add_argument("--arch", action="append", default=[])
     parser.add_argument("--jobs", default="2")
     parser.add_argument("--werror", action="store_true")

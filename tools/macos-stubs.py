@@ -35,6 +35,8 @@ LIBCXX = "/usr/lib/libc++.1.dylib"
 # Prefixes of the C++ standard library and ABI runtime (Itanium mangling plus Mach-O's "_").
 _CXX_RUNTIME_PREFIXES = (
     "__ZNSt", "__ZNKSt", "__ZSt", "__ZTVSt", "__ZTISt", "__ZTSSt", "__ZTVNSt", "__ZTINSt", "__ZTSNSt",
+    # VTTs of the standard's classes with virtual bases (the string streams).
+    "__ZTTSt", "__ZTTNSt",
     "__ZTVN10__cxxabiv1", "__ZTIN10__cxxabiv1", "__ZTSN10__cxxabiv1",
     "__Znw", "__Zna", "__Zdl", "__Zda",
     "___cxa_", "___gxx_personality_v0", "___dynamic_cast",

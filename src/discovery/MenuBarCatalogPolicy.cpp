@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/Text.h"
+
 namespace tarvolo {
 
 std::string_view rawValue(MenuBarCatalogSection section) {
@@ -53,9 +55,7 @@ const std::set<std::string>& recommendedRegularBundleIDs() {
 }
 
 std::optional<MenuBarCatalogDecision> decide(const DecideInput& input) {
-  std::string key(input.bundleID);
-  std::transform(key.begin(), key.end(), key.begin(),
-                 [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+  const std::string key = text::lowercased(input.bundleID);
   const auto& recommendedSet = input.recommended ? *input.recommended : recommendedRegularBundleIDs();
   const bool recommended = recommendedSet.contains(key);
   const MenuBarCatalogDecision likely{.section = MenuBarCatalogSection::likely, .participates = true};

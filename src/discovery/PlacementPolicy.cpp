@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "base/Text.h"
+
 namespace tarvolo::PlacementPolicy {
 namespace {
 
@@ -13,86 +15,16 @@ constexpr std::string_view alwaysHiddenRaw = "always_hidden";
 bool isHidingTier(std::string_view category) { return category == hiddenRaw || category == alwaysHiddenRaw; }
 bool isAlwaysVisible(const std::optional<std::string>& category) { return category && *category == alwaysVisibleRaw; }
 
-// Decodes the UTF-8 sequence starting at `i`; malformed bytes count as one code point each so
-// that odd owner names never stall the scan.
-char32_t decodeAt(std::string_view text, std::size_t i, std::size_t& length) {
-  auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-  unsigned char lead = byte(i);
-  std::size_t need = lead < 0x80 ? 1 : (lead >> 5) == 0x6 ? 2 : (lead >> 4) == 0xE ? 3 : (lead >> 3) == 0x1E ? 4 : 1;
-  if (need == 1 || i + need > text.size()) {
-    length = 1;
-    return lead;
-  }
-  char32_t cp = lead & (0xFF >> (need + 1));
-  for (std::size_t k = 1; k < need; ++k) {
-    if ((byte(i + k) & 0xC0) != 0x80) {
-      length = 1;
-      return lead;
-    }
-    cp = (cp << 6) | (byte(i + k) & 0x3F);
-  }
-  length = need;
-  return cp;
-}
-
-// White space and line breaks in the Unicode sense, as owner names and pasted identifiers may
-// carry no-break or ideographic spaces.
-bool isWhitespaceOrNewline(char32_t cp) {
-  if (cp == 0x20 || (cp >= 0x09 && cp <= 0x0D) || cp == 0x85 || cp == 0xA0 || cp == 0x1680) return true;
-  if (cp >= 0x2000 && cp <= 0x200A) return true;
-  return cp == 0x2028 || cp == 0x2029 || cp == 0x202F || cp == 0x205F || cp == 0x3000;
-}
-
 // Code points that join the preceding character rather than starting a new one.
 bool extendsPreviousCharacter(char32_t cp) {
   return (cp >= 0x0300 && cp <= 0x036F) || (cp >= 0x20D0 && cp <= 0x20FF) || cp == 0x200D ||
          (cp >= 0xFE00 && cp <= 0xFE0F) || (cp >= 0x1F3FB && cp <= 0x1F3FF);
 }
 
-std::string_view trimmed(std::string_view text) {
-  std::size_t begin = 0;
-  while (begin < text.size()) {
-    std::size_t length = 1;
-    if (!isWhitespaceOrNewline(decodeAt(text, begin, length))) break;
-    begin += length;
-  }
-  std::size_t end = text.size();
-  while (end > begin) {
-    std::size_t start = end - 1;
-    while (start > begin && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) --start;
-    std::size_t length = 1;
-    char32_t cp = decodeAt(text, start, length);
-    if (start + length != end || !isWhitespaceOrNewline(cp)) break;
-    end = start;
-  }
-  return text.substr(begin, end - begin);
-}
-
-// Lower-cases ASCII letters only; other scripts are compared as written.
-std::string lowered(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
-}
-
-// Equal after lower-casing ASCII letters, as `lowered` does.
-bool equalsFolded(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (fold(a[i]) != fold(b[i])) return false;
-  }
-  return true;
-}
-
-std::size_t characterCount(std::string_view text) {
+std::size_t characterCount(std::string_view name) {
   std::size_t count = 0;
-  for (std::size_t i = 0; i < text.size();) {
-    std::size_t length = 1;
-    if (!extendsPreviousCharacter(decodeAt(text, i, length)) || count == 0) ++count;
-    i += length;
+  for (std::size_t i = 0; i < name.size();) {
+    if (!extendsPreviousCharacter(text::decodeScalar(name, i)) || count == 0) ++count;
   }
   return count;
 }
@@ -108,26 +40,26 @@ std::string_view lastBundleComponent(std::string_view bundleID) {
 class OwnerMatcher {
  public:
   OwnerMatcher(std::string_view appName, std::string_view bundleID)
-      : app_(trimmed(appName)), bundle_(trimmed(bundleID)), last_(lastBundleComponent(bundle_)) {
+      : app_(text::trimmed(appName)), bundle_(text::trimmed(bundleID)), last_(lastBundleComponent(bundle_)) {
     // One-letter names and components would match unrelated processes.
     appUsable_ = characterCount(app_) >= 2;
     lastUsable_ = characterCount(last_) >= 2;
   }
 
   bool matches(std::string_view ownerName) const {
-    const std::string_view owner = trimmed(ownerName);
+    const std::string_view owner = text::trimmed(ownerName);
     if (owner.empty() || isSystemOwner(owner)) return false;
-    if (appUsable_ && equalsFolded(app_, owner)) return true;
+    if (appUsable_ && text::equalsIgnoringCase(app_, owner)) return true;
     if (bundle_.empty()) return false;
-    if (equalsFolded(bundle_, owner)) return true;
-    return lastUsable_ && equalsFolded(last_, owner);
+    if (text::equalsIgnoringCase(bundle_, owner)) return true;
+    return lastUsable_ && text::equalsIgnoringCase(last_, owner);
   }
 
  private:
   static bool isSystemOwner(std::string_view owner) {
     const auto& system = systemOwners();
     return std::any_of(system.begin(), system.end(),
-                       [&](const std::string& name) { return equalsFolded(owner, name); });
+                       [&](const std::string& name) { return text::equalsIgnoringCase(owner, name); });
   }
 
   std::string_view app_;
@@ -164,9 +96,9 @@ std::optional<std::string> tierShownIn(PlacementZone zone) {
 
 std::optional<std::string> confirmedValueFor(const std::string& key, const std::map<std::string, std::string>& confirmed) {
   if (auto exact = confirmed.find(key); exact != confirmed.end()) return exact->second;
-  const std::string wanted = lowered(key);
+  const std::string wanted = text::lowercased(key);
   for (const auto& [candidate, value] : confirmed) {
-    if (lowered(candidate) == wanted) return value;
+    if (text::lowercased(candidate) == wanted) return value;
   }
   return std::nullopt;
 }
@@ -179,7 +111,7 @@ const std::set<std::string>& systemOwners() {
   return owners;
 }
 
-std::string ledgerKey(std::string_view bundleID) { return lowered(bundleID); }
+std::string ledgerKey(std::string_view bundleID) { return text::lowercased(bundleID); }
 
 PlacementZone targetZone(std::string_view category) {
   if (category == alwaysVisibleRaw) return PlacementZone::alwaysVisible;
@@ -271,7 +203,7 @@ std::map<std::string, std::string> migrateStoredCategories(const std::map<std::s
   std::map<std::string, std::string> out;
   std::set<std::string> savedKeys;
   for (const auto& [key, value] : saved) {
-    savedKeys.insert(lowered(key));
+    savedKeys.insert(text::lowercased(key));
     if (isHidingTier(value)) {
       out.emplace(key, value);
       continue;
@@ -279,7 +211,7 @@ std::map<std::string, std::string> migrateStoredCategories(const std::map<std::s
     if (isAlwaysVisible(confirmedValueFor(key, confirmed))) out.emplace(key, std::string(alwaysVisibleRaw));
   }
   for (const auto& [key, value] : confirmed) {
-    if (value == alwaysVisibleRaw && !savedKeys.contains(lowered(key))) out.emplace(key, value);
+    if (value == alwaysVisibleRaw && !savedKeys.contains(text::lowercased(key))) out.emplace(key, value);
   }
   return out;
 }
@@ -324,7 +256,7 @@ std::vector<std::string> confirmedBundleIDs(const std::optional<std::string>& na
                                             const std::vector<std::string>& tourBundleIDs) {
   if (tour) return tourBundleIDs;
   if (!namedBundleID) return {};
-  const std::string_view named = trimmed(*namedBundleID);
+  const std::string_view named = text::trimmed(*namedBundleID);
   if (named.empty()) return {};
   return {std::string(named)};
 }

@@ -1,8 +1,9 @@
 #include "localization/AppLanguage.h"
 
 #include <algorithm>
-#include <cctype>
 #include <initializer_list>
+
+#include "base/Text.h"
 
 namespace tarvolo {
 
@@ -47,13 +48,6 @@ std::optional<std::string_view> nativeLanguageName(AppLanguage language) {
 
 namespace {
 
-std::string lowerCased(std::string_view text) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return result;
-}
-
 bool beginsWithAny(std::string_view text, std::initializer_list<std::string_view> prefixes) {
   return std::any_of(prefixes.begin(), prefixes.end(),
                      [text](std::string_view prefix) { return text.starts_with(prefix); });
@@ -63,7 +57,7 @@ bool beginsWithAny(std::string_view text, std::initializer_list<std::string_view
 
 std::string_view systemLanguageCode(const std::vector<std::string>& preferredLanguages) {
   if (preferredLanguages.empty()) return "en";
-  const std::string tag = lowerCased(preferredLanguages.front());
+  const std::string tag = text::lowercased(preferredLanguages.front());
   if (beginsWithAny(tag, {"zh-hant", "zh-tw", "zh-hk", "zh-mo"}) || tag.find("-hant") != std::string::npos) {
     return "zh-Hant";
   }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/Log.h"
 #include "localization/StringTable.h"
 
 namespace tarvolo {
@@ -33,7 +34,7 @@ std::string_view LocalizationManager::evaluateEffectiveCode() const {
 std::string LocalizationManager::tr(std::string_view key) const {
   if (std::optional<std::string_view> text = StringTable::text(key, effectiveCode_)) return std::string(*text);
   if (reportedMissingKeys_.insert(std::string(key)).second && log_) {
-    log_("localization missing key=" + std::string(key));
+    log_(LogLine("localization missing").add("key", key));
   }
   return std::string(key);
 }
@@ -44,7 +45,7 @@ void LocalizationManager::setCurrentLanguage(AppLanguage language) {
   defaults_.set(std::string(kLanguageDefaultsKey), std::string(rawValue(language)));
   effectiveCode_ = evaluateEffectiveCode();
   if (log_) {
-    log_("language changed current=" + std::string(rawValue(language)) + " effective=" + std::string(effectiveCode_));
+    log_(LogLine("language changed").add("current", rawValue(language)).add("effective", effectiveCode_));
   }
   if (languageDidChange_) languageDidChange_();
 }
@@ -54,7 +55,7 @@ void LocalizationManager::systemLanguagesDidChange() {
   std::string_view code = evaluateEffectiveCode();
   if (code == effectiveCode_) return;
   effectiveCode_ = code;
-  if (log_) log_("language followed system effective=" + std::string(code));
+  if (log_) log_(LogLine("language followed system").add("effective", code));
   if (languageDidChange_) languageDidChange_();
 }
 

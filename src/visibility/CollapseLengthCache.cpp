@@ -1,10 +1,10 @@
 #include "visibility/CollapseLengthCache.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 
+#include "base/Text.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/VisibilityConstants.h"
 
@@ -46,7 +46,7 @@ void eraseLengthsThatHideNothing(std::map<std::string, double>& map) {
 std::string CollapseLengthCache::key(std::string_view screen, std::string_view bundleID) {
   std::string key(screen);
   key += perAppSeparator;
-  for (char c : bundleID) key += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  key += text::lowercased(bundleID);
   return key;
 }
 

@@ -5,6 +5,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/Text.h"
+
 namespace tarvolo {
 
 std::string_view rawValue(MenuBarHidingEngine engine) {
@@ -40,26 +42,9 @@ constexpr double unmeasuredLengthCap = 600;
 constexpr double probeEdgeSlack = 8;
 constexpr double smallestProbeRoom = 41;
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string lowercased(std::string_view text) {
-  std::string out(text);
-  std::transform(out.begin(), out.end(), out.begin(), lowerAscii);
-  return out;
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() &&
-         std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lowerAscii(x) == lowerAscii(y); });
-}
-
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
+using text::equalsIgnoringCase;
+using text::lowercased;
+using text::trimmed;
 
 int nonEmptyComponentCount(std::string_view id) {
   int count = 0;

@@ -71,12 +71,6 @@ TEST(EffectiveLanguage, OnlyTheFirstPreferenceCountsAndCaseDoesNot) {
   EXPECT_EQ(systemCode({"FR"}), "fr");
 }
 
-TEST(EffectiveLanguage, AnExplicitChoiceIgnoresTheSystem) {
-  EXPECT_EQ(effectiveLanguageCode(AppLanguage::ja, {"de-DE"}), "ja");
-  EXPECT_EQ(effectiveLanguageCode(AppLanguage::zhHant, {}), "zh-Hant");
-  EXPECT_EQ(effectiveLanguageCode(AppLanguage::en, {"zh-Hans"}), "en");
-}
-
 TEST(AppLanguageRaw, RoundTripsInPickerOrderAndRejectsEverythingElse) {
   std::vector<std::string_view> raws;
   for (AppLanguage language : kAllAppLanguages) {

@@ -53,11 +53,6 @@ class CollapseEngineTest : public SimAppTest {
     run(3);
     ASSERT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
   }
-  void expandThenCollapse() {
-    controller().expandBar(ExpandDepth::deep, Initiator::user);
-    run(1);
-    controller().collapseBar(CollapseReason::menu);
-  }
 };
 
 TEST_F(CollapseEngineTest, FirstCollapseSearchesTheCliffThenVerifiesAndRemembersIt) {
@@ -170,25 +165,6 @@ TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
   run(1);
   EXPECT_EQ(controller().lastAppliedNormalLength(), cliff);
   EXPECT_EQ(problems(), std::vector<std::string>{});
-}
-
-TEST_F(CollapseEngineTest, AnEjectionAfterTheCachedLengthStoppedWorkingSearchesAgain) {
-  boot();
-  settleFirstCollapse();
-  // The system now ejects the remembered length.
-  desktop().mutableSettings().ejectionLength = 500;
-  int probesBefore = controller().cliffProbesMade();
-  expandThenCollapse();
-  run(0.45);
-  EXPECT_TRUE(logged("collapse verify length=718 verdict=ejected"));
-  EXPECT_TRUE(logged("cliff forgotten length=718"));
-  run(4);
-  EXPECT_EQ(problems(), std::vector<std::string>{});
-  ASSERT_TRUE(controller().lastAppliedNormalLength());
-  EXPECT_LE(*controller().lastAppliedNormalLength(), 500);
-  EXPECT_LE(controller().cliffProbesMade() - probesBefore, 24);
-  EXPECT_TRUE(desktop().ui().notices.empty());
-  expectQuiescent(1);
 }
 
 TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScreens) {

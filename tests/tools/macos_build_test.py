@@ -1,4 +1,4 @@
-"""Tests of tools/macos-stubs.py and the source selection of tools/macos-cross.py."""
+"""Tests of tools/macos-stubs.py and of what tools/macos-cross.py builds."""
 
 import importlib.util
 import os
@@ -137,6 +137,7 @@ class SymbolResolution(unittest.TestCase):
             "__ZNKSt9exception4whatEv", "__ZSt9terminatev", "__ZTISt9exception",
             "__ZTVN10__cxxabiv117__class_type_infoE", "__Znwm", "__ZdlPvm", "__ZTIi", "__ZTIPKc",
             "___cxa_throw", "___gxx_personality_v0",
+            "__ZTTNSt3__119basic_ostringstreamIcNS_11char_traitsIcEENS_9allocatorIcEEEE",
             "___cxa_atexit", "_strlen", "__Unwind_Resume", "__dispatch_main_q",
             "_OBJC_CLASS_$_NSView", "_NSApplicationMain", "_objc_msgSend$setTitle:", "___dso_handle",
         }
@@ -146,7 +147,8 @@ class SymbolResolution(unittest.TestCase):
             result.libcxx,
             {"__ZNSt3__112basic_stringIcNS_11char_traitsIcEENS_9allocatorIcEEED1Ev", "__ZNKSt9exception4whatEv",
              "__ZSt9terminatev", "__ZTISt9exception", "__ZTVN10__cxxabiv117__class_type_infoE", "__Znwm",
-             "__ZdlPvm", "__ZTIi", "__ZTIPKc", "___cxa_throw", "___gxx_personality_v0"})
+             "__ZdlPvm", "__ZTIi", "__ZTIPKc", "___cxa_throw", "___gxx_personality_v0",
+             "__ZTTNSt3__119basic_ostringstreamIcNS_11char_traitsIcEENS_9allocatorIcEEEE"})
         # __cxa_atexit belongs to the C library; dyld_stub_binder is always offered for lazy binding.
         self.assertEqual(result.libsystem,
                          {"___cxa_atexit", "_strlen", "__Unwind_Resume", "__dispatch_main_q", "dyld_stub_binder"})
@@ -209,6 +211,55 @@ class CrossBuildSources(unittest.TestCase):
             sources = [os.path.relpath(p, root) for p in cross.core_sources(root)]
         self.assertEqual(sources, ["src/other/Stray.cpp", "src/platform/Platform.cpp", "src/visibility/Policy.cpp",
                                    "src/visibility/deep/Engine.cpp"])
+
+    def test_test_target_takes_the_macs_checks_and_the_platform_contract(self):
+        with tempfile.TemporaryDirectory() as root:
+            for relative in ["tests/macos/MacBackendTest.mm", "tests/macos/main.mm", "tests/platform/contract/A.cpp",
+                             "tests/platform/contract/Contract.h", "tests/platform/sim/SimBackend.cpp"]:
+                os.makedirs(os.path.dirname(os.path.join(root, relative)), exist_ok=True)
+                open(os.path.join(root, relative), "w").close()
+            sources = [os.path.relpath(p, root) for p in cross.test_sources(root)]
+        self.assertEqual(sources,
+                         ["tests/macos/MacBackendTest.mm", "tests/macos/main.mm", "tests/platform/contract/A.cpp"])
+
+    def test_objects_of_sources_outside_the_tree_stay_inside_the_build(self):
+        self.assertEqual(cross.object_path("/b", "/src/t", "arm64", "/src/t/src/base/Log.cpp"),
+                         "/b/obj/arm64/src/base/Log.cpp.o")
+        self.assertEqual(cross.object_path("/b", "/src/t", "arm64", "/usr/src/googletest/googletest/src/gtest-all.cc"),
+                         "/b/obj/arm64/external/gtest-all.cc.o")
+
+
+class CrossBuildGoogleTest(unittest.TestCase):
+    def generate(self, googletest):
+        with tempfile.TemporaryDirectory() as build:
+            args = cross.argparse.Namespace(
+                source_dir=ROOT, build_dir=build, sdk="/sdk/MacOSX14.2.sdk", clang="clang", ld="ld64.lld",
+                lipo="llvm-lipo", nm="llvm-nm", ar="llvm-ar", arch=["arm64", "x86_64"], werror=True,
+                googletest=googletest)
+            return cross.generate(args)
+
+    def test_googletest_is_compiled_per_architecture_without_the_projects_warnings(self):
+        with tempfile.TemporaryDirectory() as googletest:
+            os.makedirs(os.path.join(googletest, "googletest", "src"))
+            os.makedirs(os.path.join(googletest, "googletest", "include"))
+            open(os.path.join(googletest, "googletest", "src", "gtest-all.cc"), "w").close()
+            ninja = self.generate(googletest)
+        for arch in ["arm64", "x86_64"]:
+            self.assertRegex(ninja, rf"build \S*/lib/{arch}/libgtest\.a: ar \S*/obj/{arch}/external/gtest-all\.cc\.o")
+            self.assertRegex(ninja, rf"build \S*/bin/{arch}/tarvolo-macos-tests: link [^\n]*libgtest\.a")
+        gtest_object = ninja[ninja.index("external/gtest-all.cc.o: cxx"):].split("\nbuild ")[0]
+        self.assertIn("warnings = -w", gtest_object)
+        contract = ninja[ninja.index("tests/platform/contract/"):].split("\nbuild ")[0]
+        self.assertNotIn("-fobjc-arc", contract)
+        self.assertIn("-isystem", contract)
+        self.assertIn("bin/tarvolo-macos-tests", ninja.split("\ndefault ")[1])
+
+    def test_without_googletest_only_the_app_is_built(self):
+        with tempfile.TemporaryDirectory() as empty:
+            ninja = self.generate(empty)
+        self.assertNotIn("tarvolo-macos-tests", ninja)
+        self.assertNotIn("libgtest", ninja)
+        self.assertIn("Tarvolo.app", ninja.split("\ndefault ")[1])
 
 
 if __name__ == "__main__":

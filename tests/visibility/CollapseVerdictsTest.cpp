@@ -26,13 +26,6 @@ TEST(MeasurementFreshness, WindowWiderThanThreeButtonsBelongsToAnEarlierLayout) 
   EXPECT_FALSE(measurementIsFresh(201, 60, 200));
 }
 
-TEST(HiddenFrameStaleness, NeedsARealRequestAndAWideMiss) {
-  EXPECT_FALSE(hiddenFrameLooksStale(200, 40));
-  EXPECT_TRUE(hiddenFrameLooksStale(49, 100));
-  EXPECT_FALSE(hiddenFrameLooksStale(50, 100));
-  EXPECT_FALSE(hiddenFrameLooksStale(0, 600));
-}
-
 // A fresh probe of R = 600 whose edges the tests then move.
 ClassifySeparatorLayoutInput probe(double d, std::optional<double> t = 0.0) {
   ClassifySeparatorLayoutInput in{.baselineArrowFacingEdge = 1000,
@@ -135,13 +128,6 @@ TEST(FoldAccounting, OnlyHoldingLayoutsBecomeUnderfold) {
     EXPECT_EQ(verdictAccountingForFold(verdict, 5000, 0), verdict) << rawValue(verdict);
     EXPECT_EQ(verdictAccountingForFold(verdict, -5000, 0), verdict) << rawValue(verdict);
   }
-}
-
-TEST(VerdictPredicates, ProvenEjectionDuringADragKeepsTheCachedLength) {
-  EXPECT_TRUE(shouldInvalidateCachedLength(true, true, false));
-  EXPECT_FALSE(shouldInvalidateCachedLength(true, true, true));
-  EXPECT_TRUE(shouldInvalidateCachedLength(false, false, true));
-  EXPECT_EQ(rawValue(V::menusEvicted), "menus-evicted");  // log lines use the hyphenated word
 }
 
 }  // namespace

@@ -16,13 +16,6 @@ using Presentation = MenuBarPresentation;
 
 // ---- Fold placeholder
 
-TEST(FoldPlaceholder, ActiveFromSystem27UnlessSwitchedOff) {
-  EXPECT_FALSE(F::isActive(std::nullopt, 26));
-  EXPECT_TRUE(F::isActive(std::nullopt, 27));
-  EXPECT_TRUE(F::isActive(true, 28));
-  EXPECT_FALSE(F::isActive(false, 27));
-}
-
 TEST(FoldPlaceholder, CollapsedLengthIsBoundedByTheRoomAndAThirdOfTheScreen) {
   EXPECT_EQ(F::collapsedLength(140, 100, 1440), 16);
   EXPECT_EQ(F::collapsedLength(700, 100, 1440), 480);

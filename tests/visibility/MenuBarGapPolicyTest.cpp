@@ -33,20 +33,6 @@ TEST(MenuBarGapPolicy, CrossingNeedsWhatOneGapLostInTheNeighbour) {
   EXPECT_EQ(crossing(before, moved(0, -20, 13.9), std::nullopt), MenuBarGapCrossing::none);
 }
 
-TEST(MenuBarGapPolicy, OnlyShortSeparatorsAreMeasurable) {
-  EXPECT_TRUE(MenuBarGapPolicy::measurable(40, 16, 40));
-  EXPECT_FALSE(MenuBarGapPolicy::measurable(40.1, 16, 40));
-  EXPECT_FALSE(MenuBarGapPolicy::measurable(16, 0, 40));
-}
-
-TEST(MenuBarGapPolicy, SampleReadsGapsRightToLeft) {
-  const Rect toggle{900, 0, 24, 24};
-  const Rect normal{860, 0, 16, 24};
-  const Rect hidden{700, 0, 16, 24};
-  EXPECT_EQ(MenuBarGapPolicy::sample(toggle, normal, hidden),
-            (MenuBarGapSample{.pinnedGap = 24, .foldedGap = 144, .hiddenMaxX = 716}));
-}
-
 TEST(MenuBarGapTracker, PinnedGapMoveCountsOnlyAfterAStableStretch) {
   MenuBarGapTracker tracker;
   tracker.observe(before, false, std::nullopt);

@@ -72,11 +72,6 @@ TEST(SeparatorLengths, StatusRegionShelfSizesAlwaysHiddenFromDividerDistance) {
   EXPECT_EQ(alwaysHidden(std::nullopt), 16);
 }
 
-TEST(SeparatorLengths, StatusRegionSizingStartsAfterVersion26) {
-  EXPECT_EQ(P::collapseUsesStatusRegionCliff(26), Sizing::legacy);
-  EXPECT_EQ(P::collapseUsesStatusRegionCliff(27), Sizing::statusRegion);
-}
-
 P::PlanInput nativeInput(Presentation presentation) {
   return {.apps = {{"com.a.Visible", ItemCategory::alwaysVisible},
                    {"com.b.Hidden", ItemCategory::hidden},
@@ -236,11 +231,6 @@ TEST(LengthBounds, ProbeCeilingUsesRoomOnlyBetween41AndBase) {
   EXPECT_EQ(P::collapseProbeCeiling(1440, 796, 100), 688);
 }
 
-TEST(LengthBounds, OnlyLengthsAbove32HideIcons) {
-  EXPECT_FALSE(P::collapseLengthHidesIcons(32));
-  EXPECT_TRUE(P::collapseLengthHidesIcons(32.5));
-}
-
 RC_GTEST_PROP(LengthBounds, ClampedAndMonotonicInScreenWidth, ()) {
   const double a = *rc::gen::inRange(0, 30000);
   const double b = a + *rc::gen::inRange(0, 30000);
@@ -265,20 +255,6 @@ TEST(ModePredicates, FoldingFollowsNativeEngineUntilAnchorAndCliffAllowLength) {
   EXPECT_FALSE(P::foldingIsEffective({.anchorReady = true, .cliffGaveUp = true, .collapseLength = 700}));
   EXPECT_FALSE(P::foldingIsEffective({.anchorReady = true, .collapseLength = 32}));
   EXPECT_TRUE(P::foldingIsEffective({.anchorReady = true, .collapseLength = 33}));
-}
-
-TEST(ModePredicates, OnlyAKnownWrongOrderWithholdsAndOnlyWithoutNativeEngine) {
-  EXPECT_TRUE(P::shouldWithholdCollapse(false, false));
-  EXPECT_FALSE(P::shouldWithholdCollapse(false, std::nullopt));
-  EXPECT_FALSE(P::shouldWithholdCollapse(false, true));
-  EXPECT_FALSE(P::shouldWithholdCollapse(true, false));
-}
-
-TEST(ClickPredicates, CommandDecidesArrowClickAndOptionIsIgnored) {
-  EXPECT_EQ(P::arrowClickAction(true, false), P::ArrowClickBehavior::toggleFoldedIcons);
-  EXPECT_EQ(P::arrowClickAction(false, true), P::ArrowClickBehavior::revealHidden);
-  EXPECT_TRUE(P::commandClickRevealsHidden(true, false));
-  EXPECT_FALSE(P::commandClickRevealsHidden(true, true));
 }
 
 TEST(CollapseReasons, UserReasonsReopenRepairAndStartupAlsoResetsNotice) {
@@ -350,12 +326,6 @@ TEST(FrontmostPredicates, CommitActionTable) {
   EXPECT_EQ(action(std::nullopt, true, false), "apply");
 }
 
-TEST(FrontmostPredicates, StayExpandedNoticeRepeatsFromIntervalOn) {
-  EXPECT_TRUE(P::shouldRepeatStayExpandedNotice(std::nullopt, 5, P::collapseStayExpandedNoticeInterval));
-  EXPECT_FALSE(P::shouldRepeatStayExpandedNotice(100, 159.9, 60));
-  EXPECT_TRUE(P::shouldRepeatStayExpandedNotice(100, 160, 60));
-}
-
 // ---- Geometry predicates --------------------------------------------------------------------
 
 TEST(GeometryPredicates, RectOnConnectedScreen) {
@@ -387,16 +357,6 @@ TEST(GeometryPredicates, AnchorProtectionNeedsReadableExpandedSeparators) {
   EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(stacked), std::nullopt);
   stacked.alwaysHiddenSeparatorMaxX = 1198.5;
   EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(stacked), false);
-}
-
-TEST(GeometryPredicates, PointAndWidthTolerances) {
-  EXPECT_FALSE(P::pointsDiffer({0, 0}, {3, 4}, 5));
-  EXPECT_TRUE(P::pointsDiffer({0, 0}, {3, 4.01}, 5));
-  EXPECT_TRUE(P::widthMatchesRequest(56, 16));
-  EXPECT_FALSE(P::widthMatchesRequest(56.5, 16));
-  EXPECT_TRUE(P::widthMatchesRequest(880, 1000));  // 12% beats 40 for long lengths
-  EXPECT_FALSE(P::widthMatchesRequest(879, 1000));
-  EXPECT_FALSE(P::widthMatchesRequest(0, 10));
 }
 
 }  // namespace

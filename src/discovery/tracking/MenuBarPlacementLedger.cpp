@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
+#include "base/Log.h"
 #include "discovery/PlacementPolicy.h"
 
 namespace tarvolo {
@@ -65,12 +66,12 @@ std::optional<std::string> MenuBarPlacementLedger::confirmedCategory(std::string
 
 void MenuBarPlacementLedger::confirm(std::string_view bundleID, ItemCategory category) {
   const std::string_view raw = rawValue(category);
-  log("placement confirm bundle=" + std::string(bundleID) + " category=" + std::string(raw));
+  log(LogLine("placement confirm").add("bundle", bundleID).add("category", raw));
   mutate([&](PlacementLedgerSnapshot s) { return PlacementPolicy::confirm(std::move(s), bundleID, raw); });
 }
 
 void MenuBarPlacementLedger::confirmAlwaysVisible(const std::vector<std::string>& bundleIDs) {
-  log("placement confirm category=always_visible count=" + std::to_string(bundleIDs.size()));
+  log(LogLine("placement confirm").add("category", "always_visible").add("count", bundleIDs.size()));
   mutate([&](PlacementLedgerSnapshot s) { return PlacementPolicy::confirmAlwaysVisible(std::move(s), bundleIDs); });
 }
 
@@ -81,7 +82,9 @@ void MenuBarPlacementLedger::noteTerminated(const std::optional<std::string>& bu
 void MenuBarPlacementLedger::noteLaunched(const std::optional<std::string>& bundleID) {
   const bool wasConfirmed = bundleID && confirmedCategory(*bundleID).has_value();
   mutate([&](PlacementLedgerSnapshot s) { return PlacementPolicy::noteLaunched(std::move(s), bundleID); });
-  if (wasConfirmed && !confirmedCategory(*bundleID)) log("placement displace bundle=" + *bundleID + " reason=relaunch");
+  if (wasConfirmed && !confirmedCategory(*bundleID)) {
+    log(LogLine("placement displace").add("bundle", *bundleID).add("reason", "relaunch"));
+  }
 }
 
 void MenuBarPlacementLedger::clearAttention(std::string_view bundleID) {
@@ -131,14 +134,14 @@ void MenuBarPlacementLedger::load() {
     if (auto confirmed = strictStringMap(*stored)) {
       snapshot_.confirmed = std::move(*confirmed);
     } else {
-      log("placement load ignored key=" + std::string(seatedKey) + " reason=type");
+      log(LogLine("placement load ignored").add("key", seatedKey).add("reason", "type"));
     }
   }
   if (auto stored = defaults_.object(std::string(attentionKey))) {
     if (auto attention = strictStringSet(*stored)) {
       snapshot_.attention = std::move(*attention);
     } else {
-      log("placement load ignored key=" + std::string(attentionKey) + " reason=type");
+      log(LogLine("placement load ignored").add("key", attentionKey).add("reason", "type"));
     }
   }
 }

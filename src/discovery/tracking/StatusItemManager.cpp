@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/Log.h"
+#include "base/Text.h"
 #include "base/NotificationCenter.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/MenuBarWindowProbe.h"
@@ -24,8 +25,6 @@ constexpr std::array<std::string_view, 13> kSkippedIdentifierFragments = {
 constexpr std::array<std::string_view, 4> kEmbeddedBundleFolders = {"/xpcservices/", "/plugins/", "/frameworks/",
                                                                     "/contents/helpers/"};
 
-std::string lower(std::string_view text) { return PlacementPolicy::ledgerKey(text); }
-
 bool containsAny(std::string_view text, std::span<const std::string_view> fragments) {
   return std::any_of(fragments.begin(), fragments.end(),
                      [&](std::string_view fragment) { return text.find(fragment) != std::string_view::npos; });
@@ -42,7 +41,7 @@ MenuBarActivationKind kindOf(platform::ActivationPolicy policy) {
 
 // A bundle nested inside an application shows the outermost application's icon.
 std::string hostApplicationPath(const std::string& bundlePath) {
-  const std::size_t nested = lower(bundlePath).find(".app/");
+  const std::size_t nested = text::lowercased(bundlePath).find(".app/");
   if (nested == std::string::npos) return bundlePath;
   return bundlePath.substr(0, nested + 4);
 }
@@ -54,10 +53,10 @@ bool looksLikeStatusItem(const ForeignMenuBarWindow& window) {
 
 // Names first, as the user reads the list; the identifier keeps equal names apart.
 bool catalogOrder(const MenuBarAppItem& a, const MenuBarAppItem& b) {
-  const std::string nameA = lower(a.name);
-  const std::string nameB = lower(b.name);
+  const std::string nameA = text::lowercased(a.name);
+  const std::string nameB = text::lowercased(b.name);
   if (nameA != nameB) return nameA < nameB;
-  return lower(a.bundleId) < lower(b.bundleId);
+  return text::lowercased(a.bundleId) < text::lowercased(b.bundleId);
 }
 
 std::string joined(const std::set<std::string>& values) {
@@ -96,21 +95,21 @@ void StatusItemManager::loadStoredState() {
     if (auto map = value->asStringDictionary()) {
       stored = std::move(*map);
     } else {
-      MenuBarLog::log("catalog load ignored key=" + categories + " reason=type");
+      MenuBarLog::log(LogLine("catalog load ignored").add("key", categories).add("reason", "type"));
     }
   }
   saved_ = PlacementPolicy::migrateStoredCategories(stored, ledger_.snapshot().confirmed);
   if (saved_.size() != stored.size()) {
-    MenuBarLog::log("catalog categories migrated kept=" + std::to_string(saved_.size()) +
-                    " dropped=" + std::to_string(stored.size() - saved_.size()));
+    const auto dropped = stored.size() - saved_.size();
+    MenuBarLog::log(LogLine("catalog categories migrated").add("kept", saved_.size()).add("dropped", dropped));
   }
 
   const std::string pins(pinsKey);
   if (auto value = defaults.object(pins)) {
     if (auto list = value->asStringArray()) {
-      for (const auto& id : *list) pins_.insert(lower(id));
+      for (const auto& id : *list) pins_.insert(text::lowercased(id));
     } else {
-      MenuBarLog::log("catalog load ignored key=" + pins + " reason=type");
+      MenuBarLog::log(LogLine("catalog load ignored").add("key", pins).add("reason", "type"));
     }
   }
 
@@ -120,12 +119,12 @@ void StatusItemManager::loadStoredState() {
       knownStored_ = true;
       std::set<std::string> unique;
       for (const auto& id : *list) {
-        std::string key = lower(id);
+        std::string key = text::lowercased(id);
         if (!key.empty() && unique.insert(key).second) known_.push_back(key);
       }
     } else {
       // Treated as a first run: everything running now becomes known without a notice.
-      MenuBarLog::log("catalog load ignored key=" + known + " reason=type");
+      MenuBarLog::log(LogLine("catalog load ignored").add("key", known).add("reason", "type"));
     }
   }
 
@@ -193,13 +192,13 @@ void StatusItemManager::scheduleZoneRefresh() {
 std::optional<std::string> StatusItemManager::skipReason(const platform::RunningApplication& app,
                                                          std::set<std::string>& seen) const {
   if (!app.bundleIdentifier || app.bundleIdentifier->empty() || app.localizedName.empty()) return "unnamed";
-  const std::string id = lower(*app.bundleIdentifier);
+  const std::string id = text::lowercased(*app.bundleIdentifier);
   if (!seen.insert(id).second) return "duplicate";
-  const std::string own = lower(platform_.system().ownBundleIdentifier());
+  const std::string own = text::lowercased(platform_.system().ownBundleIdentifier());
   if (id == own || std::find(kOwnBundleIDs.begin(), kOwnBundleIDs.end(), id) != kOwnBundleIDs.end()) return "own";
   if (id.starts_with(kSystemPrefix)) return "system";
   if (containsAny(id, kSkippedIdentifierFragments)) return "identifier";
-  if (app.bundlePath && containsAny(lower(*app.bundlePath), kEmbeddedBundleFolders)) return "embedded";
+  if (app.bundlePath && containsAny(text::lowercased(*app.bundlePath), kEmbeddedBundleFolders)) return "embedded";
   if (app.activationPolicy == platform::ActivationPolicy::prohibited) return "background";
   return std::nullopt;
 }
@@ -221,7 +220,7 @@ void StatusItemManager::decorate(MenuBarAppItem& item) const {
   item.category = saved.value_or(defaultCategory);
   item.isPinned = isPinned(item.bundleId);
   const bool accessible = hasAccessibleMenuBarItem(item.bundleId);
-  const bool detected = accessible || attributedBundleIDs.get().contains(lower(item.bundleId));
+  const bool detected = accessible || attributedBundleIDs.get().contains(text::lowercased(item.bundleId));
   item.needsDiscovery = !item.hasSavedTier && !accessible;
   const auto decision = MenuBarCatalogPolicy::decide({.kind = item.kind,
                                                       .bundleID = item.bundleId,
@@ -245,7 +244,7 @@ void StatusItemManager::scanRunningApplications() {
       continue;
     }
     accepted.push_back(makeItem(app));
-    found.push_back(lower(*app.bundleIdentifier));
+    found.push_back(text::lowercased(*app.bundleIdentifier));
   }
   scanned_ = std::move(accepted);
   noteFoundBundleIDs(found);
@@ -260,9 +259,11 @@ void StatusItemManager::scanRunningApplications() {
   std::string skippedText;
   for (const auto& [reason, count] : skipped)
     skippedText += (skippedText.empty() ? "" : ",") + reason + ":" + std::to_string(count);
-  MenuBarLog::log("catalog scan running=" + std::to_string(running.size()) + " items=" +
-                  std::to_string(items.get().size()) + " other=" + std::to_string(otherRunningItems.get().size()) +
-                  " skipped=" + (skippedText.empty() ? "none" : skippedText));
+  MenuBarLog::log(LogLine("catalog scan")
+                      .add("running", running.size())
+                      .add("items", items.get().size())
+                      .add("other", otherRunningItems.get().size())
+                      .add("skipped", skippedText.empty() ? "none" : skippedText));
 }
 
 void StatusItemManager::noteFoundBundleIDs(const std::vector<std::string>& found) {
@@ -283,7 +284,7 @@ void StatusItemManager::noteFoundBundleIDs(const std::vector<std::string>& found
   for (const auto& id : fresh) {
     known_.push_back(id);
     if (std::find(pending.begin(), pending.end(), id) == pending.end()) pending.push_back(id);
-    MenuBarLog::log("catalog new bundle=" + id);
+    MenuBarLog::log(LogLine("catalog new").add("bundle", id));
   }
   defaults.set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
   pendingNewAppBundleIds = std::move(pending);
@@ -336,10 +337,10 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
     const bool found = std::any_of(windows.begin(), windows.end(), [&](const ForeignMenuBarWindow& window) {
       return looksLikeStatusItem(window) && PlacementPolicy::ownerMatches(window.ownerName, item.name, item.bundleId);
     });
-    if (found) attributed.insert(lower(item.bundleId));
+    if (found) attributed.insert(text::lowercased(item.bundleId));
   }
   if (attributed == attributedBundleIDs.get()) return;
-  MenuBarLog::log("catalog attributed count=" + std::to_string(attributed.size()) + " bundles=" + joined(attributed));
+  MenuBarLog::log(LogLine("catalog attributed").add("count", attributed.size()).add("bundles", joined(attributed)));
   attributedBundleIDs = std::move(attributed);
   publishCatalog();
 }
@@ -370,12 +371,13 @@ void StatusItemManager::refreshObservedZones() {
                                                .windows = windows,
                                                .anchors = anchors,
                                                .expandedLength = expandedLength});
-    if (zone) zones.emplace(lower(item->bundleId), std::move(*zone));
+    if (zone) zones.emplace(text::lowercased(item->bundleId), std::move(*zone));
   }
   if (zones == observedZones.get()) return;
-  std::string summary;
-  for (const auto& [bundle, zone] : zones) summary += " " + bundle + "=" + zone;
-  MenuBarLog::log("zones observed count=" + std::to_string(zones.size()) + summary);
+  LogLine line("zones observed");
+  line.add("count", zones.size());
+  for (const auto& [bundle, zone] : zones) line.add(bundle, zone);
+  MenuBarLog::log(line);
   observedZones = std::move(zones);
 }
 
@@ -384,7 +386,7 @@ void StatusItemManager::refreshObservedZones() {
 bool StatusItemManager::hasAccessibleMenuBarItem(std::string_view bundleID) const {
   const auto& accessible = accessibleMenuBarBundleIDs.get();
   if (accessible.empty()) return false;
-  if (accessible.contains(lower(bundleID))) return true;
+  if (accessible.contains(text::lowercased(bundleID))) return true;
   // The shared lookup also finds an application through its relatives and parents.
   std::map<std::string, std::string> table;
   for (const auto& id : accessible) table.emplace(id, id);
@@ -403,7 +405,7 @@ void StatusItemManager::updateAccessibleMenuBarCatalog(const std::vector<std::st
   mainThread_.check();
   std::set<std::string> accessible;
   for (const auto& id : bundleIDs) {
-    if (!id.empty()) accessible.insert(lower(id));
+    if (!id.empty()) accessible.insert(text::lowercased(id));
   }
   const bool changed = accessible != accessibleMenuBarBundleIDs.get() || !accessibleMenuBarCatalogReady.get();
   accessibleMenuBarBundleIDs = std::move(accessible);
@@ -429,12 +431,12 @@ void StatusItemManager::setCategory(std::string_view bundleID, ItemCategory cate
   // One entry per application, whatever spelling it was saved under first.
   std::string key(bundleID);
   for (const auto& [savedKey, value] : saved_) {
-    if (lower(savedKey) == lower(bundleID)) key = savedKey;
+    if (text::equalsIgnoringCase(savedKey, bundleID)) key = savedKey;
   }
   if (auto existing = saved_.find(key); existing != saved_.end() && existing->second == raw) return;
   saved_[key] = raw;
   storeCategories();
-  MenuBarLog::log("category assign bundle=" + std::string(bundleID) + " category=" + raw);
+  MenuBarLog::log(LogLine("category assign").add("bundle", bundleID).add("category", raw));
   publishCatalog();
   defaultCenter_.post(Notification{.name = Notifications::itemCategoryDidChange,
                                          .userInfo = {{"bundleID", std::string(bundleID)}, {"category", raw}}});
@@ -442,20 +444,21 @@ void StatusItemManager::setCategory(std::string_view bundleID, ItemCategory cate
 
 void StatusItemManager::removeCategory(std::string_view bundleID) {
   mainThread_.check();
-  const auto removed = std::erase_if(saved_, [&](const auto& entry) { return lower(entry.first) == lower(bundleID); });
+  const auto removed =
+      std::erase_if(saved_, [&](const auto& entry) { return text::equalsIgnoringCase(entry.first, bundleID); });
   if (removed == 0) return;
   storeCategories();
-  MenuBarLog::log("category remove bundle=" + std::string(bundleID));
+  MenuBarLog::log(LogLine("category remove").add("bundle", bundleID));
   publishCatalog();
   defaultCenter_.post(
       Notification{.name = Notifications::itemCategoryDidChange, .userInfo = {{"bundleID", std::string(bundleID)}}});
 }
 
-bool StatusItemManager::isPinned(std::string_view bundleID) const { return pins_.contains(lower(bundleID)); }
+bool StatusItemManager::isPinned(std::string_view bundleID) const { return pins_.contains(text::lowercased(bundleID)); }
 
 void StatusItemManager::setPinned(std::string_view bundleID, bool pinned) {
   mainThread_.check();
-  const std::string key = lower(bundleID);
+  const std::string key = text::lowercased(bundleID);
   if (key.empty() || isPinned(key) == pinned) return;
   if (pinned) {
     pins_.insert(key);
@@ -470,7 +473,7 @@ void StatusItemManager::setPinned(std::string_view bundleID, bool pinned) {
 
 std::optional<std::string> StatusItemManager::observedZone(std::string_view bundleID) const {
   const auto& zones = observedZones.get();
-  auto found = zones.find(lower(bundleID));
+  auto found = zones.find(text::lowercased(bundleID));
   if (found == zones.end()) return std::nullopt;
   return found->second;
 }
@@ -487,9 +490,9 @@ std::vector<const MenuBarAppItem*> StatusItemManager::allItems() const {
 }
 
 const MenuBarAppItem* StatusItemManager::item(std::string_view bundleID) const {
-  const std::string key = lower(bundleID);
+  const std::string key = text::lowercased(bundleID);
   for (const MenuBarAppItem* candidate : allItems()) {
-    if (lower(candidate->bundleId) == key) return candidate;
+    if (text::lowercased(candidate->bundleId) == key) return candidate;
   }
   return nullptr;
 }

@@ -1,5 +1,6 @@
 #include "platform/sim/SimDesktop.h"
 
+#include "base/Text.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
 #include "platform/sim/SimLayoutRules.h"
@@ -28,11 +29,6 @@ std::size_t utf8Length(const std::string& text) {
     if ((c & 0xC0) != 0x80) ++count;
   }
   return count;
-}
-
-std::string lower(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
 }
 
 }  // namespace
@@ -339,7 +335,7 @@ void SimDesktop::addApp(SimAppSpec app) {
 
 SimAppSpec* SimDesktop::appSpec(const std::string& bundleId) {
   for (auto& app : apps_) {
-    if (lower(app.bundleId) == lower(bundleId)) return &app;
+    if (text::equalsIgnoringCase(app.bundleId, bundleId)) return &app;
   }
   return nullptr;
 }
@@ -394,9 +390,9 @@ std::optional<std::string> SimDesktop::bundleIdOfPid(int pid) const {
 }
 
 std::optional<int> SimDesktop::pidOf(const std::string& bundleId) const {
-  if (lower(bundleId) == kOwnBundleId) return kOwnPid;
+  if (text::lowercased(bundleId) == kOwnBundleId) return kOwnPid;
   for (const auto& [bundle, pid] : pids_) {
-    if (lower(bundle) == lower(bundleId)) return pid;
+    if (text::equalsIgnoringCase(bundle, bundleId)) return pid;
   }
   return std::nullopt;
 }
@@ -417,7 +413,7 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   int pid = pidFor(config->bundleId);
   // The process exits: its items vanish, the positions it stored stay.
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
-  if (frontmost_ && lower(*frontmost_) == lower(config->bundleId)) frontmost_.reset();
+  if (frontmost_ && text::equalsIgnoringCase(*frontmost_, config->bundleId)) frontmost_.reset();
   relayout();
   if (sink_) sink_->applicationDidTerminate(runningApp(*config));
 }
@@ -750,7 +746,7 @@ bool SimDesktop::commandDragItem(const std::string& name, double toX) {
     if (item->removed || !item->frame || !item->onScreen) continue;
     bool ownMatch = item->ownerPid == kOwnPid && item->autosaveName == name;
     auto bundle = bundleIdOfPid(item->ownerPid);
-    bool foreignMatch = item->ownerPid != kOwnPid && bundle && lower(*bundle) == lower(name);
+    bool foreignMatch = item->ownerPid != kOwnPid && bundle && text::equalsIgnoringCase(*bundle, name);
     if (ownMatch || foreignMatch) {
       dragged = item.get();
       break;

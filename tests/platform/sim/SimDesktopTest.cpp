@@ -4,7 +4,6 @@
 #include <fstream>
 #include <unistd.h>
 
-#include "base/WorkItem.h"
 #include "platform/sim/SimDesktop.h"
 
 namespace tarvolo::sim {
@@ -22,7 +21,8 @@ const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) 
   throw std::logic_error("no item of " + bundle);
 }
 
-// Contract tests: what the status bar does with positions, lengths, the notch and the menus.
+// The simulated bar: positions, lengths, the notch and the menus (the platform contract covers
+// what every backend shares).
 TEST(SimMenuBar, LaysItemsOutRightToLeftByStoredPositionWithUnpositionedLeftmost) {
   SimDesktop desktop({SimScreenSpec{.width = 1920, .height = 1080}},
                      {iconApp("near", 30, 10), iconApp("far", 40, 50), iconApp("new", 20, std::nullopt)}, {});
@@ -87,20 +87,6 @@ TEST(SimMenuBar, FramesArriveOnlyAfterTheLatencyAndCanBeStale) {
   EXPECT_EQ(item->buttonFrameOnScreen()->width, 300);
 }
 
-TEST(SimMenuBar, RemovingAnItemDeletesItsPositionButProcessExitKeepsIt) {
-  SimDesktop desktop({SimScreenSpec{}}, {}, {});
-  const std::string key = "NSStatusItem Preferred Position a";
-  desktop.defaults().set(key, DefaultsValue(7.0));
-  desktop.defaults().set("NSStatusItem Preferred Position b", DefaultsValue(8.0));
-  auto a = desktop.statusBar().createStatusItem(16, "a");
-  auto b = desktop.statusBar().createStatusItem(16, "b");
-  desktop.statusBar().removeStatusItem(std::move(a));
-  EXPECT_FALSE(desktop.defaults().contains(key));
-  b.reset();  // the process going away
-  EXPECT_TRUE(desktop.defaults().contains("NSStatusItem Preferred Position b"));
-  EXPECT_EQ(desktop.ownItem("b"), nullptr);
-}
-
 TEST(SimMenuBar, CommandDragPastANeighbourReordersAndStoresThePosition) {
   SimDesktop desktop({SimScreenSpec{.width = 1920, .height = 1080}}, {iconApp("x", 30, 10), iconApp("y", 30, 20)}, {});
   desktop.defaults().set("NSStatusItem Preferred Position mine", DefaultsValue(5.0));
@@ -124,33 +110,6 @@ TEST(SimWorkspace, LaunchAndTerminateChangeRunningAppsAndItems) {
   EXPECT_EQ(running.size(), 1u);  // the app's own process is not running yet
   desktop.terminateApp("LATER");
   EXPECT_TRUE(desktop.allItems().empty());
-}
-
-TEST(SimMainQueue, RunsInTimeOrderAndCancelledTasksNever) {
-  SimMainQueue queue;
-  std::vector<int> ran;
-  queue.post(0.5, [&] { ran.push_back(2); });
-  auto cancelled = queue.post(0.2, [&] { ran.push_back(99); });
-  queue.post(0.2, [&] { ran.push_back(1); });
-  queue.post(0.5, [&] { ran.push_back(3); });
-  queue.cancel(cancelled);
-  queue.runUntil(1);
-  EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
-  EXPECT_DOUBLE_EQ(queue.now(), 1);
-}
-
-TEST(SimMainQueue, WorkItemSchedulingAgainCancelsThePreviousStep) {
-  SimMainQueue queue;
-  std::vector<std::string> ran;
-  {
-    WorkItem item(queue);
-    item.schedule(0.2, [&] { ran.push_back("first"); });
-    item.schedule(0.3, [&] { ran.push_back("second"); });
-    queue.runUntil(1);
-    item.schedule(0.1, [&] { ran.push_back("dropped with its owner"); });
-  }
-  queue.runUntil(2);
-  EXPECT_EQ(ran, (std::vector<std::string>{"second"}));
 }
 
 class SimDefaultsFileTest : public ::testing::Test {

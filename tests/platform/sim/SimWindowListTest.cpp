@@ -45,7 +45,7 @@ const WindowInfo* ownedBy(const std::vector<WindowInfo>& windows, const std::str
   return found == windows.end() ? nullptr : &*found;
 }
 
-// Contract tests: what a Mac's window server reports, so the probe is tested against the same.
+// What a Mac's window server reports, so the probe is tested against the same.
 TEST(SimWindowList, StatusItemsSitAtLayer25AboveOneMenuBarPerScreenInTopLeftSpace) {
   // A secondary screen above the primary one: its top-left y is negative.
   auto desktop =

@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include "base/Text.h"
+
+namespace tarvolo::text {
+namespace {
+
+TEST(Text, TrimmingRemovesUnicodeWhiteSpaceAtEitherEndOnly) {
+  EXPECT_EQ(trimmed(" \t\n com.example.App \r"), "com.example.App");
+  // No-break, ideographic and narrow no-break spaces, a line separator: pasted names carry them.
+  EXPECT_EQ(trimmed("\u00A0\u3000Notes\u202F\u2028"), "Notes");
+  EXPECT_EQ(trimmed("Caf\u00E9\u00A0"), "Caf\u00E9");
+  EXPECT_EQ(trimmed(" two words "), "two words");
+  EXPECT_EQ(trimmed(" \u00A0 "), "");
+  EXPECT_EQ(trimmed("\u200Bzero-width\u200B"), "\u200Bzero-width\u200B");  // not white space
+}
+
+TEST(Text, LowerCasingCoversTheScriptsNamesUseAndLeavesTheRestAlone) {
+  EXPECT_EQ(lowercased("COM.Example.APP"), "com.example.app");
+  EXPECT_EQ(lowercased("\u00C4\u00D6\u00DC \u00C9\u00C8 \u00D7"), "\u00E4\u00F6\u00FC \u00E9\u00E8 \u00D7");
+  EXPECT_EQ(lowercased("\u0141\u00D3D\u0179 \u0130 \u0178"), "\u0142\u00F3d\u017A i \u00FF");
+  EXPECT_EQ(lowercased("\u0391\u0398\u0397\u039D\u0391 \u0386"), "\u03B1\u03B8\u03B7\u03BD\u03B1 \u03AC");
+  EXPECT_EQ(lowercased("\u041C\u041E\u0421\u041A\u0412\u0410 \u0401"), "\u043C\u043E\u0441\u043A\u0432\u0430 \u0451");
+  EXPECT_EQ(lowercased("\uFF21\uFF22"), "\uFF41\uFF42");
+  EXPECT_EQ(lowercased("\u65E5\u672C 123 \u00DF"), "\u65E5\u672C 123 \u00DF");
+  EXPECT_TRUE(equalsIgnoringCase("Com.Example.\u00C4pp", "cOM.eXAMPLE.\u00E4PP"));
+  EXPECT_FALSE(equalsIgnoringCase("com.example", "com.example.app"));
+}
+
+TEST(Text, FoldingIgnoresCaseAccentsAndSurroundingSpace) {
+  EXPECT_EQ(folded("\u00C4rger "), "arger");
+  EXPECT_EQ(folded("Caf\u00E9"), "cafe");
+  EXPECT_EQ(folded("Cafe\u0301"), "cafe");  // decomposed: the mark is dropped
+  EXPECT_EQ(folded("Stra\u00DFe"), "strasse");
+  EXPECT_EQ(folded("\t\u00C9COLE\u00A0"), "ecole");
+  EXPECT_EQ(folded("\u039F\u0394\u039F\u03A3"), folded("\u03BF\u03B4\u03BF\u03C2"));  // final sigma
+  EXPECT_EQ(folded("\u0401\u043B\u043A\u0430"), "\u0435\u043B\u043A\u0430");
+  EXPECT_EQ(folded("\u5FAE\u4FE1"), "\u5FAE\u4FE1");
+}
+
+TEST(Text, DecodingStepsOverOneScalarAndAMalformedByteAlone) {
+  const std::string text = "a\u20AC\U0001F600\xE2\x82";
+  std::size_t offset = 0;
+  EXPECT_EQ(decodeScalar(text, offset), U'a');
+  EXPECT_EQ(decodeScalar(text, offset), U'\u20AC');
+  EXPECT_EQ(offset, 4u);
+  EXPECT_EQ(decodeScalar(text, offset), U'\U0001F600');
+  EXPECT_EQ(decodeScalar(text, offset), U'\uFFFD');  // truncated sequence
+  EXPECT_EQ(offset, text.size() - 1);
+  std::string out;
+  for (char32_t c : {U'a', U'\u00E9', U'\u20AC', U'\U0001F600'}) appendScalar(out, c);
+  EXPECT_EQ(out, "a\u00E9\u20AC\U0001F600");
+}
+
+}  // namespace
+}  // namespace tarvolo::text
