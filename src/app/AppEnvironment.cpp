@@ -4,6 +4,7 @@
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
+#include "shelf/access/MenuBarAccessController.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
@@ -27,6 +28,8 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 }
 
 AppEnvironment::~AppEnvironment() {
+  if (statusBarController_) statusBarController_->setIconShelf(nullptr);
+  iconShelf_.reset();
   statusBarController_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
@@ -43,6 +46,16 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .catalog = *statusItemManager_,
         .localization = *localization_,
     });
+    iconShelf_ = std::make_unique<MenuBarAccessController>(MenuBarAccessController::Dependencies{
+        .platform = platform_,
+        .catalog = *statusItemManager_,
+        .bar = *statusBarController_,
+        .localization = *localization_,
+        .defaultCenter = defaultCenter_,
+        .systemSymbol = nullptr,
+        .openURL = nullptr,
+    });
+    statusBarController_->setIconShelf(iconShelf_.get());
   }
   return *statusBarController_;
 }

@@ -10,6 +10,7 @@
 namespace tarvolo {
 
 class LocalizationManager;
+class MenuBarAccessController;
 class MenuBarPlacementLedger;
 class StatusBarController;
 class StatusItemManager;
@@ -37,6 +38,8 @@ class AppEnvironment {
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
+  // The Icon Shelf's controller, made with the status bar controller; null until then.
+  MenuBarAccessController* iconShelf() { return iconShelf_.get(); }
 
  private:
   platform::Platform& platform_;
@@ -47,6 +50,7 @@ class AppEnvironment {
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<StatusBarController> statusBarController_;
+  std::unique_ptr<MenuBarAccessController> iconShelf_;
 };
 
 }  // namespace tarvolo

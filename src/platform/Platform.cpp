@@ -12,6 +12,7 @@ std::string_view eventTypeName(EventType type) {
     case EventType::otherMouseUp: return "otherMouseUp";
     case EventType::leftMouseDragged: return "leftMouseDragged";
     case EventType::keyDown: return "keyDown";
+    case EventType::keyUp: return "keyUp";
     case EventType::other: return "other";
   }
   return "other";

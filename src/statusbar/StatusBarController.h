@@ -15,6 +15,7 @@
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "statusbar/BarTransitions.h"
+#include "statusbar/IconShelfPresenter.h"
 #include "statusbar/OwnStatusItems.h"
 #include "statusbar/StartupCollapseCampaign.h"
 #include "visibility/CollapseReasons.h"
@@ -87,6 +88,8 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
+  // The Icon Shelf the toggle and the context menu open; none until the environment hands it in.
+  void setIconShelf(IconShelfPresenter* shelf) { shelf_ = shelf; }
   void menuExpandFolded();
   void menuShowAll();
   void menuCollapse();
@@ -215,6 +218,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   OwnStatusItems items_;
   CollapseEngine engine_;
   StartupCollapseCampaign campaign_;
+  IconShelfPresenter* shelf_ = nullptr;
 
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;

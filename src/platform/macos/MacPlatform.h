@@ -31,6 +31,7 @@ class MacPlatform final : public Platform {
   Application& application() override;
   UserInterface& userInterface() override;
   void setSystemEventSink(SystemEventSink* sink) override;
+  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override;
 
  private:
   struct Impl;

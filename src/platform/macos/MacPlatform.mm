@@ -46,5 +46,8 @@ SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
 UserInterface& MacPlatform::userInterface() { return impl_->userInterface; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }
+std::unique_ptr<SerialQueue> MacPlatform::makeSerialQueue(const std::string& label) {
+  return std::make_unique<mac::MacSerialQueue>(label);
+}
 
 }  // namespace tarvolo::platform

@@ -44,6 +44,7 @@ EventType eventTypeFrom(NSEventType type) {
     case NSEventTypeOtherMouseUp: return EventType::otherMouseUp;
     case NSEventTypeLeftMouseDragged: return EventType::leftMouseDragged;
     case NSEventTypeKeyDown: return EventType::keyDown;
+    case NSEventTypeKeyUp: return EventType::keyUp;
     default: return EventType::other;  // AppKit has dozens of types the core does not name
   }
 }
@@ -60,6 +61,7 @@ std::optional<NSEventMask> nsEventMaskFor(EventType type) {
     case EventType::otherMouseUp: return NSEventMaskOtherMouseUp;
     case EventType::leftMouseDragged: return NSEventMaskLeftMouseDragged;
     case EventType::keyDown: return NSEventMaskKeyDown;
+    case EventType::keyUp: return NSEventMaskKeyUp;
     case EventType::other: return std::nullopt;
   }
   return std::nullopt;
@@ -68,7 +70,7 @@ std::optional<NSEventMask> nsEventMaskFor(EventType type) {
 constexpr EventType kAllEventTypes[] = {
     EventType::leftMouseDown,  EventType::leftMouseUp,  EventType::rightMouseDown,
     EventType::rightMouseUp,   EventType::otherMouseDown, EventType::otherMouseUp,
-    EventType::leftMouseDragged, EventType::keyDown,    EventType::other,
+    EventType::leftMouseDragged, EventType::keyDown,    EventType::keyUp, EventType::other,
 };
 
 bool carriesMouseLocation(EventType type) {
@@ -81,6 +83,7 @@ bool carriesMouseLocation(EventType type) {
     case EventType::otherMouseUp:
     case EventType::leftMouseDragged: return true;
     case EventType::keyDown:
+    case EventType::keyUp:
     case EventType::other: return false;
   }
   return false;
@@ -106,6 +109,7 @@ Event eventFrom(NSEvent* event) {
   out.type = eventTypeFrom(event.type);
   out.modifierFlags = modifierFlagsFrom(event.modifierFlags);
   out.timestamp = event.timestamp;
+  if (out.type == EventType::keyDown || out.type == EventType::keyUp) out.keyCode = event.keyCode;
   if (carriesMouseLocation(out.type)) {
     NSPoint location = event.locationInWindow;
     if (NSWindow* window = event.window) location = [window convertPointToScreen:location];
