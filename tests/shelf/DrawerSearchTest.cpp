@@ -13,8 +13,8 @@ TEST(DrawerSearch, RanksExactPrefixSubstringBundleAndPinyinInThatOrder) {
   EXPECT_EQ(rank("saf", "Safari", "com.apple.Safari"), 1);
   EXPECT_EQ(rank("far", "Safari", "com.apple.Safari"), 2);
   EXPECT_EQ(rank("apple", "Safari", "com.apple.Safari"), 3);
-  EXPECT_EQ(rank("wx", "微信", "com.tencent.xinWeChat"), 4);
-  EXPECT_EQ(rank("w", "微信", "com.tencent.xinWeChat"), 4);  // a substring of the initials
+  EXPECT_EQ(rank("wx", "微信", "com.tencent.mac"), 4);
+  EXPECT_EQ(rank("w", "微信", "com.tencent.mac"), 4);  // a substring of the initials
   EXPECT_EQ(rank("zz", "Safari", "com.apple.Safari"), std::nullopt);
 }
 
