@@ -27,6 +27,41 @@ bool extendsCharacter(char32_t c) {
          (c >= 0x1F3FB && c <= 0x1F3FF) || c == 0x200D || (c >= 0xE0100 && c <= 0xE01EF);
 }
 
+char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
+
+// A text in its folded form: ASCII stays where it is (trimmed, lower-cased as it is read);
+// anything else is folded once into a copy.
+struct FoldedText {
+  explicit FoldedText(std::string_view text)
+      : ascii(std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+    if (ascii) {
+      view = text::trimmed(text);
+    } else {
+      copy = text::folded(text);
+      view = copy;
+    }
+  }
+  bool matchesAt(std::size_t offset, std::string_view folded) const {
+    for (std::size_t i = 0; i < folded.size(); ++i) {
+      if (lowerAscii(view[offset + i]) != folded[i]) return false;
+    }
+    return true;
+  }
+  bool equals(std::string_view folded) const { return view.size() == folded.size() && matchesAt(0, folded); }
+  bool startsWith(std::string_view folded) const { return view.size() >= folded.size() && matchesAt(0, folded); }
+  bool contains(std::string_view folded) const {
+    if (folded.size() > view.size()) return false;
+    for (std::size_t offset = 0; offset + folded.size() <= view.size(); ++offset) {
+      if (matchesAt(offset, folded)) return true;
+    }
+    return false;
+  }
+
+  bool ascii = true;
+  std::string copy;
+  std::string_view view;
+};
+
 bool isAsciiLetterOrDigit(char32_t c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
 
 }  // namespace
@@ -39,23 +74,25 @@ std::optional<std::string> pinyinInitials(std::string_view name) {
   std::size_t offset = 0;
   while (offset < name.size()) {
     // One user-perceived character: a scalar and the marks and joiners that extend it.
-    std::vector<char32_t> character{text::decodeScalar(name, offset)};
+    const char32_t first = text::decodeScalar(name, offset);
+    std::size_t scalars = 1;
+    bool beyondLatin = first > 0x2FF;
     bool joined = false;
     while (offset < name.size()) {
       std::size_t peek = offset;
       const char32_t next = text::decodeScalar(name, peek);
       if (!joined && !extendsCharacter(next)) break;
       joined = next == 0x200D;
-      character.push_back(next);
+      beyondLatin = beyondLatin || next > 0x2FF;
+      ++scalars;
       offset = peek;
     }
-    const char32_t first = character.front();
-    if (character.size() == 1 && first < 0x80) {
+    if (scalars == 1 && first < 0x80) {
       if (first == ' ' || first == '-' || first == '_') continue;
-      if (isAsciiLetterOrDigit(first)) out += static_cast<char>(first >= 'A' && first <= 'Z' ? first + 0x20 : first);
+      if (isAsciiLetterOrDigit(first)) out += lowerAscii(static_cast<char>(first));
       continue;
     }
-    if (character.size() == 1) {
+    if (scalars == 1) {
       const auto& table = pinyinTable();
       if (auto it = table.find(first); it != table.end()) {
         out += it->second;
@@ -63,7 +100,6 @@ std::optional<std::string> pinyinInitials(std::string_view name) {
         continue;
       }
     }
-    const bool beyondLatin = std::any_of(character.begin(), character.end(), [](char32_t c) { return c > 0x2FF; });
     if (beyondLatin) return std::nullopt;
   }
   if (!usedTable) return std::nullopt;
@@ -71,17 +107,19 @@ std::optional<std::string> pinyinInitials(std::string_view name) {
 }
 
 std::optional<int> rank(std::string_view query, std::string_view name, std::string_view bundleID) {
-  const std::string q = fold(query);
+  return rankFolded(fold(query), name, bundleID);
+}
+
+std::optional<int> rankFolded(std::string_view q, std::string_view name, std::string_view bundleID) {
   if (q.empty()) return 0;
-  const std::string foldedName = fold(name);
-  if (foldedName == q) return 0;
-  if (foldedName.starts_with(q)) return 1;
-  if (foldedName.find(q) != std::string::npos) return 2;
-  if (fold(bundleID).find(q) != std::string::npos) return 3;
-  // Only a name with a non-ASCII byte can have initials; skip the walk for the rest.
-  const bool maybeHan = std::any_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-  if (!maybeHan) return std::nullopt;
-  if (auto initials = pinyinInitials(name); initials && initials->find(q) != std::string::npos) return 4;
+  // Most names and every bundle identifier are ASCII: compare them folded in place.
+  const FoldedText foldedName(name);
+  if (foldedName.equals(q)) return 0;
+  if (foldedName.startsWith(q)) return 1;
+  if (foldedName.contains(q)) return 2;
+  if (FoldedText(bundleID).contains(q)) return 3;
+  if (foldedName.ascii) return std::nullopt;  // no Han character, so no initials
+  if (auto initials = pinyinInitials(name); initials && initials->find(q) != std::string_view::npos) return 4;
   return std::nullopt;
 }
 
