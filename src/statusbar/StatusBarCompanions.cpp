@@ -41,8 +41,11 @@ void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::Repair
 }
 
 void StatusBarController::orderRepairFinished(bool inOrder) {
-  MenuBarLog::log(LogLine("own-order repair finished").add("inOrder", inOrder));
   publishFoldingEffective();
+  if (!inOrder) return;
+  // What the wrong order made the bar say no longer holds.
+  platform_.userInterface().dismissNotice("collapseStayExpanded");
+  platform_.userInterface().dismissNotice("foldingIneffective");
 }
 
 }  // namespace tarvolo
