@@ -443,8 +443,9 @@ std::optional<std::array<double, 3>> positiveRepairSlots(const OwnItemValues& pr
   for (std::size_t i = 0; i < 3; ++i) {
     if (stored[i] && *stored[i] > 0) {
       slots[i] = *stored[i];
-    } else if (rightEnd && edges[i] && *rightEnd - *edges[i] > 0) {
-      slots[i] = *rightEnd - *edges[i];
+    } else if (rightEnd && edges[i]) {
+      // An item at the very end stands at 0; slots are positive, and the order is forced later.
+      slots[i] = std::max(*rightEnd - *edges[i], 1.0);
     } else {
       return std::nullopt;
     }
