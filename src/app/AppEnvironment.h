@@ -9,6 +9,8 @@
 
 namespace tarvolo {
 
+class HotkeyManager;
+class LaunchAtLogin;
 class LocalizationManager;
 class MenuBarAccessController;
 class MenuBarPlacementLedger;
@@ -40,6 +42,8 @@ class AppEnvironment {
   StatusBarController* statusBarController() { return statusBarController_.get(); }
   // The Icon Shelf's controller, made with the status bar controller; null until then.
   MenuBarAccessController* iconShelf() { return iconShelf_.get(); }
+  HotkeyManager& hotkeys() { return *hotkeys_; }
+  LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
 
  private:
   platform::Platform& platform_;
@@ -49,6 +53,8 @@ class AppEnvironment {
   std::unique_ptr<LocalizationManager> localization_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
+  std::unique_ptr<LaunchAtLogin> launchAtLogin_;
+  std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
 };

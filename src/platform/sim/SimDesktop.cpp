@@ -23,6 +23,9 @@ constexpr double kPlainBarHeight = 24;
 constexpr double kDefaultMenusWidth = 250;  // a Finder-like app when nothing is frontmost
 constexpr const char* kDefaultMenusOwner = "com.apple.finder";
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
+constexpr std::uint16_t kReturnKeyCode = 36;
+constexpr std::uint16_t kEscapeKeyCode = 53;
+constexpr std::uint16_t kEnterKeyCode = 76;
 
 std::size_t utf8Length(const std::string& text) {
   std::size_t count = 0;
@@ -137,6 +140,7 @@ struct SimDesktop::Adapters {
       d.recordLog(category == platform::LogCategory::menubar ? "menubar" : "state", std::string(message));
     }
     void writeStandardOutput(std::string_view line) override { d.recordLog("stdout", std::string(line)); }
+    void writeSystemLog(std::string_view line) override { d.recordLog("system", std::string(line)); }
   };
 
   struct EventsImpl final : platform::Events {
@@ -280,8 +284,48 @@ struct SimDesktop::Adapters {
     }
   };
 
+  struct Hotkeys final : platform::HotkeyService {
+    SimDesktop& d;
+    explicit Hotkeys(SimDesktop& desktop) : d(desktop) {}
+    std::optional<platform::HotkeyFailure> registerHotkey(std::uint32_t id, platform::KeyChord chord,
+                                                          std::function<void(std::uint32_t)> handler) override {
+      unregisterHotkey(id);
+      chord.modifiers.raw &= platform::kChordModifierMask;
+      bool taken = std::find(d.settings_.takenHotkeys.begin(), d.settings_.takenHotkeys.end(), chord) !=
+                       d.settings_.takenHotkeys.end() ||
+                   std::any_of(d.hotkeys_.begin(), d.hotkeys_.end(),
+                               [&](const SimHotkeyRecord& held) { return held.chord == chord; });
+      if (taken) return platform::HotkeyFailure{.stage = platform::HotkeyFailureStage::registration, .status = -9878};
+      d.hotkeys_.push_back(SimHotkeyRecord{id, chord, std::move(handler)});
+      return std::nullopt;
+    }
+    void unregisterHotkey(std::uint32_t id) override {
+      std::erase_if(d.hotkeys_, [id](const SimHotkeyRecord& held) { return held.id == id; });
+    }
+  };
+
+  struct LoginItems final : platform::LoginItemService {
+    SimDesktop& d;
+    explicit LoginItems(SimDesktop& desktop) : d(desktop) {}
+    platform::LoginItemStatus status() const override { return d.settings_.loginItemStatus; }
+    std::optional<std::string> registerMainApp() override {
+      ++d.loginItemRecord_.registrations;
+      if (d.settings_.loginItemError) return d.settings_.loginItemError;
+      d.settings_.loginItemStatus = d.settings_.loginItemNeedsApproval ? platform::LoginItemStatus::requiresApproval
+                                                                       : platform::LoginItemStatus::enabled;
+      return std::nullopt;
+    }
+    std::optional<std::string> unregisterMainApp() override {
+      ++d.loginItemRecord_.unregistrations;
+      if (d.settings_.loginItemError) return d.settings_.loginItemError;
+      d.settings_.loginItemStatus = platform::LoginItemStatus::notRegistered;
+      return std::nullopt;
+    }
+    void openSystemSettingsLoginItems() override { ++d.ui_.loginItemSettingsOpened; }
+  };
+
   explicit Adapters(SimDesktop& d)
-      : log(d), events(d), bar(d), screens(d), workspace(d), system(d), app(d), ui(d) {}
+      : log(d), events(d), bar(d), screens(d), workspace(d), system(d), app(d), ui(d), hotkeys(d), loginItems(d) {}
   Log log;
   EventsImpl events;
   Bar bar;
@@ -290,6 +334,8 @@ struct SimDesktop::Adapters {
   System system;
   App app;
   Ui ui;
+  Hotkeys hotkeys;
+  LoginItems loginItems;
 };
 
 void SimStatusItem::popUpMenu(const platform::Menu& menu) {
@@ -324,6 +370,8 @@ platform::UserInterface& SimDesktop::userInterface() { return adapters_->ui; }
 std::unique_ptr<platform::SerialQueue> SimDesktop::makeSerialQueue(const std::string& label) {
   return std::make_unique<SimSerialQueue>(*this, label);
 }
+platform::HotkeyService& SimDesktop::hotkeys() { return adapters_->hotkeys; }
+platform::LoginItemService& SimDesktop::loginItems() { return adapters_->loginItems; }
 
 void SimDesktop::replaceDefaults(SimDefaultsStore store) {
   defaults_ = std::make_unique<SimDefaultsStore>(std::move(store));
@@ -490,6 +538,9 @@ void SimDesktop::ownProcessExited() {
   }
   std::erase_if(items_, [](const auto& item) { return item->ownerPid == kOwnPid && !item->visible; });
   monitors_.clear();
+  // The system drops a process's hot keys with it.
+  hotkeys_.clear();
+  menuTrackingDepth_ = 0;
   sink_ = nullptr;
   openMenu_.reset();
   ui_.shelfShown = false;
@@ -843,6 +894,86 @@ void SimDesktop::clickElsewhere(Point location) {
   });
 }
 
+void SimDesktop::movePointer(Point location) {
+  pointer_ = location;
+  dispatchEvent(Event{EventType::mouseMoved, modifiers_, location, queue_.now()}, nullptr);
+}
+
+void SimDesktop::pressMouseButton(MouseButton button) {
+  bool left = button == MouseButton::left;
+  pressedButtons_ |= left ? 1u : 2u;
+  dispatchEvent(Event{left ? EventType::leftMouseDown : EventType::rightMouseDown, modifiers_, pointer_, queue_.now()},
+                nullptr);
+}
+
+void SimDesktop::releaseMouseButton(MouseButton button) {
+  bool left = button == MouseButton::left;
+  pressedButtons_ &= ~(left ? 1u : 2u);
+  dispatchEvent(Event{left ? EventType::leftMouseUp : EventType::rightMouseUp, modifiers_, pointer_, queue_.now()},
+                nullptr);
+}
+
+void SimDesktop::pressModifiers(platform::ModifierFlags flags) {
+  modifiers_.raw |= flags.raw;
+  dispatchEvent(Event{EventType::flagsChanged, modifiers_, pointer_, queue_.now()}, nullptr);
+}
+
+void SimDesktop::releaseModifiers(platform::ModifierFlags flags) {
+  modifiers_.raw &= ~flags.raw;
+  dispatchEvent(Event{EventType::flagsChanged, modifiers_, pointer_, queue_.now()}, nullptr);
+}
+
+void SimDesktop::typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers) {
+  platform::KeyChord chord{keyCode, {modifiers.raw & platform::kChordModifierMask}};
+  // Another app's hot key swallows the key before anyone sees it.
+  if (std::find(settings_.takenHotkeys.begin(), settings_.takenHotkeys.end(), chord) != settings_.takenHotkeys.end()) {
+    return;
+  }
+  for (const auto& held : hotkeys_) {
+    if (held.chord != chord) continue;
+    // The system reports the press on the app's event thread; the handler runs on the main queue.
+    queue_.post(0, [handler = held.handler, id = held.id] { handler(id); });
+    return;
+  }
+  // An open menu of another app takes the keys that close it.
+  if (keyCode == kEscapeKeyCode) closeForeignMenu("escape");
+  if (keyCode == kReturnKeyCode || keyCode == kEnterKeyCode) closeForeignMenu("return");
+  const bool toOwnApp = ownAppRunning_ && ui_.preferencesVisible;
+  const bool globalSees = accessibility_->isProcessTrusted();
+  for (EventType type : {EventType::keyDown, EventType::keyUp}) {
+    Event event{type, modifiers, pointer_, queue_.now(), keyCode};
+    auto monitors = monitors_;
+    std::optional<Event> delivered = event;
+    for (auto& [id, monitor] : monitors) {
+      if (!(monitor.mask & platform::eventMask(type)) || !monitors_.count(id)) continue;
+      if (monitor.global && !toOwnApp && globalSees) monitor.globalHandler(event);
+      if (!monitor.global && toOwnApp && delivered) delivered = monitor.localHandler(*delivered);
+    }
+  }
+}
+
+void SimDesktop::beginMenuTracking() {
+  ++menuTrackingDepth_;
+  if (sink_) sink_->menuDidBeginTracking();
+}
+
+void SimDesktop::endMenuTracking() {
+  if (menuTrackingDepth_ == 0) return;
+  --menuTrackingDepth_;
+  if (sink_) sink_->menuDidEndTracking();
+}
+
+bool SimDesktop::openURL(const std::string& url) {
+  if (!ownAppRunning_ || !delegate_) return false;
+  delegate_->applicationOpenURLs({url});
+  return true;
+}
+
+std::optional<bool> SimDesktop::runAppleScriptCommand(const std::string& command) {
+  if (!ownAppRunning_ || !delegate_) return std::nullopt;
+  return delegate_->applicationPerformScriptCommand(command);
+}
+
 void SimDesktop::openMenuFor(const std::string& autosaveName, const platform::Menu& menu) {
   if (openMenu_) dismissMenu();
   openMenu_ = SimMenuRecord{autosaveName, menu, queue_.now()};
@@ -880,11 +1011,6 @@ namespace tarvolo::sim {
 
 // --- other applications' menus and posted events ---------------------------------------------------
 
-namespace {
-constexpr std::uint16_t kReturnKeyCode = 36;
-constexpr std::uint16_t kEscapeKeyCode = 53;
-constexpr std::uint16_t kEnterKeyCode = 76;
-}  // namespace
 
 const SimAppSpec* SimDesktop::appOfPid(int pid) const {
   auto bundle = bundleIdOfPid(pid);
@@ -931,12 +1057,7 @@ bool SimDesktop::chooseForeignMenuEntry() {
   return true;
 }
 
-void SimDesktop::pressKey(std::uint16_t keyCode) {
-  dispatchEvent(Event{EventType::keyDown, modifiers_, pointer_, queue_.now(), keyCode}, nullptr);
-  if (keyCode == kEscapeKeyCode) closeForeignMenu("escape");
-  if (keyCode == kReturnKeyCode || keyCode == kEnterKeyCode) closeForeignMenu("return");
-  dispatchEvent(Event{EventType::keyUp, modifiers_, pointer_, queue_.now(), keyCode}, nullptr);
-}
+void SimDesktop::pressKey(std::uint16_t keyCode) { typeKey(keyCode, modifiers_); }
 
 const SimItemState* SimDesktop::foreignItemAt(Point topLeft) const {
   auto notch = screenInfos().front().notchRect();
