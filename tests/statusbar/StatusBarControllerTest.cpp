@@ -32,6 +32,22 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
 }
 
+// What `defaults write com.ostrand.tarvolo com.ostrand.tarvolo.onboarding.v1 YES` leaves behind.
+TEST_F(StartupTest, OnboardingKeyWrittenByHandAsTextReadsAsABoolean) {
+  boot({.onboardingComplete = false});
+  desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("YES"));
+  launch();
+  run(3);
+  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_EQ(desktop().ui().coachPresentations, 0);
+
+  desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("NO"));
+  session().relaunch();
+  run(3);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+}
+
 TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
   boot();
   launch();
