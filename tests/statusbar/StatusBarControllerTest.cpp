@@ -283,6 +283,25 @@ TEST_F(StateMachineTest, MenuTrackingCountNeverGoesBelowZero) {
   EXPECT_EQ(controller().menuTrackingCount(), 0);
 }
 
+// Helpers and daemons start and stop all the time; only apps a user runs reset what was learnt.
+TEST_F(SimAppTest, BackgroundProcessChurnLeavesCollapseBudgetsAlone) {
+  DesktopOptions options;
+  for (auto [bundle, policy] : {std::pair{"com.example.daemon", platform::ActivationPolicy::prohibited},
+                                std::pair{"com.example.agent", platform::ActivationPolicy::accessory}}) {
+    options.apps.push_back(sim::SimAppSpec{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
+  }
+  boot(options);
+  launch();
+  run(3);
+  desktop().launchApp("com.example.daemon");
+  desktop().terminateApp("com.example.daemon");
+  run(1);
+  EXPECT_FALSE(logged("collapse budget cleared bundle=com.example.daemon"));
+  desktop().launchApp("com.example.agent");
+  run(1);
+  EXPECT_TRUE(logged("collapse budget cleared bundle=com.example.agent"));
+}
+
 TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
   int before = loggedCount("apply presentation=");
   for (int i = 0; i < 5; ++i) {

@@ -43,6 +43,9 @@ ModifierFlags modifierFlagsFrom(NSEventModifierFlags flags);
 ActivationPolicy activationPolicyFrom(NSApplicationActivationPolicy policy);
 NSApplicationActivationPolicy nsActivationPolicy(ActivationPolicy policy);
 RunningApplication runningApplicationFrom(NSRunningApplication* app);
+// Whether the workspace announces the app's launch and termination: regular and accessory
+// apps, not background-only processes.
+bool isAnnouncedApplication(NSRunningApplication* app);
 
 // Property-list objects the store cannot represent (data, dates) are absent; inside arrays and
 // dictionaries they are skipped.

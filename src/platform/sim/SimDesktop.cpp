@@ -31,6 +31,17 @@ std::size_t utf8Length(const std::string& text) {
   return count;
 }
 
+// The workspace's launch and terminate notifications cover the apps a user runs, with or without a
+// Dock icon; background-only processes (daemons, helpers, XPC services) come and go unannounced.
+bool reportsLaunchAndTermination(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular:
+    case platform::ActivationPolicy::accessory: return true;
+    case platform::ActivationPolicy::prohibited: return false;
+  }
+  return false;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -403,7 +414,7 @@ void SimDesktop::launchApp(const std::string& bundleId) {
   config->running = true;
   launchDates_[config->bundleId] = queue_.currentDate();
   spawnItems(*config);
-  if (sink_) sink_->applicationDidLaunch(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidLaunch(runningApp(*config));
 }
 
 void SimDesktop::terminateApp(const std::string& bundleId) {
@@ -415,7 +426,7 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
   if (frontmost_ && text::equalsIgnoringCase(*frontmost_, config->bundleId)) frontmost_.reset();
   relayout();
-  if (sink_) sink_->applicationDidTerminate(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidTerminate(runningApp(*config));
 }
 
 void SimDesktop::setFrontmost(const std::string& bundleId) {

@@ -188,6 +188,7 @@ class SimDesktop final : public platform::Platform {
   // --- driving the desktop
   SimMainQueue& queue() { return queue_; }
   void setFrontmost(const std::string& bundleId);
+  // Reported to the app only for regular and accessory apps, as the workspace announces them.
   void launchApp(const std::string& bundleId);
   void terminateApp(const std::string& bundleId);
   void addApp(SimAppSpec app);
