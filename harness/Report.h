@@ -61,7 +61,10 @@ struct UiState {
   bool iconShelfShown = false;
   std::optional<std::string> iconShelfTier;
   bool preferencesVisible = false;
-  int coachPresentations = 0;
+  int coachPresentations = 0;  // times the coach's panel opened
+  bool coachShown = false;
+  // What the coach's panel last showed (kept after it closed); absent if it never opened.
+  std::optional<platform::FirstLaunchCoachViewState> coach;
   bool contextMenuOpen = false;
   std::vector<std::string> notices;  // kinds of notices still showing
 };
@@ -79,6 +82,13 @@ struct CollapseCacheState {
   std::map<std::string, double> perApp;  // "<screen key>\t<bundle id>" -> length
 };
 
+// The Accessibility permission as System Settings holds it, and what Tarvolo did to ask for it.
+struct AccessibilityState {
+  bool trusted = false;
+  int prompts = 0;
+  std::vector<std::string> openedURLs;
+};
+
 struct BarSnapshot {
   double time = 0;
   bool tarvoloRunning = false;
@@ -93,6 +103,7 @@ struct BarSnapshot {
   std::optional<int> probes;  // cliff probes made since Tarvolo started; absent when it is not running
   CollapseCacheState cache;
   UiState ui;
+  AccessibilityState accessibility;
 };
 
 // Where an item spanning minX…maxX sits among Tarvolo's items, by its midpoint.

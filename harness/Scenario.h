@@ -78,6 +78,16 @@ struct AssignCategory {
   std::optional<ItemCategory> category;
   bool confirm = false;
 };
+// A click on a control of the first-launch coach's panel.
+struct PressCoach {
+  sim::SimFirstLaunchCoachWindow::Control control = sim::SimFirstLaunchCoachWindow::Control::next;
+};
+// The user switches Tarvolo's Accessibility permission in System Settings; nothing tells the app.
+struct SetAccessibility {
+  bool trusted = true;
+};
+// The user brings Tarvolo to the front (back from System Settings, say).
+struct ActivateTarvolo {};
 struct Relaunch {};
 struct Reopen {};
 struct Wake {};
@@ -86,7 +96,8 @@ struct Quit {};
 
 using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
                             step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages,
-                            step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit>;
+                            step::AssignCategory, step::PressCoach, step::SetAccessibility, step::ActivateTarvolo,
+                            step::Relaunch, step::Reopen, step::Wake, step::Quit>;
 
 struct Step {
   double at = 0;

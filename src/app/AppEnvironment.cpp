@@ -4,7 +4,9 @@
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
+#include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
+#include "ui/FirstLaunchCoachController.h"
 
 namespace tarvolo {
 
@@ -16,6 +18,10 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .languageDidChange = [this] { defaultCenter_.post(Notifications::appLanguageDidChange); },
       .log = [](std::string message) { Diag::log(message); },
   });
+  accessibilityPermission_ = std::make_unique<AccessibilityPermission>(AccessibilityPermission::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+  });
   placementLedger_ = std::make_unique<MenuBarPlacementLedger>(
       platform_.defaults(), platform_.system().osMajorVersion(), [](std::string line) { MenuBarLog::log(line); });
   statusItemManager_ = std::make_unique<StatusItemManager>(StatusItemManager::Dependencies{
@@ -23,13 +29,16 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .defaultCenter = defaultCenter_,
       .workspaceCenter = workspaceCenter_,
       .ledger = *placementLedger_,
+      .accessibilityPermission = *accessibilityPermission_,
   });
 }
 
 AppEnvironment::~AppEnvironment() {
+  firstLaunchCoach_.reset();
   statusBarController_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
+  accessibilityPermission_.reset();
   localization_.reset();
   if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
@@ -41,6 +50,13 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .defaultCenter = defaultCenter_,
         .workspaceCenter = workspaceCenter_,
         .catalog = *statusItemManager_,
+        .localization = *localization_,
+    });
+    firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
+        .platform = platform_,
+        .defaultCenter = defaultCenter_,
+        .statusBar = *statusBarController_,
+        .permission = *accessibilityPermission_,
         .localization = *localization_,
     });
   }

@@ -17,6 +17,7 @@
 #include "base/Geometry.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
+#include "platform/FirstLaunchCoachWindow.h"
 #include "platform/MenuBarAccessTier.h"
 
 namespace tarvolo::platform {
@@ -201,6 +202,9 @@ class Workspace {
   // Right end of that application's menu titles on the primary screen's bar, where the system
   // can tell (Accessibility); absent otherwise.
   virtual std::optional<double> applicationMenusMaxX() const = 0;
+  // Opens a URL with its default handler (a System Settings page, for instance); false when
+  // nothing could open it.
+  virtual bool openURL(const std::string& url) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -243,7 +247,11 @@ struct AccessibilityMenuBarItem {
 class Accessibility {
  public:
   virtual ~Accessibility() = default;
+  // Nothing notifies when this changes; ask again when the app becomes active.
   virtual bool isProcessTrusted() const = 0;
+  // Asks with the system's prompt, which also lists the app in System Settings, and answers the
+  // trust as it stands now (the user decides later). Only in answer to a user action.
+  virtual bool requestTrustWithPrompt() = 0;
   // The status items the application exposes. Absent when the tree cannot be read (not trusted,
   // no such process, or the application does not answer); empty when it has none.
   virtual std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const = 0;
@@ -304,7 +312,7 @@ struct NoticeRequest {
 class UserInterface {
  public:
   virtual ~UserInterface() = default;
-  virtual void presentFirstLaunchCoach(std::optional<Rect> anchor) = 0;
+  virtual FirstLaunchCoachWindow& firstLaunchCoach() = 0;
   virtual void openPreferences(std::optional<std::string> focus) = 0;
   virtual bool isPreferencesVisible() const = 0;
   // Keep the settings window up even when the app deactivates, and bring it front.
@@ -332,6 +340,8 @@ class SystemEventSink {
   virtual void menuDidBeginTracking() = 0;
   virtual void menuDidEndTracking() = 0;
   virtual void preferredLanguagesDidChange() = 0;
+  // Tarvolo itself became the active app (the user came back to it, from System Settings say).
+  virtual void applicationDidBecomeActive() = 0;
 };
 
 class ApplicationDelegate {

@@ -142,8 +142,13 @@ bool StatusBarController::onboardingComplete() const {
   return platform_.defaults().getBool(onboardingKey).value_or(false);
 }
 
-void StatusBarController::presentFirstLaunchCoach() {
-  platform_.userInterface().presentFirstLaunchCoach(items_.coachAnchor());
+void StatusBarController::presentFirstLaunchCoach() { firstLaunchCoachWanted.notify(); }
+
+void StatusBarController::completeOnboarding() {
+  mainThread_.check();
+  platform_.defaults().set(onboardingKey, DefaultsValue(true));
+  collapseBar(CollapseReason::startup);
+  campaign_.beginIfNeeded();
 }
 
 void StatusBarController::showEverything() {

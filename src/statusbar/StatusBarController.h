@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/MainThreadChecker.h"
+#include "base/ObserverList.h"
 #include "base/Published.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
@@ -63,9 +64,14 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   Published<bool> isDeepExpanded{false};
   Published<bool> foldingEffective{false};
   Published<bool> alwaysVisibleAnchorReady{false};
+  // Told whenever the first-launch coach is wanted: at start-up without onboarding, and on each
+  // collapse that onboarding blocks. The coach's owner (src/ui/) listens.
+  ObserverList<> firstLaunchCoachWanted;
 
   // --- start-up
   void finishStartup();
+  // The coach was finished or dismissed: stores that, and collapses at once as start-up would.
+  void completeOnboarding();
   void scheduleStartupCollapseRetry(const std::string& reason) { campaign_.scheduleStartupCollapseRetry(reason); }
   void performStartupCollapseRetry(const std::string& reason) { campaign_.performStartupCollapseRetry(reason); }
   void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }

@@ -26,7 +26,7 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
   run(3);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(controller().isDeepExpanded.get());
-  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
   EXPECT_FALSE(logged("collapse reason="));
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
@@ -39,13 +39,13 @@ TEST_F(StartupTest, OnboardingKeyWrittenByHandAsTextReadsAsABoolean) {
   launch();
   run(3);
   EXPECT_FALSE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().ui().coachPresentations, 0);
+  EXPECT_EQ(desktop().coachWindow().showCount(), 0);
 
   desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("NO"));
   session().relaunch();
   run(3);
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
 }
 
 TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
@@ -176,7 +176,7 @@ TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
   EXPECT_TRUE(std::filesystem::exists(*desktop().simDefaults().quarantined()));
   // An empty store means a first launch: everything shown, coach presented.
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
   std::filesystem::remove_all(dir);
 }
 

@@ -188,6 +188,7 @@ class MacWorkspace final : public Workspace {
   std::optional<RunningApplication> menuBarOwningApplication() const override;
   // Read through Accessibility (MacWindowServer.mm), so absent until Tarvolo is trusted.
   std::optional<double> applicationMenusMaxX() const override;
+  bool openURL(const std::string& url) override;
 };
 
 // Watches the system and reports to the sink it is given; stops watching when destroyed.
@@ -225,7 +226,46 @@ class MacWindowList final : public WindowList {
 class MacAccessibility final : public Accessibility {
  public:
   bool isProcessTrusted() const override;
+  bool requestTrustWithPrompt() override;
   std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The first-launch coach's panel (MacFirstLaunchCoachWindow.mm)
+
+class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
+ public:
+  MacFirstLaunchCoachWindow();
+  ~MacFirstLaunchCoachWindow() override;
+  MacFirstLaunchCoachWindow(const MacFirstLaunchCoachWindow&) = delete;
+  MacFirstLaunchCoachWindow& operator=(const MacFirstLaunchCoachWindow&) = delete;
+
+  void show(const FirstLaunchCoachViewState& state, FirstLaunchCoachActions actions) override;
+  void update(const FirstLaunchCoachViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  void build();
+  void fill(const FirstLaunchCoachViewState& state);
+  void place(const std::optional<Rect>& anchor);
+
+  NSPanel* panel_ = nil;
+  NSTextField* progress_ = nil;
+  NSTextField* title_ = nil;
+  NSTextField* body_ = nil;
+  NSTextField* note_ = nil;
+  NSTextField* hint_ = nil;
+  NSButton* permission_ = nil;
+  NSButton* next_ = nil;
+  NSButton* done_ = nil;
+  NSButton* dismiss_ = nil;
+  // Buttons hold their targets weakly.
+  TRVActionTarget* nextTarget_ = nil;
+  TRVActionTarget* doneTarget_ = nil;
+  TRVActionTarget* dismissTarget_ = nil;
+  TRVActionTarget* permissionTarget_ = nil;
+  FirstLaunchCoachActions actions_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -236,7 +276,7 @@ class MacUserInterface final : public UserInterface {
   MacUserInterface();
   ~MacUserInterface() override;
 
-  void presentFirstLaunchCoach(std::optional<Rect> anchor) override;
+  FirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
   void openPreferences(std::optional<std::string> focus) override;
   bool isPreferencesVisible() const override;
   void keepPreferencesFront() override;
@@ -251,7 +291,7 @@ class MacUserInterface final : public UserInterface {
   void forgetClosedNotices();
   void layoutNotices();
 
-  NSPanel* coach_ = nil;
+  MacFirstLaunchCoachWindow coach_;
   NSWindow* preferences_ = nil;
   NSPanel* shelf_ = nil;
   struct Notice {

@@ -89,6 +89,12 @@ std::optional<std::vector<WindowInfo>> MacWindowList::onScreenWindows(DesktopEle
 
 bool MacAccessibility::isProcessTrusted() const { return AXIsProcessTrusted(); }
 
+bool MacAccessibility::requestTrustWithPrompt() {
+  // The prompt runs asynchronously; the answer is the trust as it stands before the user acts.
+  NSDictionary* options = @{(__bridge NSString*)kAXTrustedCheckOptionPrompt : @YES};
+  return AXIsProcessTrustedWithOptions((__bridge CFDictionaryRef)options);
+}
+
 std::optional<std::vector<AccessibilityMenuBarItem>> MacAccessibility::extrasMenuBarItems(int pid) const {
   if (!AXIsProcessTrusted() || pid <= 0) return std::nullopt;
   id application = CFBridgingRelease(AXUIElementCreateApplication(pid));

@@ -108,6 +108,12 @@ std::optional<RunningApplication> MacWorkspace::menuBarOwningApplication() const
   return runningApplicationFrom(app);
 }
 
+bool MacWorkspace::openURL(const std::string& url) {
+  NSURL* target = [NSURL URLWithString:nsString(url)];
+  if (!target) return false;
+  return [NSWorkspace.sharedWorkspace openURL:target];
+}
+
 namespace {
 
 void* const kRunningApplicationsContext = const_cast<char*>("TRVRunningApplications");
@@ -151,6 +157,9 @@ MacSystemObserver::MacSystemObserver()
                                    [](SystemEventSink& sink, NSNotification*) { sink.menuDidEndTracking(); })];
   [centerTokens_ addObject:observe(center, NSCurrentLocaleDidChangeNotification,
                                    [](SystemEventSink& sink, NSNotification*) { sink.preferredLanguagesDidChange(); })];
+  // Nothing announces a changed Accessibility permission; becoming active is when to look again.
+  [centerTokens_ addObject:observe(center, NSApplicationDidBecomeActiveNotification,
+                                   [](SystemEventSink& sink, NSNotification*) { sink.applicationDidBecomeActive(); })];
 
   auto report = [weakSlot](void (SystemEventSink::*event)(const RunningApplication&)) {
     return [weakSlot, event](const RunningApplication& app) {

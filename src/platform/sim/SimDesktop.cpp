@@ -212,6 +212,10 @@ struct SimDesktop::Adapters {
       return frontmostApplication();
     }
     std::optional<double> applicationMenusMaxX() const override { return d.menusRightEdge(); }
+    bool openURL(const std::string& url) override {
+      d.openedURLs_.push_back(url);
+      return true;
+    }
   };
 
   struct System final : platform::SystemInfo {
@@ -241,10 +245,7 @@ struct SimDesktop::Adapters {
   struct Ui final : platform::UserInterface {
     SimDesktop& d;
     explicit Ui(SimDesktop& desktop) : d(desktop) {}
-    void presentFirstLaunchCoach(std::optional<Rect> anchor) override {
-      ++d.ui_.coachPresentations;
-      d.ui_.coachAnchor = anchor;
-    }
+    platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
     void openPreferences(std::optional<std::string>) override {
       d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
       d.ui_.preferencesVisible = true;
@@ -468,6 +469,11 @@ void SimDesktop::launchOwnApp() {
 
 void SimDesktop::reopenOwnApp() {
   if (ownAppRunning_ && delegate_) delegate_->applicationShouldHandleReopen(ui_.preferencesVisible);
+  activateOwnApp();
+}
+
+void SimDesktop::activateOwnApp() {
+  if (ownAppRunning_ && sink_) sink_->applicationDidBecomeActive();
 }
 
 void SimDesktop::ownProcessExited() {

@@ -13,6 +13,7 @@
 
 #include "platform/Platform.h"
 #include "platform/sim/SimDefaultsStore.h"
+#include "platform/sim/SimFirstLaunchCoachWindow.h"
 #include "platform/sim/SimMainQueue.h"
 
 namespace tarvolo::sim {
@@ -130,8 +131,6 @@ struct SimNoticeRecord {
 
 // What the app's own windows did, since the simulator draws none.
 struct SimUiRecord {
-  int coachPresentations = 0;
-  std::optional<Rect> coachAnchor;
   std::vector<double> preferencesOpenedAt;
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
@@ -177,12 +176,16 @@ class SimDesktop final : public platform::Platform {
   bool ownAppRunning() const { return ownAppRunning_; }
   // The process ends without tidying up: its items vanish, stored positions stay.
   void ownProcessExited();
+  // Reopening from the Dock or Finder also makes the app active.
   void reopenOwnApp();
+  // The user brings Tarvolo to the front (clicks one of its windows, or comes back to it).
+  void activateOwnApp();
   void replaceDefaults(SimDefaultsStore store);
   SimDefaultsStore& simDefaults() { return *defaults_; }
   SimWindowList& simWindowList() { return *windowList_; }
   const SimWindowList& simWindowList() const { return *windowList_; }
   SimAccessibility& simAccessibility() { return *accessibility_; }
+  const SimAccessibility& simAccessibility() const { return *accessibility_; }
   const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
   // --- driving the desktop
@@ -237,6 +240,10 @@ class SimDesktop final : public platform::Platform {
   const std::optional<SimMenuRecord>& openMenu() const { return openMenu_; }
   int menuOpenCount() const { return menuOpenCount_; }
   const SimUiRecord& ui() const { return ui_; }
+  SimFirstLaunchCoachWindow& coachWindow() { return coachWindow_; }
+  const SimFirstLaunchCoachWindow& coachWindow() const { return coachWindow_; }
+  // URLs the app asked the system to open, in order.
+  const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   const std::vector<SimLogLine>& logLines() const { return log_; }
   std::vector<std::string> logMessages(const std::string& channel = "") const;
   platform::ActivationPolicy ownActivationPolicy() const { return ownPolicy_; }
@@ -304,6 +311,8 @@ class SimDesktop final : public platform::Platform {
   std::optional<SimMenuRecord> openMenu_;
   int menuOpenCount_ = 0;
   SimUiRecord ui_;
+  SimFirstLaunchCoachWindow coachWindow_;
+  std::vector<std::string> openedURLs_;
   std::vector<SimLogLine> log_;
 
   std::unique_ptr<Adapters> adapters_;

@@ -131,6 +131,7 @@ class RecordingSink final : public platform::SystemEventSink {
   void menuDidBeginTracking() override { events.push_back("menu begin"); }
   void menuDidEndTracking() override { events.push_back("menu end"); }
   void preferredLanguagesDidChange() override { events.push_back("languages"); }
+  void applicationDidBecomeActive() override { events.push_back("became active"); }
 };
 
 // Background-only processes come and go without the workspace's launch and terminate notices.
