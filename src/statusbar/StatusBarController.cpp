@@ -73,11 +73,23 @@ StatusBarController::~StatusBarController() = default;
 // --- construction ------------------------------------------------------------------------------
 
 OwnStatusItems::Actions StatusBarController::itemActions() {
-  return OwnStatusItems::Actions{
-      .toggleClicked = bindWeak(weak(), &StatusBarController::statusItemClicked),
-      .separatorClicked = bindWeak(weak(), &StatusBarController::separatorClicked),
-      .alwaysHiddenSeparatorClicked = bindWeak(weak(), &StatusBarController::alwaysHiddenSeparatorClicked),
+  auto clicked = [weak = weak()](void (StatusBarController::*method)()) {
+    return bindWeak(weak, [method](StatusBarController& self) {
+      self.noteOwnItemMouseUp();
+      (self.*method)();
+    });
   };
+  return OwnStatusItems::Actions{
+      .toggleClicked = clicked(&StatusBarController::statusItemClicked),
+      .separatorClicked = clicked(&StatusBarController::separatorClicked),
+      .alwaysHiddenSeparatorClicked = clicked(&StatusBarController::alwaysHiddenSeparatorClicked),
+  };
+}
+
+// The button's tracking consumes the mouse-up, so no monitor sees it; its action does.
+void StatusBarController::noteOwnItemMouseUp() {
+  auto event = platform_.events().currentEvent();
+  if (event && event->type == EventType::leftMouseUp) engine_.gaps().noteMouseUp();
 }
 
 // Sampling starts with the toggle; the placeholder must be created between the two separators

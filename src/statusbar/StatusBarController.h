@@ -189,6 +189,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   void noteAlwaysVisibleAnchorReady() override { alwaysVisibleAnchorReady = true; }
 
   OwnStatusItems::Actions itemActions();
+  void noteOwnItemMouseUp();
   void companionAfterOwnItem(OwnStatusItems::Item created);
   void subscribe();
   void screenParametersChanged();

@@ -219,6 +219,23 @@ TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
 }
 
+// The button's tracking consumes the mouse-up, so a monitor never records it; the action must.
+TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
+  int downs = 0;
+  int ups = 0;
+  auto monitor = desktop().events().addLocalMonitor(
+      platform::EventType::leftMouseDown | platform::EventType::leftMouseUp, [&](const platform::Event& event) {
+        ++(event.type == platform::EventType::leftMouseUp ? ups : downs);
+        return std::optional<platform::Event>(event);
+      });
+  const int before = loggedCount("gaps mouseUp");
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  run(0.5);
+  EXPECT_EQ(downs, 1);
+  EXPECT_EQ(ups, 0);
+  EXPECT_EQ(loggedCount("gaps mouseUp") - before, 1);
+}
+
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
   controller().toggleBar(ExpandDepth::deep);
   ASSERT_TRUE(controller().isDeepExpanded.get());

@@ -718,6 +718,10 @@ Point SimDesktop::itemCenter(const SimItemState& item) const {
 
 void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
   bool ownTarget = target && target->ownerPid == kOwnPid && ownAppRunning_;
+  // A status button tracks the mouse inside its mouse-down, which consumes the mouse-up: the
+  // app's local monitors never see it; only the button's action does.
+  const bool consumedByTracking = ownTarget && (event.type == EventType::leftMouseUp ||
+                                                event.type == EventType::rightMouseUp);
   // Copy: a handler may install or remove monitors.
   auto monitors = monitors_;
   std::optional<Event> delivered = event;
@@ -725,7 +729,7 @@ void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
     if (!(monitor.mask & platform::eventMask(event.type))) continue;
     if (!monitors_.count(id)) continue;
     if (monitor.global && !ownTarget) monitor.globalHandler(event);
-    if (!monitor.global && ownTarget && delivered) delivered = monitor.localHandler(*delivered);
+    if (!monitor.global && ownTarget && delivered && !consumedByTracking) delivered = monitor.localHandler(*delivered);
   }
   if (!ownTarget || !delivered) return;
   SimItemState* state = item(target->id);
