@@ -249,6 +249,18 @@ class CrossBuildSources(unittest.TestCase):
         self.assertEqual(sources,
                          ["tests/macos/MacBackendTest.mm", "tests/macos/main.mm", "tests/platform/contract/A.cpp"])
 
+    def test_every_resource_file_is_copied_into_the_bundle(self):
+        with tempfile.TemporaryDirectory() as root:
+            folder = os.path.join(root, "src/platform/macos/Resources")
+            os.makedirs(os.path.join(folder, "nested"))
+            for name in ["Tarvolo.icns", "Tarvolo.sdef", ".DS_Store"]:
+                open(os.path.join(folder, name), "w").close()
+            self.assertEqual([name for name, _ in cross.resources(root)], ["Tarvolo.icns", "Tarvolo.sdef"])
+        ninja = CrossBuildGoogleTest.generate(self, "/nonexistent")
+        self.assertRegex(ninja, r"build \S*/Tarvolo\.app/Contents/Resources/Tarvolo\.icns: copy \S*/Resources/Tarvolo\.icns")
+        default = [line for line in ninja.splitlines() if line.startswith("default ")][0]
+        self.assertIn("Contents/Resources/Tarvolo.icns", default)
+
     def test_objects_of_sources_outside_the_tree_stay_inside_the_build(self):
         self.assertEqual(cross.object_path("/b", "/src/t", "arm64", "/src/t/src/base/Log.cpp"),
                          "/b/obj/arm64/src/base/Log.cpp.o")

@@ -37,6 +37,13 @@
   return _delegate->applicationShouldHandleReopen(hasVisibleWindows == YES) ? YES : NO;
 }
 
+// Tarvolo restores no windows, but without this answer AppKit warns and keeps restoration
+// insecure on macOS 14.
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)application {
+  (void)application;
+  return YES;
+}
+
 - (void)applicationWillTerminate:(NSNotification*)notification {
   (void)notification;
   _delegate->applicationWillTerminate();
