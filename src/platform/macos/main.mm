@@ -3,6 +3,9 @@
 //
 // OS quirks handled here:
 // - NSApplication holds its delegate weakly, so the forwarding object lives in main's frame.
+// - An accessory app shows no menu bar, yet key equivalents still go through NSApp.mainMenu
+//   while it is active: without one, ⌘C/⌘V/⌘A/⌘Z do nothing in its text fields and ⌘W closes
+//   nothing. A main menu that is never seen carries them; its actions go to the first responder.
 // - -[NSApplication terminate:] ends the process with exit() after applicationWillTerminate:,
 //   so [NSApp run] never returns and the objects below are never destroyed; the core's
 //   shutdown work belongs in applicationWillTerminate.
@@ -51,6 +54,40 @@
 
 @end
 
+namespace {
+
+NSMenuItem* item(NSString* title, SEL action, NSString* key, NSEventModifierFlags modifiers = NSEventModifierFlagCommand) {
+  NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:title action:action keyEquivalent:key];
+  item.keyEquivalentModifierMask = modifiers;
+  return item;
+}
+
+NSMenuItem* submenu(NSString* title, NSArray<NSMenuItem*>* items) {
+  NSMenu* menu = [[NSMenu alloc] initWithTitle:title];
+  for (NSMenuItem* entry in items) [menu addItem:entry];
+  NSMenuItem* holder = [[NSMenuItem alloc] initWithTitle:title action:nil keyEquivalent:@""];
+  holder.submenu = menu;
+  return holder;
+}
+
+NSMenu* hiddenMainMenu() {
+  NSMenu* main = [[NSMenu alloc] initWithTitle:@"Tarvolo"];
+  [main addItem:submenu(@"Tarvolo", @[ item(@"Quit Tarvolo", @selector(terminate:), @"q") ])];
+  [main addItem:submenu(@"Edit", @[
+          item(@"Undo", NSSelectorFromString(@"undo:"), @"z"),
+          item(@"Redo", NSSelectorFromString(@"redo:"), @"z", NSEventModifierFlagCommand | NSEventModifierFlagShift),
+          [NSMenuItem separatorItem],
+          item(@"Cut", @selector(cut:), @"x"),
+          item(@"Copy", @selector(copy:), @"c"),
+          item(@"Paste", @selector(paste:), @"v"),
+          item(@"Select All", @selector(selectAll:), @"a"),
+        ])];
+  [main addItem:submenu(@"Window", @[ item(@"Close", @selector(performClose:), @"w") ])];
+  return main;
+}
+
+}  // namespace
+
 int main(int argc, const char* argv[]) {
   (void)argc;
   (void)argv;
@@ -60,6 +97,7 @@ int main(int argc, const char* argv[]) {
     auto delegate = std::make_unique<tarvolo::AppDelegate>(*platform);
     TRVApplicationDelegate* forwarder = [[TRVApplicationDelegate alloc] initWithDelegate:delegate.get()];
     application.delegate = forwarder;
+    application.mainMenu = hiddenMainMenu();
     [application run];
   }
   return 0;
