@@ -88,6 +88,18 @@ void placeBelow(NSWindow* window, NSRect anchor) {
   [window setFrameOrigin:NSMakePoint(x, y)];
 }
 
+// From macOS 14 activation is cooperative and -activateIgnoringOtherApps: is deprecated; -activate
+// is the request the system expects there. Either way the window is also ordered front regardless,
+// since a cooperative request may be declined while another app is in use.
+void activateApplication() {
+  NSApplication* application = NSApplication.sharedApplication;
+  if ([application respondsToSelector:@selector(activate)]) {
+    [application performSelector:@selector(activate)];
+  } else {
+    [application activateIgnoringOtherApps:YES];
+  }
+}
+
 NSString* versionText() {
   NSString* version = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
   return version ? [@"Tarvolo " stringByAppendingString:version] : @"Tarvolo";
@@ -124,8 +136,9 @@ void MacUserInterface::openPreferences(std::optional<std::string> focus) {
     preferences_.contentView = content;
     [preferences_ center];
   }
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  activateApplication();
   [preferences_ makeKeyAndOrderFront:nil];
+  [preferences_ orderFrontRegardless];
 }
 
 bool MacUserInterface::isPreferencesVisible() const { return preferences_ && preferences_.visible; }
@@ -134,7 +147,7 @@ void MacUserInterface::keepPreferencesFront() {
   if (!preferences_) return;
   preferences_.hidesOnDeactivate = NO;
   preferences_.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  activateApplication();
   [preferences_ makeKeyAndOrderFront:nil];
   [preferences_ orderFrontRegardless];
 }
