@@ -134,7 +134,7 @@ TEST(MacBackend, OSVersionSeesThroughCompatibilityNumbers) {
 TEST(MacBackend, MenuBarHeightComesFromTheVisibleFrameGap) {
   EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1512, 982), NSMakeRect(0, 0, 1512, 944), 22), 37);
   EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 70, 1920, 985), 22), 24);
-  EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 0, 1920, 1080), 22), 22);
+  EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 0, 1920, 1080), 24), 24);
 }
 
 TEST(MacBackend, StatusItemsTakeSystemSymbolsAndRefuseUnknownOnes) {

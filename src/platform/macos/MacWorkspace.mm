@@ -66,7 +66,6 @@ using tarvolo::platform::RunningApplication;
 namespace tarvolo::platform::mac {
 
 std::vector<ScreenInfo> MacScreens::screens() const {
-  double thickness = NSStatusBar.systemStatusBar.thickness;
   std::vector<ScreenInfo> out;
   for (NSScreen* screen in [NSScreen screens]) {
     ScreenInfo info;
@@ -82,7 +81,8 @@ std::vector<ScreenInfo> MacScreens::screens() const {
       }
     }
     if ([screen respondsToSelector:@selector(safeAreaInsets)]) info.safeAreaTop = screen.safeAreaInsets.top;
-    info.menuBarHeight = menuBarHeight(screen.frame, screen.visibleFrame, thickness);
+    // The status bar's thickness (22) is an item's content height, not the bar's.
+    info.menuBarHeight = menuBarHeight(screen.frame, screen.visibleFrame, info.auxiliaryTopLeftArea ? 37 : 24);
     out.push_back(info);
   }
   return out;
