@@ -43,10 +43,17 @@ std::optional<Rect> frameOf(AXUIElementRef element) {
   id position = copyAttribute(element, kAXPositionAttribute);
   id size = copyAttribute(element, kAXSizeAttribute);
   if (!position || !size) return std::nullopt;
+  // An application may answer with anything; only AXValues of the expected kind are unpacked.
+  if (CFGetTypeID((__bridge CFTypeRef)position) != AXValueGetTypeID() ||
+      CFGetTypeID((__bridge CFTypeRef)size) != AXValueGetTypeID() ||
+      AXValueGetType((__bridge AXValueRef)position) != kAXValueTypeCGPoint ||
+      AXValueGetType((__bridge AXValueRef)size) != kAXValueTypeCGSize) {
+    return std::nullopt;
+  }
   CGPoint origin;
   CGSize extent;
-  if (!AXValueGetValue((__bridge AXValueRef)position, (AXValueType)kAXValueCGPointType, &origin) ||
-      !AXValueGetValue((__bridge AXValueRef)size, (AXValueType)kAXValueCGSizeType, &extent)) {
+  if (!AXValueGetValue((__bridge AXValueRef)position, kAXValueTypeCGPoint, &origin) ||
+      !AXValueGetValue((__bridge AXValueRef)size, kAXValueTypeCGSize, &extent)) {
     return std::nullopt;
   }
   return Rect{origin.x, origin.y, extent.width, extent.height};
@@ -125,6 +132,8 @@ std::optional<std::vector<AccessibilityMenuBarItem>> MacAccessibility::extrasMen
     AccessibilityMenuBarItem item;
     item.frame = frameOf(element);
     item.title = optionalString(copyAttribute(element, kAXTitleAttribute));
+    // Image-only items carry their name in the description.
+    if (!item.title || item.title->empty()) item.title = optionalString(copyAttribute(element, kAXDescriptionAttribute));
     item.identifier = optionalString(copyAttribute(element, kAXIdentifierAttribute));
     out.push_back(std::move(item));
   }
