@@ -153,7 +153,12 @@ std::optional<double> MacWorkspace::applicationMenusMaxX() const {
   AXUIElementSetMessagingTimeout(barElement, kAccessibilityTimeoutSeconds);
   NSArray* titles = copyAttribute(barElement, kAXChildrenAttribute);
   if (![titles isKindOfClass:[NSArray class]]) return std::nullopt;
-  // Global x is the same in the top-left and bottom-left spaces, so no conversion is needed.
+  // Only titles on the primary screen's bar count (top-left space: the primary screen's frame
+  // starts at 0,0). Global x is the same in the top-left and bottom-left spaces.
+  NSScreen* primary = NSScreen.screens.firstObject;
+  if (!primary) return std::nullopt;
+  const NSRect primaryFrame = primary.frame;
+  const double barHeight = std::max(24.0, NSMaxY(primaryFrame) - NSMaxY(primary.visibleFrame) - 1);
   std::optional<double> maxX;
   for (id title in titles) {
     if (CFGetTypeID((__bridge CFTypeRef)title) != AXUIElementGetTypeID()) continue;
@@ -161,6 +166,9 @@ std::optional<double> MacWorkspace::applicationMenusMaxX() const {
     AXUIElementSetMessagingTimeout(element, kAccessibilityTimeoutSeconds);
     auto frame = frameOf(element);
     if (!frame || frame->width <= 0) continue;
+    if (frame->y < 0 || frame->y >= barHeight || frame->x < NSMinX(primaryFrame) || frame->maxX() > NSMaxX(primaryFrame)) {
+      continue;
+    }
     maxX = std::max(maxX.value_or(frame->maxX()), frame->maxX());
   }
   return maxX;
