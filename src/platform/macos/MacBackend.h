@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -79,6 +80,11 @@ class MacMainQueue final : public MainQueue {
     std::mutex mutex;
     TaskId lastId = 0;
     std::unordered_map<TaskId, std::function<void()>> tasks;
+    // Tasks due within a second (probes, verifications) and the activity that keeps App Nap
+    // from delaying them while any is pending.
+    std::unordered_set<TaskId> prompt;
+    id activity = nil;
+    void forget(TaskId id);  // under `mutex`
   };
   // Shared with the dispatched blocks, which hold it weakly.
   std::shared_ptr<Pending> pending_;
