@@ -134,8 +134,10 @@ class StatusItem {
   virtual bool setSymbolImage(const std::string& symbolName, double pointSize) = 0;
   virtual void setToolTip(const std::string& text) = 0;
   virtual void setAccessibilityLabel(const std::string& text) = 0;
-  // The button sends `action` on the events in `sendOn`; `Events::currentEvent()` tells which.
-  virtual void setAction(EventMask sendOn, std::function<void()> action) = 0;
+  // The button sends `action` on the events in `sendOn`, with the event that sent it: one of the
+  // button's window whose type is in `sendOn`. Pressed any other way (through Accessibility, by
+  // VoiceOver) it comes without one, whatever event the application handled last.
+  virtual void setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) = 0;
   // Shows `menu` under the item; the chosen item's `perform` runs on the main thread.
   virtual void popUpMenu(const Menu& menu) = 0;
 };

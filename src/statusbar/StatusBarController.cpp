@@ -73,10 +73,10 @@ StatusBarController::~StatusBarController() = default;
 // --- construction ------------------------------------------------------------------------------
 
 OwnStatusItems::Actions StatusBarController::itemActions() {
-  auto clicked = [weak = weak()](void (StatusBarController::*method)()) {
-    return bindWeak(weak, [method](StatusBarController& self) {
-      self.noteOwnItemMouseUp();
-      (self.*method)();
+  auto clicked = [weak = weak()](void (StatusBarController::*method)(std::optional<platform::Event>)) {
+    return bindWeak(weak, [method](StatusBarController& self, std::optional<platform::Event> event) {
+      self.noteOwnItemMouseUp(event);
+      (self.*method)(event);
     });
   };
   return OwnStatusItems::Actions{
@@ -87,8 +87,7 @@ OwnStatusItems::Actions StatusBarController::itemActions() {
 }
 
 // The button's tracking consumes the mouse-up, so no monitor sees it; its action does.
-void StatusBarController::noteOwnItemMouseUp() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::noteOwnItemMouseUp(const std::optional<platform::Event>& event) {
   if (event && event->type == EventType::leftMouseUp) engine_.gaps().noteMouseUp();
 }
 
@@ -329,25 +328,26 @@ void StatusBarController::clearArrowPress() {
   arrowPressAt_.reset();
 }
 
-void StatusBarController::statusItemClicked() {
+void StatusBarController::statusItemClicked(std::optional<platform::Event> sent) {
   mainThread_.check();
-  auto event = platform_.events().currentEvent();
   MenuBarLog::log(LogLine("statusItemClicked fired,")
-                      .add("currentEvent", event ? platform::eventTypeName(event->type) : "none"));
-  if (!event) return;
-  if (event->type == EventType::rightMouseUp) {
+                      .add("currentEvent", sent ? platform::eventTypeName(sent->type) : "none"));
+  // Pressed through Accessibility: what a plain left click does.
+  const platform::Event event =
+      sent.value_or(platform::Event{.type = EventType::leftMouseUp, .timestamp = platform_.clock().now()});
+  if (event.type == EventType::rightMouseUp) {
     showContextMenu();
     return;
   }
-  if (event->type == EventType::leftMouseDown) {
+  if (event.type == EventType::leftMouseDown) {
     recordArrowPress();
     return;
   }
-  if (event->type != EventType::leftMouseUp) return;
+  if (event.type != EventType::leftMouseUp) return;
 
   auto session = platform_.events().modifierFlags();
-  bool option = session.has(Modifier::option) || event->modifierFlags.has(Modifier::option);
-  bool command = session.has(Modifier::command) || event->modifierFlags.has(Modifier::command);
+  bool option = session.has(Modifier::option) || event.modifierFlags.has(Modifier::option);
+  bool command = session.has(Modifier::command) || event.modifierFlags.has(Modifier::command);
   MenuBarLog::log(LogLine("statusItemClicked:").add("isOption", option).add("isCommand", command));
 
   if (command && arrowPressAt_ && platform_.clock().now() - *arrowPressAt_ < kArrowPressWindow) {
@@ -414,8 +414,7 @@ void StatusBarController::closeIconShelf() {
   if (platform_.userInterface().isIconShelfShown()) platform_.userInterface().closeIconShelf();
 }
 
-void StatusBarController::separatorClicked() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::separatorClicked(std::optional<platform::Event> event) {
   if (event && event->type == EventType::rightMouseUp) {
     showContextMenu();
     return;
@@ -423,8 +422,7 @@ void StatusBarController::separatorClicked() {
   toggleBar(ExpandDepth::normal);
 }
 
-void StatusBarController::alwaysHiddenSeparatorClicked() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::alwaysHiddenSeparatorClicked(std::optional<platform::Event> event) {
   if (event && event->type == EventType::rightMouseUp) {
     showContextMenu();
     return;

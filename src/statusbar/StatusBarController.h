@@ -87,9 +87,11 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   MenuBarPresentation currentPresentation() const override;
 
   // --- clicks and the context menu
-  void statusItemClicked();
-  void separatorClicked();
-  void alwaysHiddenSeparatorClicked();
+  // With the event that sent the click; absent when pressed through Accessibility, which acts
+  // as a plain left click.
+  void statusItemClicked(std::optional<platform::Event> event);
+  void separatorClicked(std::optional<platform::Event> event);
+  void alwaysHiddenSeparatorClicked(std::optional<platform::Event> event);
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
@@ -189,7 +191,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   void noteAlwaysVisibleAnchorReady() override { alwaysVisibleAnchorReady = true; }
 
   OwnStatusItems::Actions itemActions();
-  void noteOwnItemMouseUp();
+  void noteOwnItemMouseUp(const std::optional<platform::Event>& event);
   void companionAfterOwnItem(OwnStatusItems::Item created);
   void subscribe();
   void screenParametersChanged();

@@ -236,6 +236,25 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
   EXPECT_EQ(loggedCount("gaps mouseUp") - before, 1);
 }
 
+// VoiceOver presses through Accessibility while the app's last event is an old right-click: that
+// event must not turn the press into a context menu.
+TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameBefore) {
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::right));
+  run(0.5);
+  ASSERT_TRUE(desktop().openMenu());
+  desktop().dismissMenu();
+  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::separatorAutosaveName));
+  run(0.5);
+  EXPECT_FALSE(desktop().openMenu());
+  EXPECT_TRUE(controller().isExpanded.get());
+
+  // The toggle pressed so on a notched screen opens the Icon Shelf, as a left click does.
+  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::toggleAutosaveName));
+  run(0.5);
+  EXPECT_FALSE(desktop().openMenu());
+  EXPECT_TRUE(desktop().ui().shelfShown);
+}
+
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
   controller().toggleBar(ExpandDepth::deep);
   ASSERT_TRUE(controller().isDeepExpanded.get());

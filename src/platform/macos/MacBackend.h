@@ -160,7 +160,7 @@ class MacStatusItem final : public StatusItem {
   bool setSymbolImage(const std::string& symbolName, double pointSize) override;
   void setToolTip(const std::string& text) override;
   void setAccessibilityLabel(const std::string& text) override;
-  void setAction(EventMask sendOn, std::function<void()> action) override;
+  void setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) override;
   void popUpMenu(const Menu& menu) override;
 
  private:

@@ -104,7 +104,7 @@ class SimStatusItem final : public platform::StatusItem {
   void setAccessibilityLabel(const std::string& text) override {
     if (auto* s = desktop_.item(id_)) s->accessibilityLabel = text;
   }
-  void setAction(platform::EventMask sendOn, std::function<void()> action) override {
+  void setAction(platform::EventMask sendOn, std::function<void(std::optional<Event>)> action) override {
     if (auto* s = desktop_.item(id_)) {
       s->actionMask = sendOn;
       s->action = std::move(action);
@@ -735,9 +735,21 @@ void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
   SimItemState* state = item(target->id);
   if (!state || !(state->actionMask & platform::eventMask(event.type)) || !state->action) return;
   currentEvent_ = *delivered;
+  lastEvent_ = *delivered;
   auto action = state->action;
-  action();
+  action(*delivered);
   currentEvent_.reset();
+}
+
+bool SimDesktop::pressOwnItemThroughAccessibility(const std::string& autosaveName) {
+  const SimItemState* target = ownItem(autosaveName);
+  if (!target || !ownAppRunning_ || !target->action) return false;
+  // The application's current event is whatever it handled last, which says nothing of this press.
+  currentEvent_ = lastEvent_;
+  auto action = target->action;
+  action(std::nullopt);
+  currentEvent_.reset();
+  return true;
 }
 
 bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton button, platform::ModifierFlags modifiers) {

@@ -104,7 +104,7 @@ struct SimItemState {
   std::string toolTip;
   std::string accessibilityLabel;
   platform::EventMask actionMask = 0;
-  std::function<void()> action;
+  std::function<void(std::optional<platform::Event>)> action;
   // Truth of the current layout, and the frame the window server reports for it (parked at the
   // visible stretch's left end when displaced; waiting at the screen's left edge when rejected).
   std::optional<Rect> frame;
@@ -178,6 +178,8 @@ class SimDesktop final : public platform::Platform {
   void ownProcessExited();
   // Reopening from the Dock or Finder also makes the app active.
   void reopenOwnApp();
+  // AXPress on one of the app's own items (VoiceOver): its action runs without an event of its own.
+  bool pressOwnItemThroughAccessibility(const std::string& autosaveName);
   // The user brings Tarvolo to the front (clicks one of its windows, or comes back to it).
   void activateOwnApp();
   void replaceDefaults(SimDefaultsStore store);
@@ -299,6 +301,7 @@ class SimDesktop final : public platform::Platform {
   Point pointer_{};
   std::uint32_t pressedButtons_ = 0;
   std::optional<platform::Event> currentEvent_;
+  std::optional<platform::Event> lastEvent_;  // the last event the app handled
   struct Monitor {
     platform::EventMask mask = 0;
     bool global = true;
