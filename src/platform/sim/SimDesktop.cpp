@@ -31,6 +31,17 @@ std::size_t utf8Length(const std::string& text) {
   return count;
 }
 
+// The workspace's launch and terminate notifications cover the apps a user runs, with or without a
+// Dock icon; background-only processes (daemons, helpers, XPC services) come and go unannounced.
+bool reportsLaunchAndTermination(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular:
+    case platform::ActivationPolicy::accessory: return true;
+    case platform::ActivationPolicy::prohibited: return false;
+  }
+  return false;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -93,7 +104,7 @@ class SimStatusItem final : public platform::StatusItem {
   void setAccessibilityLabel(const std::string& text) override {
     if (auto* s = desktop_.item(id_)) s->accessibilityLabel = text;
   }
-  void setAction(platform::EventMask sendOn, std::function<void()> action) override {
+  void setAction(platform::EventMask sendOn, std::function<void(std::optional<Event>)> action) override {
     if (auto* s = desktop_.item(id_)) {
       s->actionMask = sendOn;
       s->action = std::move(action);
@@ -202,6 +213,10 @@ struct SimDesktop::Adapters {
       return frontmostApplication();
     }
     std::optional<double> applicationMenusMaxX() const override { return d.menusRightEdge(); }
+    bool openURL(const std::string& url) override {
+      d.openedURLs_.push_back(url);
+      return true;
+    }
   };
 
   struct System final : platform::SystemInfo {
@@ -231,10 +246,7 @@ struct SimDesktop::Adapters {
   struct Ui final : platform::UserInterface {
     SimDesktop& d;
     explicit Ui(SimDesktop& desktop) : d(desktop) {}
-    void presentFirstLaunchCoach(std::optional<Rect> anchor) override {
-      ++d.ui_.coachPresentations;
-      d.ui_.coachAnchor = anchor;
-    }
+    platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
     void openPreferences(std::optional<std::string>) override {
       d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
       d.ui_.preferencesVisible = true;
@@ -448,7 +460,7 @@ void SimDesktop::launchApp(const std::string& bundleId) {
   config->running = true;
   launchDates_[config->bundleId] = queue_.currentDate();
   spawnItems(*config);
-  if (sink_) sink_->applicationDidLaunch(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidLaunch(runningApp(*config));
 }
 
 void SimDesktop::terminateApp(const std::string& bundleId) {
@@ -460,7 +472,7 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
   if (frontmost_ && text::equalsIgnoringCase(*frontmost_, config->bundleId)) frontmost_.reset();
   relayout();
-  if (sink_) sink_->applicationDidTerminate(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidTerminate(runningApp(*config));
 }
 
 void SimDesktop::setFrontmost(const std::string& bundleId) {
@@ -502,6 +514,11 @@ void SimDesktop::launchOwnApp() {
 
 void SimDesktop::reopenOwnApp() {
   if (ownAppRunning_ && delegate_) delegate_->applicationShouldHandleReopen(ui_.preferencesVisible);
+  activateOwnApp();
+}
+
+void SimDesktop::activateOwnApp() {
+  if (ownAppRunning_ && sink_) sink_->applicationDidBecomeActive();
 }
 
 void SimDesktop::ownProcessExited() {
@@ -749,6 +766,10 @@ Point SimDesktop::itemCenter(const SimItemState& item) const {
 
 void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
   bool ownTarget = target && target->ownerPid == kOwnPid && ownAppRunning_;
+  // A status button tracks the mouse inside its mouse-down, which consumes the mouse-up: the
+  // app's local monitors never see it; only the button's action does.
+  const bool consumedByTracking = ownTarget && (event.type == EventType::leftMouseUp ||
+                                                event.type == EventType::rightMouseUp);
   // Copy: a handler may install or remove monitors.
   auto monitors = monitors_;
   std::optional<Event> delivered = event;
@@ -756,15 +777,27 @@ void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
     if (!(monitor.mask & platform::eventMask(event.type))) continue;
     if (!monitors_.count(id)) continue;
     if (monitor.global && !ownTarget) monitor.globalHandler(event);
-    if (!monitor.global && ownTarget && delivered) delivered = monitor.localHandler(*delivered);
+    if (!monitor.global && ownTarget && delivered && !consumedByTracking) delivered = monitor.localHandler(*delivered);
   }
   if (!ownTarget || !delivered) return;
   SimItemState* state = item(target->id);
   if (!state || !(state->actionMask & platform::eventMask(event.type)) || !state->action) return;
   currentEvent_ = *delivered;
+  lastEvent_ = *delivered;
   auto action = state->action;
-  action();
+  action(*delivered);
   currentEvent_.reset();
+}
+
+bool SimDesktop::pressOwnItemThroughAccessibility(const std::string& autosaveName) {
+  const SimItemState* target = ownItem(autosaveName);
+  if (!target || !ownAppRunning_ || !target->action) return false;
+  // The application's current event is whatever it handled last, which says nothing of this press.
+  currentEvent_ = lastEvent_;
+  auto action = target->action;
+  action(std::nullopt);
+  currentEvent_.reset();
+  return true;
 }
 
 bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton button, platform::ModifierFlags modifiers) {
