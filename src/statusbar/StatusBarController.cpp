@@ -46,7 +46,8 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       frontmost_(dependencies.platform, *this),
       orderRepair_(dependencies.platform, *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
-      foldingCheckWork_(dependencies.platform.mainQueue()) {
+      foldingCheckWork_(dependencies.platform.mainQueue()),
+      recreateItemsWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   items_.seedPreferredPositions();

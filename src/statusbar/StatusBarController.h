@@ -279,6 +279,7 @@ class StatusBarController final : private CollapseHost,
 
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
+  WorkItem recreateItemsWork_;
 
   Cancellables cancellables_;
 

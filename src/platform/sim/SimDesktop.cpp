@@ -569,7 +569,13 @@ SimItemState* SimDesktop::item(int id) {
 void SimDesktop::removeItem(int id, bool deletePosition) {
   auto it = std::find_if(items_.begin(), items_.end(), [id](const auto& item) { return item->id == id; });
   if (it == items_.end()) return;
-  if (deletePosition && (*it)->ownerPid == kOwnPid) defaults_->remove(preferredPositionKey((*it)->autosaveName));
+  if (deletePosition && (*it)->ownerPid == kOwnPid) {
+    // The item is released when the turn ends and deletes its position again then: a position
+    // written for a new item in the same turn is lost, as on a Mac.
+    auto key = preferredPositionKey((*it)->autosaveName);
+    defaults_->remove(key);
+    queue_.post(0, [this, key] { defaults_->remove(key); });
+  }
   items_.erase(it);
   relayout();
 }
