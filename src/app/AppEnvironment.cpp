@@ -7,7 +7,9 @@
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
 #include "shelf/access/MenuBarAccessController.h"
+#include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
+#include "ui/FirstLaunchCoachController.h"
 
 namespace tarvolo {
 
@@ -19,6 +21,10 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .languageDidChange = [this] { defaultCenter_.post(Notifications::appLanguageDidChange); },
       .log = [](std::string message) { Diag::log(message); },
   });
+  accessibilityPermission_ = std::make_unique<AccessibilityPermission>(AccessibilityPermission::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+  });
   placementLedger_ = std::make_unique<MenuBarPlacementLedger>(
       platform_.defaults(), platform_.system().osMajorVersion(), [](std::string line) { MenuBarLog::log(line); });
   statusItemManager_ = std::make_unique<StatusItemManager>(StatusItemManager::Dependencies{
@@ -26,6 +32,7 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .defaultCenter = defaultCenter_,
       .workspaceCenter = workspaceCenter_,
       .ledger = *placementLedger_,
+      .accessibilityPermission = *accessibilityPermission_,
   });
   launchAtLogin_ = std::make_unique<LaunchAtLogin>(platform_.loginItems(), platform_.system());
   // The chord may fire before the controller exists; it is looked up when it does.
@@ -42,11 +49,13 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 AppEnvironment::~AppEnvironment() {
   if (statusBarController_) statusBarController_->setIconShelf(nullptr);
   iconShelf_.reset();
+  firstLaunchCoach_.reset();
   statusBarController_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
+  accessibilityPermission_.reset();
   localization_.reset();
   if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
@@ -67,9 +76,16 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .localization = *localization_,
         .defaultCenter = defaultCenter_,
         .systemSymbol = nullptr,
-        .openURL = nullptr,
+        .permission = *accessibilityPermission_,
     });
     statusBarController_->setIconShelf(iconShelf_.get());
+    firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
+        .platform = platform_,
+        .defaultCenter = defaultCenter_,
+        .statusBar = *statusBarController_,
+        .permission = *accessibilityPermission_,
+        .localization = *localization_,
+    });
   }
   return *statusBarController_;
 }

@@ -11,6 +11,8 @@ namespace tarvolo {
 
 class HotkeyManager;
 class LaunchAtLogin;
+class AccessibilityPermission;
+class FirstLaunchCoachController;
 class LocalizationManager;
 class MenuBarAccessController;
 class MenuBarPlacementLedger;
@@ -27,7 +29,8 @@ class AppEnvironment {
   AppEnvironment(const AppEnvironment&) = delete;
   AppEnvironment& operator=(const AppEnvironment&) = delete;
 
-  // Start-up step 6, after the catalogue's first scan: the controller creates the own items.
+  // Start-up step 6, after the catalogue's first scan: the controller creates the own items, and
+  // the coach that presents them on a first launch comes with it.
   StatusBarController& makeStatusBarController();
 
   platform::Platform& platform() { return platform_; }
@@ -36,6 +39,7 @@ class AppEnvironment {
   LocalizationManager& localization() { return *localization_; }
   // The text for `key` in the interface language.
   std::string tr(std::string_view key);
+  AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
   // Null until start-up step 6.
@@ -44,6 +48,7 @@ class AppEnvironment {
   MenuBarAccessController* iconShelf() { return iconShelf_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
+  FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
  private:
   platform::Platform& platform_;
@@ -51,12 +56,14 @@ class AppEnvironment {
   NotificationCenter workspaceCenter_;
   // In construction order; destroyed in reverse.
   std::unique_ptr<LocalizationManager> localization_;
+  std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
+  std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
 };
 
 }  // namespace tarvolo

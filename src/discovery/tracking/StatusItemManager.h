@@ -24,6 +24,7 @@
 
 namespace tarvolo {
 
+class AccessibilityPermission;
 class MenuBarPlacementLedger;
 class NotificationCenter;
 
@@ -71,6 +72,8 @@ class StatusItemManager {
     NotificationCenter& defaultCenter;
     NotificationCenter& workspaceCenter;
     MenuBarPlacementLedger& ledger;
+    // Whether icons can be tied to their apps through Accessibility; a grant fills the catalogue.
+    AccessibilityPermission& accessibilityPermission;
   };
   // Reads the own items' extents; absent while they cannot be read.
   using AnchorSource = std::function<std::optional<PlacementAnchors>()>;
@@ -155,6 +158,7 @@ class StatusItemManager {
   NotificationCenter& defaultCenter_;
   NotificationCenter& workspaceCenter_;
   MenuBarPlacementLedger& ledger_;
+  AccessibilityPermission& accessibilityPermission_;
   AnchorSource anchors_;
   double expandedSeparatorLength_ = 0;
   MainThreadChecker mainThread_;

@@ -1,4 +1,4 @@
-// The app's own windows: first-launch coach, Preferences, Icon Shelf panel and notices.
+// The app's own windows: Preferences, Icon Shelf panel and notices (the coach has its own file).
 //
 // OS quirks handled here:
 // - An accessory app (LSUIElement) has no Dock icon and is not active after launch, so a normal
@@ -10,8 +10,8 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// These windows draw only what the core hands over; the texts of the coach and Preferences are
-// not part of that hand-over yet, so both stay wordless beyond the app's name and version.
+// These windows draw only what the core hands over; the texts of Preferences are not part of
+// that hand-over yet, so it stays wordless beyond the app's name and version.
 
 #include <algorithm>
 
@@ -88,6 +88,18 @@ void placeBelow(NSWindow* window, NSRect anchor) {
   [window setFrameOrigin:NSMakePoint(x, y)];
 }
 
+// From macOS 14 activation is cooperative and -activateIgnoringOtherApps: is deprecated; -activate
+// is the request the system expects there. Either way the window is also ordered front regardless,
+// since a cooperative request may be declined while another app is in use.
+void activateApplication() {
+  NSApplication* application = NSApplication.sharedApplication;
+  if ([application respondsToSelector:@selector(activate)]) {
+    [application performSelector:@selector(activate)];
+  } else {
+    [application activateIgnoringOtherApps:YES];
+  }
+}
+
 NSString* versionText() {
   NSString* version = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
   return version ? [@"Tarvolo " stringByAppendingString:version] : @"Tarvolo";
@@ -98,28 +110,8 @@ NSString* versionText() {
 MacUserInterface::MacUserInterface() = default;
 
 MacUserInterface::~MacUserInterface() {
-  [coach_ close];
   [preferences_ close];
   for (const Notice& notice : notices_) [notice.panel close];
-}
-
-void MacUserInterface::presentFirstLaunchCoach(std::optional<Rect> anchor) {
-  if (!coach_) {
-    coach_ = makePanel(NSMakeSize(200, 60));
-    // ⌘ + drag, left or right: how icons are moved between zones.
-    NSMutableArray<NSView*>* symbols = [NSMutableArray array];
-    for (NSString* name in @[ @"command", @"plus", @"hand.draw", @"arrow.left.and.right" ]) {
-      if (NSImageView* view = symbolView(name, 20)) [symbols addObject:view];
-    }
-    setContent(coach_, stack(symbols, NSUserInterfaceLayoutOrientationHorizontal));
-  }
-  if (anchor) {
-    placeBelow(coach_, NSMakeRect(anchor->x, anchor->y, anchor->width, anchor->height));
-  } else {
-    NSRect visible = primaryVisibleFrame();
-    placeBelow(coach_, NSMakeRect(NSMidX(visible), NSMaxY(visible), 0, 0));
-  }
-  [coach_ orderFrontRegardless];
 }
 
 void MacUserInterface::openPreferences(std::optional<std::string> focus) {
@@ -143,8 +135,9 @@ void MacUserInterface::openPreferences(std::optional<std::string> focus) {
     preferences_.contentView = content;
     [preferences_ center];
   }
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  activateApplication();
   [preferences_ makeKeyAndOrderFront:nil];
+  [preferences_ orderFrontRegardless];
 }
 
 bool MacUserInterface::isPreferencesVisible() const { return preferences_ && preferences_.visible; }
@@ -153,7 +146,7 @@ void MacUserInterface::keepPreferencesFront() {
   if (!preferences_) return;
   preferences_.hidesOnDeactivate = NO;
   preferences_.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  activateApplication();
   [preferences_ makeKeyAndOrderFront:nil];
   [preferences_ orderFrontRegardless];
 }

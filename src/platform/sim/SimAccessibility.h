@@ -27,6 +27,13 @@ class SimAccessibility final : public platform::Accessibility {
   explicit SimAccessibility(SimDesktop& desktop) : desktop_(desktop) {}
 
   bool isProcessTrusted() const override { return trusted_; }
+  // The prompt changes nothing by itself: the user grants the permission later, in System
+  // Settings (`setTrusted`).
+  bool requestTrustWithPrompt() override {
+    ++promptsShown_;
+    return trusted_;
+  }
+  int promptsShown() const { return promptsShown_; }
   std::optional<std::vector<platform::AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
 
   platform::AXElement systemWideElement() override;
@@ -67,6 +74,7 @@ class SimAccessibility final : public platform::Accessibility {
 
   SimDesktop& desktop_;
   bool trusted_ = true;
+  int promptsShown_ = 0;
   std::set<int> unresponsive_;
   std::map<Key, double> timeouts_;
   std::vector<std::string> performed_;

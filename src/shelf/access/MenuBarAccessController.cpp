@@ -38,7 +38,7 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
       defaultCenter_(dependencies.defaultCenter),
       systemSymbol_(std::move(dependencies.systemSymbol)),
       model_(std::make_unique<MenuBarAccessModel>(MenuBarAccessModel::Dependencies{
-          .platform = dependencies.platform, .catalog = dependencies.catalog, .openURL = std::move(dependencies.openURL)})),
+          .platform = dependencies.platform, .catalog = dependencies.catalog, .permission = dependencies.permission})),
       panelUpdateWork_(dependencies.platform.mainQueue()),
       revealWork_(dependencies.platform.mainQueue()) {
   auto weak = weakFactory_.handle();
@@ -55,7 +55,15 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
   cancellables_.push_back(m.items.subscribe(update));
   cancellables_.push_back(m.isLoading.subscribe(update));
   cancellables_.push_back(m.isDiscovering.subscribe(update));
-  cancellables_.push_back(m.trusted.subscribe(update));
+  // Granted while the shelf is up: read the items at once.
+  cancellables_.push_back(m.trusted.subscribe([weak](const bool& trusted) {
+    auto* self = weak.get();
+    if (!self) return;
+    self->updatePanel();
+    if (trusted && self->isShelfShown()) {
+      self->model_->refresh(MenuBarAccessModel::RetainMissing::yes, MenuBarAccessModel::Diagnostics::off);
+    }
+  }));
   cancellables_.push_back(m.errorKey.subscribe(update));
   cancellables_.push_back(defaultCenter_.addObserver(Notifications::appLanguageDidChange, [weak](const auto&) {
     if (auto* self = weak.get()) self->updatePanel();

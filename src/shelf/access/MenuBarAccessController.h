@@ -40,7 +40,7 @@ class MenuBarAccessController final : public IconShelfPresenter {
     NotificationCenter& defaultCenter;
     // The system presentation table's symbol for a system item.
     SystemSymbolLookup systemSymbol;
-    MenuBarAccessModel::URLOpener openURL;
+    AccessibilityPermission& permission;
   };
   explicit MenuBarAccessController(Dependencies dependencies);
   ~MenuBarAccessController() override;

@@ -154,12 +154,15 @@ void resolveStep(const ActionRunPtr& run, int attempt) {
 MenuBarAccessModel::MenuBarAccessModel(Dependencies dependencies)
     : platform_(dependencies.platform),
       catalog_(dependencies.catalog),
-      openURL_(std::move(dependencies.openURL)),
+      permission_(dependencies.permission),
       scanQueue_(platform_.makeSerialQueue("com.ostrand.tarvolo.shelf-scan")),
       actionQueue_(platform_.makeSerialQueue("com.ostrand.tarvolo.shelf-action")) {
   auto stored = platform_.defaults().getString(std::string(selectedTierKey));
   selectedTier = stored ? menuBarAccessTier(*stored).value_or(MenuBarAccessTier::all) : MenuBarAccessTier::all;
-  trusted = platform_.accessibility().isProcessTrusted();
+  trusted = permission_.isTrusted.get();
+  trustSubscription_ = permission_.isTrusted.subscribe([weak = weakFactory_.handle()](const bool& isTrusted) {
+    if (auto* self = weak.get()) self->trusted = isTrusted;
+  });
 }
 
 MenuBarAccessModel::~MenuBarAccessModel() { cancel(); }
@@ -187,11 +190,14 @@ bool MenuBarAccessModel::dismissSearch() {
   return true;
 }
 
-void MenuBarAccessModel::updateTrust() { trusted = platform_.accessibility().isProcessTrusted(); }
+void MenuBarAccessModel::updateTrust() {
+  permission_.recheck();
+  trusted = permission_.isTrusted.get();
+}
 
 void MenuBarAccessModel::openAccessibilitySettings() {
-  const bool opened = openURL_ && openURL_(accessibilitySettingsURL);
-  MenuBarLog::log(LogLine("iconShelf permission settings").add("opened", opened));
+  MenuBarLog::log("iconShelf permission requested");
+  permission_.requestAccess();
 }
 
 std::vector<MenuBarAccessModel::ScanTarget> MenuBarAccessModel::scanTargets() const {

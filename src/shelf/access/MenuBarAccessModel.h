@@ -18,7 +18,9 @@
 #include "base/MainThreadChecker.h"
 #include "base/Published.h"
 #include "base/WeakHandle.h"
+#include "base/Subscription.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "permissions/AccessibilityPermission.h"
 #include "platform/Platform.h"
 #include "shelf/MenuBarAccessEntry.h"
 #include "shelf/access/NativeStatusItemClick.h"
@@ -29,8 +31,6 @@ namespace tarvolo {
 class MenuBarAccessModel {
  public:
   static constexpr std::string_view selectedTierKey = "iconShelfSelectedTier";
-  static constexpr const char* accessibilitySettingsURL =
-      "x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility";
   static constexpr int resolveAttempts = 4;
   static constexpr double resolveInterval = 0.08;
   static constexpr double actionTimeout = 1.0;
@@ -46,13 +46,10 @@ class MenuBarAccessModel {
   enum class Diagnostics { off, on };
   // Receives the resolved element on the main thread; answers whether the system is ready.
   using WillPerform = std::function<bool(const platform::AXElement&)>;
-  // Opens a URL with its default handler; false when nothing could.
-  using URLOpener = std::function<bool(const std::string&)>;
-
   struct Dependencies {
     platform::Platform& platform;
     StatusItemManager& catalog;
-    URLOpener openURL;
+    AccessibilityPermission& permission;
   };
   explicit MenuBarAccessModel(Dependencies dependencies);
   ~MenuBarAccessModel();
@@ -81,6 +78,7 @@ class MenuBarAccessModel {
   void refresh(RetainMissing retainMissing, Diagnostics diagnostics, std::function<void()> completion = nullptr);
   void perform(const AccessibleStatusItem& item, WillPerform willPerform, std::function<void(bool)> completion);
   void cancel();
+  // Opens the system's Accessibility settings (the first time, through the system's prompt).
   void openAccessibilitySettings();
   // Re-reads the Accessibility trust.
   void updateTrust();
@@ -128,7 +126,8 @@ class MenuBarAccessModel {
 
   platform::Platform& platform_;
   StatusItemManager& catalog_;
-  URLOpener openURL_;
+  AccessibilityPermission& permission_;
+  Subscription trustSubscription_;
   MainThreadChecker mainThread_;
   std::shared_ptr<platform::SerialQueue> scanQueue_;
   std::shared_ptr<platform::SerialQueue> actionQueue_;

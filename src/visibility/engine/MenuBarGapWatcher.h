@@ -47,6 +47,8 @@ class MenuBarGapWatcher {
   // A sample once the bar has settled after a change.
   void scheduleMenuBarSample();
   const MenuBarGapTracker& menuBarGapTracker() const { return gapTracker_; }
+  // A mouse-up on one of the own items, which only their actions see.
+  void noteMouseUp();
 
  private:
   void noteMenuBarGaps();
@@ -54,7 +56,6 @@ class MenuBarGapWatcher {
   std::optional<double> gapSecondsSinceMouseUp() const;
   void rememberPinnedGap(double gap);
   void noteMenuBarRearrangeDrag(MenuBarGapCrossing crossing);
-  void noteMouseUp();
   WeakHandle<MenuBarGapWatcher> weak() const { return weakFactory_.handle(); }
 
   platform::Platform& platform_;
