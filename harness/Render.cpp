@@ -323,7 +323,30 @@ std::string renderBar(const RenderBarInput& input) {
   for (std::size_t index = 1; index < input.desktop.screenSpecs().size(); ++index) {
     out += screenCaption(input.desktop, index) + " · no status items\n";
   }
-  return out + iconListing(input.bar, labels, input.columns);
+  out += iconListing(input.bar, labels, input.columns);
+  if (input.bar.shelf) out += renderShelf(*input.bar.shelf);
+  if (!input.bar.foreignMenus.empty() && !input.bar.foreignMenus.back().closedBy) {
+    const auto& menu = input.bar.foreignMenus.back();
+    out += "  open menu        " + menu.bundleId + " " + menu.item + " (opened by " + menu.openedBy + ")\n";
+  }
+  return out;
+}
+
+std::string renderShelf(const ShelfState& shelf) {
+  std::string out = "  ┌ Icon Shelf · " + shelf.tier.value_or("all");
+  if (shelf.searchExpanded || !shelf.query.empty()) out += " · search \"" + shelf.query + "\"";
+  if (shelf.loading) out += " · scanning";
+  if (shelf.discovering) out += " · identifying";
+  out += "\n";
+  if (shelf.permissionRequested) out += "  │ needs the Accessibility permission\n";
+  if (shelf.empty) out += "  │ " + *shelf.empty + "\n";
+  for (const auto& row : shelf.rows) {
+    out += std::string("  │ ") + (row.selected ? "▸ " : "  ") + row.name;
+    if (row.label) out += " (" + *row.label + ")";
+    out += "   " + row.id + "\n";
+  }
+  if (shelf.error) out += "  │ ⚠ " + *shelf.error + "\n";
+  return out + "  └\n";
 }
 
 }  // namespace tarvolo::scenario

@@ -162,7 +162,37 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
 
   const sim::SimUiRecord& ui = desktop.ui();
   bar.ui.iconShelfShown = ui.shelfShown;
-  if (ui.shelfTier) bar.ui.iconShelfTier = std::string(rawValue(*ui.shelfTier));
+  if (ui.shelfShown && ui.shelfState) {
+    for (const auto& tier : ui.shelfState->tiers) {
+      if (tier.selected) bar.ui.iconShelfTier = tier.rawValue;
+    }
+  }
+  if (ui.shelfShown && ui.shelfState) {
+    const auto& panel = *ui.shelfState;
+    ShelfState shelf{.tier = bar.ui.iconShelfTier,
+                     .query = panel.query,
+                     .searchExpanded = panel.searchExpanded,
+                     .error = panel.errorText,
+                     .empty = panel.emptyText,
+                     .permissionRequested = panel.permissionText.has_value(),
+                     .loading = panel.loading,
+                     .discovering = panel.discovering,
+                     .panelHeight = panel.panelHeight};
+    for (const auto& row : panel.rows) {
+      shelf.rows.push_back({.id = row.id, .name = row.name, .label = row.systemLabel, .selected = row.selected});
+      if (row.selected) shelf.selection = row.id;
+    }
+    bar.shelf = std::move(shelf);
+  }
+  for (const auto& menu : desktop.foreignMenus()) {
+    bar.foreignMenus.push_back({.bundleId = menu.ownerBundleId,
+                                .item = menu.itemName,
+                                .openedBy = menu.openedBy,
+                                .openedAt = menu.openedAt,
+                                .closedBy = menu.closedBy,
+                                .closedAt = menu.closedAt});
+  }
+  bar.postedEvents = desktop.postedEvents();
   bar.ui.preferencesVisible = ui.preferencesVisible;
   bar.ui.coachPresentations = desktop.coachWindow().showCount();
   bar.ui.coachShown = desktop.coachWindow().isShown();
@@ -238,6 +268,48 @@ json toJson(const BarSnapshot& bar) {
   out["accessibility"] = {{"trusted", bar.accessibility.trusted},
                           {"prompts", bar.accessibility.prompts},
                           {"openedURLs", bar.accessibility.openedURLs}};
+  auto optionalText = [](const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); };
+  json shelf = nullptr;
+  if (bar.shelf) {
+    json rows = json::array();
+    for (const auto& row : bar.shelf->rows) {
+      rows.push_back({{"id", row.id}, {"name", row.name}, {"label", optionalText(row.label)}, {"selected", row.selected}});
+    }
+    shelf = {{"tier", optionalText(bar.shelf->tier)},
+             {"query", bar.shelf->query},
+             {"searchExpanded", bar.shelf->searchExpanded},
+             {"rows", std::move(rows)},
+             {"selection", optionalText(bar.shelf->selection)},
+             {"error", optionalText(bar.shelf->error)},
+             {"empty", optionalText(bar.shelf->empty)},
+             {"permissionRequested", bar.shelf->permissionRequested},
+             {"loading", bar.shelf->loading},
+             {"discovering", bar.shelf->discovering},
+             {"panelHeight", bar.shelf->panelHeight}};
+  }
+  out["shelf"] = std::move(shelf);
+  json menus = json::array();
+  for (const auto& menu : bar.foreignMenus) {
+    menus.push_back({{"bundleId", menu.bundleId},
+                     {"item", menu.item},
+                     {"openedBy", menu.openedBy},
+                     {"openedAt", menu.openedAt},
+                     {"closedBy", optionalText(menu.closedBy)},
+                     {"closedAt", menu.closedAt ? json(*menu.closedAt) : json(nullptr)}});
+  }
+  out["foreignMenus"] = std::move(menus);
+  json posted = json::array();
+  for (const auto& event : bar.postedEvents) {
+    const bool down = event.event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;
+    posted.push_back({{"at", event.time},
+                      {"type", down ? "leftMouseDown" : "leftMouseUp"},
+                      {"x", event.event.location.x},
+                      {"y", event.event.location.y},
+                      {"flags", event.event.modifierFlags.raw},
+                      {"clickState", event.event.clickState},
+                      {"userData", event.event.userData}});
+  }
+  out["postedEvents"] = std::move(posted);
   if (bar.autoCollapse) {
     const auto& timer = *bar.autoCollapse;
     out["autoCollapse"] = {{"armed", timer.armed},

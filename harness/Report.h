@@ -70,6 +70,37 @@ struct UiState {
   std::vector<std::string> notices;  // kinds of notices still showing
 };
 
+// The Icon Shelf's panel as it shows.
+struct ShelfRowState {
+  std::string id;
+  std::string name;
+  std::optional<std::string> label;  // what a system item is
+  bool selected = false;
+};
+struct ShelfState {
+  std::optional<std::string> tier;
+  std::string query;
+  bool searchExpanded = false;
+  std::vector<ShelfRowState> rows;
+  std::optional<std::string> selection;
+  std::optional<std::string> error;  // the text under the rows
+  std::optional<std::string> empty;
+  bool permissionRequested = false;  // the Accessibility row shows
+  bool loading = false;
+  bool discovering = false;
+  double panelHeight = 0;
+};
+
+// A menu of another app's status item that was opened, and how it closed.
+struct ForeignMenuState {
+  std::string bundleId;
+  std::string item;
+  std::string openedBy;
+  double openedAt = 0;
+  std::optional<std::string> closedBy;
+  std::optional<double> closedAt;
+};
+
 // The frontmost app's menus as the bar shows them.
 struct MenusState {
   std::optional<std::string> frontmost;  // none: the Finder-like default
@@ -135,6 +166,10 @@ struct BarSnapshot {
   std::optional<int> probes;  // cliff probes made since Tarvolo started; absent when it is not running
   CollapseCacheState cache;
   UiState ui;
+  // Absent while the shelf is not shown.
+  std::optional<ShelfState> shelf;
+  std::vector<ForeignMenuState> foreignMenus;  // oldest first
+  std::vector<sim::SimPostedEvent> postedEvents;
   // Absent while Tarvolo is not running.
   std::optional<AutoCollapseState> autoCollapse;
   std::optional<HotkeyState> hotkey;

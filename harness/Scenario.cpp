@@ -58,11 +58,12 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 28> kActionKeys = {
+constexpr std::array<std::string_view, 35> kActionKeys = {
     "launch",      "terminate",    "activate",  "click",         "commandDrag", "menu",         "screens",
     "languages",   "category",     "coach",     "accessibility", "activateTarvolo", "relaunch", "reopen",
     "wake",        "quit",         "pointer",   "mouseDown",     "mouseUp",     "modifierDown", "modifierUp",
-    "key",         "menuTracking", "openURL",   "appleScript",   "recordHotkey", "loginItem",   "revealOnHover"};
+    "key",         "menuTracking", "openURL",   "appleScript",   "recordHotkey", "loginItem",   "revealOnHover",
+    "openShelf",   "shelfType",    "shelfTier", "shelfKey",      "shelfChoose", "shelfDiscover", "closeMenu"};
 
 // Virtual key codes of the ANSI letter keys, "A" to "Z".
 constexpr std::array<std::uint16_t, 26> kLetterKeyCodes = {0,  11, 8,  2,  14, 3,  5,  4,  34, 38, 40, 37, 46,
@@ -123,6 +124,7 @@ class Field {
   }
 
   bool has(std::string_view key) const { return object().count(std::string(key)) > 0; }
+  bool isString() const { return value_.is_string(); }
 
   std::optional<Field> optional(std::string_view key) const {
     const auto& members = object();
@@ -221,11 +223,13 @@ platform::ActivationPolicy parseActivation(const Field& field) {
 }
 
 sim::SimItemSpec parseItem(const Field& field) {
-  field.allowOnly({"width", "position", "name"});
+  field.allowOnly({"width", "position", "name", "title", "description"});
   sim::SimItemSpec item;
   item.width = field.required("width").positive();
   if (auto position = field.optional("position")) item.position = position->nonNegative();
   if (auto name = field.optional("name")) item.autosaveName = name->nonEmptyString();
+  if (auto title = field.optional("title")) item.title = title->string();
+  if (auto description = field.optional("description")) item.description = description->string();
   return item;
 }
 
@@ -236,7 +240,8 @@ std::string nameFromBundleId(const std::string& bundleId) {
 
 sim::SimAppSpec parseApp(const Field& field) {
   field.allowOnly(
-      {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items"});
+      {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items",
+       "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == kOwnBundleId) {
@@ -253,6 +258,10 @@ sim::SimAppSpec parseApp(const Field& field) {
     app.menusWidth = std::accumulate(app.menuTitleWidths.begin(), app.menuTitleWidths.end(), 0.0);
   }
   if (auto running = field.optional("running")) app.running = running->boolean();
+  if (auto actions = field.optional("accessibilityActions")) app.accessibilityActions = actions->strings();
+  if (auto refuses = field.optional("refusesActions")) app.refusesActions = refuses->boolean();
+  if (auto blocks = field.optional("pressBlocks")) app.pressBlocks = blocks->boolean();
+  if (auto silent = field.optional("accessibilityUnresponsive")) app.accessibilityUnresponsive = silent->boolean();
   if (auto items = field.optional("items")) {
     std::set<std::string> names;
     for (const Field& element : items->array()) {
@@ -289,7 +298,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
                    "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
                    "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
                    "overflowChevronWidth", "sharedWindowItems", "takenHotkeys", "loginItemStatus",
-                   "loginItemNeedsApproval", "loginItemError"});
+                   "loginItemNeedsApproval", "loginItemError", "postEventAccess"});
   if (auto value = field.optional("takenHotkeys")) {
     for (const Field& element : value->array()) {
       element.allowOnly({"key", "modifiers"});
@@ -331,6 +340,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
   if (auto value = field.optional("menuIntrusionMinLength")) settings.menuIntrusionMinLength = value->positive();
   if (auto value = field.optional("dropsMenuTitles")) settings.dropsMenuTitles = value->boolean();
   if (auto value = field.optional("overflowChevronWidth")) settings.overflowChevronWidth = value->nonNegative();
+  if (auto value = field.optional("postEventAccess")) settings.postEventAccess = value->boolean();
   if (auto value = field.optional("sharedWindowItems")) {
     settings.sharedWindowItems.clear();
     for (const Field& element : value->array()) {
@@ -364,6 +374,13 @@ platform::ModifierFlags parseModifiers(const Field& field) {
     }
   }
   return flags;
+}
+
+MenuBarAccessTier parseTier(const Field& field) {
+  std::string raw = field.string();
+  auto tier = menuBarAccessTier(raw);
+  if (!tier) field.fail("unknown tier " + inQuotes(raw) + " (expected all, always_visible, hidden or always_hidden)");
+  return *tier;
 }
 
 void expectTrue(const Field& field) {
@@ -481,6 +498,37 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     value.fail("unknown change " + inQuotes(change) + " (expected grant or revoke)");
   }
   if (key == "screens") return step::ChangeScreens{parseScreens(value)};
+  if (key == "openShelf") {
+    if (value.isString()) return step::OpenShelf{parseTier(value)};
+    expectTrue(value);
+    return step::OpenShelf{};
+  }
+  if (key == "shelfType") return step::ShelfType{value.string()};
+  if (key == "shelfTier") return step::ShelfTier{parseTier(value)};
+  if (key == "shelfChoose") return step::ShelfChoose{value.nonEmptyString()};
+  if (key == "shelfKey") {
+    const std::string name = value.string();
+    static const std::pair<const char*, step::ShelfKey> keys[] = {{"up", step::ShelfKey::up},
+                                                                  {"down", step::ShelfKey::down},
+                                                                  {"return", step::ShelfKey::enter},
+                                                                  {"escape", step::ShelfKey::escape},
+                                                                  {"find", step::ShelfKey::find}};
+    for (const auto& [text, shelfKey] : keys) {
+      if (name == text) return step::ShelfPressKey{shelfKey};
+    }
+    value.fail("unknown key " + inQuotes(name) + " (expected up, down, return, escape or find)");
+  }
+  if (key == "closeMenu") {
+    const std::string name = value.string();
+    static const std::pair<const char*, step::MenuCloser> closers[] = {{"escape", step::MenuCloser::escape},
+                                                                       {"return", step::MenuCloser::enter},
+                                                                       {"click", step::MenuCloser::clickElsewhere},
+                                                                       {"choose", step::MenuCloser::choose}};
+    for (const auto& [text, closer] : closers) {
+      if (name == text) return step::CloseMenu{closer};
+    }
+    value.fail("unknown way " + inQuotes(name) + " (expected escape, return, click or choose)");
+  }
   if (key == "languages") {
     auto languages = value.strings();
     if (languages.empty()) value.fail("needs at least one language");
@@ -490,6 +538,7 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "activateTarvolo") return step::ActivateTarvolo{};
   if (key == "relaunch") return step::Relaunch{};
   if (key == "reopen") return step::Reopen{};
+  if (key == "shelfDiscover") return step::ShelfDiscover{};
   if (key == "wake") return step::Wake{};
   if (key == "recordHotkey") return step::RecordHotkey{};
   return step::Quit{};
@@ -632,6 +681,32 @@ std::string describe(const Action& action) {
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }
     std::string operator()(const step::Quit&) const { return "quit"; }
+    std::string operator()(const step::OpenShelf& a) const {
+      return a.tier ? "open the Icon Shelf on " + std::string(rawValue(*a.tier)) : "open the Icon Shelf";
+    }
+    std::string operator()(const step::ShelfType& a) const { return "type " + inQuotes(a.text) + " into the shelf"; }
+    std::string operator()(const step::ShelfTier& a) const { return "shelf tier " + std::string(rawValue(a.tier)); }
+    std::string operator()(const step::ShelfPressKey& a) const {
+      switch (a.key) {
+        case step::ShelfKey::up: return "shelf key ↑";
+        case step::ShelfKey::down: return "shelf key ↓";
+        case step::ShelfKey::enter: return "shelf key ↩";
+        case step::ShelfKey::escape: return "shelf key ⎋";
+        case step::ShelfKey::find: return "shelf key ⌘F";
+      }
+      return "shelf key";
+    }
+    std::string operator()(const step::ShelfChoose& a) const { return "choose shelf row " + a.row; }
+    std::string operator()(const step::ShelfDiscover&) const { return "identify hidden icons"; }
+    std::string operator()(const step::CloseMenu& a) const {
+      switch (a.how) {
+        case step::MenuCloser::escape: return "close the open menu with ⎋";
+        case step::MenuCloser::enter: return "close the open menu with ↩";
+        case step::MenuCloser::clickElsewhere: return "close the open menu by clicking elsewhere";
+        case step::MenuCloser::choose: return "choose an entry of the open menu";
+      }
+      return "close the open menu";
+    }
     std::string operator()(const step::MovePointer& a) const {
       switch (a.spot) {
         case step::MovePointer::Spot::emptyMenuBar: return "pointer to the empty menu bar";

@@ -78,6 +78,32 @@ struct AssignCategory {
   std::optional<ItemCategory> category;
   bool confirm = false;
 };
+// The Icon Shelf, as the toggle's click opens it (on a tier, or the one last chosen), and what
+// its controls do: typing into the search field, picking a tier, a key, a click on a row, the
+// "identify" button.
+struct OpenShelf {
+  std::optional<MenuBarAccessTier> tier;
+};
+struct ShelfType {
+  std::string text;
+};
+struct ShelfTier {
+  MenuBarAccessTier tier = MenuBarAccessTier::all;
+};
+enum class ShelfKey { up, down, enter, escape, find };
+struct ShelfPressKey {
+  ShelfKey key = ShelfKey::down;
+};
+// A row by its name as the shelf shows it, or by its id.
+struct ShelfChoose {
+  std::string row;
+};
+struct ShelfDiscover {};
+// Closes another app's open menu: Escape, Return, a click elsewhere, or choosing an entry.
+enum class MenuCloser { escape, enter, clickElsewhere, choose };
+struct CloseMenu {
+  MenuCloser how = MenuCloser::escape;
+};
 // The pointer moves to a point (AppKit global coordinates) or to a named spot.
 struct MovePointer {
   enum class Spot { point, emptyMenuBar, desktop };
@@ -136,6 +162,8 @@ struct Quit {};
 using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
                             step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages,
                             step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit,
+                            step::OpenShelf, step::ShelfType, step::ShelfTier, step::ShelfPressKey,
+                            step::ShelfChoose, step::ShelfDiscover, step::CloseMenu,
                             step::MovePointer, step::MouseButtonPress, step::ModifierPress, step::TypeKey,
                             step::MenuTracking, step::OpenURL, step::AppleScriptCommand, step::RecordHotkey,
                             step::SetLoginItem, step::SetRevealOnHover, step::PressCoach, step::SetAccessibility,

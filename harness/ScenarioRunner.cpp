@@ -11,10 +11,16 @@
 #include "discovery/tracking/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
+#include "shelf/access/MenuBarAccessController.h"
 
 namespace tarvolo::scenario {
 
 namespace {
+
+constexpr std::uint16_t kReturnKeyCode = 36;
+constexpr std::uint16_t kEscapeKeyCode = 53;
+// A click on the desktop, away from every menu and item.
+constexpr Point kDesktopPoint{400, 300};
 
 std::string secondsText(double seconds) {
   char text[32];
@@ -199,6 +205,69 @@ class Run {
     return std::nullopt;
   }
 
+  std::optional<std::string> act(const step::OpenShelf& action) {
+    MenuBarAccessController* shelf = session_->delegate()->environment()->iconShelf();
+    if (!shelf) return std::string("Tarvolo has no Icon Shelf yet");
+    shelf->showShelf(action.tier);
+    return std::nullopt;
+  }
+  // The shelf's controls, called as a click or key in the panel would.
+  const platform::IconShelfActions* shelfControls() {
+    const auto& ui = desktop().ui();
+    return ui.shelfShown ? &ui.shelfActions : nullptr;
+  }
+  std::optional<std::string> act(const step::ShelfType& action) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    controls->showSearch();
+    controls->setQuery(action.text);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ShelfTier& action) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    controls->selectTier(std::string(rawValue(action.tier)));
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ShelfPressKey& action) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    switch (action.key) {
+      case step::ShelfKey::up: controls->moveSelection(-1); break;
+      case step::ShelfKey::down: controls->moveSelection(1); break;
+      case step::ShelfKey::enter: controls->activateSelection(); break;
+      case step::ShelfKey::escape: controls->escape(); break;
+      case step::ShelfKey::find: controls->showSearch(); break;
+    }
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ShelfChoose& action) {
+    auto* controls = shelfControls();
+    if (!controls || !desktop().ui().shelfState) return std::string("the Icon Shelf is not shown");
+    for (const auto& row : desktop().ui().shelfState->rows) {
+      if (row.name == action.row || row.id == action.row) {
+        controls->chooseRow(row.id);
+        return std::nullopt;
+      }
+    }
+    return "the Icon Shelf shows no row " + action.row;
+  }
+  std::optional<std::string> act(const step::ShelfDiscover&) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    controls->discover();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::CloseMenu& action) {
+    if (!desktop().foreignMenu()) return std::string("no menu of another app is open");
+    switch (action.how) {
+      case step::MenuCloser::escape: desktop().pressKey(kEscapeKeyCode); break;
+      case step::MenuCloser::enter: desktop().pressKey(kReturnKeyCode); break;
+      case step::MenuCloser::clickElsewhere: desktop().clickElsewhere(kDesktopPoint); break;
+      case step::MenuCloser::choose: desktop().chooseForeignMenuEntry(); break;
+    }
+    return std::nullopt;
+  }
   std::optional<std::string> act(const step::MovePointer& action) {
     Point location = action.location;
     switch (action.spot) {

@@ -6,6 +6,7 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
+#include "shelf/access/MenuBarAccessController.h"
 #include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/FirstLaunchCoachController.h"
@@ -46,6 +47,8 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 }
 
 AppEnvironment::~AppEnvironment() {
+  if (statusBarController_) statusBarController_->setIconShelf(nullptr);
+  iconShelf_.reset();
   firstLaunchCoach_.reset();
   statusBarController_.reset();
   hotkeys_.reset();
@@ -66,6 +69,16 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .catalog = *statusItemManager_,
         .localization = *localization_,
     });
+    iconShelf_ = std::make_unique<MenuBarAccessController>(MenuBarAccessController::Dependencies{
+        .platform = platform_,
+        .catalog = *statusItemManager_,
+        .bar = *statusBarController_,
+        .localization = *localization_,
+        .defaultCenter = defaultCenter_,
+        .systemSymbol = nullptr,
+        .permission = *accessibilityPermission_,
+    });
+    statusBarController_->setIconShelf(iconShelf_.get());
     firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
         .platform = platform_,
         .defaultCenter = defaultCenter_,

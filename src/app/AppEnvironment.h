@@ -14,6 +14,7 @@ class LaunchAtLogin;
 class AccessibilityPermission;
 class FirstLaunchCoachController;
 class LocalizationManager;
+class MenuBarAccessController;
 class MenuBarPlacementLedger;
 class StatusBarController;
 class StatusItemManager;
@@ -43,6 +44,8 @@ class AppEnvironment {
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
+  // The Icon Shelf's controller, made with the status bar controller; null until then.
+  MenuBarAccessController* iconShelf() { return iconShelf_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
@@ -59,6 +62,7 @@ class AppEnvironment {
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
+  std::unique_ptr<MenuBarAccessController> iconShelf_;
   std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
 };
 

@@ -17,8 +17,11 @@
 #include "base/Geometry.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
+#include "platform/AXElement.h"
+#include "platform/IconShelfPanel.h"
 #include "platform/FirstLaunchCoachWindow.h"
 #include "platform/MenuBarAccessTier.h"
+#include "platform/SerialQueue.h"
 
 namespace tarvolo::platform {
 
@@ -83,6 +86,17 @@ struct Event {
   std::optional<std::uint16_t> keyCode;
 };
 
+// A mouse event the app posts into the system's event stream.
+struct SyntheticMouseEvent {
+  enum class Kind { leftMouseDown, leftMouseUp };
+  Kind kind = Kind::leftMouseDown;
+  Point location;  // top-left global space, as the window server and Accessibility speak
+  ModifierFlags modifierFlags;
+  std::int64_t clickState = 1;
+  std::int64_t userData = 0;  // the event source's user-data field
+  friend bool operator==(const SyntheticMouseEvent&, const SyntheticMouseEvent&) = default;
+};
+
 // An installed observer, monitor or handler; destroying it removes what it installed.
 class Registration {
  public:
@@ -104,6 +118,16 @@ class Events {
   // Events sent to this application; the handler may swallow the event by returning nullopt.
   virtual std::unique_ptr<Registration> addLocalMonitor(
       EventMask mask, std::function<std::optional<Event>(const Event&)> handler) = 0;
+
+  // Synthesized input; callable from any thread. Posting needs its own privilege, distinct from
+  // Accessibility trust.
+  virtual bool mayPostEvents() const = 0;
+  // The left or right button is down, in the combined session state.
+  virtual bool mouseButtonHeld() const = 0;
+  // The cursor in top-left global space.
+  virtual Point cursorPosition() const = 0;
+  virtual void postMouseEvent(const SyntheticMouseEvent& event) = 0;
+  virtual void warpCursor(Point topLeft) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -314,6 +338,21 @@ class Accessibility {
   // The status items the application exposes. Absent when the tree cannot be read (not trusted,
   // no such process, or the application does not answer); empty when it has none.
   virtual std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const = 0;
+
+  // Elements, callable from any thread. Every call waits at most the element's messaging
+  // time-out (the system's default until one is set; it is not inherited).
+  virtual AXElement systemWideElement() = 0;
+  virtual AXElement applicationElement(int pid) = 0;
+  virtual std::optional<int> processID(const AXElement& element) = 0;
+  virtual void setMessagingTimeout(const AXElement& element, double seconds) = 0;
+  virtual AXResult<AXValue> attribute(const AXElement& element, const std::string& name) = 0;
+  virtual AXResult<std::vector<std::string>> actionNames(const AXElement& element) = 0;
+  virtual AXError performAction(const AXElement& element, const std::string& action) = 0;
+  // The element at a point in top-left global space, asked of `root` (the system-wide element
+  // or an application).
+  virtual AXResult<AXElement> elementAtPosition(const AXElement& root, Point topLeft) = 0;
+  // Notifications from one process, on the main thread; null when the system refuses one.
+  virtual std::unique_ptr<AXObserver> makeObserver(int pid, AXNotificationHandler handler) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -376,10 +415,7 @@ class UserInterface {
   virtual bool isPreferencesVisible() const = 0;
   // Keep the settings window up even when the app deactivates, and bring it front.
   virtual void keepPreferencesFront() = 0;
-  // Without a tier the shelf opens unfiltered.
-  virtual void showIconShelf(std::optional<MenuBarAccessTier> tier) = 0;
-  virtual void closeIconShelf() = 0;
-  virtual bool isIconShelfShown() const = 0;
+  virtual IconShelfPanel& iconShelfPanel() = 0;
   virtual void presentNotice(NoticeRequest notice) = 0;
   virtual void dismissNotice(const std::string& kind) = 0;
 };
@@ -434,6 +470,8 @@ class Platform {
   virtual SystemInfo& system() = 0;
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
+  // A new serial background queue; destroying it cancels what has not started.
+  virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) = 0;
   virtual HotkeyService& hotkeys() = 0;
   virtual LoginItemService& loginItems() = 0;
   // The backend reports system events to `sink` until it is replaced or cleared (nullptr).

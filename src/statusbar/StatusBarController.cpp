@@ -409,7 +409,7 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
   using Action = Policy::ArrowClickAction;
   switch (action) {
     case Action::openShelf:
-      if (platform_.userInterface().isIconShelfShown()) {
+      if (shelf_ && shelf_->isShelfShown()) {
         closeIconShelf();
       } else {
         showIconShelf(std::nullopt);
@@ -430,12 +430,11 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
 }
 
 void StatusBarController::showIconShelf(std::optional<MenuBarAccessTier> tier) {
-  MenuBarLog::log(LogLine("iconShelf show").add("tier", tier ? rawValue(*tier) : std::string_view("none")));
-  platform_.userInterface().showIconShelf(tier);
+  if (shelf_) shelf_->showShelf(tier);
 }
 
 void StatusBarController::closeIconShelf() {
-  if (platform_.userInterface().isIconShelfShown()) platform_.userInterface().closeIconShelf();
+  if (shelf_ && shelf_->isShelfShown()) shelf_->closeShelf();
 }
 
 void StatusBarController::separatorClicked(std::optional<platform::Event> event) {

@@ -17,6 +17,7 @@
 #include "platform/Platform.h"
 #include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"
+#include "statusbar/IconShelfPresenter.h"
 #include "statusbar/FrontmostTracker.h"
 #include "statusbar/OwnOrderRepair.h"
 #include "statusbar/OwnStatusItems.h"
@@ -103,6 +104,8 @@ class StatusBarController final : private CollapseHost,
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
+  // The Icon Shelf the toggle and the context menu open; none until the environment hands it in.
+  void setIconShelf(IconShelfPresenter* shelf) { shelf_ = shelf; }
   void menuExpandFolded();
   void menuShowAll();
   void menuCollapse();
@@ -259,6 +262,7 @@ class StatusBarController final : private CollapseHost,
   OwnStatusItems items_;
   CollapseEngine engine_;
   StartupCollapseCampaign campaign_;
+  IconShelfPresenter* shelf_ = nullptr;
   AutoCollapse autoCollapse_;
   FrontmostTracker frontmost_;
   OwnOrderRepair orderRepair_;

@@ -255,11 +255,19 @@ TEST(MacBackend, NoticesReplaceByKindAndTheirActionMayPresentTheNext) {
 
 TEST(MacBackend, ShelfAndPreferencesReportTheirVisibility) {
   MacUserInterface ui;
-  EXPECT_FALSE(ui.isIconShelfShown());
-  ui.showIconShelf(MenuBarAccessTier::hidden);
-  EXPECT_TRUE(ui.isIconShelfShown());
-  ui.closeIconShelf();
-  EXPECT_FALSE(ui.isIconShelfShown());
+  auto& shelf = ui.iconShelfPanel();
+  EXPECT_FALSE(shelf.isShown());
+  IconShelfViewState state;
+  state.title = "Icon Shelf";
+  state.tiers = {{.rawValue = "all", .title = "All", .selected = true}};
+  state.rows = {{.id = "com.example.a/item", .name = "Example", .accessibilityLabel = "Example"}};
+  int chosen = 0;
+  shelf.show(state, IconShelfActions{.chooseRow = [&](const std::string&) { ++chosen; }});
+  EXPECT_TRUE(shelf.isShown());
+  state.errorText = "This menu could not be opened.";
+  shelf.update(state);
+  shelf.close();
+  EXPECT_FALSE(shelf.isShown());
   EXPECT_FALSE(ui.isPreferencesVisible());
   ui.openPreferences(std::nullopt);
   EXPECT_TRUE(ui.isPreferencesVisible());

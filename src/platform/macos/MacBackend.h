@@ -137,6 +137,34 @@ class MacEvents final : public Events {
   std::unique_ptr<Registration> addGlobalMonitor(EventMask mask, std::function<void(const Event&)> handler) override;
   std::unique_ptr<Registration> addLocalMonitor(
       EventMask mask, std::function<std::optional<Event>(const Event&)> handler) override;
+  bool mayPostEvents() const override;
+  bool mouseButtonHeld() const override;
+  Point cursorPosition() const override;
+  void postMouseEvent(const SyntheticMouseEvent& event) override;
+  void warpCursor(Point topLeft) override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Background queues (MacSerialQueue.mm)
+
+class MacSerialQueue final : public SerialQueue {
+ public:
+  explicit MacSerialQueue(const std::string& label);
+  ~MacSerialQueue() override;
+  TaskId post(double delaySeconds, std::function<void()> task) override;
+  void cancel(TaskId id) override;
+  void runOnMainSync(const std::function<void()>& task) override;
+  void postToMain(std::function<void()> task) override;
+
+ private:
+  struct Pending {
+    std::mutex mutex;
+    TaskId lastId = 0;
+    std::unordered_map<TaskId, std::function<void()>> tasks;
+  };
+  dispatch_queue_t queue_;
+  // Shared with the dispatched blocks, which hold it weakly.
+  std::shared_ptr<Pending> pending_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -235,6 +263,33 @@ class MacAccessibility final : public Accessibility {
   bool isProcessTrusted() const override;
   bool requestTrustWithPrompt() override;
   std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
+  // Elements (MacAXElements.mm).
+  AXElement systemWideElement() override;
+  AXElement applicationElement(int pid) override;
+  std::optional<int> processID(const AXElement& element) override;
+  void setMessagingTimeout(const AXElement& element, double seconds) override;
+  AXResult<AXValue> attribute(const AXElement& element, const std::string& name) override;
+  AXResult<std::vector<std::string>> actionNames(const AXElement& element) override;
+  AXError performAction(const AXElement& element, const std::string& action) override;
+  AXResult<AXElement> elementAtPosition(const AXElement& root, Point topLeft) override;
+  std::unique_ptr<AXObserver> makeObserver(int pid, AXNotificationHandler handler) override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The Icon Shelf's panel (MacIconShelfPanel.mm)
+
+class MacIconShelfPanel final : public IconShelfPanel {
+ public:
+  MacIconShelfPanel();
+  ~MacIconShelfPanel() override;
+  void show(const IconShelfViewState& state, IconShelfActions actions) override;
+  void update(const IconShelfViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -287,9 +342,7 @@ class MacUserInterface final : public UserInterface {
   void openPreferences(std::optional<std::string> focus) override;
   bool isPreferencesVisible() const override;
   void keepPreferencesFront() override;
-  void showIconShelf(std::optional<MenuBarAccessTier> tier) override;
-  void closeIconShelf() override;
-  bool isIconShelfShown() const override;
+  IconShelfPanel& iconShelfPanel() override { return shelfPanel_; }
   void presentNotice(NoticeRequest notice) override;
   void dismissNotice(const std::string& kind) override;
 
@@ -300,7 +353,7 @@ class MacUserInterface final : public UserInterface {
 
   MacFirstLaunchCoachWindow coach_;
   NSWindow* preferences_ = nil;
-  NSPanel* shelf_ = nil;
+  MacIconShelfPanel shelfPanel_;
   struct Notice {
     std::string kind;
     NSPanel* panel;

@@ -111,7 +111,6 @@ MacUserInterface::MacUserInterface() = default;
 
 MacUserInterface::~MacUserInterface() {
   [preferences_ close];
-  [shelf_ close];
   for (const Notice& notice : notices_) [notice.panel close];
 }
 
@@ -151,33 +150,6 @@ void MacUserInterface::keepPreferencesFront() {
   [preferences_ makeKeyAndOrderFront:nil];
   [preferences_ orderFrontRegardless];
 }
-
-void MacUserInterface::showIconShelf(std::optional<MenuBarAccessTier> tier) {
-  // The placeholder panel lists nothing yet, so there is no zone filter to preselect.
-  (void)tier;
-  if (!shelf_) {
-    shelf_ = makePanel(NSMakeSize(360, 420));
-    NSSearchField* search = [[NSSearchField alloc] init];
-    [search.widthAnchor constraintGreaterThanOrEqualToConstant:300].active = YES;
-    NSScrollView* list = [[NSScrollView alloc] init];
-    list.hasVerticalScroller = YES;
-    list.borderType = NSNoBorder;
-    [list.heightAnchor constraintGreaterThanOrEqualToConstant:320].active = YES;
-    NSStackView* content = stack(@[ search, list ], NSUserInterfaceLayoutOrientationVertical);
-    content.alignment = NSLayoutAttributeWidth;
-    setContent(shelf_, content);
-  }
-  NSPoint mouse = [NSEvent mouseLocation];
-  NSScreen* screen = screenContaining(mouse);
-  NSRect visible = screen ? screen.visibleFrame : primaryVisibleFrame();
-  placeBelow(shelf_, NSMakeRect(mouse.x, NSMaxY(visible), 0, 0));
-  [shelf_ orderFrontRegardless];
-  [shelf_ makeKeyWindow];
-}
-
-void MacUserInterface::closeIconShelf() { [shelf_ orderOut:nil]; }
-
-bool MacUserInterface::isIconShelfShown() const { return shelf_ && shelf_.visible; }
 
 void MacUserInterface::presentNotice(NoticeRequest notice) {
   dismissNotice(notice.kind);

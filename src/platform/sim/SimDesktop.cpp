@@ -4,6 +4,7 @@
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
 #include "platform/sim/SimLayoutRules.h"
+#include "platform/sim/SimSerialQueue.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +23,9 @@ constexpr double kPlainBarHeight = 24;
 constexpr double kDefaultMenusWidth = 250;  // a Finder-like app when nothing is frontmost
 constexpr const char* kDefaultMenusOwner = "com.apple.finder";
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
+constexpr std::uint16_t kReturnKeyCode = 36;
+constexpr std::uint16_t kEscapeKeyCode = 53;
+constexpr std::uint16_t kEnterKeyCode = 76;
 
 std::size_t utf8Length(const std::string& text) {
   std::size_t count = 0;
@@ -169,6 +173,11 @@ struct SimDesktop::Adapters {
       d.monitors_[id] = Monitor{.mask = mask, .global = false, .localHandler = std::move(handler)};
       return std::make_unique<SimRegistration>([&desktop = d, id] { desktop.monitors_.erase(id); });
     }
+    bool mayPostEvents() const override { return d.settings_.postEventAccess; }
+    bool mouseButtonHeld() const override { return (d.pressedButtons_ & 0x3) != 0; }
+    Point cursorPosition() const override { return d.cursorTopLeft(); }
+    void postMouseEvent(const platform::SyntheticMouseEvent& event) override { d.postMouseEvent(event); }
+    void warpCursor(Point topLeft) override { d.warpCursor(topLeft); }
   };
 
   struct Bar final : platform::StatusBar {
@@ -243,9 +252,29 @@ struct SimDesktop::Adapters {
     }
   };
 
+  struct ShelfPanel final : platform::IconShelfPanel {
+    SimDesktop& d;
+    explicit ShelfPanel(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::IconShelfViewState& state, platform::IconShelfActions actions) override {
+      if (!d.ui_.shelfShown) ++d.ui_.shelfShowCount;
+      d.ui_.shelfShown = true;
+      d.ui_.shelfState = state;
+      d.ui_.shelfActions = std::move(actions);
+    }
+    void update(const platform::IconShelfViewState& state) override {
+      if (d.ui_.shelfShown) d.ui_.shelfState = state;
+    }
+    void close() override {
+      d.ui_.shelfShown = false;
+      d.ui_.shelfActions = {};
+    }
+    bool isShown() const override { return d.ui_.shelfShown; }
+  };
+
   struct Ui final : platform::UserInterface {
     SimDesktop& d;
-    explicit Ui(SimDesktop& desktop) : d(desktop) {}
+    ShelfPanel shelf;
+    explicit Ui(SimDesktop& desktop) : d(desktop), shelf(desktop) {}
     platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
     void openPreferences(std::optional<std::string>) override {
       d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
@@ -253,16 +282,7 @@ struct SimDesktop::Adapters {
     }
     bool isPreferencesVisible() const override { return d.ui_.preferencesVisible; }
     void keepPreferencesFront() override { d.ui_.preferencesKeptFront = true; }
-    void showIconShelf(std::optional<MenuBarAccessTier> tier) override {
-      d.ui_.shelfShown = true;
-      d.ui_.shelfTier = tier;
-      ++d.ui_.shelfShowCount;
-    }
-    void closeIconShelf() override {
-      d.ui_.shelfShown = false;
-      d.ui_.shelfTier.reset();
-    }
-    bool isIconShelfShown() const override { return d.ui_.shelfShown; }
+    platform::IconShelfPanel& iconShelfPanel() override { return shelf; }
     void presentNotice(platform::NoticeRequest notice) override {
       for (auto& shown : d.ui_.notices) {
         if (shown.request.kind == notice.kind) shown.dismissed = true;
@@ -359,6 +379,9 @@ platform::Accessibility& SimDesktop::accessibility() { return *accessibility_; }
 platform::SystemInfo& SimDesktop::system() { return adapters_->system; }
 platform::Application& SimDesktop::application() { return adapters_->app; }
 platform::UserInterface& SimDesktop::userInterface() { return adapters_->ui; }
+std::unique_ptr<platform::SerialQueue> SimDesktop::makeSerialQueue(const std::string& label) {
+  return std::make_unique<SimSerialQueue>(*this, label);
+}
 platform::HotkeyService& SimDesktop::hotkeys() { return adapters_->hotkeys; }
 platform::LoginItemService& SimDesktop::loginItems() { return adapters_->loginItems; }
 
@@ -432,6 +455,8 @@ void SimDesktop::spawnItems(SimAppSpec& config) {
     state->length = itemSpec.width;
     state->contentWidth = itemSpec.width;
     state->preferredPosition = itemSpec.position;
+    state->title = itemSpec.title;
+    state->description = itemSpec.description;
     state->creationOrder = ++creationCounter_;
     items_.push_back(std::move(state));
   }
@@ -469,6 +494,8 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   config->running = false;
   int pid = pidFor(config->bundleId);
   // The process exits: its items vanish, the positions it stored stay.
+  if (const auto* menu = foreignMenu(); menu && menu->ownerBundleId == config->bundleId) closeForeignMenu("quit");
+  for (const SimItemState* gone : itemsOf(pid)) accessibility_->notify(pid, gone->id, "AXUIElementDestroyed");
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
   if (frontmost_ && text::equalsIgnoringCase(*frontmost_, config->bundleId)) frontmost_.reset();
   relayout();
@@ -534,6 +561,7 @@ void SimDesktop::ownProcessExited() {
   sink_ = nullptr;
   openMenu_.reset();
   ui_.shelfShown = false;
+  ui_.shelfActions = {};
   ui_.preferencesVisible = false;
   relayout();
   if (onOwnExit_) onOwnExit_();
@@ -897,6 +925,7 @@ bool SimDesktop::commandDragItem(const std::string& name, double toX) {
 
 void SimDesktop::clickElsewhere(Point location) {
   if (openMenu_) dismissMenu();
+  closeForeignMenu("click-elsewhere");
   pointer_ = location;
   dispatchEvent(Event{EventType::leftMouseDown, {}, location, queue_.now()}, nullptr);
   queue_.post(settings_.clickDuration, [this, location] {
@@ -945,6 +974,9 @@ void SimDesktop::typeKey(std::uint16_t keyCode, platform::ModifierFlags modifier
     queue_.post(0, [handler = held.handler, id = held.id] { handler(id); });
     return;
   }
+  // An open menu of another app takes the keys that close it.
+  if (keyCode == kEscapeKeyCode) closeForeignMenu("escape");
+  if (keyCode == kReturnKeyCode || keyCode == kEnterKeyCode) closeForeignMenu("return");
   const bool toOwnApp = ownAppRunning_ && ui_.preferencesVisible;
   const bool globalSees = accessibility_->isProcessTrusted();
   for (EventType type : {EventType::keyDown, EventType::keyUp}) {
@@ -1010,6 +1042,115 @@ void SimDesktop::dismissMenu() {
   if (!openMenu_) return;
   openMenu_.reset();
   if (sink_) sink_->menuDidEndTracking();
+}
+
+}  // namespace tarvolo::sim
+
+namespace tarvolo::sim {
+
+// --- other applications' menus and posted events ---------------------------------------------------
+
+
+const SimAppSpec* SimDesktop::appOfPid(int pid) const {
+  auto bundle = bundleIdOfPid(pid);
+  if (!bundle) return nullptr;
+  for (const auto& app : apps_) {
+    if (app.bundleId == *bundle) return &app;
+  }
+  return nullptr;
+}
+
+const SimForeignMenuRecord* SimDesktop::foreignMenu() const {
+  if (foreignMenus_.empty() || foreignMenus_.back().closedBy) return nullptr;
+  return &foreignMenus_.back();
+}
+
+bool SimDesktop::openForeignMenu(int itemId, const std::string& openedBy) {
+  const SimItemState* target = item(itemId);
+  if (!target || target->ownerPid == kOwnPid) return false;
+  if (const auto* open = foreignMenu(); open && open->itemId == itemId) return true;
+  // Opening a menu ends any other menu's tracking, the app's own included.
+  closeForeignMenu("click-elsewhere");
+  if (openMenu_) dismissMenu();
+  foreignMenus_.push_back(SimForeignMenuRecord{.itemId = itemId,
+                                               .ownerBundleId = bundleIdOfPid(target->ownerPid).value_or(""),
+                                               .itemName = target->autosaveName,
+                                               .openedBy = openedBy,
+                                               .openedAt = queue_.now()});
+  return true;
+}
+
+void SimDesktop::closeForeignMenu(const std::string& closedBy) {
+  if (foreignMenus_.empty() || foreignMenus_.back().closedBy) return;
+  foreignMenus_.back().closedBy = closedBy;
+  foreignMenus_.back().closedAt = queue_.now();
+  if (auto pid = pidOf(foreignMenus_.back().ownerBundleId)) {
+    accessibility_->notify(*pid, foreignMenus_.back().itemId, "AXMenuClosed");
+  }
+}
+
+bool SimDesktop::chooseForeignMenuEntry() {
+  if (!foreignMenu()) return false;
+  closeForeignMenu("choice");
+  dispatchEvent(Event{EventType::leftMouseUp, {}, pointer_, queue_.now()}, nullptr);
+  return true;
+}
+
+void SimDesktop::pressKey(std::uint16_t keyCode) { typeKey(keyCode, modifiers_); }
+
+const SimItemState* SimDesktop::foreignItemAt(Point topLeft) const {
+  auto notch = screenInfos().front().notchRect();
+  for (const auto& candidate : items_) {
+    if (candidate->removed || !candidate->visible || !candidate->onScreen || !candidate->frame) continue;
+    if (candidate->ownerPid == kOwnPid) continue;
+    const Rect frame = windowList_->topLeftFrame(*candidate->frame);
+    const bool inside = topLeft.x >= frame.minX() && topLeft.x < frame.maxX() && topLeft.y >= frame.minY() &&
+                        topLeft.y < frame.maxY();
+    if (!inside) continue;
+    // Nothing is drawn, and nothing can be hit, under the camera housing.
+    if (notch && candidate->frame->intersects(*notch)) {
+      const Rect housing = windowList_->topLeftFrame(*notch);
+      if (topLeft.x >= housing.minX() && topLeft.x < housing.maxX()) return nullptr;
+    }
+    return candidate.get();
+  }
+  return nullptr;
+}
+
+Point SimDesktop::cursorTopLeft() const {
+  const double primaryHeight = screenInfos().front().frame.height;
+  return {pointer_.x, primaryHeight - pointer_.y};
+}
+
+void SimDesktop::warpCursor(Point topLeft) {
+  const double primaryHeight = screenInfos().front().frame.height;
+  pointer_ = {topLeft.x, primaryHeight - topLeft.y};
+}
+
+void SimDesktop::postMouseEvent(const platform::SyntheticMouseEvent& event) {
+  posted_.push_back(SimPostedEvent{event, queue_.now()});
+  warpCursor(event.location);
+  const bool down = event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;
+  dispatchEvent(Event{down ? EventType::leftMouseDown : EventType::leftMouseUp, event.modifierFlags, pointer_,
+                      queue_.now()},
+                nullptr);
+  if (down) {
+    pendingPostedDown_ = event;
+    return;
+  }
+  // The window server makes a click of a down and an up at one place, both with click state 1.
+  const auto pressed = std::exchange(pendingPostedDown_, std::nullopt);
+  if (!pressed || pressed->location != event.location || pressed->clickState != 1 || event.clickState != 1) return;
+  const SimItemState* target = foreignItemAt(event.location);
+  if (!target) {
+    closeForeignMenu("click-elsewhere");
+    return;
+  }
+  if (const auto* open = foreignMenu(); open && open->itemId == target->id) {
+    closeForeignMenu("click");
+    return;
+  }
+  openForeignMenu(target->id, "click");
 }
 
 }  // namespace tarvolo::sim

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -31,6 +32,9 @@ struct SimItemSpec {
   // Stored preferred position: distance from the right, larger stands further left.
   std::optional<double> position;
   std::string autosaveName;  // generated when empty
+  // What Accessibility reports: AXTitle (empty: none) and AXDescription.
+  std::string title;
+  std::optional<std::string> description;
 };
 
 struct SimAppSpec {
@@ -43,6 +47,14 @@ struct SimAppSpec {
   std::vector<double> menuTitleWidths;
   std::vector<SimItemSpec> items;
   bool running = true;
+  // How its items answer Accessibility. Advertised actions (absent: AXPress and AXCancel);
+  // refusing every action (each reports action-unsupported); an AXPress that opens the menu and
+  // then blocks in its tracking loop, returning -25204 with the menu open; a process that does
+  // not answer (every call costs the element's messaging time-out and fails).
+  std::optional<std::vector<std::string>> accessibilityActions;
+  bool refusesActions = false;
+  bool pressBlocks = false;
+  bool accessibilityUnresponsive = false;
 };
 
 struct SimSettings {
@@ -79,6 +91,8 @@ struct SimSettings {
   std::optional<double> overflowChevronWidth;
   // Autosave names of own items whose window also holds their right neighbour's button.
   std::vector<std::string> sharedWindowItems;
+  // The post-event privilege, separate from Accessibility trust.
+  bool postEventAccess = true;
 
   // Chords other applications hold as system-wide hot keys: registering one fails with -9878.
   std::vector<platform::KeyChord> takenHotkeys;
@@ -112,6 +126,7 @@ struct SimItemState {
   std::string symbol;
   std::string toolTip;
   std::string accessibilityLabel;
+  std::optional<std::string> description;
   platform::EventMask actionMask = 0;
   std::function<void(std::optional<platform::Event>)> action;
   // Truth of the current layout, and the frame the window server reports for it (parked at the
@@ -132,6 +147,23 @@ struct SimMenuRecord {
   double openedAt = 0;
 };
 
+// A menu of another application's status item, open on the desktop.
+struct SimForeignMenuRecord {
+  int itemId = 0;
+  std::string ownerBundleId;
+  std::string itemName;
+  std::string openedBy;  // "AXPress", "AXShowMenu" or "click"
+  double openedAt = 0;
+  std::optional<std::string> closedBy;  // "escape", "return", "click-elsewhere", "choice", "AXPress", "AXCancel", "quit"
+  std::optional<double> closedAt;
+};
+
+// An event the app posted, with every field it set.
+struct SimPostedEvent {
+  platform::SyntheticMouseEvent event;
+  double time = 0;
+};
+
 struct SimNoticeRecord {
   platform::NoticeRequest request;
   double shownAt = 0;
@@ -144,8 +176,10 @@ struct SimUiRecord {
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
   bool shelfShown = false;
-  std::optional<MenuBarAccessTier> shelfTier;
   int shelfShowCount = 0;
+  // What the Icon Shelf panel shows and what its controls do.
+  std::optional<platform::IconShelfViewState> shelfState;
+  platform::IconShelfActions shelfActions;
   std::vector<SimNoticeRecord> notices;
   int loginItemSettingsOpened = 0;
 };
@@ -191,6 +225,7 @@ class SimDesktop final : public platform::Platform {
   platform::HotkeyService& hotkeys() override;
   platform::LoginItemService& loginItems() override;
   void setSystemEventSink(platform::SystemEventSink* sink) override { sink_ = sink; }
+  std::unique_ptr<platform::SerialQueue> makeSerialQueue(const std::string& label) override;
 
   // --- the app's process
   void setApplicationDelegate(platform::ApplicationDelegate* delegate) { delegate_ = delegate; }
@@ -240,6 +275,28 @@ class SimDesktop final : public platform::Platform {
   bool chooseMenuAction(const std::string& action);
   void dismissMenu();
   void setModifierFlags(platform::ModifierFlags flags) { modifiers_ = flags; }
+  // `typeKey` with the modifiers held now.
+  void pressKey(std::uint16_t keyCode);
+  // The user picks an entry of the open foreign menu, which closes it.
+  bool chooseForeignMenuEntry();
+
+  // --- other applications' menus, opened through Accessibility or a click
+  bool openForeignMenu(int itemId, const std::string& openedBy);
+  void closeForeignMenu(const std::string& closedBy);
+  // The open foreign menu, if any.
+  const SimForeignMenuRecord* foreignMenu() const;
+  const std::vector<SimForeignMenuRecord>& foreignMenus() const { return foreignMenus_; }
+  // Another application's on-screen item drawn at a point of top-left global space (not under
+  // the notch).
+  const SimItemState* foreignItemAt(Point topLeft) const;
+  void postMouseEvent(const platform::SyntheticMouseEvent& event);
+  const std::vector<SimPostedEvent>& postedEvents() const { return posted_; }
+  Point cursorTopLeft() const;
+  void warpCursor(Point topLeft);
+  // Background work that waited on a process: a serial queue's task adds what its calls cost.
+  void chargeBackgroundTime(double seconds) { backgroundCharge_ += seconds; }
+  double takeBackgroundCharge() { return std::exchange(backgroundCharge_, 0.0); }
+  const SimAppSpec* appOfPid(int pid) const;
   // The pointer moves to `location` (no button held): monitors of mouse moves see it.
   void movePointer(Point location);
   // A mouse button goes down or up where the pointer is, over no item of the app.
@@ -250,7 +307,8 @@ class SimDesktop final : public platform::Platform {
   void releaseModifiers(platform::ModifierFlags flags);
   // A key typed with `modifiers` held (a key-down, then its key-up). A registered hot key takes
   // it before any monitor; otherwise it goes to the app when its settings window is in front,
-  // else to the frontmost app, which global monitors see only with Accessibility trust.
+  // else to the frontmost app, which global monitors see only with Accessibility trust. Escape,
+  // Return and Enter close another app's open menu first.
   void typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers);
   // A menu of the app begins or ends tracking (the user opened or closed it).
   void beginMenuTracking();
@@ -359,6 +417,10 @@ class SimDesktop final : public platform::Platform {
   std::map<int, Monitor> monitors_;
   int nextMonitorId_ = 0;
 
+  std::vector<SimForeignMenuRecord> foreignMenus_;
+  std::optional<platform::SyntheticMouseEvent> pendingPostedDown_;
+  std::vector<SimPostedEvent> posted_;
+  double backgroundCharge_ = 0;
   std::optional<SimMenuRecord> openMenu_;
   int menuOpenCount_ = 0;
   SimUiRecord ui_;
