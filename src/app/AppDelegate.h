@@ -36,6 +36,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
   AppEnvironment* environment() { return environment_.get(); }
 
  private:
+  void installMainMenu();
+
   platform::Platform& platform_;
   std::unique_ptr<AppEnvironment> environment_;
   WeakHandleFactory<AppDelegate> weakFactory_{this};

@@ -5,12 +5,17 @@
 #include <string_view>
 
 #include "base/NotificationCenter.h"
+#include "base/Subscription.h"
 #include "platform/Platform.h"
+#include "ui/PreferencesController.h"
 
 namespace tarvolo {
 
 class LocalizationManager;
 class MenuBarPlacementLedger;
+class NewAppLaunchCenter;
+class PlacementGuideController;
+class PreferencesController;
 class StatusBarController;
 class StatusItemManager;
 
@@ -35,10 +40,17 @@ class AppEnvironment {
   std::string tr(std::string_view key);
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
+  NewAppLaunchCenter& newAppLaunchCenter() { return *newAppLaunchCenter_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
+  // The windows that need the controller; null until start-up step 6.
+  PlacementGuideController* placementGuide() { return placementGuide_.get(); }
+  PreferencesController* preferences() { return preferences_.get(); }
 
  private:
+  void makeWindows();
+  PreferencesController::Behaviour behaviourSettings();
+
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
@@ -46,7 +58,11 @@ class AppEnvironment {
   std::unique_ptr<LocalizationManager> localization_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
+  std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
   std::unique_ptr<StatusBarController> statusBarController_;
+  std::unique_ptr<PlacementGuideController> placementGuide_;
+  std::unique_ptr<PreferencesController> preferences_;
+  Subscription gapSubscription_;
 };
 
 }  // namespace tarvolo

@@ -18,6 +18,9 @@
 #include "base/Log.h"
 #include "base/MainQueue.h"
 #include "platform/MenuBarAccessTier.h"
+#include "platform/NewAppNoticeWindow.h"
+#include "platform/PlacementGuideWindow.h"
+#include "platform/PreferencesWindow.h"
 
 namespace tarvolo::platform {
 
@@ -282,6 +285,8 @@ class SystemInfo {
   // argv without the executable path.
   virtual std::vector<std::string> processArguments() const = 0;
   virtual std::string ownBundleIdentifier() const = 0;
+  // The user's home folder as the user database names it ("/Users/ada").
+  virtual std::string homeDirectory() const = 0;
 };
 
 class Application {
@@ -291,6 +296,11 @@ class Application {
   virtual ActivationPolicy activationPolicy() const = 0;
   // Asks the application to terminate; the delegate's applicationWillTerminate runs first.
   virtual void terminate() = 0;
+  // The app's main menu: only its key equivalents matter to an app without a menu bar of its
+  // own (⌘, while one of its windows is key).
+  virtual void setMainMenu(const Menu& menu) = 0;
+  // Opens a web address or a System Settings link in the system's handler.
+  virtual void openURL(const std::string& address) = 0;
 };
 
 struct NoticeRequest {
@@ -305,10 +315,9 @@ class UserInterface {
  public:
   virtual ~UserInterface() = default;
   virtual void presentFirstLaunchCoach(std::optional<Rect> anchor) = 0;
-  virtual void openPreferences(std::optional<std::string> focus) = 0;
-  virtual bool isPreferencesVisible() const = 0;
-  // Keep the settings window up even when the app deactivates, and bring it front.
-  virtual void keepPreferencesFront() = 0;
+  virtual PreferencesWindow& preferences() = 0;
+  virtual NewAppNoticeWindow& newAppNotice() = 0;
+  virtual PlacementGuideWindow& placementGuide() = 0;
   // Without a tier the shelf opens unfiltered.
   virtual void showIconShelf(std::optional<MenuBarAccessTier> tier) = 0;
   virtual void closeIconShelf() = 0;

@@ -53,6 +53,14 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
     LocalizationManager& localization;
   };
 
+  // What the state machine asks of the windows built after it: Preferences and the guide.
+  struct WindowHooks {
+    std::function<void(std::optional<std::string> focus)> openPreferences;
+    std::function<void()> arrange;
+    std::function<bool()> placementGuideOpen;
+    std::function<void()> barDidCollapse;
+  };
+
   explicit StatusBarController(Dependencies dependencies);
   ~StatusBarController() override;
   StatusBarController(const StatusBarController&) = delete;
@@ -63,6 +71,12 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   Published<bool> isDeepExpanded{false};
   Published<bool> foldingEffective{false};
   Published<bool> alwaysVisibleAnchorReady{false};
+
+  void setWindowHooks(WindowHooks hooks) { windowHooks_ = std::move(hooks); }
+  // Told whenever a gap between the own items moved (an icon arrived, left or was dragged).
+  [[nodiscard]] Subscription observeMenuBarGapChanges(std::function<void()> observer) {
+    return engine_.gaps().observeGapChanges(std::move(observer));
+  }
 
   // --- start-up
   void finishStartup();
@@ -216,6 +230,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   CollapseEngine engine_;
   StartupCollapseCampaign campaign_;
 
+  WindowHooks windowHooks_;
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;
   bool startupCollapseAllowed_ = false;

@@ -132,9 +132,22 @@ struct SimNoticeRecord {
 struct SimUiRecord {
   int coachPresentations = 0;
   std::optional<Rect> coachAnchor;
-  std::vector<double> preferencesOpenedAt;
+  std::vector<double> preferencesOpenedAt;  // each time the window was shown while closed
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
+  int preferencesShowCount = 0;  // every show, also of the open window
+  // The windows' last drawn state and what their controls call; the state stays after closing.
+  std::optional<platform::PreferencesViewState> preferences;
+  platform::PreferencesCallbacks preferencesCallbacks;
+  std::optional<platform::NewAppNoticeViewState> newAppNotice;
+  bool newAppNoticeShown = false;
+  int newAppNoticeCount = 0;
+  platform::NewAppNoticeCallbacks newAppNoticeCallbacks;
+  std::optional<platform::PlacementGuideViewState> placementGuide;
+  bool placementGuideShown = false;
+  platform::PlacementGuideCallbacks placementGuideCallbacks;
+  platform::Menu mainMenu;
+  std::vector<std::string> openedURLs;
   bool shelfShown = false;
   std::optional<MenuBarAccessTier> shelfTier;
   int shelfShowCount = 0;
@@ -209,6 +222,11 @@ class SimDesktop final : public platform::Platform {
   bool chooseMenuAction(const std::string& action);
   void dismissMenu();
   void setModifierFlags(platform::ModifierFlags flags) { modifiers_ = flags; }
+  // A key equivalent of the app's main menu typed with ⌘ ("," for Settings); false when the
+  // menu has no such item.
+  bool pressMainMenuShortcut(const std::string& keyEquivalent);
+  // The user closes the settings window with its close button.
+  void closePreferencesWindow();
 
   // --- reading the desktop
   const SimSettings& settings() const { return settings_; }

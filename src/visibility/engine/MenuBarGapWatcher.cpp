@@ -86,14 +86,18 @@ void MenuBarGapWatcher::noteMenuBarGaps() {
     gapSampleWork_.schedule(wait, bindWeak(weak(), &MenuBarGapWatcher::noteMenuBarGaps));
     return;
   }
+  bool crossed = false;
   if (previous) {
     auto crossing = gapTracker_.noteMovement(*previous, workspaceClock_.age(platform_.clock().now()));
-    if (crossing != MenuBarGapCrossing::none) noteMenuBarRearrangeDrag(crossing);
+    crossed = crossing != MenuBarGapCrossing::none;
+    if (crossed) noteMenuBarRearrangeDrag(crossing);
   }
-  if (gapTracker_.gapMoved || gapTracker_.pinnedGapMoved) {
+  const bool moved = gapTracker_.gapMoved || gapTracker_.pinnedGapMoved;
+  if (moved) {
     rememberPinnedGap(sample.pinnedGap);
     gapTracker_.acknowledgeMovement();
   }
+  if (moved || crossed) gapChanges_.notify();
 }
 
 void MenuBarGapWatcher::logDragEndGaps() {
