@@ -1,5 +1,7 @@
 #include "harness/Render.h"
 
+#include "harness/Windows.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -76,6 +78,8 @@ std::string stateText(const BarSnapshot& bar) {
   if (bar.ui.iconShelfShown) text += " · Icon Shelf open";
   if (bar.ui.contextMenuOpen) text += " · context menu open";
   if (bar.ui.preferencesVisible) text += " · Preferences open";
+  if (bar.ui.newAppNotice) text += " · new-app notice";
+  if (bar.ui.placementGuide) text += " · placement guide";
   if (bar.ui.coachPresentations > 0) text += " · coach shown";
   for (const auto& notice : bar.ui.notices) text += " · notice " + notice;
   return text;
@@ -320,7 +324,11 @@ std::string renderBar(const RenderBarInput& input) {
   for (std::size_t index = 1; index < input.desktop.screenSpecs().size(); ++index) {
     out += screenCaption(input.desktop, index) + " · no status items\n";
   }
-  return out + iconListing(input.bar, labels, input.columns);
+  out += iconListing(input.bar, labels, input.columns);
+  if (input.bar.ui.placementGuide) out += renderWindow(*input.bar.ui.placementGuide);
+  if (input.bar.ui.newAppNotice) out += renderWindow(*input.bar.ui.newAppNotice);
+  if (input.bar.ui.preferences) out += renderWindow(*input.bar.ui.preferences);
+  return out;
 }
 
 }  // namespace tarvolo::scenario

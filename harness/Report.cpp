@@ -1,5 +1,7 @@
 #include "harness/Report.h"
 
+#include "harness/Windows.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -104,6 +106,11 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.ui.iconShelfShown = ui.shelfShown;
   if (ui.shelfTier) bar.ui.iconShelfTier = std::string(rawValue(*ui.shelfTier));
   bar.ui.preferencesVisible = ui.preferencesVisible;
+  bar.ui.preferencesOpened = static_cast<int>(ui.preferencesOpenedAt.size());
+  if (ui.preferencesVisible) bar.ui.preferences = ui.preferences;
+  if (ui.newAppNoticeShown) bar.ui.newAppNotice = ui.newAppNotice;
+  bar.ui.newAppNotices = ui.newAppNoticeCount;
+  if (ui.placementGuideShown) bar.ui.placementGuide = ui.placementGuide;
   bar.ui.coachPresentations = ui.coachPresentations;
   bar.ui.contextMenuOpen = desktop.openMenu().has_value();
   for (const auto& notice : ui.notices) {
@@ -167,7 +174,12 @@ json toJson(const BarSnapshot& bar) {
                {"preferencesVisible", bar.ui.preferencesVisible},
                {"coachPresentations", bar.ui.coachPresentations},
                {"contextMenuOpen", bar.ui.contextMenuOpen},
-               {"notices", bar.ui.notices}};
+               {"notices", bar.ui.notices},
+               {"preferencesOpened", bar.ui.preferencesOpened},
+               {"preferences", bar.ui.preferences ? toJson(*bar.ui.preferences) : json(nullptr)},
+               {"newAppNotice", bar.ui.newAppNotice ? toJson(*bar.ui.newAppNotice) : json(nullptr)},
+               {"newAppNotices", bar.ui.newAppNotices},
+               {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)}};
   return out;
 }
 

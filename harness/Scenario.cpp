@@ -47,6 +47,13 @@ std::string autosaveName(OwnItem item) {
   return StatusBarController::toggleAutosaveName;
 }
 
+const std::vector<std::string>& knownPreferencesControls() {
+  static const std::vector<std::string> controls = {"language",     "autoCollapseDelay", "launchAtLogin",
+                                                    "revealOnHover", "newAppNotices",     "search",
+                                                    "showOtherRunning", "pin", "unpin"};
+  return controls;
+}
+
 const std::vector<std::string>& knownMenuActions() {
   static const std::vector<std::string> actions = {
       "menuOpenIconBar", "menuExpandFolded",   "menuShowAll",     "menuCollapse",
@@ -58,9 +65,10 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 13> kActionKeys = {
-    "launch",   "terminate", "activate", "click", "commandDrag", "menu", "screens",
-    "languages", "category", "relaunch", "reopen", "wake",       "quit"};
+constexpr std::array<std::string_view, 20> kActionKeys = {
+    "launch",   "terminate", "activate", "click",          "commandDrag",    "menu",     "screens",
+    "languages", "category", "relaunch", "reopen",         "wake",           "quit",     "shortcut",
+    "preferencesTab", "preferencesSet", "pickZone", "notice", "guide", "closePreferences"};
 
 std::string lower(std::string_view text) {
   std::string out(text);
@@ -375,6 +383,54 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     }
     return assign;
   }
+  if (key == "shortcut") {
+    std::string shortcut = value.string();
+    if (shortcut != "," && shortcut != "q") value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , or q)");
+    return step::Shortcut{shortcut};
+  }
+  if (key == "preferencesTab") {
+    std::string name = value.string();
+    auto tab = platform::preferencesTabFromRaw(name);
+    if (!tab) value.fail("unknown tab " + inQuotes(name) + " (expected general, items, hotkeys or about)");
+    return step::PreferencesTab{*tab};
+  }
+  if (key == "preferencesSet") {
+    std::string control = value.string();
+    const auto& known = knownPreferencesControls();
+    if (std::find(known.begin(), known.end(), control) == known.end()) {
+      value.fail("unknown control " + inQuotes(control) + " (expected " + joined(known) + ")");
+    }
+    Field setting = step.required("value");
+    const bool wantsBool = control == "launchAtLogin" || control == "revealOnHover" || control == "newAppNotices" ||
+                           control == "showOtherRunning";
+    if (wantsBool) setting.boolean();
+    if (control == "autoCollapseDelay") setting.nonNegative();
+    if (control == "language" || control == "search" || control == "pin" || control == "unpin") setting.string();
+    if (control == "pin" || control == "unpin") knownAppId(setting, scenario);
+    return step::PreferencesSet{.control = control, .value = setting.value()};
+  }
+  if (key == "pickZone") {
+    step::PickZone pick{.bundleId = knownAppId(value, scenario)};
+    Field tier = step.required("tier");
+    auto zone = itemCategoryFromRaw(tier.string());
+    if (!zone) tier.fail("unknown tier " + inQuotes(tier.string()) + " (expected always_visible, hidden or always_hidden)");
+    pick.zone = *zone;
+    return pick;
+  }
+  if (key == "notice") {
+    std::string button = value.string();
+    if (button != "arrange" && button != "ignore") {
+      value.fail("unknown button " + inQuotes(button) + " (expected arrange or ignore)");
+    }
+    return step::NoticeButton{.arrange = button == "arrange"};
+  }
+  if (key == "guide") {
+    std::string action = value.string();
+    if (action == "drag") return step::Guide{step::GuideAction::drag};
+    if (action == "confirm") return step::Guide{step::GuideAction::confirm};
+    if (action != "cancel") value.fail("unknown action " + inQuotes(action) + " (expected drag, confirm or cancel)");
+    return step::Guide{step::GuideAction::cancel};
+  }
   if (key == "screens") return step::ChangeScreens{parseScreens(value)};
   if (key == "languages") {
     auto languages = value.strings();
@@ -385,6 +441,7 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "relaunch") return step::Relaunch{};
   if (key == "reopen") return step::Reopen{};
   if (key == "wake") return step::Wake{};
+  if (key == "closePreferences") return step::ClosePreferences{};
   return step::Quit{};
 }
 
@@ -399,7 +456,7 @@ Step parseStep(const Field& field, const Scenario& scenario) {
   for (const auto& [key, value] : field.object()) {
     bool isAction = std::find(kActionKeys.begin(), kActionKeys.end(), key) != kActionKeys.end();
     bool isParameter = key == "at" || key == "note" || key == "button" || key == "modifiers" || key == "x" ||
-                       key == "tier" || key == "confirm";
+                       key == "tier" || key == "confirm" || key == "value";
     if (isAction) actions.push_back(key);
     if (!isAction && !isParameter) {
       std::vector<std::string> names(kActionKeys.begin(), kActionKeys.end());
@@ -418,8 +475,11 @@ Step parseStep(const Field& field, const Scenario& scenario) {
   onlyFor("button", "click");
   onlyFor("modifiers", "click");
   onlyFor("x", "commandDrag");
-  onlyFor("tier", "category");
+  if (field.has("tier") && key != "category" && key != "pickZone") {
+    field.required("tier").fail("only a category or pickZone step takes this field");
+  }
   onlyFor("confirm", "category");
+  onlyFor("value", "preferencesSet");
 
   Step step;
   step.at = field.required("at").nonNegative();
@@ -508,6 +568,28 @@ std::string describe(const Action& action) {
     std::string operator()(const step::Relaunch&) const { return "relaunch"; }
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }
+    std::string operator()(const step::Shortcut& a) const { return "⌘" + a.key; }
+    std::string operator()(const step::PreferencesTab& a) const {
+      return "preferences tab " + std::string(platform::rawValue(a.tab));
+    }
+    std::string operator()(const step::PreferencesSet& a) const {
+      return "preferences " + a.control + " = " + a.value.dump();
+    }
+    std::string operator()(const step::PickZone& a) const {
+      return "pick zone " + a.bundleId + " " + std::string(rawValue(a.zone));
+    }
+    std::string operator()(const step::NoticeButton& a) const {
+      return std::string("notice ") + (a.arrange ? "arrange" : "ignore");
+    }
+    std::string operator()(const step::Guide& a) const {
+      switch (a.action) {
+        case step::GuideAction::drag: return "guide drag";
+        case step::GuideAction::confirm: return "guide confirm";
+        case step::GuideAction::cancel: return "guide cancel";
+      }
+      return "guide";
+    }
+    std::string operator()(const step::ClosePreferences&) const { return "close preferences"; }
     std::string operator()(const step::Quit&) const { return "quit"; }
   };
   return std::visit(Describer{}, action);

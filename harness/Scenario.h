@@ -78,6 +78,34 @@ struct AssignCategory {
   std::optional<ItemCategory> category;
   bool confirm = false;
 };
+// ⌘ and a key of Tarvolo's main menu ("," opens Preferences).
+struct Shortcut {
+  std::string key;
+};
+// Chooses a tab of the open settings window.
+struct PreferencesTab {
+  platform::PreferencesTab tab = platform::PreferencesTab::general;
+};
+// Sets a control of the open settings window, as a click or a typed text would.
+struct PreferencesSet {
+  std::string control;
+  nlohmann::json value;
+};
+// Picks a zone for an app in the settings window's list.
+struct PickZone {
+  std::string bundleId;
+  ItemCategory zone = ItemCategory::hidden;
+};
+// Presses a button of the new-app notice.
+struct NoticeButton {
+  bool arrange = true;  // false: Ignore
+};
+// Acts on the placement guide: drag the guided icon into its target, confirm, or cancel.
+enum class GuideAction { drag, confirm, cancel };
+struct Guide {
+  GuideAction action = GuideAction::drag;
+};
+struct ClosePreferences {};
 struct Relaunch {};
 struct Reopen {};
 struct Wake {};
@@ -86,7 +114,12 @@ struct Quit {};
 
 using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
                             step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages,
-                            step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit>;
+                            step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit,
+                            step::Shortcut, step::PreferencesTab, step::PreferencesSet, step::PickZone,
+                            step::NoticeButton, step::Guide, step::ClosePreferences>;
+
+// The controls a `preferencesSet` step may set, with the JSON type each takes.
+const std::vector<std::string>& knownPreferencesControls();
 
 struct Step {
   double at = 0;

@@ -72,6 +72,7 @@ class MenuBarGapWatcher {
   CollapseHost& host_;
 
   MenuBarGapTracker gapTracker_;
+  std::optional<MenuBarGapSample> lastSettledSample_;
   WorkspaceActivityClock workspaceClock_;
   std::optional<double> lastMouseUpAt_;
   std::unique_ptr<platform::Registration> mouseUpMonitor_;
