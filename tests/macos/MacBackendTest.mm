@@ -257,9 +257,33 @@ TEST(MacBackend, ShelfAndPreferencesReportTheirVisibility) {
   EXPECT_TRUE(ui.isIconShelfShown());
   ui.closeIconShelf();
   EXPECT_FALSE(ui.isIconShelfShown());
-  EXPECT_FALSE(ui.isPreferencesVisible());
-  ui.openPreferences(std::nullopt);
-  EXPECT_TRUE(ui.isPreferencesVisible());
+  PreferencesViewState state;
+  state.windowTitle = "Settings";
+  state.tab = PreferencesTab::items;
+  state.tabs = {{"general", "General"}, {"items", "Icons"}, {"hotkeys", "Shortcuts"}, {"about", "About"}};
+  state.items.zones = {{"always_visible", "Visible"}, {"hidden", "Folded"}, {"always_hidden", "Hidden"}};
+  state.items.rows = {{.bundleId = "com.example.a", .name = "A", .zone = "hidden"}};
+  EXPECT_FALSE(ui.preferences().isShown());
+  bool closed = false;
+  ui.preferences().show(state, PreferencesCallbacks{.closed = [&closed] { closed = true; }});
+  EXPECT_TRUE(ui.preferences().isShown());
+  ui.preferences().close();
+  EXPECT_FALSE(ui.preferences().isShown());
+  EXPECT_TRUE(closed);
+}
+
+TEST(MacBackend, GuideAndNoticeWindowsOpenAndClose) {
+  MacUserInterface ui;
+  PlacementGuideViewState guide{.title = "Keep It Always Visible", .target = Rect{100, 880, 60, 24}};
+  ui.placementGuide().show(guide, {});
+  EXPECT_TRUE(ui.placementGuide().isShown());
+  EXPECT_EQ(ui.placementGuide().chromeFrames().size(), 2u);
+  ui.placementGuide().close();
+  EXPECT_TRUE(ui.placementGuide().chromeFrames().empty());
+  ui.newAppNotice().show(NewAppNoticeViewState{.bundleId = "com.example.a", .message = "A"}, {});
+  EXPECT_TRUE(ui.newAppNotice().isShown());
+  ui.newAppNotice().close();
+  EXPECT_FALSE(ui.newAppNotice().isShown());
 }
 
 }  // namespace

@@ -106,6 +106,7 @@ class MacSystemInfo final : public SystemInfo {
   std::vector<std::string> preferredLanguages() const override;
   std::vector<std::string> processArguments() const override;
   std::string ownBundleIdentifier() const override;
+  std::string homeDirectory() const override;
 };
 
 class MacApplication final : public Application {
@@ -113,6 +114,12 @@ class MacApplication final : public Application {
   void setActivationPolicy(ActivationPolicy policy) override;
   ActivationPolicy activationPolicy() const override;
   void terminate() override;
+  void setMainMenu(const Menu& menu) override;
+  void openURL(const std::string& address) override;
+
+ private:
+  // The menu items hold their targets weakly.
+  NSMutableArray<TRVActionTarget*>* menuTargets_ = nil;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -228,15 +235,63 @@ class MacAccessibility final : public Accessibility {
 // ---------------------------------------------------------------------------------------------
 // The app's own windows (MacUserInterface.mm)
 
+// The settings window (MacPreferencesWindow.mm): a toolbar-style tabbed window drawn from the
+// core's state; every control calls back into the core.
+class MacPreferencesWindow final : public PreferencesWindow {
+ public:
+  MacPreferencesWindow();
+  ~MacPreferencesWindow() override;
+  void show(const PreferencesViewState& state, PreferencesCallbacks callbacks) override;
+  void update(const PreferencesViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+  void keepFront() override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The new-app notice (MacNewAppNoticeWindow.mm): a non-activating panel below the menu bar.
+class MacNewAppNoticeWindow final : public NewAppNoticeWindow {
+ public:
+  MacNewAppNoticeWindow();
+  ~MacNewAppNoticeWindow() override;
+  void show(const NewAppNoticeViewState& state, NewAppNoticeCallbacks callbacks) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The placement guide (MacPlacementGuideWindow.mm): a panel with the instructions and a ring
+// around the target zone of the bar.
+class MacPlacementGuideWindow final : public PlacementGuideWindow {
+ public:
+  MacPlacementGuideWindow();
+  ~MacPlacementGuideWindow() override;
+  void show(const PlacementGuideViewState& state, PlacementGuideCallbacks callbacks) override;
+  void update(const PlacementGuideViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+  std::vector<Rect> chromeFrames() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
 class MacUserInterface final : public UserInterface {
  public:
   MacUserInterface();
   ~MacUserInterface() override;
 
   void presentFirstLaunchCoach(std::optional<Rect> anchor) override;
-  void openPreferences(std::optional<std::string> focus) override;
-  bool isPreferencesVisible() const override;
-  void keepPreferencesFront() override;
+  PreferencesWindow& preferences() override { return preferences_; }
+  NewAppNoticeWindow& newAppNotice() override { return newAppNotice_; }
+  PlacementGuideWindow& placementGuide() override { return placementGuide_; }
   void showIconShelf(std::optional<MenuBarAccessTier> tier) override;
   void closeIconShelf() override;
   bool isIconShelfShown() const override;
@@ -249,8 +304,10 @@ class MacUserInterface final : public UserInterface {
   void layoutNotices();
 
   NSPanel* coach_ = nil;
-  NSWindow* preferences_ = nil;
   NSPanel* shelf_ = nil;
+  MacPreferencesWindow preferences_;
+  MacNewAppNoticeWindow newAppNotice_;
+  MacPlacementGuideWindow placementGuide_;
   struct Notice {
     std::string kind;
     NSPanel* panel;

@@ -10,8 +10,9 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// These windows draw only what the core hands over; the texts of the coach and Preferences are
-// not part of that hand-over yet, so both stay wordless beyond the app's name and version.
+// These windows draw only what the core hands over; the coach's texts are not part of that
+// hand-over yet, so it stays wordless. Preferences, the new-app notice and the placement guide
+// have files of their own.
 
 #include <algorithm>
 
@@ -88,10 +89,6 @@ void placeBelow(NSWindow* window, NSRect anchor) {
   [window setFrameOrigin:NSMakePoint(x, y)];
 }
 
-NSString* versionText() {
-  NSString* version = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
-  return version ? [@"Tarvolo " stringByAppendingString:version] : @"Tarvolo";
-}
 
 }  // namespace
 
@@ -99,7 +96,6 @@ MacUserInterface::MacUserInterface() = default;
 
 MacUserInterface::~MacUserInterface() {
   [coach_ close];
-  [preferences_ close];
   [shelf_ close];
   for (const Notice& notice : notices_) [notice.panel close];
 }
@@ -121,42 +117,6 @@ void MacUserInterface::presentFirstLaunchCoach(std::optional<Rect> anchor) {
     placeBelow(coach_, NSMakeRect(NSMidX(visible), NSMaxY(visible), 0, 0));
   }
   [coach_ orderFrontRegardless];
-}
-
-void MacUserInterface::openPreferences(std::optional<std::string> focus) {
-  // The placeholder window has no sections yet, so there is nothing to bring into focus.
-  (void)focus;
-  if (!preferences_) {
-    preferences_ = [[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 480, 320)
-                                               styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
-                                                         NSWindowStyleMaskMiniaturizable
-                                                 backing:NSBackingStoreBuffered
-                                                   defer:YES];
-    preferences_.title = @"Tarvolo";
-    preferences_.releasedWhenClosed = NO;
-    NSMutableArray<NSView*>* views = [NSMutableArray array];
-    if (NSImageView* icon = symbolView(@"menubar.rectangle", 40)) [views addObject:icon];
-    NSTextField* version = [NSTextField labelWithString:versionText()];
-    version.font = [NSFont systemFontOfSize:NSFont.systemFontSize weight:NSFontWeightSemibold];
-    [views addObject:version];
-    NSStackView* content = stack(views, NSUserInterfaceLayoutOrientationVertical);
-    content.alignment = NSLayoutAttributeCenterX;
-    preferences_.contentView = content;
-    [preferences_ center];
-  }
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
-  [preferences_ makeKeyAndOrderFront:nil];
-}
-
-bool MacUserInterface::isPreferencesVisible() const { return preferences_ && preferences_.visible; }
-
-void MacUserInterface::keepPreferencesFront() {
-  if (!preferences_) return;
-  preferences_.hidesOnDeactivate = NO;
-  preferences_.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
-  [preferences_ makeKeyAndOrderFront:nil];
-  [preferences_ orderFrontRegardless];
 }
 
 void MacUserInterface::showIconShelf(std::optional<MenuBarAccessTier> tier) {
