@@ -274,7 +274,7 @@ TEST(MacBackend, ShelfAndPreferencesReportTheirVisibility) {
 
 TEST(MacBackend, GuideAndNoticeWindowsOpenAndClose) {
   MacUserInterface ui;
-  PlacementGuideViewState guide{.title = "Keep It Always Visible", .target = Rect{100, 880, 60, 24}};
+  PlacementGuideViewState guide{.title = "Keep It Always Visible", .target = tarvolo::Rect{100, 880, 60, 24}};
   ui.placementGuide().show(guide, {});
   EXPECT_TRUE(ui.placementGuide().isShown());
   EXPECT_EQ(ui.placementGuide().chromeFrames().size(), 2u);
