@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "harness/Corpus.h"
 #include "harness/ScenarioRunner.h"
 #include "localization/StringFormat.h"
 
