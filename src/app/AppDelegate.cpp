@@ -1,9 +1,12 @@
 #include "app/AppDelegate.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Log.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/SystemActions.h"
 #include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
@@ -27,10 +30,12 @@ void AppDelegate::applicationDidFinishLaunching() {
   platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
   ReviewPrompt::noteLaunch(platform_.defaults(), platform_.clock().currentDate());
+  environment_->hotkeys().registerHotkeys();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();
   installMainMenu();
   platform_.logSink().writeStandardOutput(launchBanner);
+  if (!pendingURLs_.empty()) applicationOpenURLs(std::exchange(pendingURLs_, {}));
 
   auto arguments = platform_.system().processArguments();
   for (const char* wanted : kPreferencesArguments) {
@@ -71,7 +76,34 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
   return true;
 }
 
-void AppDelegate::applicationWillTerminate() { platform_.logSink().writeStandardOutput(exitBanner); }
+void AppDelegate::applicationWillTerminate() {
+  if (environment_) environment_->hotkeys().unregisterHotkeys();
+  platform_.logSink().writeStandardOutput(exitBanner);
+}
+
+void AppDelegate::applicationOpenURLs(const std::vector<std::string>& urls) {
+  auto* controller = environment_ ? environment_->statusBarController() : nullptr;
+  if (!controller) {
+    pendingURLs_.insert(pendingURLs_.end(), urls.begin(), urls.end());
+    return;
+  }
+  for (const auto& url : urls) {
+    if (auto action = SystemActions::actionForURL(url)) {
+      SystemActions::perform(*action, *controller);
+    } else {
+      Diag::log(LogLine("url ignored").add("url", url));
+    }
+  }
+}
+
+bool AppDelegate::applicationPerformScriptCommand(std::string_view command) {
+  auto* controller = environment_ ? environment_->statusBarController() : nullptr;
+  auto action = SystemActions::actionForScriptCommand(command);
+  Diag::log(LogLine("script command").add("command", command).add("known", action.has_value()));
+  if (!controller || !action) return false;
+  SystemActions::perform(*action, *controller);
+  return true;
+}
 
 void AppDelegate::screenParametersDidChange() {
   environment_->defaultCenter().post(Notifications::applicationDidChangeScreenParameters);

@@ -4,23 +4,15 @@
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/NewAppLaunchCenter.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
-#include <algorithm>
-#include <cmath>
+#include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo {
-
-namespace {
-// Read by the auto-collapse timer; the settings keep it within the timer's bounds.
-constexpr const char* autoCollapseDelayKey = "autoCollapseDelay";
-double storedAutoCollapseDelay(std::optional<double> stored) {
-  if (!stored || std::isnan(*stored)) return 8;
-  return std::clamp(*stored, 1.0, 30.0);
-}
-}  // namespace
 
 AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platform) {
   Logging::setSink(&platform.logSink());
@@ -44,14 +36,27 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .catalog = *statusItemManager_,
       .localization = *localization_,
   });
+  launchAtLogin_ = std::make_unique<LaunchAtLogin>(platform_.loginItems(), platform_.system());
+  // The chord may fire before the controller exists; it is looked up when it does.
+  hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManager::Dependencies{
+      .platform = platform_,
+      .localization = *localization_,
+      .toggleDeep =
+          [this] {
+            if (statusBarController_) statusBarController_->toggleBar(ExpandDepth::deep);
+          },
+  });
 }
 
 AppEnvironment::~AppEnvironment() {
   gapSubscription_ = Subscription();
+  windowSubscriptions_.clear();
   preferences_.reset();
   placementGuide_.reset();
   statusBarController_.reset();
   newAppLaunchCenter_.reset();
+  hotkeys_.reset();
+  launchAtLogin_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
   localization_.reset();
@@ -97,8 +102,18 @@ void AppEnvironment::makeWindows() {
       .openPreferences = [&preferences](std::optional<std::string> focus) { preferences.open(std::move(focus)); },
       .arrange = [&guide] { guide.startTour(); },
       .placementGuideOpen = [&guide] { return guide.isActive(); },
+      .pointerOverGuide = [&guide](Point pointer) { return guide.pointerOverChrome(pointer); },
+      .startAnchorRepair =
+          [&guide](bool openedByCollapseAttempt, bool userInitiated) {
+            if (!guide.isShowingAnchorRepair()) guide.startAnchorRepair(openedByCollapseAttempt, userInitiated);
+          },
       .barDidCollapse = [&guide] { guide.noteBarCollapsed(); },
   });
+  // What the settings show of the chord follows the recorder as it listens and records.
+  auto redraw = [&preferences](const auto&) { preferences.refresh(); };
+  windowSubscriptions_.push_back(hotkeys_->recording.subscribe(redraw));
+  windowSubscriptions_.push_back(hotkeys_->deepChord.subscribe(redraw));
+  windowSubscriptions_.push_back(hotkeys_->conflictMessage.subscribe(redraw));
   // "Show all and arrange" seats the new icon beside the toggle, where the user will see it.
   notices.setArrangeStarter(
       [&guide](const std::string& bundleID) { return guide.startPlacement(bundleID, ItemCategory::alwaysVisible); });
@@ -111,13 +126,29 @@ void AppEnvironment::makeWindows() {
 
 PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   auto& defaults = platform_.defaults();
+  StatusBarController& bar = *statusBarController_;
+  HotkeyManager& hotkeys = *hotkeys_;
+  LaunchAtLogin& login = *launchAtLogin_;
   PreferencesController::Behaviour behaviour;
-  behaviour.autoCollapseDelay = [&defaults] {
-    return storedAutoCollapseDelay(defaults.getDouble(autoCollapseDelayKey));
-  };
+  behaviour.autoCollapseDelay = [&bar] { return bar.autoCollapse().configuredAutoCollapseDelay(); };
   behaviour.setAutoCollapseDelay = [&defaults](double seconds) {
-    defaults.set(autoCollapseDelayKey, DefaultsValue(storedAutoCollapseDelay(seconds)));
+    defaults.set(AutoCollapse::delayKey, DefaultsValue(MenuBarVisibilityPolicy::autoCollapseDelay(seconds)));
   };
+  behaviour.loginItem = [&login] {
+    return PreferencesController::LoginItemState{
+        .supported = login.isSupported(), .enabled = login.isEnabled(), .needsApproval = login.needsApproval()};
+  };
+  behaviour.setLaunchAtLogin = [&login](bool enabled) { login.setEnabled(enabled); };
+  behaviour.openLoginItemsSettings = [&login] { login.openSystemSettings(); };
+  behaviour.revealOnHover = [&bar] { return bar.autoCollapse().revealOnHover(); };
+  behaviour.setRevealOnHover = [&bar](bool enabled) { bar.autoCollapse().setRevealOnHover(enabled); };
+  behaviour.hotkeyDisplay = [&hotkeys] { return hotkeys.display(hotkeys.deepChord.get()); };
+  behaviour.hotkeyRecording = [&hotkeys] { return hotkeys.recording.get(); };
+  behaviour.hotkeyConflict = [&hotkeys] { return hotkeys.conflictMessage.get(); };
+  behaviour.beginHotkeyRecording = [&hotkeys] { hotkeys.beginRecording(); };
+  behaviour.cancelHotkeyRecording = [&hotkeys] { hotkeys.recording = false; };
+  // The native engine is not part of this build; every always-visible choice goes through the
+  // guide.
   behaviour.nativeEngineAvailable = [] { return false; };
   return behaviour;
 }

@@ -11,6 +11,8 @@
 
 namespace tarvolo {
 
+class HotkeyManager;
+class LaunchAtLogin;
 class LocalizationManager;
 class MenuBarPlacementLedger;
 class NewAppLaunchCenter;
@@ -46,6 +48,8 @@ class AppEnvironment {
   // The windows that need the controller; null until start-up step 6.
   PlacementGuideController* placementGuide() { return placementGuide_.get(); }
   PreferencesController* preferences() { return preferences_.get(); }
+  HotkeyManager& hotkeys() { return *hotkeys_; }
+  LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
 
  private:
   void makeWindows();
@@ -59,10 +63,13 @@ class AppEnvironment {
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
+  std::unique_ptr<LaunchAtLogin> launchAtLogin_;
+  std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<PlacementGuideController> placementGuide_;
   std::unique_ptr<PreferencesController> preferences_;
   Subscription gapSubscription_;
+  Cancellables windowSubscriptions_;
 };
 
 }  // namespace tarvolo

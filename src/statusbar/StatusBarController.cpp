@@ -42,9 +42,11 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                .items = items_,
                .host = *this}),
       campaign_(dependencies.platform.mainQueue(), *this),
+      autoCollapse_(dependencies.platform, *this),
+      frontmost_(dependencies.platform, *this),
+      orderRepair_(dependencies.platform, *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
-      foldingCheckWork_(dependencies.platform.mainQueue()),
-      autoCollapseWorkItem_(dependencies.platform.mainQueue()) {
+      foldingCheckWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   items_.seedPreferredPositions();
@@ -110,10 +112,16 @@ void StatusBarController::subscribe() {
       center.addObserver(Notifications::menuBarCatalogDidChange, onMain(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::applicationDidChangeScreenParameters,
                                              onMain(&StatusBarController::screenParametersChanged)));
-  cancellables_.push_back(
-      workspace.addObserver(Notifications::workspaceDidWake, onMain(&StatusBarController::scheduleApply)));
-  cancellables_.push_back(
-      workspace.addObserver(Notifications::activeSpaceDidChange, onMain(&StatusBarController::scheduleApply)));
+  auto wokeOrMoved = onMainQueue(queue, calling(weak(), &StatusBarController::wakeOrSpaceChanged));
+  cancellables_.push_back(workspace.addObserver(Notifications::workspaceDidWake, wokeOrMoved));
+  cancellables_.push_back(workspace.addObserver(Notifications::activeSpaceDidChange, wokeOrMoved));
+  cancellables_.push_back(workspace.addObserver(
+      Notifications::didActivateApplication,
+      bindWeak(weak(), [](StatusBarController& self, const Notification& notification) {
+        if (const auto* app = notification.objectAs<platform::RunningApplication>()) {
+          self.frontmost_.noteFrontmostApplication(*app);
+        }
+      })));
   auto membership = [&queue, weak = weak()](const Notification& notification) {
     std::optional<std::string> bundle;
     if (const auto* app = notification.objectAs<platform::RunningApplication>()) bundle = app->bundleIdentifier;
@@ -136,6 +144,11 @@ void StatusBarController::subscribe() {
 
 void StatusBarController::screenParametersChanged() { engine_.screenParametersChanged(); }
 
+void StatusBarController::wakeOrSpaceChanged() {
+  scheduleApply();
+  scheduleOrderRepairCheck();
+}
+
 // --- start-up ----------------------------------------------------------------------------------
 
 bool StatusBarController::onboardingComplete() const {
@@ -156,6 +169,7 @@ void StatusBarController::showEverything() {
 
 void StatusBarController::finishStartup() {
   mainThread_.check();
+  scheduleOrderRepairCheck();
   startupCollapseAllowed_ = true;
   if (!onboardingComplete()) {
     showEverything();
@@ -172,8 +186,9 @@ bool StatusBarController::startupCollapseMayRun() const {
 
 bool StatusBarController::showsEverything() const { return isExpanded.get() && isDeepExpanded.get(); }
 
-// Order repair takes over here once it exists; until then the bar stays shown.
-void StatusBarController::startupCollapseGaveUp() {}
+void StatusBarController::startupCollapseGaveUp() {
+  if (showsEverything()) orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
+}
 
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
   // A probe's length says nothing about the order.
@@ -208,6 +223,7 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
         .message = text("folding_ineffective_banner"),
         .actionTitle = text("menu_repair_order"),
         .kind = "foldingIneffective",
+        .onAction = repairAction(),
     });
     return;
   }
@@ -240,6 +256,10 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   updateButtonAppearance();
   applyVisibilityNow();
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
+  bool fromGuide = initiator == Initiator::placementGuide;
+  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || manualPlacement_
+                                              ? std::nullopt
+                                              : std::optional(autoCollapse_.configuredAutoCollapseDelay()));
 }
 
 void StatusBarController::collapseBar(CollapseReason reason) {
@@ -259,6 +279,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
     stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
     if (reason == CollapseReason::startup) campaign_.noteWithheld(StayExpandedReason::order);
+    if (Policy::collapseAttemptReopensRepair(reasonText)) orderRepair_.considerRepairForUserCollapse();
     return;
   }
   // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
@@ -280,11 +301,12 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
-  autoCollapseWorkItem_.cancel();
   if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
+  autoCollapse_.barCollapsed();
   recordCollapseLength(length, frontmost, false, std::nullopt);
   beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
   engine_.cliff().startCliffSearchIfNeeded();
+  orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
 }
 
 void StatusBarController::setDeepExpanded(bool deep) {
@@ -343,6 +365,7 @@ void StatusBarController::statusItemClicked() {
     if (pointerMoved || frameMoved) {
       MenuBarLog::log("statusItemClicked: ignored command drag or guide");
       clearArrowPress();
+      orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::detected);
       return;
     }
   }
@@ -434,6 +457,9 @@ platform::Menu StatusBarController::buildContextMenu() {
   // Offered while icons are shown, the moment a user notices one they would rather hide.
   if (isExpanded.get()) {
     menu.items.push_back(item("menu_hide_in_settings", "menuHideInSettings", &StatusBarController::menuHideInSettings));
+  }
+  if (orderRepair_.repairOffered()) {
+    menu.items.push_back(item("menu_repair_order", "repairMenuBarOrder", &StatusBarController::repairMenuBarOrder));
   }
   menu.items.push_back(platform::MenuItem::separator());
   menu.items.push_back(item("menu_preferences", "openPreferences", &StatusBarController::menuPreferences, ","));
@@ -603,6 +629,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
   };
   if (order) {
     notice.actionTitle = text("menu_repair_order");
+    notice.onAction = repairAction();
   } else if (offerAutomaticRepair) {
     // Measuring again later may succeed where this attempt could not.
     notice.actionTitle = text("menu_collapse");
@@ -618,6 +645,7 @@ void StatusBarController::dropToNormalExpandedShelf() {
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
+  if (!manualPlacement_) autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
 }
 
 // --- membership ------------------------------------------------------------------------------------

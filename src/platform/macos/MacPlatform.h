@@ -30,6 +30,8 @@ class MacPlatform final : public Platform {
   SystemInfo& system() override;
   Application& application() override;
   UserInterface& userInterface() override;
+  HotkeyService& hotkeys() override;
+  LoginItemService& loginItems() override;
   void setSystemEventSink(SystemEventSink* sink) override;
 
  private:

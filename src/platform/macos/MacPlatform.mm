@@ -24,6 +24,8 @@ struct MacPlatform::Impl {
   mac::MacSystemInfo system;
   mac::MacApplication application;
   mac::MacUserInterface userInterface;
+  mac::MacHotkeyService hotkeys;
+  mac::MacLoginItemService loginItems;
   // Last, so it is destroyed first.
   mac::MacSystemObserver observer;
 };
@@ -45,6 +47,8 @@ DefaultsStore& MacPlatform::defaults() { return impl_->defaults; }
 SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
 UserInterface& MacPlatform::userInterface() { return impl_->userInterface; }
+HotkeyService& MacPlatform::hotkeys() { return impl_->hotkeys; }
+LoginItemService& MacPlatform::loginItems() { return impl_->loginItems; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }
 
 }  // namespace tarvolo::platform
