@@ -69,6 +69,8 @@ TEST(WindowScenarioTest, PreferencesChoicesPersistAndEveryWayOpensTheOneWindow) 
   EXPECT_EQ(prefs.windowTitle, "Tarvolo-Einstellungen");
   EXPECT_EQ(prefs.general.selectedLanguage, "de");
   EXPECT_EQ(prefs.general.selectedDelay, "15");
+  ASSERT_TRUE(prefs.general.launchAtLogin);
+  EXPECT_TRUE(prefs.general.launchAtLogin->on);
   auto zoneOf = [&](const std::string& bundleId) {
     for (const auto& row : prefs.items.rows) {
       if (row.bundleId == bundleId) return row.zone;
