@@ -80,7 +80,10 @@ std::string stateText(const BarSnapshot& bar) {
   if (bar.ui.preferencesVisible) text += " · Preferences open";
   if (bar.ui.newAppNotice) text += " · new-app notice";
   if (bar.ui.placementGuide) text += " · placement guide";
-  if (bar.ui.coachPresentations > 0) text += " · coach shown";
+  if (bar.ui.coachShown && bar.ui.coach) {
+    text += " · coach " + bar.ui.coach->progress + " “" + bar.ui.coach->title + "”";
+    if (bar.ui.coach->permissionButtonTitle) text += " [" + *bar.ui.coach->permissionButtonTitle + "]";
+  }
   for (const auto& notice : bar.ui.notices) text += " · notice " + notice;
   return text;
 }

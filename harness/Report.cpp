@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "harness/Scenario.h"
+#include "platform/sim/SimAccessibility.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
@@ -37,6 +38,26 @@ std::string appNameOf(const sim::SimDesktop& desktop, const std::string& bundleI
 json frameJson(const std::optional<OwnItemFrame>& frame) {
   if (!frame) return nullptr;
   return {{"minX", frame->minX}, {"maxX", frame->maxX}, {"length", frame->length}, {"onScreen", frame->onScreen}};
+}
+
+json optionalText(const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); }
+
+// The coach's panel as it last stood; null if it never opened.
+json coachJson(const UiState& ui) {
+  if (!ui.coach) return nullptr;
+  const auto& coach = *ui.coach;
+  json anchor = nullptr;
+  if (coach.anchor) anchor = {{"minX", coach.anchor->minX()}, {"maxX", coach.anchor->maxX()}};
+  return {{"shown", ui.coachShown},
+          {"step", coach.stepNumber},
+          {"stepCount", coach.stepCount},
+          {"title", coach.title},
+          {"body", coach.body},
+          {"next", optionalText(coach.nextTitle)},
+          {"done", optionalText(coach.doneTitle)},
+          {"dismiss", coach.dismissTitle},
+          {"permission", optionalText(coach.permissionButtonTitle)},
+          {"anchor", std::move(anchor)}};
 }
 
 }  // namespace
@@ -149,7 +170,12 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   if (ui.newAppNoticeShown) bar.ui.newAppNotice = ui.newAppNotice;
   bar.ui.newAppNotices = ui.newAppNoticeCount;
   if (ui.placementGuideShown) bar.ui.placementGuide = ui.placementGuide;
-  bar.ui.coachPresentations = ui.coachPresentations;
+  bar.ui.coachPresentations = desktop.coachWindow().showCount();
+  bar.ui.coachShown = desktop.coachWindow().isShown();
+  bar.ui.coach = desktop.coachWindow().lastState();
+  bar.accessibility = {.trusted = desktop.simAccessibility().isProcessTrusted(),
+                       .prompts = desktop.simAccessibility().promptsShown(),
+                       .openedURLs = desktop.openedURLs()};
   bar.ui.contextMenuOpen = desktop.openMenu().has_value();
   for (const auto& notice : ui.notices) {
     if (!notice.dismissed) bar.ui.notices.push_back(notice.request.kind);
@@ -218,7 +244,11 @@ json toJson(const BarSnapshot& bar) {
                {"preferences", bar.ui.preferences ? toJson(*bar.ui.preferences) : json(nullptr)},
                {"newAppNotice", bar.ui.newAppNotice ? toJson(*bar.ui.newAppNotice) : json(nullptr)},
                {"newAppNotices", bar.ui.newAppNotices},
-               {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)}};
+               {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)},
+               {"coach", coachJson(bar.ui)}};
+  out["accessibility"] = {{"trusted", bar.accessibility.trusted},
+                          {"prompts", bar.accessibility.prompts},
+                          {"openedURLs", bar.accessibility.openedURLs}};
   if (bar.autoCollapse) {
     const auto& timer = *bar.autoCollapse;
     out["autoCollapse"] = {{"armed", timer.armed},

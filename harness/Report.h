@@ -68,7 +68,10 @@ struct UiState {
   std::optional<platform::NewAppNoticeViewState> newAppNotice;
   int newAppNotices = 0;  // notices shown since start-up
   std::optional<platform::PlacementGuideViewState> placementGuide;
-  int coachPresentations = 0;
+  int coachPresentations = 0;  // times the coach's panel opened
+  bool coachShown = false;
+  // What the coach's panel last showed (kept after it closed); absent if it never opened.
+  std::optional<platform::FirstLaunchCoachViewState> coach;
   bool contextMenuOpen = false;
   std::vector<std::string> notices;  // kinds of notices still showing
 };
@@ -117,6 +120,13 @@ struct OrderRepairState {
   std::optional<std::string> notice;
 };
 
+// The Accessibility permission as System Settings holds it, and what Tarvolo did to ask for it.
+struct AccessibilityState {
+  bool trusted = false;
+  int prompts = 0;
+  std::vector<std::string> openedURLs;
+};
+
 struct BarSnapshot {
   double time = 0;
   bool tarvoloRunning = false;
@@ -136,6 +146,7 @@ struct BarSnapshot {
   std::optional<HotkeyState> hotkey;
   std::optional<OrderRepairState> orderRepair;
   LoginItemState loginItem;
+  AccessibilityState accessibility;
 };
 
 // Where an item spanning minX…maxX sits among Tarvolo's items, by its midpoint.

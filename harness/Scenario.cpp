@@ -65,12 +65,12 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 32> kActionKeys = {
-    "launch",    "terminate",    "activate",  "click",         "commandDrag", "menu",      "screens",
-    "languages", "category",     "relaunch",  "reopen",        "wake",        "quit",      "pointer",
-    "mouseDown", "mouseUp",      "modifierDown", "modifierUp", "key",         "menuTracking", "openURL",
-    "appleScript", "recordHotkey", "loginItem", "revealOnHover", "shortcut",  "preferencesTab",
-    "preferencesSet", "pickZone", "notice",     "guide",       "closePreferences"};
+constexpr std::array<std::string_view, 35> kActionKeys = {
+    "launch",      "terminate",    "activate",  "click",         "commandDrag", "menu",         "screens",
+    "languages",   "category",     "coach",     "accessibility", "activateTarvolo", "relaunch", "reopen",
+    "wake",        "quit",         "pointer",   "mouseDown",     "mouseUp",     "modifierDown", "modifierUp",
+    "key",         "menuTracking", "openURL",   "appleScript",   "recordHotkey", "loginItem",   "revealOnHover",
+    "shortcut",    "preferencesTab", "preferencesSet", "pickZone", "notice",     "guide",       "closePreferences"};
 
 // Virtual key codes of the ANSI letter keys, "A" to "Z".
 constexpr std::array<std::uint16_t, 26> kLetterKeyCodes = {0,  11, 8,  2,  14, 3,  5,  4,  34, 38, 40, 37, 46,
@@ -521,6 +521,21 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "appleScript") return step::AppleScriptCommand{value.nonEmptyString()};
   if (key == "loginItem") return step::SetLoginItem{value.boolean()};
   if (key == "revealOnHover") return step::SetRevealOnHover{value.boolean()};
+  if (key == "coach") {
+    using Control = sim::SimFirstLaunchCoachWindow::Control;
+    const std::string control = value.string();
+    if (control == "next") return step::PressCoach{Control::next};
+    if (control == "done") return step::PressCoach{Control::done};
+    if (control == "dismiss") return step::PressCoach{Control::dismiss};
+    if (control == "permission") return step::PressCoach{Control::permission};
+    value.fail("unknown control " + inQuotes(control) + " (expected next, done, dismiss or permission)");
+  }
+  if (key == "accessibility") {
+    const std::string change = value.string();
+    if (change == "grant") return step::SetAccessibility{true};
+    if (change == "revoke") return step::SetAccessibility{false};
+    value.fail("unknown change " + inQuotes(change) + " (expected grant or revoke)");
+  }
   if (key == "screens") return step::ChangeScreens{parseScreens(value)};
   if (key == "languages") {
     auto languages = value.strings();
@@ -528,6 +543,7 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     return step::ChangeLanguages{std::move(languages)};
   }
   expectTrue(value);
+  if (key == "activateTarvolo") return step::ActivateTarvolo{};
   if (key == "relaunch") return step::Relaunch{};
   if (key == "reopen") return step::Reopen{};
   if (key == "wake") return step::Wake{};
@@ -658,6 +674,20 @@ std::string describe(const Action& action) {
       std::string text = "category " + a.bundleId + " " + (a.category ? std::string(rawValue(*a.category)) : "none");
       return a.confirm ? text + " (confirmed)" : text;
     }
+    std::string operator()(const step::PressCoach& a) const {
+      using Control = sim::SimFirstLaunchCoachWindow::Control;
+      switch (a.control) {
+        case Control::next: return "coach next";
+        case Control::done: return "coach done";
+        case Control::dismiss: return "coach dismiss";
+        case Control::permission: return "coach permission";
+      }
+      return "coach";
+    }
+    std::string operator()(const step::SetAccessibility& a) const {
+      return a.trusted ? "accessibility granted" : "accessibility revoked";
+    }
+    std::string operator()(const step::ActivateTarvolo&) const { return "Tarvolo activated"; }
     std::string operator()(const step::Relaunch&) const { return "relaunch"; }
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }

@@ -145,6 +145,16 @@ struct SetLoginItem {
 struct SetRevealOnHover {
   bool enabled = true;
 };
+// A click on a control of the first-launch coach's panel.
+struct PressCoach {
+  sim::SimFirstLaunchCoachWindow::Control control = sim::SimFirstLaunchCoachWindow::Control::next;
+};
+// The user switches Tarvolo's Accessibility permission in System Settings; nothing tells the app.
+struct SetAccessibility {
+  bool trusted = true;
+};
+// The user brings Tarvolo to the front (back from System Settings, say).
+struct ActivateTarvolo {};
 struct Relaunch {};
 struct Reopen {};
 struct Wake {};
@@ -158,7 +168,8 @@ using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateA
                             step::NoticeButton, step::Guide, step::ClosePreferences,
                             step::MovePointer, step::MouseButtonPress, step::ModifierPress, step::TypeKey,
                             step::MenuTracking, step::OpenURL, step::AppleScriptCommand, step::RecordHotkey,
-                            step::SetLoginItem, step::SetRevealOnHover>;
+                            step::SetLoginItem, step::SetRevealOnHover, step::PressCoach, step::SetAccessibility,
+                            step::ActivateTarvolo>;
 
 // The controls a `preferencesSet` step may set, with the JSON type each takes.
 const std::vector<std::string>& knownPreferencesControls();

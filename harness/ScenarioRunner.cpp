@@ -172,6 +172,19 @@ class Run {
     if (action.confirm) environment.placementLedger().confirm(action.bundleId, *action.category);
     return std::nullopt;
   }
+  std::optional<std::string> act(const step::PressCoach& action) {
+    if (desktop().coachWindow().press(action.control)) return std::nullopt;
+    return std::string(desktop().coachWindow().isShown() ? "the coach does not offer that control now"
+                                                          : "the coach is not shown");
+  }
+  std::optional<std::string> act(const step::SetAccessibility& action) {
+    desktop().simAccessibility().setTrusted(action.trusted);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ActivateTarvolo&) {
+    desktop().activateOwnApp();
+    return std::nullopt;
+  }
   std::optional<std::string> act(const step::Relaunch&) {
     relaunching_ = true;
     session_->relaunch();

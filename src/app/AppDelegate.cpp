@@ -133,6 +133,10 @@ void AppDelegate::menuDidBeginTracking() { environment_->defaultCenter().post(No
 
 void AppDelegate::menuDidEndTracking() { environment_->defaultCenter().post(Notifications::menuDidEndTracking); }
 
+void AppDelegate::applicationDidBecomeActive() {
+  environment_->defaultCenter().post(Notifications::applicationDidBecomeActive);
+}
+
 void AppDelegate::preferredLanguagesDidChange() {
   environment_->defaultCenter().post(Notifications::currentLocaleDidChange);
   environment_->localization().systemLanguagesDidChange();

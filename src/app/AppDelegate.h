@@ -33,6 +33,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
   void menuDidBeginTracking() override;
   void menuDidEndTracking() override;
   void preferredLanguagesDidChange() override;
+  void applicationDidBecomeActive() override;
 
   // The app's owners; null until the app has finished launching.
   AppEnvironment* environment() { return environment_.get(); }

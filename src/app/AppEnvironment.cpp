@@ -7,10 +7,12 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
+#include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
+#include "ui/FirstLaunchCoachController.h"
 
 namespace tarvolo {
 
@@ -22,6 +24,10 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .languageDidChange = [this] { defaultCenter_.post(Notifications::appLanguageDidChange); },
       .log = [](std::string message) { Diag::log(message); },
   });
+  accessibilityPermission_ = std::make_unique<AccessibilityPermission>(AccessibilityPermission::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+  });
   placementLedger_ = std::make_unique<MenuBarPlacementLedger>(
       platform_.defaults(), platform_.system().osMajorVersion(), [](std::string line) { MenuBarLog::log(line); });
   statusItemManager_ = std::make_unique<StatusItemManager>(StatusItemManager::Dependencies{
@@ -29,6 +35,7 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .defaultCenter = defaultCenter_,
       .workspaceCenter = workspaceCenter_,
       .ledger = *placementLedger_,
+      .accessibilityPermission = *accessibilityPermission_,
   });
   newAppLaunchCenter_ = std::make_unique<NewAppLaunchCenter>(NewAppLaunchCenter::Dependencies{
       .platform = platform_,
@@ -53,12 +60,14 @@ AppEnvironment::~AppEnvironment() {
   windowSubscriptions_.clear();
   preferences_.reset();
   placementGuide_.reset();
+  firstLaunchCoach_.reset();
   statusBarController_.reset();
   newAppLaunchCenter_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
+  accessibilityPermission_.reset();
   localization_.reset();
   if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
@@ -70,6 +79,13 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .defaultCenter = defaultCenter_,
         .workspaceCenter = workspaceCenter_,
         .catalog = *statusItemManager_,
+        .localization = *localization_,
+    });
+    firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
+        .platform = platform_,
+        .defaultCenter = defaultCenter_,
+        .statusBar = *statusBarController_,
+        .permission = *accessibilityPermission_,
         .localization = *localization_,
     });
     makeWindows();

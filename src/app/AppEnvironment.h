@@ -13,6 +13,8 @@ namespace tarvolo {
 
 class HotkeyManager;
 class LaunchAtLogin;
+class AccessibilityPermission;
+class FirstLaunchCoachController;
 class LocalizationManager;
 class MenuBarPlacementLedger;
 class NewAppLaunchCenter;
@@ -31,7 +33,8 @@ class AppEnvironment {
   AppEnvironment(const AppEnvironment&) = delete;
   AppEnvironment& operator=(const AppEnvironment&) = delete;
 
-  // Start-up step 6, after the catalogue's first scan: the controller creates the own items.
+  // Start-up step 6, after the catalogue's first scan: the controller creates the own items, and
+  // the coach that presents them on a first launch comes with it.
   StatusBarController& makeStatusBarController();
 
   platform::Platform& platform() { return platform_; }
@@ -40,6 +43,7 @@ class AppEnvironment {
   LocalizationManager& localization() { return *localization_; }
   // The text for `key` in the interface language.
   std::string tr(std::string_view key);
+  AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
   NewAppLaunchCenter& newAppLaunchCenter() { return *newAppLaunchCenter_; }
@@ -50,6 +54,7 @@ class AppEnvironment {
   PreferencesController* preferences() { return preferences_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
+  FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
  private:
   void makeWindows();
@@ -60,6 +65,7 @@ class AppEnvironment {
   NotificationCenter workspaceCenter_;
   // In construction order; destroyed in reverse.
   std::unique_ptr<LocalizationManager> localization_;
+  std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
@@ -70,6 +76,7 @@ class AppEnvironment {
   std::unique_ptr<PreferencesController> preferences_;
   Subscription gapSubscription_;
   Cancellables windowSubscriptions_;
+  std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
 };
 
 }  // namespace tarvolo

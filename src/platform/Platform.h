@@ -17,6 +17,7 @@
 #include "base/Geometry.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
+#include "platform/FirstLaunchCoachWindow.h"
 #include "platform/MenuBarAccessTier.h"
 #include "platform/NewAppNoticeWindow.h"
 #include "platform/PlacementGuideWindow.h"
@@ -193,8 +194,10 @@ class StatusItem {
   virtual bool setSymbolImage(const std::string& symbolName, double pointSize) = 0;
   virtual void setToolTip(const std::string& text) = 0;
   virtual void setAccessibilityLabel(const std::string& text) = 0;
-  // The button sends `action` on the events in `sendOn`; `Events::currentEvent()` tells which.
-  virtual void setAction(EventMask sendOn, std::function<void()> action) = 0;
+  // The button sends `action` on the events in `sendOn`, with the event that sent it: one of the
+  // button's window whose type is in `sendOn`. Pressed any other way (through Accessibility, by
+  // VoiceOver) it comes without one, whatever event the application handled last.
+  virtual void setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) = 0;
   // Shows `menu` under the item; the chosen item's `perform` runs on the main thread.
   virtual void popUpMenu(const Menu& menu) = 0;
 };
@@ -261,6 +264,9 @@ class Workspace {
   // Right end of that application's menu titles on the primary screen's bar, where the system
   // can tell (Accessibility); absent otherwise.
   virtual std::optional<double> applicationMenusMaxX() const = 0;
+  // Opens a URL with its default handler (a System Settings page, for instance); false when
+  // nothing could open it.
+  virtual bool openURL(const std::string& url) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -303,7 +309,11 @@ struct AccessibilityMenuBarItem {
 class Accessibility {
  public:
   virtual ~Accessibility() = default;
+  // Nothing notifies when this changes; ask again when the app becomes active.
   virtual bool isProcessTrusted() const = 0;
+  // Asks with the system's prompt, which also lists the app in System Settings, and answers the
+  // trust as it stands now (the user decides later). Only in answer to a user action.
+  virtual bool requestTrustWithPrompt() = 0;
   // The status items the application exposes. Absent when the tree cannot be read (not trusted,
   // no such process, or the application does not answer); empty when it has none.
   virtual std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const = 0;
@@ -371,7 +381,7 @@ struct NoticeRequest {
 class UserInterface {
  public:
   virtual ~UserInterface() = default;
-  virtual void presentFirstLaunchCoach(std::optional<Rect> anchor) = 0;
+  virtual FirstLaunchCoachWindow& firstLaunchCoach() = 0;
   virtual PreferencesWindow& preferences() = 0;
   virtual NewAppNoticeWindow& newAppNotice() = 0;
   virtual PlacementGuideWindow& placementGuide() = 0;
@@ -398,6 +408,8 @@ class SystemEventSink {
   virtual void menuDidBeginTracking() = 0;
   virtual void menuDidEndTracking() = 0;
   virtual void preferredLanguagesDidChange() = 0;
+  // Tarvolo itself became the active app (the user came back to it, from System Settings say).
+  virtual void applicationDidBecomeActive() = 0;
 };
 
 class ApplicationDelegate {

@@ -46,7 +46,8 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       frontmost_(dependencies.platform, *this),
       orderRepair_(dependencies.platform, *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
-      foldingCheckWork_(dependencies.platform.mainQueue()) {
+      foldingCheckWork_(dependencies.platform.mainQueue()),
+      recreateItemsWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   items_.seedPreferredPositions();
@@ -75,11 +76,22 @@ StatusBarController::~StatusBarController() = default;
 // --- construction ------------------------------------------------------------------------------
 
 OwnStatusItems::Actions StatusBarController::itemActions() {
-  return OwnStatusItems::Actions{
-      .toggleClicked = bindWeak(weak(), &StatusBarController::statusItemClicked),
-      .separatorClicked = bindWeak(weak(), &StatusBarController::separatorClicked),
-      .alwaysHiddenSeparatorClicked = bindWeak(weak(), &StatusBarController::alwaysHiddenSeparatorClicked),
+  auto clicked = [weak = weak()](void (StatusBarController::*method)(std::optional<platform::Event>)) {
+    return bindWeak(weak, [method](StatusBarController& self, std::optional<platform::Event> event) {
+      self.noteOwnItemMouseUp(event);
+      (self.*method)(event);
+    });
   };
+  return OwnStatusItems::Actions{
+      .toggleClicked = clicked(&StatusBarController::statusItemClicked),
+      .separatorClicked = clicked(&StatusBarController::separatorClicked),
+      .alwaysHiddenSeparatorClicked = clicked(&StatusBarController::alwaysHiddenSeparatorClicked),
+  };
+}
+
+// The button's tracking consumes the mouse-up, so no monitor sees it; its action does.
+void StatusBarController::noteOwnItemMouseUp(const std::optional<platform::Event>& event) {
+  if (event && event->type == EventType::leftMouseUp) engine_.gaps().noteMouseUp();
 }
 
 // Sampling starts with the toggle; the placeholder must be created between the two separators
@@ -155,8 +167,13 @@ bool StatusBarController::onboardingComplete() const {
   return platform_.defaults().getBool(onboardingKey).value_or(false);
 }
 
-void StatusBarController::presentFirstLaunchCoach() {
-  platform_.userInterface().presentFirstLaunchCoach(items_.coachAnchor());
+void StatusBarController::presentFirstLaunchCoach() { firstLaunchCoachWanted.notify(); }
+
+void StatusBarController::completeOnboarding() {
+  mainThread_.check();
+  platform_.defaults().set(onboardingKey, DefaultsValue(true));
+  collapseBar(CollapseReason::startup);
+  campaign_.beginIfNeeded();
 }
 
 void StatusBarController::showEverything() {
@@ -335,25 +352,26 @@ void StatusBarController::clearArrowPress() {
   arrowPressAt_.reset();
 }
 
-void StatusBarController::statusItemClicked() {
+void StatusBarController::statusItemClicked(std::optional<platform::Event> sent) {
   mainThread_.check();
-  auto event = platform_.events().currentEvent();
   MenuBarLog::log(LogLine("statusItemClicked fired,")
-                      .add("currentEvent", event ? platform::eventTypeName(event->type) : "none"));
-  if (!event) return;
-  if (event->type == EventType::rightMouseUp) {
+                      .add("currentEvent", sent ? platform::eventTypeName(sent->type) : "none"));
+  // Pressed through Accessibility: what a plain left click does.
+  const platform::Event event =
+      sent.value_or(platform::Event{.type = EventType::leftMouseUp, .timestamp = platform_.clock().now()});
+  if (event.type == EventType::rightMouseUp) {
     showContextMenu();
     return;
   }
-  if (event->type == EventType::leftMouseDown) {
+  if (event.type == EventType::leftMouseDown) {
     recordArrowPress();
     return;
   }
-  if (event->type != EventType::leftMouseUp) return;
+  if (event.type != EventType::leftMouseUp) return;
 
   auto session = platform_.events().modifierFlags();
-  bool option = session.has(Modifier::option) || event->modifierFlags.has(Modifier::option);
-  bool command = session.has(Modifier::command) || event->modifierFlags.has(Modifier::command);
+  bool option = session.has(Modifier::option) || event.modifierFlags.has(Modifier::option);
+  bool command = session.has(Modifier::command) || event.modifierFlags.has(Modifier::command);
   MenuBarLog::log(LogLine("statusItemClicked:").add("isOption", option).add("isCommand", command));
 
   if (command && arrowPressAt_ && platform_.clock().now() - *arrowPressAt_ < kArrowPressWindow) {
@@ -422,8 +440,7 @@ void StatusBarController::closeIconShelf() {
   if (platform_.userInterface().isIconShelfShown()) platform_.userInterface().closeIconShelf();
 }
 
-void StatusBarController::separatorClicked() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::separatorClicked(std::optional<platform::Event> event) {
   if (event && event->type == EventType::rightMouseUp) {
     showContextMenu();
     return;
@@ -431,8 +448,7 @@ void StatusBarController::separatorClicked() {
   toggleBar(ExpandDepth::normal);
 }
 
-void StatusBarController::alwaysHiddenSeparatorClicked() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::alwaysHiddenSeparatorClicked(std::optional<platform::Event> event) {
   if (event && event->type == EventType::rightMouseUp) {
     showContextMenu();
     return;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/MainThreadChecker.h"
+#include "base/ObserverList.h"
 #include "base/Published.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
@@ -80,6 +81,9 @@ class StatusBarController final : private CollapseHost,
   Published<bool> isDeepExpanded{false};
   Published<bool> foldingEffective{false};
   Published<bool> alwaysVisibleAnchorReady{false};
+  // Told whenever the first-launch coach is wanted: at start-up without onboarding, and on each
+  // collapse that onboarding blocks. The coach's owner (src/ui/) listens.
+  ObserverList<> firstLaunchCoachWanted;
 
   void setWindowHooks(WindowHooks hooks) { windowHooks_ = std::move(hooks); }
   // Told whenever a gap between the own items moved (an icon arrived, left or was dragged).
@@ -89,6 +93,8 @@ class StatusBarController final : private CollapseHost,
 
   // --- start-up
   void finishStartup();
+  // The coach was finished or dismissed: stores that, and collapses at once as start-up would.
+  void completeOnboarding();
   void scheduleStartupCollapseRetry(const std::string& reason) { campaign_.scheduleStartupCollapseRetry(reason); }
   void performStartupCollapseRetry(const std::string& reason) { campaign_.performStartupCollapseRetry(reason); }
   void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }
@@ -105,9 +111,11 @@ class StatusBarController final : private CollapseHost,
   MenuBarPresentation currentPresentation() const override;
 
   // --- clicks and the context menu
-  void statusItemClicked();
-  void separatorClicked();
-  void alwaysHiddenSeparatorClicked();
+  // With the event that sent the click; absent when pressed through Accessibility, which acts
+  // as a plain left click.
+  void statusItemClicked(std::optional<platform::Event> event);
+  void separatorClicked(std::optional<platform::Event> event);
+  void alwaysHiddenSeparatorClicked(std::optional<platform::Event> event);
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
@@ -215,6 +223,7 @@ class StatusBarController final : private CollapseHost,
   void noteAlwaysVisibleAnchorReady() override { alwaysVisibleAnchorReady = true; }
 
   OwnStatusItems::Actions itemActions();
+  void noteOwnItemMouseUp(const std::optional<platform::Event>& event);
   void companionAfterOwnItem(OwnStatusItems::Item created);
   void subscribe();
   void screenParametersChanged();
@@ -297,6 +306,7 @@ class StatusBarController final : private CollapseHost,
 
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
+  WorkItem recreateItemsWork_;
 
   Cancellables cancellables_;
 

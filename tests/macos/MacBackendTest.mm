@@ -134,7 +134,7 @@ TEST(MacBackend, OSVersionSeesThroughCompatibilityNumbers) {
 TEST(MacBackend, MenuBarHeightComesFromTheVisibleFrameGap) {
   EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1512, 982), NSMakeRect(0, 0, 1512, 944), 22), 37);
   EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 70, 1920, 985), 22), 24);
-  EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 0, 1920, 1080), 22), 22);
+  EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 0, 1920, 1080), 24), 24);
 }
 
 TEST(MacBackend, StatusItemsTakeSystemSymbolsAndRefuseUnknownOnes) {
@@ -179,7 +179,7 @@ TEST(MacBackend, ActionTargetSurvivesAnActionThatReleasesIt) {
 
 struct RecordingSink final : SystemEventSink {
   int screens = 0, wakes = 0, spaces = 0, launches = 0, terminations = 0, activations = 0, menuBegins = 0,
-      menuEnds = 0, languages = 0;
+      menuEnds = 0, languages = 0, becameActive = 0;
   void screenParametersDidChange() override { ++screens; }
   void workspaceDidWake() override { ++wakes; }
   void activeSpaceDidChange() override { ++spaces; }
@@ -189,6 +189,7 @@ struct RecordingSink final : SystemEventSink {
   void menuDidBeginTracking() override { ++menuBegins; }
   void menuDidEndTracking() override { ++menuEnds; }
   void preferredLanguagesDidChange() override { ++languages; }
+  void applicationDidBecomeActive() override { ++becameActive; }
 };
 
 TEST(MacBackend, SystemObserverReportsUntilTheSinkIsClearedOrItIsGone) {
@@ -200,6 +201,7 @@ TEST(MacBackend, SystemObserverReportsUntilTheSinkIsClearedOrItIsGone) {
   [center postNotificationName:NSMenuDidBeginTrackingNotification object:nil];
   [center postNotificationName:NSApplicationDidChangeScreenParametersNotification object:nil];
   [center postNotificationName:NSCurrentLocaleDidChangeNotification object:nil];
+  [center postNotificationName:NSApplicationDidBecomeActiveNotification object:nil];
   [workspace postNotificationName:NSWorkspaceDidWakeNotification object:nil];
   [workspace postNotificationName:NSWorkspaceDidActivateApplicationNotification
                            object:nil
@@ -208,6 +210,7 @@ TEST(MacBackend, SystemObserverReportsUntilTheSinkIsClearedOrItIsGone) {
   EXPECT_EQ(sink.menuBegins, 1);
   EXPECT_EQ(sink.screens, 1);
   EXPECT_EQ(sink.languages, 1);
+  EXPECT_EQ(sink.becameActive, 1);
   EXPECT_EQ(sink.wakes, 1);
   EXPECT_EQ(sink.activations, 1);
   observer->setSink(nullptr);

@@ -10,6 +10,7 @@
 #include "discovery/tracking/MenuBarWindowProbe.h"
 #include "discovery/NewAppNoticePolicy.h"
 #include "discovery/PlacementPolicy.h"
+#include "permissions/AccessibilityPermission.h"
 
 namespace tarvolo {
 
@@ -73,6 +74,7 @@ StatusItemManager::StatusItemManager(Dependencies dependencies)
       defaultCenter_(dependencies.defaultCenter),
       workspaceCenter_(dependencies.workspaceCenter),
       ledger_(dependencies.ledger),
+      accessibilityPermission_(dependencies.accessibilityPermission),
       membershipRescanWork_(dependencies.platform.mainQueue()),
       zoneRefreshWork_(dependencies.platform.mainQueue()) {
   loadStoredState();
@@ -169,6 +171,10 @@ void StatusItemManager::subscribe() {
       Notifications::didTerminateApplication, onMainQueue(queue, [weak, bundleOf](const Notification& notification) {
         if (auto* self = weak.get()) self->applicationTerminated(bundleOf(notification));
       })));
+  // Granted while running: the icons seen so far can be tied to their apps at once.
+  cancellables_.push_back(accessibilityPermission_.isTrusted.subscribe([weak](const bool&) {
+    if (auto* self = weak.get()) self->refreshObservedZones();
+  }));
 }
 
 void StatusItemManager::applicationLaunched(const std::optional<std::string>& bundleID) {
@@ -315,7 +321,8 @@ void StatusItemManager::publishCatalog() {
 
 std::vector<ForeignMenuBarWindow> StatusItemManager::attributionWindows() const {
   auto& accessibility = platform_.accessibility();
-  if (platform_.system().osMajorVersion() < accessibilityAttributionFromOSMajor || !accessibility.isProcessTrusted()) {
+  if (platform_.system().osMajorVersion() < accessibilityAttributionFromOSMajor ||
+      !accessibilityPermission_.isTrusted.get()) {
     return MenuBarWindowProbe::snapshot(platform_.windowList(), platform_.screens());
   }
   // Each application's own Accessibility items, owned by its identifier so that matching is exact.

@@ -24,6 +24,7 @@
 
 namespace tarvolo {
 
+class AccessibilityPermission;
 class MenuBarPlacementLedger;
 class NotificationCenter;
 
@@ -74,6 +75,8 @@ class StatusItemManager {
     NotificationCenter& defaultCenter;
     NotificationCenter& workspaceCenter;
     MenuBarPlacementLedger& ledger;
+    // Whether icons can be tied to their apps through Accessibility; a grant fills the catalogue.
+    AccessibilityPermission& accessibilityPermission;
   };
   // Reads the own items' extents; absent while they cannot be read.
   using AnchorSource = std::function<std::optional<PlacementAnchors>()>;
@@ -169,6 +172,7 @@ class StatusItemManager {
   NotificationCenter& defaultCenter_;
   NotificationCenter& workspaceCenter_;
   MenuBarPlacementLedger& ledger_;
+  AccessibilityPermission& accessibilityPermission_;
   AnchorSource anchors_;
   double expandedSeparatorLength_ = 0;
   MainThreadChecker mainThread_;

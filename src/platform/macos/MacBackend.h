@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -43,6 +44,9 @@ ModifierFlags modifierFlagsFrom(NSEventModifierFlags flags);
 ActivationPolicy activationPolicyFrom(NSApplicationActivationPolicy policy);
 NSApplicationActivationPolicy nsActivationPolicy(ActivationPolicy policy);
 RunningApplication runningApplicationFrom(NSRunningApplication* app);
+// Whether the workspace announces the app's launch and termination: regular and accessory
+// apps, not background-only processes.
+bool isAnnouncedApplication(NSRunningApplication* app);
 
 // Property-list objects the store cannot represent (data, dates) are absent; inside arrays and
 // dictionaries they are skipped.
@@ -76,6 +80,11 @@ class MacMainQueue final : public MainQueue {
     std::mutex mutex;
     TaskId lastId = 0;
     std::unordered_map<TaskId, std::function<void()>> tasks;
+    // Tasks due within a second (probes, verifications) and the activity that keeps App Nap
+    // from delaying them while any is pending.
+    std::unordered_set<TaskId> prompt;
+    id activity = nil;
+    void forget(TaskId id);  // under `mutex`
   };
   // Shared with the dispatched blocks, which hold it weakly.
   std::shared_ptr<Pending> pending_;
@@ -159,7 +168,7 @@ class MacStatusItem final : public StatusItem {
   bool setSymbolImage(const std::string& symbolName, double pointSize) override;
   void setToolTip(const std::string& text) override;
   void setAccessibilityLabel(const std::string& text) override;
-  void setAction(EventMask sendOn, std::function<void()> action) override;
+  void setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) override;
   void popUpMenu(const Menu& menu) override;
 
  private:
@@ -193,6 +202,7 @@ class MacWorkspace final : public Workspace {
   std::optional<RunningApplication> menuBarOwningApplication() const override;
   // Read through Accessibility (MacWindowServer.mm), so absent until Tarvolo is trusted.
   std::optional<double> applicationMenusMaxX() const override;
+  bool openURL(const std::string& url) override;
 };
 
 // Watches the system and reports to the sink it is given; stops watching when destroyed.
@@ -230,7 +240,46 @@ class MacWindowList final : public WindowList {
 class MacAccessibility final : public Accessibility {
  public:
   bool isProcessTrusted() const override;
+  bool requestTrustWithPrompt() override;
   std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The first-launch coach's panel (MacFirstLaunchCoachWindow.mm)
+
+class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
+ public:
+  MacFirstLaunchCoachWindow();
+  ~MacFirstLaunchCoachWindow() override;
+  MacFirstLaunchCoachWindow(const MacFirstLaunchCoachWindow&) = delete;
+  MacFirstLaunchCoachWindow& operator=(const MacFirstLaunchCoachWindow&) = delete;
+
+  void show(const FirstLaunchCoachViewState& state, FirstLaunchCoachActions actions) override;
+  void update(const FirstLaunchCoachViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  void build();
+  void fill(const FirstLaunchCoachViewState& state);
+  void place(const std::optional<Rect>& anchor);
+
+  NSPanel* panel_ = nil;
+  NSTextField* progress_ = nil;
+  NSTextField* title_ = nil;
+  NSTextField* body_ = nil;
+  NSTextField* note_ = nil;
+  NSTextField* hint_ = nil;
+  NSButton* permission_ = nil;
+  NSButton* next_ = nil;
+  NSButton* done_ = nil;
+  NSButton* dismiss_ = nil;
+  // Buttons hold their targets weakly.
+  TRVActionTarget* nextTarget_ = nil;
+  TRVActionTarget* doneTarget_ = nil;
+  TRVActionTarget* dismissTarget_ = nil;
+  TRVActionTarget* permissionTarget_ = nil;
+  FirstLaunchCoachActions actions_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -289,7 +338,7 @@ class MacUserInterface final : public UserInterface {
   MacUserInterface();
   ~MacUserInterface() override;
 
-  void presentFirstLaunchCoach(std::optional<Rect> anchor) override;
+  FirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
   PreferencesWindow& preferences() override { return preferences_; }
   NewAppNoticeWindow& newAppNotice() override { return newAppNotice_; }
   PlacementGuideWindow& placementGuide() override { return placementGuide_; }
@@ -304,7 +353,7 @@ class MacUserInterface final : public UserInterface {
   void forgetClosedNotices();
   void layoutNotices();
 
-  NSPanel* coach_ = nil;
+  MacFirstLaunchCoachWindow coach_;
   NSPanel* shelf_ = nil;
   MacPreferencesWindow preferences_;
   MacNewAppNoticeWindow newAppNotice_;

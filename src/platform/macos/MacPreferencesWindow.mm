@@ -327,7 +327,7 @@ void MacPreferencesWindow::show(const PreferencesViewState& state, PreferencesCa
   impl_->callbacks = std::move(callbacks);
   impl_->drawn.reset();
   impl_->draw(state);
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  kit::activateApplication();
   [impl_->window makeKeyAndOrderFront:nil];
 }
 
@@ -344,7 +344,7 @@ void MacPreferencesWindow::keepFront() {
   if (!impl_->window) return;
   impl_->window.hidesOnDeactivate = NO;
   impl_->window.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  kit::activateApplication();
   [impl_->window makeKeyAndOrderFront:nil];
   [impl_->window orderFrontRegardless];
 }

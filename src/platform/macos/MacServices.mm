@@ -28,6 +28,20 @@ double MacClock::now() const {
 
 double MacClock::currentDate() const { return [NSDate date].timeIntervalSince1970; }
 
+namespace {
+
+// App Nap may stretch an idle accessory app's short timers to seconds; the collapse probes and
+// their verification are timed in tenths of a second.
+constexpr double kPromptTaskDelay = 1.0;
+
+}  // namespace
+
+void MacMainQueue::Pending::forget(TaskId id) {
+  if (prompt.erase(id) == 0 || !prompt.empty() || !activity) return;
+  [NSProcessInfo.processInfo endActivity:activity];
+  activity = nil;
+}
+
 MacMainQueue::MacMainQueue() : pending_(std::make_shared<Pending>()) {}
 
 TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
@@ -36,6 +50,14 @@ TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
     std::lock_guard lock(pending_->mutex);
     id = ++pending_->lastId;
     pending_->tasks.emplace(id, std::move(task));
+    if (delaySeconds > 0 && delaySeconds <= kPromptTaskDelay) {
+      pending_->prompt.insert(id);
+      if (!pending_->activity) {
+        pending_->activity = [NSProcessInfo.processInfo
+            beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                              reason:@"Measuring the menu bar after a change"];
+      }
+    }
   }
   std::weak_ptr<Pending> weakPending = pending_;
   dispatch_block_t block = ^{
@@ -48,6 +70,7 @@ TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
       if (it == pending->tasks.end()) return;
       run = std::move(it->second);
       pending->tasks.erase(it);
+      pending->forget(id);
     }
     if (run) run();
   };
@@ -68,6 +91,7 @@ void MacMainQueue::cancel(TaskId id) {
     if (it == pending_->tasks.end()) return;
     dropped = std::move(it->second);
     pending_->tasks.erase(it);
+    pending_->forget(id);
   }
   // `dropped` dies here, outside the lock: its captures may cancel other tasks.
 }

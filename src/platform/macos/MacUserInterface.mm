@@ -1,4 +1,4 @@
-// The app's own windows: first-launch coach, Preferences, Icon Shelf panel and notices.
+// The app's own windows: Preferences, Icon Shelf panel and notices (the coach has its own file).
 //
 // OS quirks handled here:
 // - An accessory app (LSUIElement) has no Dock icon and is not active after launch, so a normal
@@ -10,9 +10,8 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// These windows draw only what the core hands over; the coach's texts are not part of that
-// hand-over yet, so it stays wordless. Preferences, the new-app notice and the placement guide
-// have files of their own.
+// These windows draw only what the core hands over. The coach, Preferences, the new-app notice
+// and the placement guide have files of their own.
 
 #include <algorithm>
 
@@ -52,15 +51,6 @@ NSStackView* stack(NSArray<NSView*>* views, NSUserInterfaceLayoutOrientation ori
   return stack;
 }
 
-NSImageView* symbolView(NSString* name, CGFloat pointSize) {
-  NSImage* image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:nil];
-  if (!image) return nil;
-  NSImageSymbolConfiguration* configuration = [NSImageSymbolConfiguration configurationWithPointSize:pointSize
-                                                                                              weight:NSFontWeightRegular];
-  NSImage* sized = [image imageWithSymbolConfiguration:configuration];
-  return [NSImageView imageViewWithImage:sized ? sized : image];
-}
-
 void setContent(NSWindow* window, NSView* content) {
   window.contentView = content;
   [window setContentSize:content.fittingSize];
@@ -89,34 +79,13 @@ void placeBelow(NSWindow* window, NSRect anchor) {
   [window setFrameOrigin:NSMakePoint(x, y)];
 }
 
-
 }  // namespace
 
 MacUserInterface::MacUserInterface() = default;
 
 MacUserInterface::~MacUserInterface() {
-  [coach_ close];
   [shelf_ close];
   for (const Notice& notice : notices_) [notice.panel close];
-}
-
-void MacUserInterface::presentFirstLaunchCoach(std::optional<Rect> anchor) {
-  if (!coach_) {
-    coach_ = makePanel(NSMakeSize(200, 60));
-    // ⌘ + drag, left or right: how icons are moved between zones.
-    NSMutableArray<NSView*>* symbols = [NSMutableArray array];
-    for (NSString* name in @[ @"command", @"plus", @"hand.draw", @"arrow.left.and.right" ]) {
-      if (NSImageView* view = symbolView(name, 20)) [symbols addObject:view];
-    }
-    setContent(coach_, stack(symbols, NSUserInterfaceLayoutOrientationHorizontal));
-  }
-  if (anchor) {
-    placeBelow(coach_, NSMakeRect(anchor->x, anchor->y, anchor->width, anchor->height));
-  } else {
-    NSRect visible = primaryVisibleFrame();
-    placeBelow(coach_, NSMakeRect(NSMidX(visible), NSMaxY(visible), 0, 0));
-  }
-  [coach_ orderFrontRegardless];
 }
 
 void MacUserInterface::showIconShelf(std::optional<MenuBarAccessTier> tier) {

@@ -13,6 +13,9 @@
 
 namespace tarvolo::platform::mac::kit {
 
+// Asks for the app to come forward: cooperatively from macOS 14, where
+// -activateIgnoringOtherApps: is deprecated.
+void activateApplication();
 // A secondary-coloured, wrapping label in the small system font.
 NSTextField* detailLabel(const std::string& text, CGFloat width);
 // A label in the system font of `size` and `weight`.

@@ -5,6 +5,15 @@
 
 namespace tarvolo::platform::mac::kit {
 
+void activateApplication() {
+  NSApplication* application = NSApplication.sharedApplication;
+  if ([application respondsToSelector:@selector(activate)]) {
+    [application performSelector:@selector(activate)];
+  } else {
+    [application activateIgnoringOtherApps:YES];
+  }
+}
+
 NSTextField* detailLabel(const std::string& text, CGFloat width) {
   NSTextField* field = [NSTextField wrappingLabelWithString:nsString(text)];
   field.font = [NSFont systemFontOfSize:NSFont.smallSystemFontSize];

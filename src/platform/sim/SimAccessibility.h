@@ -19,6 +19,13 @@ class SimAccessibility final : public platform::Accessibility {
   explicit SimAccessibility(const SimDesktop& desktop) : desktop_(desktop) {}
 
   bool isProcessTrusted() const override { return trusted_; }
+  // The prompt changes nothing by itself: the user grants the permission later, in System
+  // Settings (`setTrusted`).
+  bool requestTrustWithPrompt() override {
+    ++promptsShown_;
+    return trusted_;
+  }
+  int promptsShown() const { return promptsShown_; }
   std::optional<std::vector<platform::AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
 
   void setTrusted(bool trusted) { trusted_ = trusted; }
@@ -28,6 +35,7 @@ class SimAccessibility final : public platform::Accessibility {
  private:
   const SimDesktop& desktop_;
   bool trusted_ = true;
+  int promptsShown_ = 0;
   std::set<int> unresponsive_;
 };
 

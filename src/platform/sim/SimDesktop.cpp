@@ -31,6 +31,17 @@ std::size_t utf8Length(const std::string& text) {
   return count;
 }
 
+// The workspace's launch and terminate notifications cover the apps a user runs, with or without a
+// Dock icon; background-only processes (daemons, helpers, XPC services) come and go unannounced.
+bool reportsLaunchAndTermination(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular:
+    case platform::ActivationPolicy::accessory: return true;
+    case platform::ActivationPolicy::prohibited: return false;
+  }
+  return false;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -93,7 +104,7 @@ class SimStatusItem final : public platform::StatusItem {
   void setAccessibilityLabel(const std::string& text) override {
     if (auto* s = desktop_.item(id_)) s->accessibilityLabel = text;
   }
-  void setAction(platform::EventMask sendOn, std::function<void()> action) override {
+  void setAction(platform::EventMask sendOn, std::function<void(std::optional<Event>)> action) override {
     if (auto* s = desktop_.item(id_)) {
       s->actionMask = sendOn;
       s->action = std::move(action);
@@ -202,6 +213,10 @@ struct SimDesktop::Adapters {
       return frontmostApplication();
     }
     std::optional<double> applicationMenusMaxX() const override { return d.menusRightEdge(); }
+    bool openURL(const std::string& url) override {
+      d.openedURLs_.push_back(url);
+      return true;
+    }
   };
 
   struct System final : platform::SystemInfo {
@@ -304,10 +319,7 @@ struct SimDesktop::Adapters {
     Guide guideWindow;
     explicit Ui(SimDesktop& desktop)
         : d(desktop), preferencesWindow(desktop), noticeWindow(desktop), guideWindow(desktop) {}
-    void presentFirstLaunchCoach(std::optional<Rect> anchor) override {
-      ++d.ui_.coachPresentations;
-      d.ui_.coachAnchor = anchor;
-    }
+    platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
     platform::PreferencesWindow& preferences() override { return preferencesWindow; }
     platform::NewAppNoticeWindow& newAppNotice() override { return noticeWindow; }
     platform::PlacementGuideWindow& placementGuide() override { return guideWindow; }
@@ -518,7 +530,7 @@ void SimDesktop::launchApp(const std::string& bundleId) {
   config->running = true;
   launchDates_[config->bundleId] = queue_.currentDate();
   spawnItems(*config);
-  if (sink_) sink_->applicationDidLaunch(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidLaunch(runningApp(*config));
 }
 
 void SimDesktop::terminateApp(const std::string& bundleId) {
@@ -530,7 +542,7 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
   if (frontmost_ && text::equalsIgnoringCase(*frontmost_, config->bundleId)) frontmost_.reset();
   relayout();
-  if (sink_) sink_->applicationDidTerminate(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidTerminate(runningApp(*config));
 }
 
 void SimDesktop::setFrontmost(const std::string& bundleId) {
@@ -572,6 +584,11 @@ void SimDesktop::launchOwnApp() {
 
 void SimDesktop::reopenOwnApp() {
   if (ownAppRunning_ && delegate_) delegate_->applicationShouldHandleReopen(ui_.preferencesVisible);
+  activateOwnApp();
+}
+
+void SimDesktop::activateOwnApp() {
+  if (ownAppRunning_ && sink_) sink_->applicationDidBecomeActive();
 }
 
 void SimDesktop::ownProcessExited() {
@@ -629,7 +646,13 @@ SimItemState* SimDesktop::item(int id) {
 void SimDesktop::removeItem(int id, bool deletePosition) {
   auto it = std::find_if(items_.begin(), items_.end(), [id](const auto& item) { return item->id == id; });
   if (it == items_.end()) return;
-  if (deletePosition && (*it)->ownerPid == kOwnPid) defaults_->remove(preferredPositionKey((*it)->autosaveName));
+  if (deletePosition && (*it)->ownerPid == kOwnPid) {
+    // The item is released when the turn ends and deletes its position again then: a position
+    // written for a new item in the same turn is lost, as on a Mac.
+    auto key = preferredPositionKey((*it)->autosaveName);
+    defaults_->remove(key);
+    queue_.post(0, [this, key] { defaults_->remove(key); });
+  }
   items_.erase(it);
   relayout();
 }
@@ -826,6 +849,10 @@ Point SimDesktop::itemCenter(const SimItemState& item) const {
 
 void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
   bool ownTarget = target && target->ownerPid == kOwnPid && ownAppRunning_;
+  // A status button tracks the mouse inside its mouse-down, which consumes the mouse-up: the
+  // app's local monitors never see it; only the button's action does.
+  const bool consumedByTracking = ownTarget && (event.type == EventType::leftMouseUp ||
+                                                event.type == EventType::rightMouseUp);
   // Copy: a handler may install or remove monitors.
   auto monitors = monitors_;
   std::optional<Event> delivered = event;
@@ -833,15 +860,27 @@ void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
     if (!(monitor.mask & platform::eventMask(event.type))) continue;
     if (!monitors_.count(id)) continue;
     if (monitor.global && !ownTarget) monitor.globalHandler(event);
-    if (!monitor.global && ownTarget && delivered) delivered = monitor.localHandler(*delivered);
+    if (!monitor.global && ownTarget && delivered && !consumedByTracking) delivered = monitor.localHandler(*delivered);
   }
   if (!ownTarget || !delivered) return;
   SimItemState* state = item(target->id);
   if (!state || !(state->actionMask & platform::eventMask(event.type)) || !state->action) return;
   currentEvent_ = *delivered;
+  lastEvent_ = *delivered;
   auto action = state->action;
-  action();
+  action(*delivered);
   currentEvent_.reset();
+}
+
+bool SimDesktop::pressOwnItemThroughAccessibility(const std::string& autosaveName) {
+  const SimItemState* target = ownItem(autosaveName);
+  if (!target || !ownAppRunning_ || !target->action) return false;
+  // The application's current event is whatever it handled last, which says nothing of this press.
+  currentEvent_ = lastEvent_;
+  auto action = target->action;
+  action(std::nullopt);
+  currentEvent_.reset();
+  return true;
 }
 
 bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton button, platform::ModifierFlags modifiers) {

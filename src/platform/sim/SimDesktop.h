@@ -13,6 +13,7 @@
 
 #include "platform/Platform.h"
 #include "platform/sim/SimDefaultsStore.h"
+#include "platform/sim/SimFirstLaunchCoachWindow.h"
 #include "platform/sim/SimMainQueue.h"
 
 namespace tarvolo::sim {
@@ -112,7 +113,7 @@ struct SimItemState {
   std::string toolTip;
   std::string accessibilityLabel;
   platform::EventMask actionMask = 0;
-  std::function<void()> action;
+  std::function<void(std::optional<platform::Event>)> action;
   // Truth of the current layout, and the frame the window server reports for it (parked at the
   // visible stretch's left end when displaced; waiting at the screen's left edge when rejected).
   std::optional<Rect> frame;
@@ -139,8 +140,6 @@ struct SimNoticeRecord {
 
 // What the app's own windows did, since the simulator draws none.
 struct SimUiRecord {
-  int coachPresentations = 0;
-  std::optional<Rect> coachAnchor;
   std::vector<double> preferencesOpenedAt;  // each time the window was shown while closed
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
@@ -215,17 +214,24 @@ class SimDesktop final : public platform::Platform {
   bool ownAppRunning() const { return ownAppRunning_; }
   // The process ends without tidying up: its items vanish, stored positions stay.
   void ownProcessExited();
+  // Reopening from the Dock or Finder also makes the app active.
   void reopenOwnApp();
+  // AXPress on one of the app's own items (VoiceOver): its action runs without an event of its own.
+  bool pressOwnItemThroughAccessibility(const std::string& autosaveName);
+  // The user brings Tarvolo to the front (clicks one of its windows, or comes back to it).
+  void activateOwnApp();
   void replaceDefaults(SimDefaultsStore store);
   SimDefaultsStore& simDefaults() { return *defaults_; }
   SimWindowList& simWindowList() { return *windowList_; }
   const SimWindowList& simWindowList() const { return *windowList_; }
   SimAccessibility& simAccessibility() { return *accessibility_; }
+  const SimAccessibility& simAccessibility() const { return *accessibility_; }
   const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
   // --- driving the desktop
   SimMainQueue& queue() { return queue_; }
   void setFrontmost(const std::string& bundleId);
+  // Reported to the app only for regular and accessory apps, as the workspace announces them.
   void launchApp(const std::string& bundleId);
   void terminateApp(const std::string& bundleId);
   void addApp(SimAppSpec app);
@@ -302,6 +308,10 @@ class SimDesktop final : public platform::Platform {
   const std::vector<SimHotkeyRecord>& registeredHotkeys() const { return hotkeys_; }
   platform::LoginItemStatus loginItemStatus() const { return settings_.loginItemStatus; }
   const SimLoginItemRecord& loginItemRecord() const { return loginItemRecord_; }
+  SimFirstLaunchCoachWindow& coachWindow() { return coachWindow_; }
+  const SimFirstLaunchCoachWindow& coachWindow() const { return coachWindow_; }
+  // URLs the app asked the system to open, in order.
+  const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   const std::vector<SimLogLine>& logLines() const { return log_; }
   std::vector<std::string> logMessages(const std::string& channel = "") const;
   platform::ActivationPolicy ownActivationPolicy() const { return ownPolicy_; }
@@ -357,6 +367,7 @@ class SimDesktop final : public platform::Platform {
   Point pointer_{};
   std::uint32_t pressedButtons_ = 0;
   std::optional<platform::Event> currentEvent_;
+  std::optional<platform::Event> lastEvent_;  // the last event the app handled
   struct Monitor {
     platform::EventMask mask = 0;
     bool global = true;
@@ -369,6 +380,8 @@ class SimDesktop final : public platform::Platform {
   std::optional<SimMenuRecord> openMenu_;
   int menuOpenCount_ = 0;
   SimUiRecord ui_;
+  SimFirstLaunchCoachWindow coachWindow_;
+  std::vector<std::string> openedURLs_;
   std::vector<SimLogLine> log_;
   std::vector<SimHotkeyRecord> hotkeys_;
   SimLoginItemRecord loginItemRecord_;

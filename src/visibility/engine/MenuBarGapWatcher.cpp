@@ -34,7 +34,8 @@ void MenuBarGapWatcher::startMenuBarSampling() {
   auto noteMouseUp = bindWeak(weak(), &MenuBarGapWatcher::noteMouseUp);
   mouseUpMonitor_ =
       platform_.events().addGlobalMonitor(mouseUp, [noteMouseUp](const platform::Event&) { noteMouseUp(); });
-  // Drags of the app's own items end in the app.
+  // Mouse-ups in the app's own windows; those on its status items are consumed by the buttons'
+  // tracking and reach `noteMouseUp` through their actions instead.
   ownMouseUpMonitor_ = platform_.events().addLocalMonitor(mouseUp, [noteMouseUp](const platform::Event& event) {
     noteMouseUp();
     return std::optional<platform::Event>(event);

@@ -50,6 +50,8 @@ class MenuBarGapWatcher {
   const MenuBarGapTracker& menuBarGapTracker() const { return gapTracker_; }
   // Told whenever a gap between the own items moved: an icon arrived, left or was dragged.
   [[nodiscard]] Subscription observeGapChanges(std::function<void()> observer) { return gapChanges_.add(std::move(observer)); }
+  // A mouse-up on one of the own items, which only their actions see.
+  void noteMouseUp();
 
  private:
   void noteMenuBarGaps();
@@ -57,7 +59,6 @@ class MenuBarGapWatcher {
   std::optional<double> gapSecondsSinceMouseUp() const;
   void rememberPinnedGap(double gap);
   void noteMenuBarRearrangeDrag(MenuBarGapCrossing crossing);
-  void noteMouseUp();
   WeakHandle<MenuBarGapWatcher> weak() const { return weakFactory_.handle(); }
 
   platform::Platform& platform_;
