@@ -1,5 +1,7 @@
 #include "harness/Render.h"
 
+#include "harness/Windows.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -76,6 +78,8 @@ std::string stateText(const BarSnapshot& bar) {
   if (bar.ui.iconShelfShown) text += " · Icon Shelf open";
   if (bar.ui.contextMenuOpen) text += " · context menu open";
   if (bar.ui.preferencesVisible) text += " · Preferences open";
+  if (bar.ui.newAppNotice) text += " · new-app notice";
+  if (bar.ui.placementGuide) text += " · placement guide";
   if (bar.ui.coachShown && bar.ui.coach) {
     text += " · coach " + bar.ui.coach->progress + " “" + bar.ui.coach->title + "”";
     if (bar.ui.coach->permissionButtonTitle) text += " [" + *bar.ui.coach->permissionButtonTitle + "]";
@@ -329,6 +333,9 @@ std::string renderBar(const RenderBarInput& input) {
     const auto& menu = input.bar.foreignMenus.back();
     out += "  open menu        " + menu.bundleId + " " + menu.item + " (opened by " + menu.openedBy + ")\n";
   }
+  if (input.bar.ui.placementGuide) out += renderWindow(*input.bar.ui.placementGuide);
+  if (input.bar.ui.newAppNotice) out += renderWindow(*input.bar.ui.newAppNotice);
+  if (input.bar.ui.preferences) out += renderWindow(*input.bar.ui.preferences);
   return out;
 }
 

@@ -1,5 +1,6 @@
 #include "harness/Report.h"
 
+#include "harness/Windows.h"
 #include "app/AppEnvironment.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
@@ -194,6 +195,11 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   }
   bar.postedEvents = desktop.postedEvents();
   bar.ui.preferencesVisible = ui.preferencesVisible;
+  bar.ui.preferencesOpened = static_cast<int>(ui.preferencesOpenedAt.size());
+  if (ui.preferencesVisible) bar.ui.preferences = ui.preferences;
+  if (ui.newAppNoticeShown) bar.ui.newAppNotice = ui.newAppNotice;
+  bar.ui.newAppNotices = ui.newAppNoticeCount;
+  if (ui.placementGuideShown) bar.ui.placementGuide = ui.placementGuide;
   bar.ui.coachPresentations = desktop.coachWindow().showCount();
   bar.ui.coachShown = desktop.coachWindow().isShown();
   bar.ui.coach = desktop.coachWindow().lastState();
@@ -264,6 +270,11 @@ json toJson(const BarSnapshot& bar) {
                {"coachPresentations", bar.ui.coachPresentations},
                {"contextMenuOpen", bar.ui.contextMenuOpen},
                {"notices", bar.ui.notices},
+               {"preferencesOpened", bar.ui.preferencesOpened},
+               {"preferences", bar.ui.preferences ? toJson(*bar.ui.preferences) : json(nullptr)},
+               {"newAppNotice", bar.ui.newAppNotice ? toJson(*bar.ui.newAppNotice) : json(nullptr)},
+               {"newAppNotices", bar.ui.newAppNotices},
+               {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)},
                {"coach", coachJson(bar.ui)}};
   out["accessibility"] = {{"trusted", bar.accessibility.trusted},
                           {"prompts", bar.accessibility.prompts},

@@ -62,6 +62,12 @@ struct UiState {
   bool iconShelfShown = false;
   std::optional<std::string> iconShelfTier;
   bool preferencesVisible = false;
+  int preferencesOpened = 0;  // times the settings window opened from closed
+  // What each of these windows shows, while it is up.
+  std::optional<platform::PreferencesViewState> preferences;
+  std::optional<platform::NewAppNoticeViewState> newAppNotice;
+  int newAppNotices = 0;  // notices shown since start-up
+  std::optional<platform::PlacementGuideViewState> placementGuide;
   int coachPresentations = 0;  // times the coach's panel opened
   bool coachShown = false;
   // What the coach's panel last showed (kept after it closed); absent if it never opened.

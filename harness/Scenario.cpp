@@ -47,6 +47,13 @@ std::string autosaveName(OwnItem item) {
   return StatusBarController::toggleAutosaveName;
 }
 
+const std::vector<std::string>& knownPreferencesControls() {
+  static const std::vector<std::string> controls = {"language",     "autoCollapseDelay", "launchAtLogin",
+                                                    "revealOnHover", "newAppNotices",     "search",
+                                                    "showOtherRunning", "pin", "unpin"};
+  return controls;
+}
+
 const std::vector<std::string>& knownMenuActions() {
   static const std::vector<std::string> actions = {
       "menuOpenIconBar", "menuExpandFolded",   "menuShowAll",     "menuCollapse",
@@ -58,12 +65,13 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 35> kActionKeys = {
+constexpr std::array<std::string_view, 42> kActionKeys = {
     "launch",      "terminate",    "activate",  "click",         "commandDrag", "menu",         "screens",
     "languages",   "category",     "coach",     "accessibility", "activateTarvolo", "relaunch", "reopen",
     "wake",        "quit",         "pointer",   "mouseDown",     "mouseUp",     "modifierDown", "modifierUp",
     "key",         "menuTracking", "openURL",   "appleScript",   "recordHotkey", "loginItem",   "revealOnHover",
-    "openShelf",   "shelfType",    "shelfTier", "shelfKey",      "shelfChoose", "shelfDiscover", "closeMenu"};
+    "openShelf",   "shelfType",    "shelfTier", "shelfKey",      "shelfChoose", "shelfDiscover", "closeMenu",
+    "shortcut",    "preferencesTab", "preferencesSet", "pickZone", "notice",     "guide",       "closePreferences"};
 
 // Virtual key codes of the ANSI letter keys, "A" to "Z".
 constexpr std::array<std::uint16_t, 26> kLetterKeyCodes = {0,  11, 8,  2,  14, 3,  5,  4,  34, 38, 40, 37, 46,
@@ -443,6 +451,54 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     }
     return assign;
   }
+  if (key == "shortcut") {
+    std::string shortcut = value.string();
+    if (shortcut != "," && shortcut != "q") value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , or q)");
+    return step::Shortcut{shortcut};
+  }
+  if (key == "preferencesTab") {
+    std::string name = value.string();
+    auto tab = platform::preferencesTabFromRaw(name);
+    if (!tab) value.fail("unknown tab " + inQuotes(name) + " (expected general, items, hotkeys or about)");
+    return step::PreferencesTab{*tab};
+  }
+  if (key == "preferencesSet") {
+    std::string control = value.string();
+    const auto& known = knownPreferencesControls();
+    if (std::find(known.begin(), known.end(), control) == known.end()) {
+      value.fail("unknown control " + inQuotes(control) + " (expected " + joined(known) + ")");
+    }
+    Field setting = step.required("value");
+    const bool wantsBool = control == "launchAtLogin" || control == "revealOnHover" || control == "newAppNotices" ||
+                           control == "showOtherRunning";
+    if (wantsBool) setting.boolean();
+    if (control == "autoCollapseDelay") setting.nonNegative();
+    if (control == "language" || control == "search" || control == "pin" || control == "unpin") setting.string();
+    if (control == "pin" || control == "unpin") knownAppId(setting, scenario);
+    return step::PreferencesSet{.control = control, .value = setting.value()};
+  }
+  if (key == "pickZone") {
+    step::PickZone pick{.bundleId = knownAppId(value, scenario)};
+    Field tier = step.required("tier");
+    auto zone = itemCategoryFromRaw(tier.string());
+    if (!zone) tier.fail("unknown tier " + inQuotes(tier.string()) + " (expected always_visible, hidden or always_hidden)");
+    pick.zone = *zone;
+    return pick;
+  }
+  if (key == "notice") {
+    std::string button = value.string();
+    if (button != "arrange" && button != "ignore") {
+      value.fail("unknown button " + inQuotes(button) + " (expected arrange or ignore)");
+    }
+    return step::NoticeButton{.arrange = button == "arrange"};
+  }
+  if (key == "guide") {
+    std::string action = value.string();
+    if (action == "drag") return step::Guide{step::GuideAction::drag};
+    if (action == "confirm") return step::Guide{step::GuideAction::confirm};
+    if (action != "cancel") value.fail("unknown action " + inQuotes(action) + " (expected drag, confirm or cancel)");
+    return step::Guide{step::GuideAction::cancel};
+  }
   if (key == "pointer") {
     if (value.value().is_string()) {
       std::string spot = value.string();
@@ -540,6 +596,7 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "reopen") return step::Reopen{};
   if (key == "shelfDiscover") return step::ShelfDiscover{};
   if (key == "wake") return step::Wake{};
+  if (key == "closePreferences") return step::ClosePreferences{};
   if (key == "recordHotkey") return step::RecordHotkey{};
   return step::Quit{};
 }
@@ -555,7 +612,7 @@ Step parseStep(const Field& field, const Scenario& scenario) {
   for (const auto& [key, value] : field.object()) {
     bool isAction = std::find(kActionKeys.begin(), kActionKeys.end(), key) != kActionKeys.end();
     bool isParameter = key == "at" || key == "note" || key == "button" || key == "modifiers" || key == "x" ||
-                       key == "tier" || key == "confirm";
+                       key == "tier" || key == "confirm" || key == "value";
     if (isAction) actions.push_back(key);
     if (!isAction && !isParameter) {
       std::vector<std::string> names(kActionKeys.begin(), kActionKeys.end());
@@ -576,8 +633,11 @@ Step parseStep(const Field& field, const Scenario& scenario) {
     field.required("modifiers").fail("only a click or key step takes this field");
   }
   onlyFor("x", "commandDrag");
-  onlyFor("tier", "category");
+  if (field.has("tier") && key != "category" && key != "pickZone") {
+    field.required("tier").fail("only a category or pickZone step takes this field");
+  }
   onlyFor("confirm", "category");
+  onlyFor("value", "preferencesSet");
 
   Step step;
   step.at = field.required("at").nonNegative();
@@ -680,6 +740,28 @@ std::string describe(const Action& action) {
     std::string operator()(const step::Relaunch&) const { return "relaunch"; }
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }
+    std::string operator()(const step::Shortcut& a) const { return "⌘" + a.key; }
+    std::string operator()(const step::PreferencesTab& a) const {
+      return "preferences tab " + std::string(platform::rawValue(a.tab));
+    }
+    std::string operator()(const step::PreferencesSet& a) const {
+      return "preferences " + a.control + " = " + a.value.dump();
+    }
+    std::string operator()(const step::PickZone& a) const {
+      return "pick zone " + a.bundleId + " " + std::string(rawValue(a.zone));
+    }
+    std::string operator()(const step::NoticeButton& a) const {
+      return std::string("notice ") + (a.arrange ? "arrange" : "ignore");
+    }
+    std::string operator()(const step::Guide& a) const {
+      switch (a.action) {
+        case step::GuideAction::drag: return "guide drag";
+        case step::GuideAction::confirm: return "guide confirm";
+        case step::GuideAction::cancel: return "guide cancel";
+      }
+      return "guide";
+    }
+    std::string operator()(const step::ClosePreferences&) const { return "close preferences"; }
     std::string operator()(const step::Quit&) const { return "quit"; }
     std::string operator()(const step::OpenShelf& a) const {
       return a.tier ? "open the Icon Shelf on " + std::string(rawValue(*a.tier)) : "open the Icon Shelf";

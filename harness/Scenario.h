@@ -104,6 +104,34 @@ enum class MenuCloser { escape, enter, clickElsewhere, choose };
 struct CloseMenu {
   MenuCloser how = MenuCloser::escape;
 };
+// ⌘ and a key of Tarvolo's main menu ("," opens Preferences).
+struct Shortcut {
+  std::string key;
+};
+// Chooses a tab of the open settings window.
+struct PreferencesTab {
+  platform::PreferencesTab tab = platform::PreferencesTab::general;
+};
+// Sets a control of the open settings window, as a click or a typed text would.
+struct PreferencesSet {
+  std::string control;
+  nlohmann::json value;
+};
+// Picks a zone for an app in the settings window's list.
+struct PickZone {
+  std::string bundleId;
+  ItemCategory zone = ItemCategory::hidden;
+};
+// Presses a button of the new-app notice.
+struct NoticeButton {
+  bool arrange = true;  // false: Ignore
+};
+// Acts on the placement guide: drag the guided icon into its target, confirm, or cancel.
+enum class GuideAction { drag, confirm, cancel };
+struct Guide {
+  GuideAction action = GuideAction::drag;
+};
+struct ClosePreferences {};
 // The pointer moves to a point (AppKit global coordinates) or to a named spot.
 struct MovePointer {
   enum class Spot { point, emptyMenuBar, desktop };
@@ -164,10 +192,15 @@ using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateA
                             step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit,
                             step::OpenShelf, step::ShelfType, step::ShelfTier, step::ShelfPressKey,
                             step::ShelfChoose, step::ShelfDiscover, step::CloseMenu,
+                            step::Shortcut, step::PreferencesTab, step::PreferencesSet, step::PickZone,
+                            step::NoticeButton, step::Guide, step::ClosePreferences,
                             step::MovePointer, step::MouseButtonPress, step::ModifierPress, step::TypeKey,
                             step::MenuTracking, step::OpenURL, step::AppleScriptCommand, step::RecordHotkey,
                             step::SetLoginItem, step::SetRevealOnHover, step::PressCoach, step::SetAccessibility,
                             step::ActivateTarvolo>;
+
+// The controls a `preferencesSet` step may set, with the JSON type each takes.
+const std::vector<std::string>& knownPreferencesControls();
 
 struct Step {
   double at = 0;

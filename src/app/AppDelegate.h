@@ -39,6 +39,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
   AppEnvironment* environment() { return environment_.get(); }
 
  private:
+  void installMainMenu();
+
   platform::Platform& platform_;
   std::unique_ptr<AppEnvironment> environment_;
   // URLs that arrived before launching finished, run once it has.

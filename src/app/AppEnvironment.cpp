@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/tracking/NewAppLaunchCenter.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
@@ -9,6 +10,9 @@
 #include "shelf/access/MenuBarAccessController.h"
 #include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
+#include "ui/PlacementGuideController.h"
+#include "ui/PreferencesController.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
 #include "ui/FirstLaunchCoachController.h"
 
 namespace tarvolo {
@@ -34,6 +38,12 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .ledger = *placementLedger_,
       .accessibilityPermission = *accessibilityPermission_,
   });
+  newAppLaunchCenter_ = std::make_unique<NewAppLaunchCenter>(NewAppLaunchCenter::Dependencies{
+      .platform = platform_,
+      .workspaceCenter = workspaceCenter_,
+      .catalog = *statusItemManager_,
+      .localization = *localization_,
+  });
   launchAtLogin_ = std::make_unique<LaunchAtLogin>(platform_.loginItems(), platform_.system());
   // The chord may fire before the controller exists; it is looked up when it does.
   hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManager::Dependencies{
@@ -48,9 +58,14 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 
 AppEnvironment::~AppEnvironment() {
   if (statusBarController_) statusBarController_->setIconShelf(nullptr);
+  gapSubscription_ = Subscription();
+  windowSubscriptions_.clear();
+  preferences_.reset();
+  placementGuide_.reset();
   iconShelf_.reset();
   firstLaunchCoach_.reset();
   statusBarController_.reset();
+  newAppLaunchCenter_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
   statusItemManager_.reset();
@@ -86,8 +101,85 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .permission = *accessibilityPermission_,
         .localization = *localization_,
     });
+    makeWindows();
   }
   return *statusBarController_;
+}
+
+void AppEnvironment::makeWindows() {
+  StatusBarController& bar = *statusBarController_;
+  placementGuide_ = std::make_unique<PlacementGuideController>(PlacementGuideController::Dependencies{
+      .platform = platform_,
+      .localization = *localization_,
+      .catalog = *statusItemManager_,
+      .ledger = *placementLedger_,
+      .statusBar = bar,
+  });
+  preferences_ = std::make_unique<PreferencesController>(PreferencesController::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+      .localization = *localization_,
+      .catalog = *statusItemManager_,
+      .ledger = *placementLedger_,
+      .guide = *placementGuide_,
+      .behaviour = behaviourSettings(),
+  });
+  PlacementGuideController& guide = *placementGuide_;
+  PreferencesController& preferences = *preferences_;
+  NewAppLaunchCenter& notices = *newAppLaunchCenter_;
+  bar.setWindowHooks(StatusBarController::WindowHooks{
+      .openPreferences = [&preferences](std::optional<std::string> focus) { preferences.open(std::move(focus)); },
+      .arrange = [&guide] { guide.startTour(); },
+      .placementGuideOpen = [&guide] { return guide.isActive(); },
+      .pointerOverGuide = [&guide](Point pointer) { return guide.pointerOverChrome(pointer); },
+      .startAnchorRepair =
+          [&guide](bool openedByCollapseAttempt, bool userInitiated) {
+            if (!guide.isShowingAnchorRepair()) guide.startAnchorRepair(openedByCollapseAttempt, userInitiated);
+          },
+      .barDidCollapse = [&guide] { guide.noteBarCollapsed(); },
+  });
+  // What the settings show of the chord follows the recorder as it listens and records.
+  auto redraw = [&preferences](const auto&) { preferences.refresh(); };
+  windowSubscriptions_.push_back(hotkeys_->recording.subscribe(redraw));
+  windowSubscriptions_.push_back(hotkeys_->deepChord.subscribe(redraw));
+  windowSubscriptions_.push_back(hotkeys_->conflictMessage.subscribe(redraw));
+  // "Show all and arrange" seats the new icon beside the toggle, where the user will see it.
+  notices.setArrangeStarter(
+      [&guide](const std::string& bundleID) { return guide.startPlacement(bundleID, ItemCategory::alwaysVisible); });
+  guide.setEndedHandler([&notices, &preferences](PlacementGuideController::Outcome) {
+    notices.noteGuideEnded();
+    preferences.refresh();
+  });
+  gapSubscription_ = bar.observeMenuBarGapChanges([&notices] { notices.noteGapChange(); });
+}
+
+PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
+  auto& defaults = platform_.defaults();
+  StatusBarController& bar = *statusBarController_;
+  HotkeyManager& hotkeys = *hotkeys_;
+  LaunchAtLogin& login = *launchAtLogin_;
+  PreferencesController::Behaviour behaviour;
+  behaviour.autoCollapseDelay = [&bar] { return bar.autoCollapse().configuredAutoCollapseDelay(); };
+  behaviour.setAutoCollapseDelay = [&defaults](double seconds) {
+    defaults.set(AutoCollapse::delayKey, DefaultsValue(MenuBarVisibilityPolicy::autoCollapseDelay(seconds)));
+  };
+  behaviour.loginItem = [&login] {
+    return PreferencesController::LoginItemState{
+        .supported = login.isSupported(), .enabled = login.isEnabled(), .needsApproval = login.needsApproval()};
+  };
+  behaviour.setLaunchAtLogin = [&login](bool enabled) { login.setEnabled(enabled); };
+  behaviour.openLoginItemsSettings = [&login] { login.openSystemSettings(); };
+  behaviour.revealOnHover = [&bar] { return bar.autoCollapse().revealOnHover(); };
+  behaviour.setRevealOnHover = [&bar](bool enabled) { bar.autoCollapse().setRevealOnHover(enabled); };
+  behaviour.hotkeyDisplay = [&hotkeys] { return hotkeys.display(hotkeys.deepChord.get()); };
+  behaviour.hotkeyRecording = [&hotkeys] { return hotkeys.recording.get(); };
+  behaviour.hotkeyConflict = [&hotkeys] { return hotkeys.conflictMessage.get(); };
+  behaviour.beginHotkeyRecording = [&hotkeys] { hotkeys.beginRecording(); };
+  behaviour.cancelHotkeyRecording = [&hotkeys] { hotkeys.recording = false; };
+  // The native engine is not part of this build; every always-visible choice goes through the
+  // guide.
+  behaviour.nativeEngineAvailable = [] { return false; };
+  return behaviour;
 }
 
 std::string AppEnvironment::tr(std::string_view key) { return localization_->tr(key); }

@@ -5,7 +5,9 @@
 #include <string_view>
 
 #include "base/NotificationCenter.h"
+#include "base/Subscription.h"
 #include "platform/Platform.h"
+#include "ui/PreferencesController.h"
 
 namespace tarvolo {
 
@@ -16,6 +18,9 @@ class FirstLaunchCoachController;
 class LocalizationManager;
 class MenuBarAccessController;
 class MenuBarPlacementLedger;
+class NewAppLaunchCenter;
+class PlacementGuideController;
+class PreferencesController;
 class StatusBarController;
 class StatusItemManager;
 
@@ -42,15 +47,22 @@ class AppEnvironment {
   AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
+  NewAppLaunchCenter& newAppLaunchCenter() { return *newAppLaunchCenter_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
   // The Icon Shelf's controller, made with the status bar controller; null until then.
   MenuBarAccessController* iconShelf() { return iconShelf_.get(); }
+  // The windows that need the controller; null until start-up step 6.
+  PlacementGuideController* placementGuide() { return placementGuide_.get(); }
+  PreferencesController* preferences() { return preferences_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
  private:
+  void makeWindows();
+  PreferencesController::Behaviour behaviourSettings();
+
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
@@ -59,10 +71,15 @@ class AppEnvironment {
   std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
+  std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
+  std::unique_ptr<PlacementGuideController> placementGuide_;
+  std::unique_ptr<PreferencesController> preferences_;
+  Subscription gapSubscription_;
+  Cancellables windowSubscriptions_;
   std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
 };
 

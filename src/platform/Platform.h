@@ -22,6 +22,9 @@
 #include "platform/FirstLaunchCoachWindow.h"
 #include "platform/MenuBarAccessTier.h"
 #include "platform/SerialQueue.h"
+#include "platform/NewAppNoticeWindow.h"
+#include "platform/PlacementGuideWindow.h"
+#include "platform/PreferencesWindow.h"
 
 namespace tarvolo::platform {
 
@@ -388,6 +391,8 @@ class SystemInfo {
   // argv without the executable path.
   virtual std::vector<std::string> processArguments() const = 0;
   virtual std::string ownBundleIdentifier() const = 0;
+  // The user's home folder as the user database names it ("/Users/ada").
+  virtual std::string homeDirectory() const = 0;
 };
 
 class Application {
@@ -397,6 +402,11 @@ class Application {
   virtual ActivationPolicy activationPolicy() const = 0;
   // Asks the application to terminate; the delegate's applicationWillTerminate runs first.
   virtual void terminate() = 0;
+  // The app's main menu: only its key equivalents matter to an app without a menu bar of its
+  // own (⌘, while one of its windows is key).
+  virtual void setMainMenu(const Menu& menu) = 0;
+  // Opens a web address or a System Settings link in the system's handler.
+  virtual void openURL(const std::string& address) = 0;
 };
 
 struct NoticeRequest {
@@ -411,10 +421,9 @@ class UserInterface {
  public:
   virtual ~UserInterface() = default;
   virtual FirstLaunchCoachWindow& firstLaunchCoach() = 0;
-  virtual void openPreferences(std::optional<std::string> focus) = 0;
-  virtual bool isPreferencesVisible() const = 0;
-  // Keep the settings window up even when the app deactivates, and bring it front.
-  virtual void keepPreferencesFront() = 0;
+  virtual PreferencesWindow& preferences() = 0;
+  virtual NewAppNoticeWindow& newAppNotice() = 0;
+  virtual PlacementGuideWindow& placementGuide() = 0;
   virtual IconShelfPanel& iconShelfPanel() = 0;
   virtual void presentNotice(NoticeRequest notice) = 0;
   virtual void dismissNotice(const std::string& kind) = 0;

@@ -265,14 +265,14 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
     campaign_.cancelStartupCollapseRetry();
-    if (platform_.userInterface().isPreferencesVisible()) keepPreferencesVisible_ = true;
+    if (platform_.userInterface().preferences().isShown()) keepPreferencesVisible_ = true;
   }
   Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
   isExpanded = true;
   isDeepExpanded = deep;
   updateButtonAppearance();
   applyVisibilityNow();
-  if (userInitiated && keepPreferencesVisible_) platform_.userInterface().keepPreferencesFront();
+  if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
   bool fromGuide = initiator == Initiator::placementGuide;
   autoCollapse_.scheduleAutoCollapseTimer(fromGuide || manualPlacement_
                                               ? std::nullopt
@@ -318,6 +318,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
+  if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
   autoCollapse_.barCollapsed();
   recordCollapseLength(length, frontmost, false, std::nullopt);
   beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
@@ -387,7 +388,8 @@ void StatusBarController::statusItemClicked(std::optional<platform::Event> sent)
     }
   }
 
-  bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_);
+  const bool guideOpen = windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen();
+  bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_ || guideOpen);
   MenuBarLog::log(LogLine("statusItemClicked:").add("optionReveal", option).add("commandReveal", commandReveal));
   bool reveal = option || commandReveal;
   bool notch = toggleScreenHasNotch();
@@ -491,17 +493,20 @@ void StatusBarController::menuShowAll() { expandBar(ExpandDepth::deep, Initiator
 void StatusBarController::menuCollapse() { collapseBar(CollapseReason::menu); }
 
 void StatusBarController::menuArrange() {
-  // The placement guide starts here; until it exists, show every zone so icons can be dragged.
   MenuBarLog::log("arrange requested");
+  if (windowHooks_.arrange) {
+    windowHooks_.arrange();
+    return;
+  }
   expandBar(ExpandDepth::deep, Initiator::user);
 }
 
-void StatusBarController::menuHideInSettings() { openPreferences(std::string("hiding")); }
+void StatusBarController::menuHideInSettings() { openPreferences(std::string("items")); }
 void StatusBarController::menuPreferences() { openPreferences(std::nullopt); }
 
 void StatusBarController::openPreferences(std::optional<std::string> focusing) {
   Diag::log(LogLine("openPreferences").add("focus", focusing));
-  platform_.userInterface().openPreferences(std::move(focusing));
+  if (windowHooks_.openPreferences) windowHooks_.openPreferences(std::move(focusing));
 }
 
 void StatusBarController::quitApp() { platform_.application().terminate(); }

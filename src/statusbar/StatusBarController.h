@@ -62,6 +62,16 @@ class StatusBarController final : private CollapseHost,
     LocalizationManager& localization;
   };
 
+  // What the state machine asks of the windows built after it: Preferences and the guide.
+  struct WindowHooks {
+    std::function<void(std::optional<std::string> focus)> openPreferences;
+    std::function<void()> arrange;
+    std::function<bool()> placementGuideOpen;
+    std::function<bool(Point)> pointerOverGuide;
+    std::function<void(bool openedByCollapseAttempt, bool userInitiated)> startAnchorRepair;
+    std::function<void()> barDidCollapse;
+  };
+
   explicit StatusBarController(Dependencies dependencies);
   ~StatusBarController() override;
   StatusBarController(const StatusBarController&) = delete;
@@ -75,6 +85,12 @@ class StatusBarController final : private CollapseHost,
   // Told whenever the first-launch coach is wanted: at start-up without onboarding, and on each
   // collapse that onboarding blocks. The coach's owner (src/ui/) listens.
   ObserverList<> firstLaunchCoachWanted;
+
+  void setWindowHooks(WindowHooks hooks) { windowHooks_ = std::move(hooks); }
+  // Told whenever a gap between the own items moved (an icon arrived, left or was dragged).
+  [[nodiscard]] Subscription observeMenuBarGapChanges(std::function<void()> observer) {
+    return engine_.gaps().observeGapChanges(std::move(observer));
+  }
 
   // --- start-up
   void finishStartup();
@@ -224,7 +240,12 @@ class StatusBarController final : private CollapseHost,
   // AutoCollapse::Host
   bool barExpanded() const override { return isExpanded.get(); }
   bool barDeepExpanded() const override { return isDeepExpanded.get(); }
-  bool placementInProgress() const override { return manualPlacement_; }
+  bool placementInProgress() const override {
+    return manualPlacement_ || (windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen());
+  }
+  bool pointerOverChrome(Point pointer) const override {
+    return windowHooks_.pointerOverGuide && windowHooks_.pointerOverGuide(pointer);
+  }
   bool menuTracking() const override { return menuTrackingCount_ > 0; }
   std::optional<Rect> toggleFrame() const override { return items_.toggleFrame(); }
   std::optional<double> visibleIconsMinX() const override;
@@ -238,6 +259,11 @@ class StatusBarController final : private CollapseHost,
   MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const override;
   void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) override;
   void orderRepairFinished(bool inOrder) override;
+  bool startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) override {
+    if (!windowHooks_.startAnchorRepair) return false;
+    windowHooks_.startAnchorRepair(openedByCollapseAttempt, userInitiated);
+    return true;
+  }
   std::function<void()> repairAction() { return bindWeak(weak(), &StatusBarController::repairMenuBarOrder); }
 
   void recordArrowPress();
@@ -267,6 +293,7 @@ class StatusBarController final : private CollapseHost,
   FrontmostTracker frontmost_;
   OwnOrderRepair orderRepair_;
 
+  WindowHooks windowHooks_;
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;
   bool startupCollapseAllowed_ = false;

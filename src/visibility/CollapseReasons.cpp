@@ -13,6 +13,7 @@ std::string_view rawValue(CollapseReason reason) {
     case CollapseReason::iconShelfDiscovery: return "icon-shelf-discovery";
     case CollapseReason::shelfTimeout: return "shelf-timeout";
     case CollapseReason::iconShelfMenu: return "icon-shelf-menu";
+    case CollapseReason::placementGuide: return "placement-guide";
   }
   return "unknown";
 }

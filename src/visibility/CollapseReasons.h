@@ -15,6 +15,7 @@ enum class CollapseReason {
   iconShelfDiscovery,  // "icon-shelf-discovery": the shelf has read the hidden items
   shelfTimeout,        // "shelf-timeout": the auto-collapse delay ran out
   iconShelfMenu,       // "icon-shelf-menu": a menu the shelf opened has closed
+  placementGuide,      // "placement-guide": the guide is over and hides what it showed
 };
 
 std::string_view rawValue(CollapseReason reason);

@@ -268,9 +268,33 @@ TEST(MacBackend, ShelfAndPreferencesReportTheirVisibility) {
   shelf.update(state);
   shelf.close();
   EXPECT_FALSE(shelf.isShown());
-  EXPECT_FALSE(ui.isPreferencesVisible());
-  ui.openPreferences(std::nullopt);
-  EXPECT_TRUE(ui.isPreferencesVisible());
+  PreferencesViewState preferences;
+  preferences.windowTitle = "Settings";
+  preferences.tab = PreferencesTab::items;
+  preferences.tabs = {{"general", "General"}, {"items", "Icons"}, {"hotkeys", "Shortcuts"}, {"about", "About"}};
+  preferences.items.zones = {{"always_visible", "Visible"}, {"hidden", "Folded"}, {"always_hidden", "Hidden"}};
+  preferences.items.rows = {{.bundleId = "com.example.a", .name = "A", .zone = "hidden"}};
+  EXPECT_FALSE(ui.preferences().isShown());
+  bool closed = false;
+  ui.preferences().show(preferences, PreferencesCallbacks{.closed = [&closed] { closed = true; }});
+  EXPECT_TRUE(ui.preferences().isShown());
+  ui.preferences().close();
+  EXPECT_FALSE(ui.preferences().isShown());
+  EXPECT_TRUE(closed);
+}
+
+TEST(MacBackend, GuideAndNoticeWindowsOpenAndClose) {
+  MacUserInterface ui;
+  PlacementGuideViewState guide{.title = "Keep It Always Visible", .target = tarvolo::Rect{100, 880, 60, 24}};
+  ui.placementGuide().show(guide, {});
+  EXPECT_TRUE(ui.placementGuide().isShown());
+  EXPECT_EQ(ui.placementGuide().chromeFrames().size(), 2u);
+  ui.placementGuide().close();
+  EXPECT_TRUE(ui.placementGuide().chromeFrames().empty());
+  ui.newAppNotice().show(NewAppNoticeViewState{.bundleId = "com.example.a", .message = "A"}, {});
+  EXPECT_TRUE(ui.newAppNotice().isShown());
+  ui.newAppNotice().close();
+  EXPECT_FALSE(ui.newAppNotice().isShown());
 }
 
 }  // namespace

@@ -126,7 +126,7 @@ TEST_F(EverydayTest, ATakenChordFallsBackToTheMonitorAndSetsTheConflict) {
 
 TEST_F(EverydayTest, RecordingKeepsListeningForBareKeysAndStoresControlK) {
   start();
-  desktop().userInterface().openPreferences(std::nullopt);
+  controller().openPreferences(std::string("hotkeys"));
   hotkeys().beginRecording();
   desktop().typeKey(kK, {});
   EXPECT_TRUE(hotkeys().recording.get());

@@ -116,6 +116,7 @@ class MacSystemInfo final : public SystemInfo {
   std::vector<std::string> preferredLanguages() const override;
   std::vector<std::string> processArguments() const override;
   std::string ownBundleIdentifier() const override;
+  std::string homeDirectory() const override;
 };
 
 class MacApplication final : public Application {
@@ -123,6 +124,12 @@ class MacApplication final : public Application {
   void setActivationPolicy(ActivationPolicy policy) override;
   ActivationPolicy activationPolicy() const override;
   void terminate() override;
+  void setMainMenu(const Menu& menu) override;
+  void openURL(const std::string& address) override;
+
+ private:
+  // The menu items hold their targets weakly.
+  NSMutableArray<TRVActionTarget*>* menuTargets_ = nil;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -333,16 +340,64 @@ class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
 // ---------------------------------------------------------------------------------------------
 // The app's own windows (MacUserInterface.mm)
 
+// The settings window (MacPreferencesWindow.mm): a toolbar-style tabbed window drawn from the
+// core's state; every control calls back into the core.
+class MacPreferencesWindow final : public PreferencesWindow {
+ public:
+  MacPreferencesWindow();
+  ~MacPreferencesWindow() override;
+  void show(const PreferencesViewState& state, PreferencesCallbacks callbacks) override;
+  void update(const PreferencesViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+  void keepFront() override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The new-app notice (MacNewAppNoticeWindow.mm): a non-activating panel below the menu bar.
+class MacNewAppNoticeWindow final : public NewAppNoticeWindow {
+ public:
+  MacNewAppNoticeWindow();
+  ~MacNewAppNoticeWindow() override;
+  void show(const NewAppNoticeViewState& state, NewAppNoticeCallbacks callbacks) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The placement guide (MacPlacementGuideWindow.mm): a panel with the instructions and a ring
+// around the target zone of the bar.
+class MacPlacementGuideWindow final : public PlacementGuideWindow {
+ public:
+  MacPlacementGuideWindow();
+  ~MacPlacementGuideWindow() override;
+  void show(const PlacementGuideViewState& state, PlacementGuideCallbacks callbacks) override;
+  void update(const PlacementGuideViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+  std::vector<Rect> chromeFrames() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
 class MacUserInterface final : public UserInterface {
  public:
   MacUserInterface();
   ~MacUserInterface() override;
 
   FirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
-  void openPreferences(std::optional<std::string> focus) override;
-  bool isPreferencesVisible() const override;
-  void keepPreferencesFront() override;
   IconShelfPanel& iconShelfPanel() override { return shelfPanel_; }
+  PreferencesWindow& preferences() override { return preferences_; }
+  NewAppNoticeWindow& newAppNotice() override { return newAppNotice_; }
+  PlacementGuideWindow& placementGuide() override { return placementGuide_; }
   void presentNotice(NoticeRequest notice) override;
   void dismissNotice(const std::string& kind) override;
 
@@ -352,8 +407,10 @@ class MacUserInterface final : public UserInterface {
   void layoutNotices();
 
   MacFirstLaunchCoachWindow coach_;
-  NSWindow* preferences_ = nil;
   MacIconShelfPanel shelfPanel_;
+  MacPreferencesWindow preferences_;
+  MacNewAppNoticeWindow newAppNotice_;
+  MacPlacementGuideWindow placementGuide_;
   struct Notice {
     std::string kind;
     NSPanel* panel;

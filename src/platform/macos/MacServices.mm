@@ -9,7 +9,9 @@
 // - NSUserDefaults reads fall through to the global domain and registered defaults; the key
 //   list is taken from the app's own persistent domain only.
 
+#include <pwd.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 #include <time.h>
 
 #include <algorithm>
@@ -180,6 +182,42 @@ ActivationPolicy MacApplication::activationPolicy() const {
   return activationPolicyFrom(NSApplication.sharedApplication.activationPolicy);
 }
 
+// The user database's entry, not $HOME, which a sandbox or a launcher may have changed.
+std::string MacSystemInfo::homeDirectory() const {
+  if (const passwd* entry = getpwuid(getuid()); entry && entry->pw_dir && entry->pw_dir[0] != '\0') {
+    return entry->pw_dir;
+  }
+  return stdString(NSHomeDirectory());
+}
+
 void MacApplication::terminate() { [NSApplication.sharedApplication terminate:nil]; }
+
+void MacApplication::setMainMenu(const Menu& menu) {
+  NSMenu* main = [[NSMenu alloc] initWithTitle:@""];
+  NSMenuItem* appItem = [[NSMenuItem alloc] initWithTitle:@"Tarvolo" action:nil keyEquivalent:@""];
+  NSMenu* appMenu = [[NSMenu alloc] initWithTitle:@"Tarvolo"];
+  menuTargets_ = [NSMutableArray array];
+  for (const MenuItem& entry : menu.items) {
+    if (entry.isSeparator) {
+      [appMenu addItem:[NSMenuItem separatorItem]];
+      continue;
+    }
+    TRVActionTarget* target = [[TRVActionTarget alloc] initWithAction:entry.perform];
+    [menuTargets_ addObject:target];
+    NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:nsString(entry.title)
+                                                  action:@selector(perform:)
+                                           keyEquivalent:nsString(entry.keyEquivalent)];
+    item.target = target;
+    [appMenu addItem:item];
+  }
+  appItem.submenu = appMenu;
+  [main addItem:appItem];
+  NSApplication.sharedApplication.mainMenu = main;
+}
+
+void MacApplication::openURL(const std::string& address) {
+  NSURL* url = [NSURL URLWithString:nsString(address)];
+  if (url) [NSWorkspace.sharedWorkspace openURL:url];
+}
 
 }  // namespace tarvolo::platform::mac

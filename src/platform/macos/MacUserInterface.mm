@@ -10,8 +10,8 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// These windows draw only what the core hands over; the texts of Preferences are not part of
-// that hand-over yet, so it stays wordless beyond the app's name and version.
+// These windows draw only what the core hands over. The coach, Preferences, the new-app notice
+// and the placement guide have files of their own.
 
 #include <algorithm>
 
@@ -51,15 +51,6 @@ NSStackView* stack(NSArray<NSView*>* views, NSUserInterfaceLayoutOrientation ori
   return stack;
 }
 
-NSImageView* symbolView(NSString* name, CGFloat pointSize) {
-  NSImage* image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:nil];
-  if (!image) return nil;
-  NSImageSymbolConfiguration* configuration = [NSImageSymbolConfiguration configurationWithPointSize:pointSize
-                                                                                              weight:NSFontWeightRegular];
-  NSImage* sized = [image imageWithSymbolConfiguration:configuration];
-  return [NSImageView imageViewWithImage:sized ? sized : image];
-}
-
 void setContent(NSWindow* window, NSView* content) {
   window.contentView = content;
   [window setContentSize:content.fittingSize];
@@ -88,67 +79,12 @@ void placeBelow(NSWindow* window, NSRect anchor) {
   [window setFrameOrigin:NSMakePoint(x, y)];
 }
 
-// From macOS 14 activation is cooperative and -activateIgnoringOtherApps: is deprecated; -activate
-// is the request the system expects there. Either way the window is also ordered front regardless,
-// since a cooperative request may be declined while another app is in use.
-void activateApplication() {
-  NSApplication* application = NSApplication.sharedApplication;
-  if ([application respondsToSelector:@selector(activate)]) {
-    [application performSelector:@selector(activate)];
-  } else {
-    [application activateIgnoringOtherApps:YES];
-  }
-}
-
-NSString* versionText() {
-  NSString* version = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
-  return version ? [@"Tarvolo " stringByAppendingString:version] : @"Tarvolo";
-}
-
 }  // namespace
 
 MacUserInterface::MacUserInterface() = default;
 
 MacUserInterface::~MacUserInterface() {
-  [preferences_ close];
   for (const Notice& notice : notices_) [notice.panel close];
-}
-
-void MacUserInterface::openPreferences(std::optional<std::string> focus) {
-  // The placeholder window has no sections yet, so there is nothing to bring into focus.
-  (void)focus;
-  if (!preferences_) {
-    preferences_ = [[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 480, 320)
-                                               styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
-                                                         NSWindowStyleMaskMiniaturizable
-                                                 backing:NSBackingStoreBuffered
-                                                   defer:YES];
-    preferences_.title = @"Tarvolo";
-    preferences_.releasedWhenClosed = NO;
-    NSMutableArray<NSView*>* views = [NSMutableArray array];
-    if (NSImageView* icon = symbolView(@"menubar.rectangle", 40)) [views addObject:icon];
-    NSTextField* version = [NSTextField labelWithString:versionText()];
-    version.font = [NSFont systemFontOfSize:NSFont.systemFontSize weight:NSFontWeightSemibold];
-    [views addObject:version];
-    NSStackView* content = stack(views, NSUserInterfaceLayoutOrientationVertical);
-    content.alignment = NSLayoutAttributeCenterX;
-    preferences_.contentView = content;
-    [preferences_ center];
-  }
-  activateApplication();
-  [preferences_ makeKeyAndOrderFront:nil];
-  [preferences_ orderFrontRegardless];
-}
-
-bool MacUserInterface::isPreferencesVisible() const { return preferences_ && preferences_.visible; }
-
-void MacUserInterface::keepPreferencesFront() {
-  if (!preferences_) return;
-  preferences_.hidesOnDeactivate = NO;
-  preferences_.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
-  activateApplication();
-  [preferences_ makeKeyAndOrderFront:nil];
-  [preferences_ orderFrontRegardless];
 }
 
 void MacUserInterface::presentNotice(NoticeRequest notice) {

@@ -235,6 +235,7 @@ struct SimDesktop::Adapters {
     std::vector<std::string> preferredLanguages() const override { return d.settings_.preferredLanguages; }
     std::vector<std::string> processArguments() const override { return d.settings_.arguments; }
     std::string ownBundleIdentifier() const override { return kOwnBundleId; }
+    std::string homeDirectory() const override { return "/Users/user"; }
   };
 
   struct App final : platform::Application {
@@ -249,6 +250,74 @@ struct SimDesktop::Adapters {
         if (desktop.delegate_) desktop.delegate_->applicationWillTerminate();
         desktop.ownProcessExited();
       });
+    }
+    void setMainMenu(const platform::Menu& menu) override { d.ui_.mainMenu = menu; }
+    void openURL(const std::string& address) override { d.ui_.openedURLs.push_back(address); }
+  };
+
+  // The windows keep what they were last asked to draw; scenario steps call their callbacks as
+  // a click would.
+  struct Preferences final : platform::PreferencesWindow {
+    SimDesktop& d;
+    explicit Preferences(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::PreferencesViewState& state, platform::PreferencesCallbacks callbacks) override {
+      if (!d.ui_.preferencesVisible) d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
+      ++d.ui_.preferencesShowCount;
+      d.ui_.preferencesVisible = true;
+      d.ui_.preferences = state;
+      d.ui_.preferencesCallbacks = std::move(callbacks);
+    }
+    void update(const platform::PreferencesViewState& state) override {
+      if (d.ui_.preferencesVisible) d.ui_.preferences = state;
+    }
+    void close() override {
+      d.ui_.preferencesVisible = false;
+      d.ui_.preferencesKeptFront = false;
+    }
+    bool isShown() const override { return d.ui_.preferencesVisible; }
+    void keepFront() override {
+      if (d.ui_.preferencesVisible) d.ui_.preferencesKeptFront = true;
+    }
+  };
+
+  struct Notice final : platform::NewAppNoticeWindow {
+    SimDesktop& d;
+    explicit Notice(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::NewAppNoticeViewState& state, platform::NewAppNoticeCallbacks callbacks) override {
+      ++d.ui_.newAppNoticeCount;
+      d.ui_.newAppNoticeShown = true;
+      d.ui_.newAppNotice = state;
+      d.ui_.newAppNoticeCallbacks = std::move(callbacks);
+    }
+    void close() override { d.ui_.newAppNoticeShown = false; }
+    bool isShown() const override { return d.ui_.newAppNoticeShown; }
+  };
+
+  struct Guide final : platform::PlacementGuideWindow {
+    SimDesktop& d;
+    explicit Guide(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::PlacementGuideViewState& state, platform::PlacementGuideCallbacks callbacks) override {
+      d.ui_.placementGuideShown = true;
+      d.ui_.placementGuide = state;
+      d.ui_.placementGuideCallbacks = std::move(callbacks);
+    }
+    void update(const platform::PlacementGuideViewState& state) override {
+      if (d.ui_.placementGuideShown) d.ui_.placementGuide = state;
+    }
+    void close() override { d.ui_.placementGuideShown = false; }
+    bool isShown() const override { return d.ui_.placementGuideShown; }
+    // The panel hangs below the bar at the screen's right; the ring is the target itself.
+    std::vector<Rect> chromeFrames() const override {
+      if (!d.ui_.placementGuideShown || !d.ui_.placementGuide) return {};
+      std::vector<Rect> frames;
+      if (auto target = d.ui_.placementGuide->target) frames.push_back(*target);
+      auto infos = d.screenInfos();
+      if (!infos.empty()) {
+        const Rect& screen = infos.front().frame;
+        const double top = screen.maxY() - infos.front().menuBarHeight;
+        frames.push_back(Rect{screen.maxX() - 368, top - 228, 360, 220});
+      }
+      return frames;
     }
   };
 
@@ -274,14 +343,15 @@ struct SimDesktop::Adapters {
   struct Ui final : platform::UserInterface {
     SimDesktop& d;
     ShelfPanel shelf;
-    explicit Ui(SimDesktop& desktop) : d(desktop), shelf(desktop) {}
+    Preferences preferencesWindow;
+    Notice noticeWindow;
+    Guide guideWindow;
+    explicit Ui(SimDesktop& desktop)
+        : d(desktop), shelf(desktop), preferencesWindow(desktop), noticeWindow(desktop), guideWindow(desktop) {}
     platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
-    void openPreferences(std::optional<std::string>) override {
-      d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
-      d.ui_.preferencesVisible = true;
-    }
-    bool isPreferencesVisible() const override { return d.ui_.preferencesVisible; }
-    void keepPreferencesFront() override { d.ui_.preferencesKeptFront = true; }
+    platform::PreferencesWindow& preferences() override { return preferencesWindow; }
+    platform::NewAppNoticeWindow& newAppNotice() override { return noticeWindow; }
+    platform::PlacementGuideWindow& placementGuide() override { return guideWindow; }
     platform::IconShelfPanel& iconShelfPanel() override { return shelf; }
     void presentNotice(platform::NoticeRequest notice) override {
       for (auto& shown : d.ui_.notices) {
@@ -563,6 +633,13 @@ void SimDesktop::ownProcessExited() {
   ui_.shelfShown = false;
   ui_.shelfActions = {};
   ui_.preferencesVisible = false;
+  ui_.preferencesKeptFront = false;
+  ui_.newAppNoticeShown = false;
+  ui_.placementGuideShown = false;
+  ui_.preferencesCallbacks = {};
+  ui_.newAppNoticeCallbacks = {};
+  ui_.placementGuideCallbacks = {};
+  ui_.mainMenu = {};
   relayout();
   if (onOwnExit_) onOwnExit_();
 }
@@ -853,6 +930,24 @@ bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton butto
     modifiers_ = {};
   });
   return true;
+}
+
+bool SimDesktop::pressMainMenuShortcut(const std::string& keyEquivalent) {
+  if (!ownAppRunning_) return false;
+  for (const auto& entry : ui_.mainMenu.items) {
+    if (entry.isSeparator || entry.keyEquivalent != keyEquivalent || !entry.perform) continue;
+    // The menu runs its action after the key event, as AppKit does.
+    queue_.post(0, entry.perform);
+    return true;
+  }
+  return false;
+}
+
+void SimDesktop::closePreferencesWindow() {
+  if (!ui_.preferencesVisible) return;
+  ui_.preferencesVisible = false;
+  ui_.preferencesKeptFront = false;
+  if (auto closed = ui_.preferencesCallbacks.closed) closed();
 }
 
 bool SimDesktop::commandDragItem(const std::string& name, double toX) {

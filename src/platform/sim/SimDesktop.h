@@ -172,9 +172,22 @@ struct SimNoticeRecord {
 
 // What the app's own windows did, since the simulator draws none.
 struct SimUiRecord {
-  std::vector<double> preferencesOpenedAt;
+  std::vector<double> preferencesOpenedAt;  // each time the window was shown while closed
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
+  int preferencesShowCount = 0;  // every show, also of the open window
+  // The windows' last drawn state and what their controls call; the state stays after closing.
+  std::optional<platform::PreferencesViewState> preferences;
+  platform::PreferencesCallbacks preferencesCallbacks;
+  std::optional<platform::NewAppNoticeViewState> newAppNotice;
+  bool newAppNoticeShown = false;
+  int newAppNoticeCount = 0;
+  platform::NewAppNoticeCallbacks newAppNoticeCallbacks;
+  std::optional<platform::PlacementGuideViewState> placementGuide;
+  bool placementGuideShown = false;
+  platform::PlacementGuideCallbacks placementGuideCallbacks;
+  platform::Menu mainMenu;
+  std::vector<std::string> openedURLs;
   bool shelfShown = false;
   int shelfShowCount = 0;
   // What the Icon Shelf panel shows and what its controls do.
@@ -297,6 +310,11 @@ class SimDesktop final : public platform::Platform {
   void chargeBackgroundTime(double seconds) { backgroundCharge_ += seconds; }
   double takeBackgroundCharge() { return std::exchange(backgroundCharge_, 0.0); }
   const SimAppSpec* appOfPid(int pid) const;
+  // A key equivalent of the app's main menu typed with ⌘ ("," for Settings); false when the
+  // menu has no such item.
+  bool pressMainMenuShortcut(const std::string& keyEquivalent);
+  // The user closes the settings window with its close button.
+  void closePreferencesWindow();
   // The pointer moves to `location` (no button held): monitors of mouse moves see it.
   void movePointer(Point location);
   // A mouse button goes down or up where the pointer is, over no item of the app.
