@@ -255,14 +255,17 @@ void MenuBarAccessModel::refresh(RetainMissing retainMissing, Diagnostics diagno
   scanOperation_ = operation;
   const unsigned long long generation = ++generation_;
   isLoading = true;
+  const bool emptyMayBeHidden =
+      MenuBarAccessPolicy::hiddenItemsLeaveAccessibilityTree(platform_.system().osMajorVersion());
   scanQueue_->post(0, [queue = scanQueue_, &accessibility = platform_.accessibility(), targets = scanTargets(),
                        weakOperation = std::weak_ptr<ShelfOperation>(operation), weak = weakFactory_.handle(),
-                       generation, retainMissing, diagnostics, completion = std::move(completion)] {
+                       generation, retainMissing, diagnostics, emptyMayBeHidden, completion = std::move(completion)] {
     if (operationStopped(weakOperation)) return;
     ScanResult result;
     for (const auto& target : targets) {
       auto found = scanTarget(accessibility, target);
-      if (!found) continue;
+      // An empty answer there does not prove the items gone: keep what discovery read of them.
+      if (!found || (found->empty() && emptyMayBeHidden)) continue;
       result.observedOwners.insert(text::lowercased(target.bundleID));
       for (auto& item : *found) result.items.push_back(std::move(item));
     }
