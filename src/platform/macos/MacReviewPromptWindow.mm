@@ -51,16 +51,16 @@ struct MacReviewPromptWindow::Impl {
     NSTextField* message = [NSTextField wrappingLabelWithString:nsString(state.message)];
     message.preferredMaxLayoutWidth = kWidth - 2 * kMargin;
     message.selectable = NO;
-    Impl* self = this;
-    NSButton* never = kit::button(state.neverTitle, [self] {
-      if (auto never = self->callbacks.never) never();
+    Impl* owner = this;
+    NSButton* never = kit::button(state.neverTitle, [owner] {
+      if (auto never = owner->callbacks.never) never();
     }, targets);
-    NSButton* later = kit::button(state.laterTitle, [self] {
-      if (auto later = self->callbacks.later) later();
+    NSButton* later = kit::button(state.laterTitle, [owner] {
+      if (auto later = owner->callbacks.later) later();
     }, targets);
-    later.keyEquivalent = @"\e";
-    NSButton* rate = kit::button(state.rateTitle, [self] {
-      if (auto rate = self->callbacks.rate) rate();
+    later.keyEquivalent = @"\033";
+    NSButton* rate = kit::button(state.rateTitle, [owner] {
+      if (auto rate = owner->callbacks.rate) rate();
     }, targets);
     rate.keyEquivalent = @"\r";
     NSStackView* content = kit::column(@[ message, kit::row(@[ never, later, rate ], 8) ], 12);
