@@ -53,7 +53,7 @@ Surroundings ReviewPromptController::surroundings() const {
   return busy ? Surroundings::busy : Surroundings::calm;
 }
 
-Verdict ReviewPromptController::verdict() const {
+Verdict ReviewPromptController::verdict(Surroundings surroundings) const {
   const auto& defaults = platform_.defaults();
   return ReviewPromptPolicy::verdict({
       .now = platform_.clock().currentDate(),
@@ -63,23 +63,23 @@ Verdict ReviewPromptController::verdict() const {
       .askedVersion = defaults.getString(askedVersionKey),
       .askedDate = defaults.getDouble(askedDateKey),
       .answer = storedAnswer(),
-      .surroundings = surroundings(),
+      .surroundings = surroundings,
   });
 }
 
 void ReviewPromptController::noteEngagement(std::string_view moment) {
   mainThread_.check();
   ReviewPrompt::noteUse(platform_.defaults(), platform_.clock().currentDate());
-  const Verdict first = verdict();
-  // Most moments end here quietly; only a real chance is worth a line.
-  if (first != Verdict::offer) return;
+  // The window that made the moment may still be closing: what else is up counts only when the
+  // prompt would show. Most moments end here quietly; only a real chance is worth a line.
+  if (verdict(Surroundings::calm) != Verdict::offer) return;
   Diag::log(LogLine("review prompt moment").add("moment", moment).add("delay", ReviewPromptPolicy::settleDelay));
   presentWork_.schedule(ReviewPromptPolicy::settleDelay,
                         bindWeak(weakFactory_.handle(), &ReviewPromptController::presentIfStillCalm, std::string(moment)));
 }
 
 void ReviewPromptController::presentIfStillCalm(const std::string& moment) {
-  const Verdict now = verdict();
+  const Verdict now = verdict(surroundings());
   if (now != Verdict::offer) {
     Diag::log(LogLine("review prompt withheld").add("moment", moment).add("reason", ReviewPromptPolicy::rawValue(now)));
     return;

@@ -52,7 +52,7 @@ class ReviewPromptController {
   void never();
 
  private:
-  ReviewPromptPolicy::Verdict verdict() const;
+  ReviewPromptPolicy::Verdict verdict(ReviewPromptPolicy::Surroundings surroundings) const;
   ReviewPromptPolicy::Answer storedAnswer() const;
   ReviewPromptPolicy::Surroundings surroundings() const;
   void presentIfStillCalm(const std::string& moment);

@@ -96,6 +96,16 @@ TEST_F(ReviewPromptTest, NewUsersAndBusyMomentsAreLeftAlone) {
   EXPECT_TRUE(logged("review prompt withheld moment=preferences-closed reason=busy"));
 }
 
+// On the Mac the window that makes the moment is still on screen when it reports closing.
+TEST_F(ReviewPromptTest, WhatIsUpAtTheMomentItselfDoesNotCountOnlyWhenThePromptWouldShow) {
+  bootUser(20, 9);
+  env().iconShelf()->showShelf(std::nullopt);
+  env().reviewPrompt()->noteEngagement("test");
+  env().iconShelf()->closeShelf();
+  run(ReviewPromptPolicy::settleDelay + 0.5);
+  EXPECT_TRUE(ui().reviewPromptShown);
+}
+
 TEST_F(ReviewPromptTest, AnUnreadableAnswerIsTakenAsNoAndKept) {
   boot();
   auto& defaults = desktop().defaults();
