@@ -25,6 +25,7 @@
 #include "platform/NewAppNoticeWindow.h"
 #include "platform/PlacementGuideWindow.h"
 #include "platform/PreferencesWindow.h"
+#include "platform/ReviewPromptWindow.h"
 
 namespace tarvolo::platform {
 
@@ -442,6 +443,7 @@ class UserInterface {
   virtual IconShelfPanel& iconShelfPanel() = 0;
   virtual void presentNotice(NoticeRequest notice) = 0;
   virtual void dismissNotice(const std::string& kind) = 0;
+  virtual ReviewPromptWindow& reviewPrompt() = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
