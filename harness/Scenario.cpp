@@ -250,7 +250,8 @@ std::string nameFromBundleId(const std::string& bundleId) {
 sim::SimAppSpec parseApp(const Field& field) {
   field.allowOnly(
       {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items",
-       "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive"});
+       "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive",
+       "launchDuration"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == kOwnBundleId) {
@@ -271,6 +272,7 @@ sim::SimAppSpec parseApp(const Field& field) {
   if (auto refuses = field.optional("refusesActions")) app.refusesActions = refuses->boolean();
   if (auto blocks = field.optional("pressBlocks")) app.pressBlocks = blocks->boolean();
   if (auto silent = field.optional("accessibilityUnresponsive")) app.accessibilityUnresponsive = silent->boolean();
+  if (auto launching = field.optional("launchDuration")) app.launchDuration = launching->nonNegative();
   if (auto items = field.optional("items")) {
     std::set<std::string> names;
     for (const Field& element : items->array()) {

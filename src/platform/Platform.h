@@ -277,6 +277,9 @@ struct RunningApplication {
   ActivationPolicy activationPolicy = ActivationPolicy::regular;
   std::optional<double> launchDate;  // Clock::currentDate() seconds
   bool isTerminated = false;
+  // False from the process's start until it has set itself up; it may not answer Accessibility
+  // before then.
+  bool finishedLaunching = true;
 };
 
 class Workspace {
@@ -287,7 +290,10 @@ class Workspace {
   // The application whose menus the menu bar shows (usually the frontmost).
   virtual std::optional<RunningApplication> menuBarOwningApplication() const = 0;
   // Right end of that application's menu titles on the primary screen's bar, where the system
-  // can tell (Accessibility); absent otherwise.
+  // can tell (Accessibility); absent otherwise, and while the application does not answer.
+  // Answers at once: the backend reads the titles off the main thread (with
+  // kAccessibilityReadTimeout per element) whenever the owning application or its menus change,
+  // and returns the last reading, which may be one refresh old.
   virtual std::optional<double> applicationMenusMaxX() const = 0;
   // Opens a URL with its default handler (a System Settings page, for instance); false when
   // nothing could open it.
@@ -322,6 +328,13 @@ class WindowList {
 // ---------------------------------------------------------------------------------------------
 // Accessibility
 
+// How long one Accessibility read of another application's menu bar may wait for an answer. An
+// application that is alive answers an attribute in milliseconds, even under the load of a
+// login; one that has not answered in 0.2 s is hung or swamped, and a read stops at its first
+// time-out, so a hung application costs a refresh about this much background time and never
+// the user a stalled bar.
+inline constexpr double kAccessibilityReadTimeout = 0.2;
+
 // One item of an application's extras menu bar (its status items).
 struct AccessibilityMenuBarItem {
   // Position and size in the window list's top-left global space; absent when unreadable.
@@ -340,7 +353,9 @@ class Accessibility {
   // trust as it stands now (the user decides later). Only in answer to a user action.
   virtual bool requestTrustWithPrompt() = 0;
   // The status items the application exposes. Absent when the tree cannot be read (not trusted,
-  // no such process, or the application does not answer); empty when it has none.
+  // no such process, or the application does not answer within kAccessibilityReadTimeout);
+  // empty when it has none. It waits on the application: call it from a serial background
+  // queue, never the main thread.
   virtual std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const = 0;
 
   // Elements, callable from any thread. Every call waits at most the element's messaging

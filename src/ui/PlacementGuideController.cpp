@@ -136,6 +136,11 @@ void PlacementGuideController::installWatchers() {
   });
   gapSubscription_ = statusBar_.observeMenuBarGapChanges(
       [check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)] { check(); });
+  // Icons read through Accessibility arrive after the check that asked for them.
+  zonesSubscription_ = catalog_.observedZones.subscribe(
+      [&catalog = catalog_, check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)](const auto&) {
+        if (catalog.readsIconsThroughAccessibility()) check();
+      });
 }
 
 // --- watching ------------------------------------------------------------------------------------
@@ -160,7 +165,12 @@ void PlacementGuideController::check() {
   const auto placed = inPlace();
   // The ring follows the items as they settle.
   render(false);
-  if (placed == true) stepPlaced(true);
+  if (placed == true) {
+    stepPlaced(true);
+    return;
+  }
+  // Read through Accessibility, the icons are as last read: read them again for the next check.
+  if (*mode_ != Mode::anchorRepair && catalog_.readsIconsThroughAccessibility()) catalog_.refreshObservedZones();
 }
 
 void PlacementGuideController::stepPlaced(bool observed) {
@@ -268,6 +278,7 @@ void PlacementGuideController::finish(Outcome outcome) {
   mouseUpMonitor_.reset();
   ownMouseUpMonitor_.reset();
   gapSubscription_ = Subscription();
+  zonesSubscription_ = Subscription();
   auto& window = platform_.userInterface().placementGuide();
   if (window.isShown()) window.close();
   const bool collapse = collapseWhenDone_ && outcome != Outcome::abandoned;

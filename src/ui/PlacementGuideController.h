@@ -117,6 +117,7 @@ class PlacementGuideController {
   std::unique_ptr<platform::Registration> mouseUpMonitor_;
   std::unique_ptr<platform::Registration> ownMouseUpMonitor_;
   Subscription gapSubscription_;
+  Subscription zonesSubscription_;
   WorkItem checkWork_;
   WorkItem advanceWork_;
   WeakHandleFactory<PlacementGuideController> weakFactory_{this};

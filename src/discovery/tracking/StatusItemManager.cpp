@@ -75,8 +75,10 @@ StatusItemManager::StatusItemManager(Dependencies dependencies)
       workspaceCenter_(dependencies.workspaceCenter),
       ledger_(dependencies.ledger),
       accessibilityPermission_(dependencies.accessibilityPermission),
+      accessibilityQueue_(dependencies.platform.makeSerialQueue(std::string(accessibilityQueueLabel))),
       membershipRescanWork_(dependencies.platform.mainQueue()),
-      zoneRefreshWork_(dependencies.platform.mainQueue()) {
+      zoneRefreshWork_(dependencies.platform.mainQueue()),
+      launchingRereadWork_(dependencies.platform.mainQueue()) {
   loadStoredState();
   subscribe();
 }
@@ -172,8 +174,12 @@ void StatusItemManager::subscribe() {
         if (auto* self = weak.get()) self->applicationTerminated(bundleOf(notification));
       })));
   // Granted while running: the icons seen so far can be tied to their apps at once.
-  cancellables_.push_back(accessibilityPermission_.isTrusted.subscribe([weak](const bool&) {
-    if (auto* self = weak.get()) self->refreshObservedZones();
+  cancellables_.push_back(accessibilityPermission_.isTrusted.subscribe([weak](const bool& trusted) {
+    auto* self = weak.get();
+    if (!self) return;
+    // What was read while trusted says nothing once the permission is gone.
+    if (!trusted) self->accessibleIcons_.clear();
+    self->refreshObservedZones();
   }));
 }
 
@@ -319,28 +325,97 @@ void StatusItemManager::publishCatalog() {
 
 // --- attribution and zones -------------------------------------------------------------------------
 
+bool StatusItemManager::readsIconsThroughAccessibility() const {
+  return platform_.system().osMajorVersion() >= accessibilityAttributionFromOSMajor &&
+         accessibilityPermission_.isTrusted.get();
+}
+
 std::vector<ForeignMenuBarWindow> StatusItemManager::attributionWindows() const {
-  auto& accessibility = platform_.accessibility();
-  if (platform_.system().osMajorVersion() < accessibilityAttributionFromOSMajor ||
-      !accessibilityPermission_.isTrusted.get()) {
+  if (!readsIconsThroughAccessibility()) {
     return MenuBarWindowProbe::snapshot(platform_.windowList(), platform_.screens());
   }
-  // Each application's own Accessibility items, owned by its identifier so that matching is exact.
-  std::vector<platform::WindowInfo> windows;
-  for (const auto& item : scanned_) {
-    auto elements = accessibility.extrasMenuBarItems(item.pid);
-    if (!elements) continue;
-    for (const auto& element : *elements) {
-      if (!element.frame) continue;
-      windows.push_back({.ownerName = item.bundleId, .ownerPid = item.pid, .bounds = element.frame});
+  return MenuBarWindowProbe::menuBarWindows(accessibleIcons_, platform_.screens().screens());
+}
+
+void StatusItemManager::readAccessibleIcons() {
+  mainThread_.check();
+  if (!readsIconsThroughAccessibility()) return;
+  const std::uint64_t generation = ++readGeneration_;
+  latestRead_->store(generation);
+
+  struct Target {
+    int pid = 0;
+    std::string bundleID;
+  };
+  // One still setting itself up may not answer for a while; it is read once it has finished.
+  const double now = platform_.clock().currentDate();
+  std::set<int> stillLaunching;
+  for (const auto& app : platform_.workspace().runningApplications()) {
+    if (!app.finishedLaunching && app.launchDate && now - *app.launchDate < launchingSkipLimit) {
+      stillLaunching.insert(app.pid);
     }
   }
-  auto screens = platform_.screens().screens();
-  return MenuBarWindowProbe::menuBarWindows(windows, screens);
+  std::vector<Target> targets;
+  std::vector<std::string> launching;
+  for (const auto& item : scanned_) {
+    if (stillLaunching.contains(item.pid)) {
+      launching.push_back(text::lowercased(item.bundleId));
+      continue;
+    }
+    targets.push_back({.pid = item.pid, .bundleID = item.bundleId});
+  }
+  if (launching != launchingSkipped_ && !launching.empty()) {
+    MenuBarLog::log(LogLine("catalog read deferred").add("launching", joined(std::set<std::string>(launching.begin(), launching.end()))));
+  }
+  launchingSkipped_ = launching;
+  if (launching.empty()) {
+    launchingRereadWork_.cancel();
+  } else {
+    launchingRereadWork_.schedule(launchingRereadDelay,
+                                  bindWeak(weakFactory_.handle(), &StatusItemManager::readAccessibleIcons));
+  }
+
+  accessibilityQueue_->post(0, [queue = accessibilityQueue_, &accessibility = platform_.accessibility(),
+                                latest = latestRead_, generation, targets = std::move(targets),
+                                done = bindWeak(weakFactory_.handle(), &StatusItemManager::accessibleIconsRead,
+                                                generation)] {
+    // Superseded before it started: the newer reading is already queued behind it.
+    if (latest->load() != generation) return;
+    std::vector<platform::WindowInfo> windows;
+    for (const auto& target : targets) {
+      auto elements = accessibility.extrasMenuBarItems(target.pid);
+      if (!elements) continue;
+      for (const auto& element : *elements) {
+        if (!element.frame) continue;
+        // Owned by the identifier, so that matching is exact.
+        windows.push_back({.ownerName = target.bundleID, .ownerPid = target.pid, .bounds = element.frame});
+      }
+    }
+    queue->postToMain([done, windows = std::move(windows)]() mutable { done(std::move(windows)); });
+  });
+}
+
+void StatusItemManager::accessibleIconsRead(std::uint64_t generation, std::vector<platform::WindowInfo> windows) {
+  mainThread_.check();
+  if (generation != readGeneration_ || !readsIconsThroughAccessibility()) {
+    MenuBarLog::log(LogLine("catalog read dropped").add("generation", generation).add("current", readGeneration_));
+    return;
+  }
+  accessibleIcons_ = std::move(windows);
+  attributeFromWindows();
+  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows();
 }
 
 void StatusItemManager::refreshAttributedMenuBarApps() {
   mainThread_.check();
+  if (readsIconsThroughAccessibility()) {
+    readAccessibleIcons();
+    return;
+  }
+  attributeFromWindows();
+}
+
+void StatusItemManager::attributeFromWindows() {
   const auto windows = attributionWindows();
   std::set<std::string> attributed;
   for (const auto& item : scanned_) {
@@ -357,7 +432,16 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
 
 void StatusItemManager::refreshObservedZones() {
   mainThread_.check();
-  refreshAttributedMenuBarApps();
+  if (readsIconsThroughAccessibility()) {
+    zonesWanted_ = true;
+    readAccessibleIcons();
+    return;
+  }
+  attributeFromWindows();
+  observeZonesFromWindows();
+}
+
+void StatusItemManager::observeZonesFromWindows() {
   if (!anchors_) return;
   const auto anchors = anchors_();
   const double expandedLength = expandedSeparatorLength_;

@@ -5,7 +5,10 @@
 // could tie to an icon. Main thread only; one per run, owned by the environment.
 
 #include <functional>
+#include <atomic>
+#include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -69,8 +72,14 @@ class StatusItemManager {
   // After the separators change length, icons are read again once the frames have settled.
   static constexpr double zoneRefreshDelay = 0.5;
   // From this major version the window list attributes every icon to the system; icons are then
-  // tied to their applications through Accessibility.
+  // tied to their applications through Accessibility, read on a background queue.
   static constexpr int accessibilityAttributionFromOSMajor = 26;
+  // Applications still launching are read again this long after a reading that skipped them.
+  static constexpr double launchingRereadDelay = 1.0;
+  // Some applications never say they have finished launching: this long after their start they
+  // are read all the same.
+  static constexpr double launchingSkipLimit = 10.0;
+  static constexpr std::string_view accessibilityQueueLabel = "com.ostrand.tarvolo.catalog-accessibility";
 
   struct Dependencies {
     platform::Platform& platform;
@@ -107,8 +116,13 @@ class StatusItemManager {
 
   // --- scanning
   void scanRunningApplications();
+  // Where icons are tied to apps through Accessibility, both read the bar on the background
+  // queue and publish once the reading arrives; otherwise they publish at once.
   void refreshAttributedMenuBarApps();
   void refreshObservedZones();
+  // Whether icons are tied to their apps through Accessibility (read off the main thread) rather
+  // than the window list.
+  bool readsIconsThroughAccessibility() const;
   // Coalesced: a burst of calls does the work once, after the delay above.
   void scheduleMembershipRescan();
   void scheduleZoneRefresh();
@@ -169,6 +183,11 @@ class StatusItemManager {
   void publishCatalog();
   void noteFoundBundleIDs(const std::vector<std::string>& found);
   std::vector<ForeignMenuBarWindow> attributionWindows() const;
+  // Starts a reading of every catalogued app's Accessibility items; a newer one supersedes it.
+  void readAccessibleIcons();
+  void accessibleIconsRead(std::uint64_t generation, std::vector<platform::WindowInfo> windows);
+  void attributeFromWindows();
+  void observeZonesFromWindows();
   std::vector<const MenuBarAppItem*> allItems() const;
 
   platform::Platform& platform_;
@@ -188,8 +207,21 @@ class StatusItemManager {
   // Every application the last scan accepted, in workspace order.
   std::vector<MenuBarAppItem> scanned_;
 
+  // The last Accessibility reading of other apps' icons, as window descriptions owned by each
+  // app's bundle identifier.
+  std::vector<platform::WindowInfo> accessibleIcons_;
+  std::uint64_t readGeneration_ = 0;
+  // The newest generation, for the queue to skip readings already superseded.
+  std::shared_ptr<std::atomic<std::uint64_t>> latestRead_ = std::make_shared<std::atomic<std::uint64_t>>(0);
+  // A reading was asked for zones too, not only for attribution.
+  bool zonesWanted_ = false;
+  // Apps the last reading left out because they were still launching.
+  std::vector<std::string> launchingSkipped_;
+  std::shared_ptr<platform::SerialQueue> accessibilityQueue_;
+
   WorkItem membershipRescanWork_;
   WorkItem zoneRefreshWork_;
+  WorkItem launchingRereadWork_;
   Cancellables cancellables_;
   WeakHandleFactory<StatusItemManager> weakFactory_{this};
 };

@@ -225,12 +225,26 @@ class MacScreens final : public Screens {
 
 class MacWorkspace final : public Workspace {
  public:
+  // Starts reading the menus' right end and watches for what changes it (MacWindowServer.mm).
+  MacWorkspace();
+  ~MacWorkspace() override;
+  MacWorkspace(const MacWorkspace&) = delete;
+  MacWorkspace& operator=(const MacWorkspace&) = delete;
+
   std::vector<RunningApplication> runningApplications() const override;
   std::optional<RunningApplication> frontmostApplication() const override;
   std::optional<RunningApplication> menuBarOwningApplication() const override;
-  // Read through Accessibility (MacWindowServer.mm), so absent until Tarvolo is trusted.
+  // Read through Accessibility on a background queue (MacWindowServer.mm), so absent until
+  // Tarvolo is trusted; answers with the last reading.
   std::optional<double> applicationMenusMaxX() const override;
   bool openURL(const std::string& url) override;
+
+  struct MenusReading;
+
+ private:
+  std::shared_ptr<MenusReading> menus_;
+  NSMutableArray<id>* menusTokens_;
+  id menusOwnerObserver_;
 };
 
 // Watches the system and reports to the sink it is given; stops watching when destroyed.

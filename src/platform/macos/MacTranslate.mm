@@ -156,6 +156,7 @@ RunningApplication runningApplicationFrom(NSRunningApplication* app) {
   out.activationPolicy = activationPolicyFrom(app.activationPolicy);
   if (NSDate* launchDate = app.launchDate) out.launchDate = launchDate.timeIntervalSince1970;
   out.isTerminated = app.terminated;
+  out.finishedLaunching = app.finishedLaunching;
   return out;
 }
 

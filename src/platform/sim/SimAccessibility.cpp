@@ -84,8 +84,12 @@ std::vector<const SimItemState*> SimAccessibility::treeItems(int pid) const {
 }
 
 std::optional<std::vector<platform::AccessibilityMenuBarItem>> SimAccessibility::extrasMenuBarItems(int pid) const {
-  if (!trusted_ || unresponsive_.contains(pid) || !running(pid)) return std::nullopt;
-  if (const SimAppSpec* app = desktop_.appOfPid(pid); app && app->accessibilityUnresponsive) return std::nullopt;
+  if (!trusted_ || !running(pid)) return std::nullopt;
+  if (!desktop_.answersAccessibility(pid)) {
+    // The read stops at its first unanswered request.
+    desktop_.chargeBackgroundTime(platform::kAccessibilityReadTimeout);
+    return std::nullopt;
+  }
   std::vector<platform::AccessibilityMenuBarItem> out;
   for (const SimItemState* item : treeItems(pid)) {
     platform::AccessibilityMenuBarItem element;
@@ -121,9 +125,7 @@ void SimAccessibility::setMessagingTimeout(const AXElement& element, double seco
 // element's time-out.
 bool SimAccessibility::answers(const Key& key) {
   if (key.kind == Kind::systemWide) return true;
-  const SimAppSpec* app = desktop_.appOfPid(key.pid);
-  const bool silent = unresponsive_.contains(key.pid) || (app && app->accessibilityUnresponsive);
-  if (!silent) return true;
+  if (desktop_.answersAccessibility(key.pid)) return true;
   auto timeout = timeouts_.find(key);
   desktop_.chargeBackgroundTime(timeout == timeouts_.end() ? defaultMessagingTimeout : timeout->second);
   return false;

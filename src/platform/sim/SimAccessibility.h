@@ -49,6 +49,7 @@ class SimAccessibility final : public platform::Accessibility {
   void setTrusted(bool trusted) { trusted_ = trusted; }
   // A process that does not answer Accessibility requests (busy, or hung).
   void setUnresponsive(int pid, bool unresponsive);
+  bool isUnresponsive(int pid) const { return unresponsive_.contains(pid); }
   // Posts the notification to every observer of the element's process (the desktop calls it
   // when a foreign menu closes or an item goes away).
   void notify(int pid, int itemId, const std::string& notification);

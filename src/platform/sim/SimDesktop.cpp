@@ -221,7 +221,14 @@ struct SimDesktop::Adapters {
     std::optional<platform::RunningApplication> menuBarOwningApplication() const override {
       return frontmostApplication();
     }
-    std::optional<double> applicationMenusMaxX() const override { return d.menusRightEdge(); }
+    // As read through Accessibility: nothing while the application owning the menus does not
+    // answer (the read timed out off the main thread).
+    std::optional<double> applicationMenusMaxX() const override {
+      if (d.frontmost_) {
+        if (auto pid = d.pidOf(*d.frontmost_); pid && !d.answersAccessibility(*pid)) return std::nullopt;
+      }
+      return d.menusRightEdge();
+    }
     bool openURL(const std::string& url) override {
       d.openedURLs_.push_back(url);
       return true;
@@ -526,7 +533,29 @@ platform::RunningApplication SimDesktop::runningApp(const SimAppSpec& config) co
   app.activationPolicy = config.activation;
   if (auto date = launchDates_.find(config.bundleId); date != launchDates_.end()) app.launchDate = date->second;
   app.isTerminated = !config.running;
+  app.finishedLaunching = hasFinishedLaunching(config);
   return app;
+}
+
+bool SimDesktop::hasFinishedLaunching(const SimAppSpec& app) const {
+  if (!app.running) return false;
+  auto launched = launchDates_.find(app.bundleId);
+  return launched == launchDates_.end() || queue_.currentDate() >= launched->second + app.launchDuration;
+}
+
+bool SimDesktop::answersAccessibility(int pid) const {
+  if (pid == kOwnPid) return ownAppRunning();
+  const SimAppSpec* app = appOfPid(pid);
+  return app && app->running && !app->accessibilityUnresponsive && !accessibility_->isUnresponsive(pid) &&
+         hasFinishedLaunching(*app);
+}
+
+void SimDesktop::chargeBackgroundTime(double seconds) {
+  if (inBackgroundTask_) {
+    backgroundCharge_ += seconds;
+  } else {
+    mainThreadWaited_ += seconds;
+  }
 }
 
 platform::RunningApplication SimDesktop::ownRunningApp() const {

@@ -55,6 +55,9 @@ struct SimAppSpec {
   bool refusesActions = false;
   bool pressBlocks = false;
   bool accessibilityUnresponsive = false;
+  // Seconds from the process's start until it has finished launching; until then the workspace
+  // says so and the process answers no Accessibility request.
+  double launchDuration = 0;
 };
 
 struct SimSettings {
@@ -311,9 +314,17 @@ class SimDesktop final : public platform::Platform {
   Point cursorTopLeft() const;
   void warpCursor(Point topLeft);
   // Background work that waited on a process: a serial queue's task adds what its calls cost.
-  void chargeBackgroundTime(double seconds) { backgroundCharge_ += seconds; }
+  // The same wait outside a background task blocks the main thread, and is counted as such.
+  void chargeBackgroundTime(double seconds);
   double takeBackgroundCharge() { return std::exchange(backgroundCharge_, 0.0); }
+  void setInBackgroundTask(bool inTask) { inBackgroundTask_ = inTask; }
+  // Seconds the main thread has spent waiting on other processes.
+  double mainThreadWaited() const { return mainThreadWaited_; }
   const SimAppSpec* appOfPid(int pid) const;
+  // Running and past its launch duration.
+  bool hasFinishedLaunching(const SimAppSpec& app) const;
+  // Whether the process answers Accessibility: running, launched and not hung.
+  bool answersAccessibility(int pid) const;
   // A key equivalent of the app's main menu typed with ⌘ ("," for Settings); false when the
   // menu has no such item.
   bool pressMainMenuShortcut(const std::string& keyEquivalent);
@@ -443,6 +454,8 @@ class SimDesktop final : public platform::Platform {
   std::optional<platform::SyntheticMouseEvent> pendingPostedDown_;
   std::vector<SimPostedEvent> posted_;
   double backgroundCharge_ = 0;
+  bool inBackgroundTask_ = false;
+  double mainThreadWaited_ = 0;
   std::optional<SimMenuRecord> openMenu_;
   int menuOpenCount_ = 0;
   SimUiRecord ui_;

@@ -42,7 +42,9 @@ void SimSerialQueue::run(platform::TaskId id, std::function<void()> task) {
   pending_.erase(id);
   desktop_.takeBackgroundCharge();
   inTask_ = true;
+  desktop_.setInBackgroundTask(true);
   task();
+  desktop_.setInBackgroundTask(false);
   inTask_ = false;
   const double cost = desktop_.takeBackgroundCharge();
   busyUntil_ = now + cost;

@@ -291,6 +291,114 @@ TEST_F(CatalogTest, FromVersion26IconsAreTiedToAppsThroughAccessibility) {
   EXPECT_TRUE(catalog().attributedBundleIDs.get().empty());
 }
 
+// --- reading icons through Accessibility, off the main thread ----------------------------------------
+
+DesktopOptions accessibilityDesktop() {
+  DesktopOptions options;
+  options.settings.osMajor = 26;
+  auto hung = app("com.example.hung", "Hung", ActivationPolicy::accessory, "/Applications/Hung.app", true);
+  hung.accessibilityUnresponsive = true;
+  options.apps.push_back(std::move(hung));
+  return options;
+}
+
+TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread) {
+  boot(accessibilityDesktop());
+  launch();
+  run(1);
+  expandAndSettle();
+  EXPECT_EQ(catalog().attributedBundleIDs.get().size(), 6u);
+  EXPECT_FALSE(catalog().attributedBundleIDs.get().contains("com.example.hung"));
+  EXPECT_EQ(catalog().observedZone(kHiddenIcon), "hidden");
+
+  // The others' icons arrive as soon as the hung app's read gives up, not after the system's 6 s.
+  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  run(0.1);
+  catalog().refreshObservedZones();
+  run(platform::kAccessibilityReadTimeout / 2);
+  EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
+  run(platform::kAccessibilityReadTimeout);
+  EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_visible");
+
+  // Frontmost, it leaves the menus' end unknown; collapsing and expanding still wait on nothing.
+  desktop().setFrontmost("com.example.hung");
+  EXPECT_EQ(desktop().workspace().applicationMenusMaxX(), std::nullopt);
+  controller().collapseBar(CollapseReason::explicitToggle);
+  run(1);
+  EXPECT_FALSE(controller().isExpanded.get());
+  expandAndSettle();
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_EQ(desktop().mainThreadWaited(), 0.0);
+}
+
+TEST_F(CatalogTest, AReadingOvertakenByANewerOneIsDropped) {
+  boot(accessibilityDesktop());
+  launch();
+  run(1);
+  expandAndSettle();
+  ASSERT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
+  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double originalX = desktop().itemsOf(*desktop().pidOf(kAlwaysHiddenIcon)).front()->frame->midX();
+
+  // The first reading sees the icon moved; the icon goes back before the second one starts.
+  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  run(0.1);
+  catalog().refreshObservedZones();
+  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, originalX - 40));
+  run(0.1);
+  catalog().refreshObservedZones();
+  const int dropped = loggedCount("catalog read dropped");
+  run(platform::kAccessibilityReadTimeout);
+  // The first reading arrived and was not applied.
+  EXPECT_EQ(loggedCount("catalog read dropped"), dropped + 1);
+  EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
+  run(1);
+  EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
+}
+
+TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
+  DesktopOptions options;
+  options.settings.osMajor = 26;
+  auto slow = app("com.example.slow", "Slow", ActivationPolicy::accessory, "/Applications/Slow.app", true);
+  slow.launchDuration = 3;
+  options.apps.push_back(std::move(slow));
+  // It never says it has finished.
+  auto stuck = app("com.example.stuck", "Stuck", ActivationPolicy::accessory, "/Applications/Stuck.app");
+  stuck.launchDuration = 1000;
+  options.apps.push_back(std::move(stuck));
+  boot(options);
+  launch();
+  run(1);
+  EXPECT_TRUE(logged("catalog read deferred launching=com.example.slow,com.example.stuck"));
+  EXPECT_FALSE(catalog().attributedBundleIDs.get().contains("com.example.slow"));
+  EXPECT_EQ(catalog().attributedBundleIDs.get().size(), 6u);
+
+  // Skipped, it costs the reading nothing: the others arrive at once.
+  expandAndSettle();
+  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  run(0.1);
+  catalog().refreshObservedZones();
+  run(0.01);
+  EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_visible");
+
+  run(3);
+  EXPECT_TRUE(catalog().attributedBundleIDs.get().contains("com.example.slow"));
+
+  // Past the limit the one that never finished is read too, and its time-out is waited out.
+  run(StatusItemManager::launchingSkipLimit);
+  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 40));
+  run(0.1);
+  const auto before = catalog().observedZones.get();
+  catalog().refreshObservedZones();
+  run(0.01);
+  EXPECT_EQ(catalog().observedZones.get(), before);
+  run(platform::kAccessibilityReadTimeout);
+  EXPECT_NE(catalog().observedZones.get(), before);
+  EXPECT_EQ(desktop().mainThreadWaited(), 0.0);
+}
+
 // --- a whole session ----------------------------------------------------------------------------------
 
 TEST_F(CatalogTest, AppLaunchedQuitAndRelaunchedIsFlaggedOnceAndTheCatalogueFollows) {

@@ -135,6 +135,46 @@ TEST(SimAccessibility, ItemsMatchTheWindowListAndNeedTrust) {
   EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(pid), std::nullopt);
 }
 
+TEST(SimAccessibility, AReadOfAHungOrLaunchingAppTimesOutOnItsQueueAndIsCountedOnTheMainThread) {
+  auto desktop = makeDesktop(15);
+  SimAppSpec slow = iconApp("com.example.slow", "Slow", 30);
+  slow.launchDuration = 2;
+  desktop->addApp(slow);
+  const int hung = *desktop->pidOf("com.example.notes");
+  const int launching = *desktop->pidOf("com.example.slow");
+  desktop->simAccessibility().setUnresponsive(hung, true);
+  auto running = desktop->workspace().runningApplications();
+  auto slowApp = std::find_if(running.begin(), running.end(), [&](const auto& app) { return app.pid == launching; });
+  ASSERT_NE(slowApp, running.end());
+  EXPECT_FALSE(slowApp->finishedLaunching);
+
+  // On a background queue each read gives up after the short time-out, and the answer comes that
+  // much later; the main thread waits for nothing.
+  auto queue = desktop->makeSerialQueue("reads");
+  std::vector<double> answeredAt;
+  queue->post(0, [&] {
+    for (int pid : {hung, launching}) EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(pid), std::nullopt);
+    queue->postToMain([&] { answeredAt.push_back(desktop->queue().now()); });
+  });
+  const double start = desktop->queue().now();
+  desktop->queue().runFor(1);
+  ASSERT_EQ(answeredAt.size(), 1u);
+  EXPECT_DOUBLE_EQ(answeredAt.front() - start, 2 * platform::kAccessibilityReadTimeout);
+  EXPECT_EQ(desktop->mainThreadWaited(), 0.0);
+
+  // The same read on the main thread blocks it.
+  EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(hung), std::nullopt);
+  EXPECT_DOUBLE_EQ(desktop->mainThreadWaited(), platform::kAccessibilityReadTimeout);
+
+  // Launched, it answers; and while the frontmost app is hung its menus' end is unknown.
+  desktop->queue().runFor(2);
+  EXPECT_TRUE(desktop->accessibility().extrasMenuBarItems(launching).has_value());
+  desktop->setFrontmost("com.example.editor");
+  EXPECT_TRUE(desktop->workspace().applicationMenusMaxX().has_value());
+  desktop->simAccessibility().setUnresponsive(*desktop->pidOf("com.example.editor"), true);
+  EXPECT_EQ(desktop->workspace().applicationMenusMaxX(), std::nullopt);
+}
+
 TEST(SimAccessibility, FromVersion27HiddenItemsAreAbsent) {
   for (int os : {15, 27}) {
     std::vector<SimAppSpec> apps = {SimAppSpec{.bundleId = "com.example.wide", .name = "Wide", .menusWidth = 1850}};
