@@ -5,6 +5,7 @@
 #include "base/Log.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
+#include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 
@@ -48,7 +49,11 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
   return true;
 }
 
-void AppDelegate::applicationWillTerminate() { platform_.logSink().writeStandardOutput(exitBanner); }
+void AppDelegate::applicationWillTerminate() {
+  // Nothing may stay hidden by the system once the app has gone.
+  if (environment_) environment_->nativeVisibilityEngine().expand();
+  platform_.logSink().writeStandardOutput(exitBanner);
+}
 
 void AppDelegate::screenParametersDidChange() {
   environment_->defaultCenter().post(Notifications::applicationDidChangeScreenParameters);

@@ -4,6 +4,7 @@
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
+#include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
@@ -24,10 +25,16 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .workspaceCenter = workspaceCenter_,
       .ledger = *placementLedger_,
   });
+  // Loads the framework once, before anything asks whether the system can hide.
+  nativeVisibilityEngine_ = std::make_unique<NativeVisibilityEngine>(NativeVisibilityEngine::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+  });
 }
 
 AppEnvironment::~AppEnvironment() {
   statusBarController_.reset();
+  nativeVisibilityEngine_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
   localization_.reset();
@@ -42,6 +49,7 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .workspaceCenter = workspaceCenter_,
         .catalog = *statusItemManager_,
         .localization = *localization_,
+        .nativeEngine = *nativeVisibilityEngine_,
     });
   }
   return *statusBarController_;

@@ -11,6 +11,7 @@ namespace tarvolo {
 
 class LocalizationManager;
 class MenuBarPlacementLedger;
+class NativeVisibilityEngine;
 class StatusBarController;
 class StatusItemManager;
 
@@ -35,6 +36,7 @@ class AppEnvironment {
   std::string tr(std::string_view key);
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
+  NativeVisibilityEngine& nativeVisibilityEngine() { return *nativeVisibilityEngine_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
 
@@ -46,6 +48,7 @@ class AppEnvironment {
   std::unique_ptr<LocalizationManager> localization_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
+  std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
   std::unique_ptr<StatusBarController> statusBarController_;
 };
 

@@ -17,6 +17,7 @@
 #include "base/Geometry.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
+#include "platform/AssessmentMode.h"
 #include "platform/MenuBarAccessTier.h"
 
 namespace tarvolo::platform {
@@ -359,6 +360,7 @@ class Platform {
   virtual SystemInfo& system() = 0;
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
+  virtual AssessmentMode& assessmentMode() = 0;
   // The backend reports system events to `sink` until it is replaced or cleared (nullptr).
   virtual void setSystemEventSink(SystemEventSink* sink) = 0;
 };

@@ -41,12 +41,16 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                .workspaceCenter = dependencies.workspaceCenter,
                .items = items_,
                .host = *this}),
+      hiding_({.engine = dependencies.nativeEngine,
+               .items = items_,
+               .expandedSeparatorLength = expandedSeparatorLength_}),
       campaign_(dependencies.platform.mainQueue(), *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
       autoCollapseWorkItem_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
+  hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItems));
   items_.seedPreferredPositions();
   items_.createOwnItems(currentPresentation(), itemActions(),
                         [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
@@ -110,10 +114,9 @@ void StatusBarController::subscribe() {
       center.addObserver(Notifications::menuBarCatalogDidChange, onMain(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::applicationDidChangeScreenParameters,
                                              onMain(&StatusBarController::screenParametersChanged)));
-  cancellables_.push_back(
-      workspace.addObserver(Notifications::workspaceDidWake, onMain(&StatusBarController::scheduleApply)));
-  cancellables_.push_back(
-      workspace.addObserver(Notifications::activeSpaceDidChange, onMain(&StatusBarController::scheduleApply)));
+  for (const char* name : {Notifications::workspaceDidWake, Notifications::activeSpaceDidChange}) {
+    cancellables_.push_back(workspace.addObserver(name, onMain(&StatusBarController::systemStateChanged)));
+  }
   auto membership = [&queue, weak = weak()](const Notification& notification) {
     std::optional<std::string> bundle;
     if (const auto* app = notification.objectAs<platform::RunningApplication>()) bundle = app->bundleIdentifier;
@@ -129,12 +132,37 @@ void StatusBarController::subscribe() {
         self.menuTrackingCount_ = std::max(0, self.menuTrackingCount_ - 1);
       })));
   cancellables_.push_back(center.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
-                                             onMain(&StatusBarController::scheduleApply)));
+                                             onMain(&StatusBarController::nativeAvailabilityChanged)));
   cancellables_.push_back(center.addObserver(Notifications::appLanguageDidChange,
                                              onMain(&StatusBarController::updateLanguageStrings)));
 }
 
-void StatusBarController::screenParametersChanged() { engine_.screenParametersChanged(); }
+void StatusBarController::screenParametersChanged() {
+  if (!hiding_.nativeAvailable()) return engine_.screenParametersChanged();
+  pruneCollapseLengthsToConnectedScreens();
+  hiding_.expandIfAvailable();
+  scheduleApply();
+}
+
+void StatusBarController::systemStateChanged() {
+  hiding_.expandIfAvailable();
+  scheduleApply();
+}
+
+// The system's engine failed for the run: a collapsed bar collapses again, with the own
+// separators and everything their collapse involves (search, verification, recovery).
+void StatusBarController::nativeAvailabilityChanged() {
+  if (currentPresentation() != MenuBarPresentation::collapsed || hiding_.nativeAvailable()) return scheduleApply();
+  collapseBar(CollapseReason::nativeFallback);
+}
+
+void StatusBarController::recreateOwnItems() {
+  items_.removeOwnItems();
+  items_.seedPreferredPositions();
+  items_.createOwnItems(currentPresentation(), itemActions(),
+                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
+  scheduleApply();
+}
 
 // --- start-up ----------------------------------------------------------------------------------
 
@@ -254,7 +282,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   }
   // Guard 2: with the own items out of order a collapse would hide the wrong icons.
   auto order = readAlwaysVisibleAnchor();
-  if (Policy::shouldWithholdCollapse(false, order)) {
+  if (Policy::shouldWithholdCollapse(hiding_.nativeAvailable(), order)) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
     stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
@@ -281,6 +309,8 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   updateButtonAppearance();
   applyVisibilityNow();
   autoCollapseWorkItem_.cancel();
+  // The system hides by list: no length to remember, search or recover.
+  if (hiding_.nativeAvailable()) return;
   recordCollapseLength(length, frontmost, false, std::nullopt);
   beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
   engine_.cliff().startCliffSearchIfNeeded();
@@ -503,9 +533,10 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
   auto frontmost = frontmostBundleID();
   auto& catalog = catalog_;
+  const auto hidingEngine = hiding_.hidingEngine();
   auto plan = Policy::plan({
       .apps = catalog.trackedApps(),
-      .engine = MenuBarHidingEngine::publicSpacer,
+      .engine = hidingEngine,
       .presentation = presentation,
       .expandedLength = expandedSeparatorLength_,
       .collapsedLength = collapseLength(frontmost),
@@ -514,6 +545,12 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
       .publicCollapseSizing = sizing,
       .hiddenDividerDistance = engine_.shelf().dividerDistance(),
   });
+  if (hidingEngine == MenuBarHidingEngine::nativeAllowList) {
+    hiding_.apply(plan, Policy::usesPhysicalDividers(true, manualPlacement_, false), std::move(completion));
+    lastAppliedNormal_ = items_.separatorLength();
+    lastAppliedHidden_ = items_.alwaysHiddenSeparatorLength();
+    return publishFoldingEffective();
+  }
   auto shelfCap = engine_.shelf().shelfHiddenCap();
   if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
     plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfCap);
@@ -555,7 +592,7 @@ void StatusBarController::publishFoldingEffective() {
   // verification.
   if (auto order = readAlwaysVisibleAnchor()) alwaysVisibleAnchorReady = *order;
   foldingEffective = Policy::foldingIsEffective({
-      .nativeEngineAvailable = false,
+      .nativeEngineAvailable = hiding_.nativeAvailable(),
       .anchorReady = alwaysVisibleAnchorReady.get(),
       .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
       .collapseLength = collapseLength(frontmostBundleID()),
@@ -619,6 +656,7 @@ void StatusBarController::dropToNormalExpandedShelf() {
 
 void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string> bundleID) {
   menuBarMembershipChangedAt_ = platform_.clock().now();
+  hiding_.expandIfAvailable();
   if (bundleID) {
     const std::string lowered = text::lowercased(*bundleID);
     clearCollapseBudget(lowered);

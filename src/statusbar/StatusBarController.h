@@ -15,6 +15,7 @@
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "statusbar/BarTransitions.h"
+#include "statusbar/HidingEngineSwitch.h"
 #include "statusbar/OwnStatusItems.h"
 #include "statusbar/StartupCollapseCampaign.h"
 #include "visibility/CollapseReasons.h"
@@ -25,6 +26,7 @@
 namespace tarvolo {
 
 class LocalizationManager;
+class NativeVisibilityEngine;
 class NotificationCenter;
 class StatusItemManager;
 
@@ -51,6 +53,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
     NotificationCenter& workspaceCenter;
     StatusItemManager& catalog;
     LocalizationManager& localization;
+    NativeVisibilityEngine& nativeEngine;
   };
 
   explicit StatusBarController(Dependencies dependencies);
@@ -115,6 +118,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   // --- the own items and the collapse-length engine, which own what follows
   const OwnStatusItems& ownItems() const { return items_; }
   const CollapseEngine& collapseEngine() const { return engine_; }
+  const HidingEngineSwitch& hidingEngines() const { return hiding_; }
   SeparatorMeasurement measureSeparator(double requestedLength) const {
     return items_.measureSeparator(requestedLength);
   }
@@ -186,6 +190,10 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   void companionAfterOwnItem(OwnStatusItems::Item created);
   void subscribe();
   void screenParametersChanged();
+  // Wake, space change: the system's engine lets everything back before the list is handed over again.
+  void systemStateChanged();
+  void nativeAvailabilityChanged();
+  void recreateOwnItems();
   void updateLanguageStrings();
   void scheduleFoldingCheck();
   // StartupCollapseCampaign::Host
@@ -214,6 +222,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   const double expandedSeparatorLength_ = MenuBarVisibilityPolicy::defaultExpandedSeparatorLength;
   OwnStatusItems items_;
   CollapseEngine engine_;
+  HidingEngineSwitch hiding_;
   StartupCollapseCampaign campaign_;
 
   bool keepPreferencesVisible_ = false;

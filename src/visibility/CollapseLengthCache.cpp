@@ -230,14 +230,15 @@ std::map<std::string, double> decodeLengthMap(const std::optional<DefaultsValue>
   return map;
 }
 
-std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored) {
+std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored,
+                                                   MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
   // A length longer than its screen's tail ceiling was learnt on a wider screen under the same key.
   constexpr double ceilingTolerance = 0.5;
   std::map<std::string, double> restored;
   for (const auto& [key, length] : stored) {
     auto width = CollapseLengthCache::screenWidth(CollapseLengthCache::screenPart(key));
     if (!width || !MenuBarVisibilityPolicy::collapseLengthHidesIcons(length)) continue;
-    if (length > MenuBarVisibilityPolicy::collapseTailCeiling(*width) + ceilingTolerance) continue;
+    if (length > MenuBarVisibilityPolicy::collapseTailCeiling(*width, sizing) + ceilingTolerance) continue;
     restored.emplace(key, length);
   }
   return restored;
@@ -257,10 +258,11 @@ std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read) {
   return record;
 }
 
-PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read) {
+PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read,
+                                               MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
   PersistedCollapseLengths state;
   state.cliffRecord = decodeCliffRecord(read);
-  state.perAppLengths.perApp = restoredPerAppLengths(decodeLengthMap(read(cliffPerAppDefaultsKey)));
+  state.perAppLengths.perApp = restoredPerAppLengths(decodeLengthMap(read(cliffPerAppDefaultsKey)), sizing);
   state.perAppLengths.knownGoodMinByScreen = decodeLengthMap(read(cliffMinGoodDefaultsKey));
   state.perAppLengths.knownGoodMaxByApp = decodeLengthMap(read(cliffMaxGoodDefaultsKey));
   state.perAppLengths.knownGoodGapByScreen = decodeLengthMap(read(cliffGoodGapDefaultsKey));

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/DefaultsValue.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
 
@@ -113,9 +114,13 @@ DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state);
 // A dictionary of lengths; entries that are not finite numbers are skipped.
 std::map<std::string, double> decodeLengthMap(const std::optional<DefaultsValue>& stored);
 // Only lengths that hide something and fit under their screen's tail ceiling survive a relaunch.
-std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored);
+std::map<std::string, double> restoredPerAppLengths(
+    const std::map<std::string, double>& stored,
+    MenuBarVisibilityPolicy::PublicCollapseSizing sizing = MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion);
 std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read);
 // Reads back everything; a corrupt entry is skipped without losing its neighbours.
-PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read);
+PersistedCollapseLengths decodeCollapseLengths(
+    const DefaultsReader& read,
+    MenuBarVisibilityPolicy::PublicCollapseSizing sizing = MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion);
 
 }  // namespace tarvolo

@@ -18,6 +18,7 @@ struct CollapseTailExtraInput {
   bool menuLimited = false;
   double slack = 0;
   double margin = 0;
+  PublicCollapseSizing sizing = PublicCollapseSizing::statusRegion;
 };
 
 // The length to add to a collapse whose separator stops short of the menus; absent when no
@@ -30,6 +31,7 @@ struct RememberedFoldTailInput {
   bool tailRejected = false;
   bool menuLimited = false;
   double screenWidth = 0;
+  PublicCollapseSizing sizing = PublicCollapseSizing::statusRegion;
 };
 
 // The length to collapse to, with a remembered fold tail where one still applies.

@@ -226,6 +226,20 @@ class MacAccessibility final : public Accessibility {
 };
 
 // ---------------------------------------------------------------------------------------------
+// The system's assessment mode (MacAssessmentMode.mm)
+
+class MacAssessmentMode final : public AssessmentMode {
+ public:
+  bool loadFramework() override;
+  bool classesAvailable() const override;
+  std::unique_ptr<AssessmentModeAssertion> createAssertion(const AssessmentModeConfiguration& configuration) override;
+
+ private:
+  std::optional<bool> loaded_;
+  void* handle_ = nullptr;
+};
+
+// ---------------------------------------------------------------------------------------------
 // The app's own windows (MacUserInterface.mm)
 
 class MacUserInterface final : public UserInterface {

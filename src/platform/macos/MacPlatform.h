@@ -30,6 +30,7 @@ class MacPlatform final : public Platform {
   SystemInfo& system() override;
   Application& application() override;
   UserInterface& userInterface() override;
+  AssessmentMode& assessmentMode() override;
   void setSystemEventSink(SystemEventSink* sink) override;
 
  private:

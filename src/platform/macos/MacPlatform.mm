@@ -24,6 +24,7 @@ struct MacPlatform::Impl {
   mac::MacSystemInfo system;
   mac::MacApplication application;
   mac::MacUserInterface userInterface;
+  mac::MacAssessmentMode assessmentMode;
   // Last, so it is destroyed first.
   mac::MacSystemObserver observer;
 };
@@ -45,6 +46,7 @@ DefaultsStore& MacPlatform::defaults() { return impl_->defaults; }
 SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
 UserInterface& MacPlatform::userInterface() { return impl_->userInterface; }
+AssessmentMode& MacPlatform::assessmentMode() { return impl_->assessmentMode; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }
 
 }  // namespace tarvolo::platform

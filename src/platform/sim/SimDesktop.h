@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
+#include "platform/sim/SimAssessmentMode.h"
 #include "platform/sim/SimDefaultsStore.h"
 #include "platform/sim/SimMainQueue.h"
 
@@ -78,6 +79,8 @@ struct SimSettings {
   std::optional<double> overflowChevronWidth;
   // Autosave names of own items whose window also holds their right neighbour's button.
   std::vector<std::string> sharedWindowItems;
+  // The system's assessment mode (macOS 27 and later).
+  SimAssessmentModeSettings assessmentMode;
 };
 
 // The app's own process as the desktop sees it.
@@ -166,6 +169,7 @@ class SimDesktop final : public platform::Platform {
   platform::SystemInfo& system() override;
   platform::Application& application() override;
   platform::UserInterface& userInterface() override;
+  platform::AssessmentMode& assessmentMode() override { return *assessmentMode_; }
   void setSystemEventSink(platform::SystemEventSink* sink) override { sink_ = sink; }
 
   // --- the app's process
@@ -183,6 +187,7 @@ class SimDesktop final : public platform::Platform {
   SimWindowList& simWindowList() { return *windowList_; }
   const SimWindowList& simWindowList() const { return *windowList_; }
   SimAccessibility& simAccessibility() { return *accessibility_; }
+  const SimAssessmentMode& simAssessmentMode() const { return *assessmentMode_; }
   const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
   // --- driving the desktop
@@ -263,6 +268,8 @@ class SimDesktop final : public platform::Platform {
   void spawnItems(SimAppSpec& config);
   int pidFor(const std::string& bundleId);
   double itemWidth(const SimItemState& item) const;
+  // Not drawn because the system's assertion leaves its bundle off the allow-list.
+  bool withheldByAssertion(const SimItemState& item) const;
   Point itemCenter(const SimItemState& item) const;
 
   SimSettings settings_;
@@ -308,6 +315,7 @@ class SimDesktop final : public platform::Platform {
   std::unique_ptr<Adapters> adapters_;
   std::unique_ptr<SimWindowList> windowList_;
   std::unique_ptr<SimAccessibility> accessibility_;
+  std::unique_ptr<SimAssessmentMode> assessmentMode_;
 };
 
 }  // namespace tarvolo::sim

@@ -19,7 +19,7 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
     : platform_(dependencies.platform),
       items_(dependencies.items),
       host_(dependencies.host),
-      screens_(dependencies.platform.screens(), dependencies.items),
+      screens_(dependencies.platform.screens(), dependencies.platform.system(), dependencies.items),
       lengths_(dependencies.platform.defaults(), screens_),
       fold_({.platform = platform_, .items = items_, .screens = screens_, .lengths = lengths_, .host = host_}),
       shelf_(platform_, items_, host_),
@@ -114,6 +114,7 @@ double CollapseEngine::collapseLength(const std::optional<std::string>& bundleID
       .tailRejected = fold_.tailRejected(key),
       .menuLimited = lengths_.isMenuLimited(key),
       .screenWidth = width,
+      .sizing = screens_.sizing(),
   });
   if (auto bad = recovery_.badUpperBound(key)) {
     bool retry = Policy::shouldRetryCollapsedLength({
@@ -131,7 +132,7 @@ double CollapseEngine::collapseLength(const std::optional<std::string>& bundleID
       if (below) length = *below;
     }
   }
-  return std::min(length, Policy::collapseTailCeiling(width));
+  return std::min(length, screens_.tailCeiling());
 }
 
 void CollapseEngine::beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {

@@ -23,7 +23,8 @@ void applyDefaultsWrites(platform::DefaultsStore& defaults, const DefaultsWrites
 }
 
 void CollapseLengthStore::restoreCliffCache() {
-  auto restored = decodeCollapseLengths([this](const std::string& key) { return defaults_.object(key); });
+  auto restored =
+      decodeCollapseLengths([this](const std::string& key) { return defaults_.object(key); }, screens_.sizing());
   cliffCache_ = restored.cliffRecord;
   perAppLengths_ = std::move(restored.perAppLengths);
   collapseMenuLimitedKeys_ = std::move(restored.menuLimitedKeys);
