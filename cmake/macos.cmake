@@ -25,7 +25,10 @@ set(TARVOLO_INFO_PLIST ${CMAKE_CURRENT_BINARY_DIR}/Info.plist)
 configure_file(${TARVOLO_MACOS_DIR}/Info.plist.in ${TARVOLO_INFO_PLIST} @ONLY)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/PkgInfo "APPL????")
 
-add_executable(Tarvolo MACOSX_BUNDLE ${TARVOLO_MACOS_DIR}/main.mm)
+# Every file of the resources folder goes into the bundle's Resources, as it is.
+file(GLOB TARVOLO_RESOURCES CONFIGURE_DEPENDS ${TARVOLO_MACOS_DIR}/Resources/*)
+set_source_files_properties(${TARVOLO_RESOURCES} PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
+add_executable(Tarvolo MACOSX_BUNDLE ${TARVOLO_MACOS_DIR}/main.mm ${TARVOLO_RESOURCES})
 set_target_properties(Tarvolo PROPERTIES MACOSX_BUNDLE_INFO_PLIST ${TARVOLO_INFO_PLIST})
 target_link_libraries(Tarvolo PRIVATE tarvolo_platform_macos tarvolo_app tarvolo_warnings)
 # The Info.plist also goes into the executable, so a bare run of it still has an identity.

@@ -1,5 +1,9 @@
 #include "harness/Report.h"
 
+#include "app/AppEnvironment.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/LaunchAtLogin.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -52,8 +56,43 @@ std::optional<PlacementZone> barZone(double minX, double maxX, const BarSnapshot
   return PlacementZone::alwaysHidden;
 }
 
+namespace {
+
+void snapshotEveryday(BarSnapshot& bar, const sim::SimDesktop& desktop, const StatusBarController* controller,
+                      AppEnvironment* environment) {
+  bar.loginItem.status = std::string(platform::rawValue(desktop.loginItemStatus()));
+  bar.loginItem.registrations = desktop.loginItemRecord().registrations;
+  bar.loginItem.unregistrations = desktop.loginItemRecord().unregistrations;
+  if (controller) {
+    const AutoCollapse& timer = controller->autoCollapse();
+    bar.autoCollapse = AutoCollapseState{.armed = timer.armed(),
+                                         .delay = timer.configuredAutoCollapseDelay(),
+                                         .revealOnHover = timer.revealOnHover()};
+    if (timer.armed() && timer.lastDeferralReason()) {
+      bar.autoCollapse->waitingFor = std::string(MenuBarVisibilityPolicy::rawValue(*timer.lastDeferralReason()));
+    }
+    const OwnOrderRepair& repair = controller->orderRepair();
+    bar.orderRepair = OrderRepairState{.attempts = repair.ownOrderRepairAttempt(), .inFlight = repair.ownOrderRepairInFlight()};
+    if (repair.repairNoticeKind()) bar.orderRepair->notice = std::string(OwnOrderRepair::noticeKindName(*repair.repairNoticeKind()));
+  }
+  if (environment) {
+    HotkeyManager& hotkeys = environment->hotkeys();
+    auto chord = hotkeys.deepChord.get();
+    bar.hotkey = HotkeyState{.chord = hotkeys.display(chord),
+                             .keyCode = chord.keyCode,
+                             .modifiers = chord.modifiers,
+                             .systemHotKey = hotkeys.systemHotKeyInForce(),
+                             .fallbackMonitor = hotkeys.fallbackMonitorInstalled(),
+                             .conflict = hotkeys.hasHotkeyConflict.get(),
+                             .conflictMessage = hotkeys.conflictMessage.get()};
+    if (auto result = environment->launchAtLogin().applyResult()) bar.loginItem.lastResult = std::string(rawValue(*result));
+  }
+}
+
+}  // namespace
+
 BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller,
-                        const StatusItemManager* catalog, double now) {
+                        const StatusItemManager* catalog, double now, AppEnvironment* environment) {
   BarSnapshot bar;
   bar.time = now;
   bar.tarvoloRunning = desktop.ownAppRunning();
@@ -122,6 +161,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   for (const auto& notice : ui.notices) {
     if (!notice.dismissed) bar.ui.notices.push_back(notice.request.kind);
   }
+  snapshotEveryday(bar, desktop, controller, environment);
   return bar;
 }
 
@@ -193,6 +233,38 @@ json toJson(const BarSnapshot& bar) {
   } else {
     out["hiding"] = nullptr;
   }
+  if (bar.autoCollapse) {
+    const auto& timer = *bar.autoCollapse;
+    out["autoCollapse"] = {{"armed", timer.armed},
+                           {"waitingFor", timer.waitingFor ? json(*timer.waitingFor) : json(nullptr)},
+                           {"delay", timer.delay},
+                           {"revealOnHover", timer.revealOnHover}};
+  } else {
+    out["autoCollapse"] = nullptr;
+  }
+  if (bar.hotkey) {
+    const auto& hotkey = *bar.hotkey;
+    out["hotkey"] = {{"chord", hotkey.chord},
+                     {"keyCode", hotkey.keyCode},
+                     {"modifiers", hotkey.modifiers},
+                     {"systemHotKey", hotkey.systemHotKey},
+                     {"fallbackMonitor", hotkey.fallbackMonitor},
+                     {"conflict", hotkey.conflict},
+                     {"conflictMessage", hotkey.conflictMessage ? json(*hotkey.conflictMessage) : json(nullptr)}};
+  } else {
+    out["hotkey"] = nullptr;
+  }
+  if (bar.orderRepair) {
+    out["orderRepair"] = {{"attempts", bar.orderRepair->attempts},
+                          {"inFlight", bar.orderRepair->inFlight},
+                          {"notice", bar.orderRepair->notice ? json(*bar.orderRepair->notice) : json(nullptr)}};
+  } else {
+    out["orderRepair"] = nullptr;
+  }
+  out["loginItem"] = {{"status", bar.loginItem.status},
+                      {"registrations", bar.loginItem.registrations},
+                      {"unregistrations", bar.loginItem.unregistrations},
+                      {"lastResult", bar.loginItem.lastResult ? json(*bar.loginItem.lastResult) : json(nullptr)}};
   return out;
 }
 

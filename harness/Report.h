@@ -15,6 +15,7 @@
 #include "visibility/CollapseLengthCache.h"
 
 namespace tarvolo {
+class AppEnvironment;
 class StatusBarController;
 class StatusItemManager;
 }  // namespace tarvolo
@@ -90,6 +91,37 @@ struct HidingState {
   int assertionsActivated = 0;  // of which the system answered with success
 };
 
+// Auto-collapse: whether its timer runs, and what it last waited for.
+struct AutoCollapseState {
+  bool armed = false;
+  std::optional<std::string> waitingFor;  // the deferral reason, while armed
+  double delay = 0;
+  bool revealOnHover = false;
+};
+
+struct HotkeyState {
+  std::string chord;  // "⌥⇧⌘B"
+  int keyCode = 0;
+  std::uint32_t modifiers = 0;
+  bool systemHotKey = false;    // registered with the system
+  bool fallbackMonitor = false;  // the passive monitor listens instead
+  bool conflict = false;
+  std::optional<std::string> conflictMessage;
+};
+
+struct LoginItemState {
+  std::string status;  // as the system reports it
+  int registrations = 0;
+  int unregistrations = 0;
+  std::optional<std::string> lastResult;
+};
+
+struct OrderRepairState {
+  int attempts = 0;
+  bool inFlight = false;
+  std::optional<std::string> notice;
+};
+
 struct BarSnapshot {
   double time = 0;
   bool tarvoloRunning = false;
@@ -105,6 +137,11 @@ struct BarSnapshot {
   CollapseCacheState cache;
   UiState ui;
   std::optional<HidingState> hiding;  // absent when Tarvolo is not running
+  // Absent while Tarvolo is not running.
+  std::optional<AutoCollapseState> autoCollapse;
+  std::optional<HotkeyState> hotkey;
+  std::optional<OrderRepairState> orderRepair;
+  LoginItemState loginItem;
 };
 
 // Where an item spanning minX…maxX sits among Tarvolo's items, by its midpoint.
@@ -112,7 +149,7 @@ std::optional<PlacementZone> barZone(double minX, double maxX, const BarSnapshot
 
 // `now`: the desktop's clock, passed in because only a running desktop hands out its queue.
 BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarController* controller,
-                        const StatusItemManager* catalog, double now);
+                        const StatusItemManager* catalog, double now, AppEnvironment* environment = nullptr);
 
 struct StepOutcome {
   double at = 0;

@@ -50,7 +50,7 @@ std::string autosaveName(OwnItem item) {
 const std::vector<std::string>& knownMenuActions() {
   static const std::vector<std::string> actions = {
       "menuOpenIconBar", "menuExpandFolded",   "menuShowAll",     "menuCollapse",
-      "menuArrange",     "menuHideInSettings", "openPreferences", "quitApp",
+      "menuArrange",     "menuHideInSettings", "openPreferences", "quitApp", "repairMenuBarOrder",
   };
   return actions;
 }
@@ -58,9 +58,15 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 13> kActionKeys = {
-    "launch",   "terminate", "activate", "click", "commandDrag", "menu", "screens",
-    "languages", "category", "relaunch", "reopen", "wake",       "quit"};
+constexpr std::array<std::string_view, 25> kActionKeys = {
+    "launch",    "terminate",    "activate",  "click",         "commandDrag", "menu",      "screens",
+    "languages", "category",     "relaunch",  "reopen",        "wake",        "quit",      "pointer",
+    "mouseDown", "mouseUp",      "modifierDown", "modifierUp", "key",         "menuTracking", "openURL",
+    "appleScript", "recordHotkey", "loginItem", "revealOnHover"};
+
+// Virtual key codes of the ANSI letter keys, "A" to "Z".
+constexpr std::array<std::uint16_t, 26> kLetterKeyCodes = {0,  11, 8,  2,  14, 3,  5,  4,  34, 38, 40, 37, 46,
+                                                           45, 31, 35, 12, 15, 1,  17, 32, 9,  13, 7,  16, 6};
 
 std::string lower(std::string_view text) {
   std::string out(text);
@@ -280,11 +286,56 @@ void parseAssessmentMode(const Field& field, sim::SimAssessmentModeSettings& mod
   }
 }
 
+platform::ModifierFlags parseModifiers(const Field& field);
+
+// A key by name: "A"…"Z" (either case), "escape", or a virtual key code.
+std::pair<std::uint16_t, std::string> parseKey(const Field& field) {
+  if (field.value().is_number()) {
+    double code = field.nonNegative();
+    if (code > 0xFFFF || code != static_cast<double>(static_cast<int>(code))) field.fail("not a virtual key code");
+    return {static_cast<std::uint16_t>(code), "#" + std::to_string(static_cast<int>(code))};
+  }
+  std::string name = field.string();
+  if (lower(name) == "escape") return {53, "Escape"};
+  if (name.size() == 1 && std::isalpha(static_cast<unsigned char>(name[0]))) {
+    char upper = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+    return {kLetterKeyCodes[static_cast<std::size_t>(upper - 'A')], std::string(1, upper)};
+  }
+  field.fail("unknown key " + inQuotes(name) + " (expected a letter, escape or a key code)");
+}
+
 void parseSettings(const Field& field, Scenario& scenario) {
   field.allowOnly({"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding",
                    "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
                    "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
-                   "overflowChevronWidth", "sharedWindowItems", "assessmentMode"});
+                   "overflowChevronWidth", "sharedWindowItems", "takenHotkeys", "loginItemStatus",
+                   "loginItemNeedsApproval", "loginItemError", "assessmentMode"});
+  if (auto value = field.optional("takenHotkeys")) {
+    for (const Field& element : value->array()) {
+      element.allowOnly({"key", "modifiers"});
+      auto [keyCode, name] = parseKey(element.required("key"));
+      platform::ModifierFlags modifiers;
+      if (auto held = element.optional("modifiers")) modifiers = parseModifiers(*held);
+      scenario.settings.takenHotkeys.push_back(platform::KeyChord{keyCode, modifiers});
+    }
+  }
+  if (auto value = field.optional("loginItemStatus")) {
+    std::string raw = value->string();
+    using platform::LoginItemStatus;
+    bool known = false;
+    for (auto status : {LoginItemStatus::notRegistered, LoginItemStatus::enabled, LoginItemStatus::requiresApproval,
+                        LoginItemStatus::notFound}) {
+      if (platform::rawValue(status) == raw) {
+        scenario.settings.loginItemStatus = status;
+        known = true;
+      }
+    }
+    if (!known) {
+      value->fail("unknown status " + inQuotes(raw) + " (expected notRegistered, enabled, requiresApproval or notFound)");
+    }
+  }
+  if (auto value = field.optional("loginItemNeedsApproval")) scenario.settings.loginItemNeedsApproval = value->boolean();
+  if (auto value = field.optional("loginItemError")) scenario.settings.loginItemError = value->nonEmptyString();
   sim::SimSettings& settings = scenario.settings;
   if (auto value = field.optional("assessmentMode")) parseAssessmentMode(*value, settings.assessmentMode);
   if (auto value = field.optional("accessibilityTrusted")) scenario.accessibilityTrusted = value->boolean();
@@ -396,6 +447,45 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     }
     return assign;
   }
+  if (key == "pointer") {
+    if (value.value().is_string()) {
+      std::string spot = value.string();
+      if (spot == "emptyMenuBar") return step::MovePointer{.spot = step::MovePointer::Spot::emptyMenuBar};
+      if (spot == "desktop") return step::MovePointer{.spot = step::MovePointer::Spot::desktop};
+      value.fail("unknown spot " + inQuotes(spot) + " (expected emptyMenuBar, desktop or {\"x\", \"y\"})");
+    }
+    value.allowOnly({"x", "y"});
+    return step::MovePointer{.location = {value.required("x").number(), value.required("y").number()}};
+  }
+  if (key == "mouseDown" || key == "mouseUp") {
+    std::string buttonName = value.string();
+    if (buttonName != "left" && buttonName != "right") {
+      value.fail("unknown button " + inQuotes(buttonName) + " (expected left or right)");
+    }
+    return step::MouseButtonPress{.button = buttonName == "left" ? sim::SimDesktop::MouseButton::left
+                                                                 : sim::SimDesktop::MouseButton::right,
+                                  .down = key == "mouseDown"};
+  }
+  if (key == "modifierDown" || key == "modifierUp") {
+    auto modifiers = parseModifiers(value);
+    if (modifiers.raw == 0) value.fail("needs at least one modifier");
+    return step::ModifierPress{.modifiers = modifiers, .down = key == "modifierDown"};
+  }
+  if (key == "key") {
+    auto [keyCode, name] = parseKey(value);
+    step::TypeKey typed{.keyCode = keyCode, .name = name};
+    if (auto modifiers = step.optional("modifiers")) typed.modifiers = parseModifiers(*modifiers);
+    return typed;
+  }
+  if (key == "menuTracking") {
+    std::string phase = value.string();
+    if (phase != "begin" && phase != "end") value.fail("expected begin or end");
+    return step::MenuTracking{.begins = phase == "begin"};
+  }
+  if (key == "openURL") return step::OpenURL{value.nonEmptyString()};
+  if (key == "appleScript") return step::AppleScriptCommand{value.nonEmptyString()};
+  if (key == "loginItem") return step::SetLoginItem{value.boolean()};
+  if (key == "revealOnHover") return step::SetRevealOnHover{value.boolean()};
   if (key == "screens") return step::ChangeScreens{parseScreens(value)};
   if (key == "languages") {
     auto languages = value.strings();
@@ -406,6 +496,7 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "relaunch") return step::Relaunch{};
   if (key == "reopen") return step::Reopen{};
   if (key == "wake") return step::Wake{};
+  if (key == "recordHotkey") return step::RecordHotkey{};
   return step::Quit{};
 }
 
@@ -437,7 +528,9 @@ Step parseStep(const Field& field, const Scenario& scenario) {
     }
   };
   onlyFor("button", "click");
-  onlyFor("modifiers", "click");
+  if (field.has("modifiers") && key != "click" && key != "key") {
+    field.required("modifiers").fail("only a click or key step takes this field");
+  }
   onlyFor("x", "commandDrag");
   onlyFor("tier", "category");
   onlyFor("confirm", "category");
@@ -530,6 +623,34 @@ std::string describe(const Action& action) {
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }
     std::string operator()(const step::Quit&) const { return "quit"; }
+    std::string operator()(const step::MovePointer& a) const {
+      switch (a.spot) {
+        case step::MovePointer::Spot::emptyMenuBar: return "pointer to the empty menu bar";
+        case step::MovePointer::Spot::desktop: return "pointer to the desktop";
+        case step::MovePointer::Spot::point: break;
+      }
+      return "pointer to " + numberWord(a.location.x) + "," + numberWord(a.location.y);
+    }
+    std::string operator()(const step::MouseButtonPress& a) const {
+      return std::string(a.button == sim::SimDesktop::MouseButton::left ? "left" : "right") + " mouse " +
+             (a.down ? "down" : "up");
+    }
+    std::string operator()(const step::ModifierPress& a) const {
+      return modifierSymbols(a.modifiers) + (a.down ? " down" : " up");
+    }
+    std::string operator()(const step::TypeKey& a) const { return "key " + modifierSymbols(a.modifiers) + a.name; }
+    std::string operator()(const step::MenuTracking& a) const {
+      return a.begins ? "menu begins tracking" : "menu ends tracking";
+    }
+    std::string operator()(const step::OpenURL& a) const { return "open " + a.url; }
+    std::string operator()(const step::AppleScriptCommand& a) const { return "AppleScript \"" + a.command + "\""; }
+    std::string operator()(const step::RecordHotkey&) const { return "record the chord"; }
+    std::string operator()(const step::SetLoginItem& a) const {
+      return std::string("open at login ") + (a.enabled ? "on" : "off");
+    }
+    std::string operator()(const step::SetRevealOnHover& a) const {
+      return std::string("reveal on hover ") + (a.enabled ? "on" : "off");
+    }
   };
   return std::visit(Describer{}, action);
 }

@@ -78,6 +78,45 @@ struct AssignCategory {
   std::optional<ItemCategory> category;
   bool confirm = false;
 };
+// The pointer moves to a point (AppKit global coordinates) or to a named spot.
+struct MovePointer {
+  enum class Spot { point, emptyMenuBar, desktop };
+  Spot spot = Spot::point;
+  Point location;
+};
+// A mouse button goes down or up where the pointer is (never on Tarvolo's items).
+struct MouseButtonPress {
+  sim::SimDesktop::MouseButton button = sim::SimDesktop::MouseButton::left;
+  bool down = true;
+};
+struct ModifierPress {
+  platform::ModifierFlags modifiers;
+  bool down = true;
+};
+// A key typed with modifiers held: a letter "A"…"Z", "escape", or a virtual key code.
+struct TypeKey {
+  std::uint16_t keyCode = 0;
+  std::string name;
+  platform::ModifierFlags modifiers;
+};
+struct MenuTracking {
+  bool begins = true;
+};
+struct OpenURL {
+  std::string url;
+};
+struct AppleScriptCommand {
+  std::string command;
+};
+// The settings' chord recorder starts listening (the settings window comes to the front).
+struct RecordHotkey {};
+// The settings' switches.
+struct SetLoginItem {
+  bool enabled = true;
+};
+struct SetRevealOnHover {
+  bool enabled = true;
+};
 struct Relaunch {};
 struct Reopen {};
 struct Wake {};
@@ -86,7 +125,10 @@ struct Quit {};
 
 using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
                             step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages,
-                            step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit>;
+                            step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit,
+                            step::MovePointer, step::MouseButtonPress, step::ModifierPress, step::TypeKey,
+                            step::MenuTracking, step::OpenURL, step::AppleScriptCommand, step::RecordHotkey,
+                            step::SetLoginItem, step::SetRevealOnHover>;
 
 struct Step {
   double at = 0;

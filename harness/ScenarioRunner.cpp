@@ -4,6 +4,9 @@
 #include <limits>
 
 #include "harness/SimSession.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/LaunchAtLogin.h"
+#include "statusbar/StatusBarController.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
@@ -74,12 +77,14 @@ class Run {
   void settle(double from, double nextStepAt, const std::string& label, const std::string& note) {
     session_->runUntil(std::min(from + kSettleTime, nextStepAt));
     if (!session_->running() || !options_.onCheckpoint) return;
-    BarSnapshot bar = snapshotBar(session_->desktop(), session_->controller(), session_->statusItemManager(), session_->now());
+    BarSnapshot bar = snapshotBar(session_->desktop(), session_->controller(), session_->statusItemManager(), session_->now(),
+                      session_->delegate() ? session_->delegate()->environment() : nullptr);
     options_.onCheckpoint(Checkpoint{label, note, session_->desktop(), bar});
   }
 
   void tarvoloWillTerminate() {
-    atQuit_ = snapshotBar(session_->desktop(), session_->controller(), session_->statusItemManager(), session_->now());
+    atQuit_ = snapshotBar(session_->desktop(), session_->controller(), session_->statusItemManager(), session_->now(),
+                      session_->delegate() ? session_->delegate()->environment() : nullptr);
     if (!relaunching_ && options_.onCheckpoint) {
       options_.onCheckpoint(Checkpoint{"Tarvolo quits", "", session_->desktop(), *atQuit_});
     }
@@ -178,6 +183,89 @@ class Run {
   }
   std::optional<std::string> act(const step::Quit&) {
     session_->quit();
+    return std::nullopt;
+  }
+
+  std::optional<std::string> act(const step::MovePointer& action) {
+    Point location = action.location;
+    switch (action.spot) {
+      case step::MovePointer::Spot::point: break;
+      case step::MovePointer::Spot::desktop: {
+        const auto& screen = desktop().screenSpecs().front();
+        location = {screen.x + screen.width / 2, screen.y + screen.height / 2};
+        break;
+      }
+      case step::MovePointer::Spot::emptyMenuBar: {
+        // Halfway between the app menus and the first icon that stays visible.
+        const sim::SimItemState* separator = desktop().ownItem(autosaveName(OwnItem::separator));
+        if (!separator || !separator->frame) return std::string("the separator is not laid out");
+        double left = std::max(desktop().menusRightEdge(), desktop().statusAreaMinX());
+        double right = std::min(separator->frame->maxX(), desktop().statusAreaMaxX());
+        if (right - left < 2) return std::string("the menu bar has no empty stretch");
+        const auto& screen = desktop().screenSpecs().front();
+        location = {(left + right) / 2, screen.y + screen.height - 12};
+        break;
+      }
+    }
+    desktop().movePointer(location);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::MouseButtonPress& action) {
+    if (action.down) {
+      desktop().pressMouseButton(action.button);
+    } else {
+      desktop().releaseMouseButton(action.button);
+    }
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ModifierPress& action) {
+    if (action.down) {
+      desktop().pressModifiers(action.modifiers);
+    } else {
+      desktop().releaseModifiers(action.modifiers);
+    }
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::TypeKey& action) {
+    desktop().typeKey(action.keyCode, action.modifiers);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::MenuTracking& action) {
+    if (action.begins) {
+      desktop().beginMenuTracking();
+    } else {
+      desktop().endMenuTracking();
+    }
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::OpenURL& action) {
+    if (desktop().openURL(action.url)) return std::nullopt;
+    return std::string("Tarvolo is not running");
+  }
+  std::optional<std::string> act(const step::AppleScriptCommand& action) {
+    auto known = desktop().runAppleScriptCommand(action.command);
+    if (!known) return std::string("Tarvolo is not running");
+    if (!*known) return "Tarvolo does not know the command \"" + action.command + "\"";
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::RecordHotkey&) {
+    AppEnvironment* environment = session_->delegate()->environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    // The recorder lives in the settings window, which takes the keys while it listens.
+    desktop().userInterface().openPreferences(std::string("hotkeys"));
+    environment->hotkeys().beginRecording();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::SetLoginItem& action) {
+    AppEnvironment* environment = session_->delegate()->environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    environment->launchAtLogin().setEnabled(action.enabled);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::SetRevealOnHover& action) {
+    StatusBarController* controller = session_->controller();
+    if (!controller) return std::string("Tarvolo is not running");
+    controller->autoCollapse().setRevealOnHover(action.enabled);
     return std::nullopt;
   }
 

@@ -53,6 +53,14 @@ void SimSession::DelegateRelay::applicationWillTerminate() {
   if (session_.delegate_) session_.delegate_->applicationWillTerminate();
 }
 
+void SimSession::DelegateRelay::applicationOpenURLs(const std::vector<std::string>& urls) {
+  if (session_.delegate_) session_.delegate_->applicationOpenURLs(urls);
+}
+
+bool SimSession::DelegateRelay::applicationPerformScriptCommand(std::string_view command) {
+  return session_.delegate_ && session_.delegate_->applicationPerformScriptCommand(command);
+}
+
 StatusBarController* SimSession::controller() {
   auto* environment = delegate_ ? delegate_->environment() : nullptr;
   return environment ? environment->statusBarController() : nullptr;

@@ -46,6 +46,8 @@ class SimSession {
     void applicationDidFinishLaunching() override;
     bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
     void applicationWillTerminate() override;
+    void applicationOpenURLs(const std::vector<std::string>& urls) override;
+    bool applicationPerformScriptCommand(std::string_view command) override;
 
    private:
     SimSession& session_;

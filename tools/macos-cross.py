@@ -221,6 +221,13 @@ def generate(args: argparse.Namespace) -> str:
     lines.append(f"build {ninja_escape(bundle[0])}: copy {ninja_escape(os.path.join(build, 'bin', 'Tarvolo'))}")
     lines.append(f"build {ninja_escape(bundle[1])}: copy {ninja_escape(plist_path)}")
     lines.append(f"build {ninja_escape(bundle[2])}: pkginfo")
+    # Every file of the resources folder goes into the bundle's Resources, as it is.
+    for resource in sorted(glob.glob(os.path.join(root, "src/platform/macos/Resources/*"))):
+        if not os.path.isfile(resource):
+            continue
+        target = os.path.join(contents, "Resources", os.path.basename(resource))
+        lines.append(f"build {ninja_escape(target)}: copy {ninja_escape(resource)}")
+        bundle.append(target)
     lines.append(f"default {' '.join(map(ninja_escape, bundle + finals))}")
     return "\n".join(lines) + "\n"
 

@@ -1,9 +1,12 @@
 #include "app/AppDelegate.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Log.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/SystemActions.h"
 #include "localization/LocalizationManager.h"
 #include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
@@ -28,9 +31,11 @@ void AppDelegate::applicationDidFinishLaunching() {
   platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
   ReviewPrompt::noteLaunch(platform_.defaults(), platform_.clock().currentDate());
+  environment_->hotkeys().registerHotkeys();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();
   platform_.logSink().writeStandardOutput(launchBanner);
+  if (!pendingURLs_.empty()) applicationOpenURLs(std::exchange(pendingURLs_, {}));
 
   auto arguments = platform_.system().processArguments();
   for (const char* wanted : kPreferencesArguments) {
@@ -50,9 +55,34 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
 }
 
 void AppDelegate::applicationWillTerminate() {
+  if (environment_) environment_->hotkeys().unregisterHotkeys();
   // Nothing may stay hidden by the system once the app has gone.
   if (environment_) environment_->nativeVisibilityEngine().expand();
   platform_.logSink().writeStandardOutput(exitBanner);
+}
+
+void AppDelegate::applicationOpenURLs(const std::vector<std::string>& urls) {
+  auto* controller = environment_ ? environment_->statusBarController() : nullptr;
+  if (!controller) {
+    pendingURLs_.insert(pendingURLs_.end(), urls.begin(), urls.end());
+    return;
+  }
+  for (const auto& url : urls) {
+    if (auto action = SystemActions::actionForURL(url)) {
+      SystemActions::perform(*action, *controller);
+    } else {
+      Diag::log(LogLine("url ignored").add("url", url));
+    }
+  }
+}
+
+bool AppDelegate::applicationPerformScriptCommand(std::string_view command) {
+  auto* controller = environment_ ? environment_->statusBarController() : nullptr;
+  auto action = SystemActions::actionForScriptCommand(command);
+  Diag::log(LogLine("script command").add("command", command).add("known", action.has_value()));
+  if (!controller || !action) return false;
+  SystemActions::perform(*action, *controller);
+  return true;
 }
 
 void AppDelegate::screenParametersDidChange() {

@@ -21,6 +21,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
   void applicationDidFinishLaunching() override;
   bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
   void applicationWillTerminate() override;
+  void applicationOpenURLs(const std::vector<std::string>& urls) override;
+  bool applicationPerformScriptCommand(std::string_view command) override;
 
   void screenParametersDidChange() override;
   void workspaceDidWake() override;
@@ -38,6 +40,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
  private:
   platform::Platform& platform_;
   std::unique_ptr<AppEnvironment> environment_;
+  // URLs that arrived before launching finished, run once it has.
+  std::vector<std::string> pendingURLs_;
   WeakHandleFactory<AppDelegate> weakFactory_{this};
 };
 

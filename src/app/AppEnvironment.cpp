@@ -3,6 +3,8 @@
 #include "base/Log.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
 #include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
@@ -30,10 +32,22 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .platform = platform_,
       .defaultCenter = defaultCenter_,
   });
+  launchAtLogin_ = std::make_unique<LaunchAtLogin>(platform_.loginItems(), platform_.system());
+  // The chord may fire before the controller exists; it is looked up when it does.
+  hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManager::Dependencies{
+      .platform = platform_,
+      .localization = *localization_,
+      .toggleDeep =
+          [this] {
+            if (statusBarController_) statusBarController_->toggleBar(ExpandDepth::deep);
+          },
+  });
 }
 
 AppEnvironment::~AppEnvironment() {
   statusBarController_.reset();
+  hotkeys_.reset();
+  launchAtLogin_.reset();
   nativeVisibilityEngine_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();

@@ -9,6 +9,8 @@
 
 namespace tarvolo {
 
+class HotkeyManager;
+class LaunchAtLogin;
 class LocalizationManager;
 class MenuBarPlacementLedger;
 class NativeVisibilityEngine;
@@ -39,6 +41,8 @@ class AppEnvironment {
   NativeVisibilityEngine& nativeVisibilityEngine() { return *nativeVisibilityEngine_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
+  HotkeyManager& hotkeys() { return *hotkeys_; }
+  LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
 
  private:
   platform::Platform& platform_;
@@ -49,6 +53,8 @@ class AppEnvironment {
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
+  std::unique_ptr<LaunchAtLogin> launchAtLogin_;
+  std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
 };
 

@@ -33,6 +33,7 @@ struct Rect {
   Point origin() const { return {x, y}; }
   bool isEmpty() const { return width <= 0 || height <= 0; }
   bool containsX(double px) const { return px >= minX() && px < maxX(); }
+  bool contains(Point p) const { return containsX(p.x) && p.y >= minY() && p.y < maxY(); }
   bool intersects(const Rect& o) const {
     return !isEmpty() && !o.isEmpty() && minX() < o.maxX() && o.minX() < maxX() && minY() < o.maxY() &&
            o.minY() < maxY();

@@ -20,6 +20,10 @@ void Diag::log(const std::string& message) {
   if (gSink) gSink->write(LogCategory::state, message);
 }
 
+void SystemLog::log(const std::string& message) {
+  if (gSink) gSink->writeSystemLog(message);
+}
+
 std::string numberText(double value) {
   if (!std::isfinite(value)) return value > 0 ? "inf" : (value < 0 ? "-inf" : "nan");
   if (value == std::floor(value) && std::fabs(value) < 1e15) {

@@ -16,6 +16,9 @@ class LogSink {
   // `message` is the complete text as the unified log shows it.
   virtual void write(LogCategory category, std::string_view message) = 0;
   virtual void writeStandardOutput(std::string_view line) = 0;
+  // The system log every process shares (what NSLog writes), for the few failures an
+  // administrator should find there.
+  virtual void writeSystemLog(std::string_view line) = 0;
 };
 
 // The two unified-log channels. Messages are built whole before logging; the sink is the
@@ -32,6 +35,11 @@ void log(const std::string& message);
 
 // Category "state": general state diagnostics.
 namespace Diag {
+void log(const std::string& message);
+}
+
+// The shared system log, beside the app's own channels.
+namespace SystemLog {
 void log(const std::string& message);
 }
 

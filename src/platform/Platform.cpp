@@ -12,6 +12,9 @@ std::string_view eventTypeName(EventType type) {
     case EventType::otherMouseUp: return "otherMouseUp";
     case EventType::leftMouseDragged: return "leftMouseDragged";
     case EventType::keyDown: return "keyDown";
+    case EventType::keyUp: return "keyUp";
+    case EventType::flagsChanged: return "flagsChanged";
+    case EventType::mouseMoved: return "mouseMoved";
     case EventType::other: return "other";
   }
   return "other";
@@ -24,6 +27,16 @@ std::string_view activationPolicyName(ActivationPolicy policy) {
     case ActivationPolicy::prohibited: return "prohibited";
   }
   return "regular";
+}
+
+std::string_view rawValue(LoginItemStatus status) {
+  switch (status) {
+    case LoginItemStatus::notRegistered: return "notRegistered";
+    case LoginItemStatus::enabled: return "enabled";
+    case LoginItemStatus::requiresApproval: return "requiresApproval";
+    case LoginItemStatus::notFound: return "notFound";
+  }
+  return "notFound";
 }
 
 double ScreenInfo::notchWidth() const {

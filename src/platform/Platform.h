@@ -43,6 +43,9 @@ enum class EventType {
   otherMouseUp,
   leftMouseDragged,
   keyDown,
+  keyUp,
+  flagsChanged,  // a modifier key went down or up
+  mouseMoved,
   other,
 };
 
@@ -68,11 +71,16 @@ struct ModifierFlags {
   friend bool operator==(const ModifierFlags&, const ModifierFlags&) = default;
 };
 
+// The device-independent modifier bits a chord or a shortcut compares.
+constexpr std::uint32_t kChordModifierMask = 0x1E0000;
+
 struct Event {
   EventType type = EventType::other;
   ModifierFlags modifierFlags;
   Point locationInScreen;  // AppKit global coordinates
   double timestamp = 0;    // Clock::now() seconds
+  // The virtual key code of a key-down or key-up; absent for every other event.
+  std::optional<std::uint16_t> keyCode;
 };
 
 // An installed observer, monitor or handler; destroying it removes what it installed.
@@ -96,6 +104,55 @@ class Events {
   // Events sent to this application; the handler may swallow the event by returning nullopt.
   virtual std::unique_ptr<Registration> addLocalMonitor(
       EventMask mask, std::function<std::optional<Event>(const Event&)> handler) = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// System-wide hot keys
+
+// A key and the modifiers held with it (only the bits of kChordModifierMask count).
+struct KeyChord {
+  std::uint16_t keyCode = 0;
+  ModifierFlags modifiers;
+  friend bool operator==(const KeyChord&, const KeyChord&) = default;
+};
+
+enum class HotkeyFailureStage {
+  handlerInstallation,  // the handler for hot-key presses could not be installed
+  registration,         // the system refused the chord (taken by another app or the system)
+};
+
+struct HotkeyFailure {
+  HotkeyFailureStage stage = HotkeyFailureStage::registration;
+  std::int32_t status = 0;  // the system's status code, e.g. -9878 for a chord already taken
+};
+
+class HotkeyService {
+ public:
+  virtual ~HotkeyService() = default;
+  // Registers `chord` system-wide under `id`, replacing what `id` held. Each press runs `handler`
+  // on the main queue with the id the system reported. Absent on success.
+  virtual std::optional<HotkeyFailure> registerHotkey(std::uint32_t id, KeyChord chord,
+                                                      std::function<void(std::uint32_t firedId)> handler) = 0;
+  // Unregistering an id that holds nothing does nothing.
+  virtual void unregisterHotkey(std::uint32_t id) = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The login item (the app itself, started when the user logs in)
+
+enum class LoginItemStatus { notRegistered, enabled, requiresApproval, notFound };
+
+std::string_view rawValue(LoginItemStatus status);
+
+class LoginItemService {
+ public:
+  virtual ~LoginItemService() = default;
+  virtual LoginItemStatus status() const = 0;
+  // Absent on success; otherwise the system's description of what went wrong.
+  virtual std::optional<std::string> registerMainApp() = 0;
+  virtual std::optional<std::string> unregisterMainApp() = 0;
+  // Opens the system settings' list of login items.
+  virtual void openSystemSettingsLoginItems() = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -341,6 +398,12 @@ class ApplicationDelegate {
   virtual void applicationDidFinishLaunching() = 0;
   virtual bool applicationShouldHandleReopen(bool hasVisibleWindows) = 0;
   virtual void applicationWillTerminate() = 0;
+  // URLs of the app's own scheme opened by the user or another app; they may arrive before
+  // launching has finished when one of them launched the app.
+  virtual void applicationOpenURLs(const std::vector<std::string>& urls) = 0;
+  // An AppleScript command of the app's scripting definition, by its name ("collapse all");
+  // false when the app does not know it.
+  virtual bool applicationPerformScriptCommand(std::string_view command) = 0;
 };
 
 // Everything a backend provides, handed to the core at start-up.
@@ -361,6 +424,8 @@ class Platform {
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
   virtual AssessmentMode& assessmentMode() = 0;
+  virtual HotkeyService& hotkeys() = 0;
+  virtual LoginItemService& loginItems() = 0;
   // The backend reports system events to `sink` until it is replaced or cleared (nullptr).
   virtual void setSystemEventSink(SystemEventSink* sink) = 0;
 };

@@ -45,12 +45,14 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                .items = items_,
                .expandedSeparatorLength = expandedSeparatorLength_}),
       campaign_(dependencies.platform.mainQueue(), *this),
+      autoCollapse_(dependencies.platform, *this),
+      frontmost_(dependencies.platform, *this),
+      orderRepair_(dependencies.platform, *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
-      foldingCheckWork_(dependencies.platform.mainQueue()),
-      autoCollapseWorkItem_(dependencies.platform.mainQueue()) {
+      foldingCheckWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
-  hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItems));
+  hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItemsForSystemEngine));
   items_.seedPreferredPositions();
   items_.createOwnItems(currentPresentation(), itemActions(),
                         [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
@@ -114,9 +116,16 @@ void StatusBarController::subscribe() {
       center.addObserver(Notifications::menuBarCatalogDidChange, onMain(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::applicationDidChangeScreenParameters,
                                              onMain(&StatusBarController::screenParametersChanged)));
-  for (const char* name : {Notifications::workspaceDidWake, Notifications::activeSpaceDidChange}) {
-    cancellables_.push_back(workspace.addObserver(name, onMain(&StatusBarController::systemStateChanged)));
-  }
+  auto wokeOrMoved = onMainQueue(queue, calling(weak(), &StatusBarController::systemStateChanged));
+  cancellables_.push_back(workspace.addObserver(Notifications::workspaceDidWake, wokeOrMoved));
+  cancellables_.push_back(workspace.addObserver(Notifications::activeSpaceDidChange, wokeOrMoved));
+  cancellables_.push_back(workspace.addObserver(
+      Notifications::didActivateApplication,
+      bindWeak(weak(), [](StatusBarController& self, const Notification& notification) {
+        if (const auto* app = notification.objectAs<platform::RunningApplication>()) {
+          self.frontmost_.noteFrontmostApplication(*app);
+        }
+      })));
   auto membership = [&queue, weak = weak()](const Notification& notification) {
     std::optional<std::string> bundle;
     if (const auto* app = notification.objectAs<platform::RunningApplication>()) bundle = app->bundleIdentifier;
@@ -144,26 +153,6 @@ void StatusBarController::screenParametersChanged() {
   scheduleApply();
 }
 
-void StatusBarController::systemStateChanged() {
-  hiding_.expandIfAvailable();
-  scheduleApply();
-}
-
-// The system's engine failed for the run: a collapsed bar collapses again, with the own
-// separators and everything their collapse involves (search, verification, recovery).
-void StatusBarController::nativeAvailabilityChanged() {
-  if (currentPresentation() != MenuBarPresentation::collapsed || hiding_.nativeAvailable()) return scheduleApply();
-  collapseBar(CollapseReason::nativeFallback);
-}
-
-void StatusBarController::recreateOwnItems() {
-  items_.removeOwnItems();
-  items_.seedPreferredPositions();
-  items_.createOwnItems(currentPresentation(), itemActions(),
-                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
-  scheduleApply();
-}
-
 // --- start-up ----------------------------------------------------------------------------------
 
 bool StatusBarController::onboardingComplete() const {
@@ -184,6 +173,7 @@ void StatusBarController::showEverything() {
 
 void StatusBarController::finishStartup() {
   mainThread_.check();
+  scheduleOrderRepairCheck();
   startupCollapseAllowed_ = true;
   if (!onboardingComplete()) {
     showEverything();
@@ -200,8 +190,9 @@ bool StatusBarController::startupCollapseMayRun() const {
 
 bool StatusBarController::showsEverything() const { return isExpanded.get() && isDeepExpanded.get(); }
 
-// Order repair takes over here once it exists; until then the bar stays shown.
-void StatusBarController::startupCollapseGaveUp() {}
+void StatusBarController::startupCollapseGaveUp() {
+  if (showsEverything()) orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
+}
 
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
   // A probe's length says nothing about the order.
@@ -236,6 +227,7 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
         .message = text("folding_ineffective_banner"),
         .actionTitle = text("menu_repair_order"),
         .kind = "foldingIneffective",
+        .onAction = repairAction(),
     });
     return;
   }
@@ -268,6 +260,10 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   updateButtonAppearance();
   applyVisibilityNow();
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().keepPreferencesFront();
+  bool fromGuide = initiator == Initiator::placementGuide;
+  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || manualPlacement_
+                                              ? std::nullopt
+                                              : std::optional(autoCollapse_.configuredAutoCollapseDelay()));
 }
 
 void StatusBarController::collapseBar(CollapseReason reason) {
@@ -287,6 +283,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
     stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
     if (reason == CollapseReason::startup) campaign_.noteWithheld(StayExpandedReason::order);
+    if (Policy::collapseAttemptReopensRepair(reasonText)) orderRepair_.considerRepairForUserCollapse();
     return;
   }
   // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
@@ -308,12 +305,13 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
-  autoCollapseWorkItem_.cancel();
+  autoCollapse_.barCollapsed();
   // The system hides by list: no length to remember, search or recover.
   if (hiding_.nativeAvailable()) return;
   recordCollapseLength(length, frontmost, false, std::nullopt);
   beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
   engine_.cliff().startCliffSearchIfNeeded();
+  orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
 }
 
 void StatusBarController::setDeepExpanded(bool deep) {
@@ -372,6 +370,7 @@ void StatusBarController::statusItemClicked() {
     if (pointerMoved || frameMoved) {
       MenuBarLog::log("statusItemClicked: ignored command drag or guide");
       clearArrowPress();
+      orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::detected);
       return;
     }
   }
@@ -462,6 +461,9 @@ platform::Menu StatusBarController::buildContextMenu() {
   // Offered while icons are shown, the moment a user notices one they would rather hide.
   if (isExpanded.get()) {
     menu.items.push_back(item("menu_hide_in_settings", "menuHideInSettings", &StatusBarController::menuHideInSettings));
+  }
+  if (orderRepair_.repairOffered()) {
+    menu.items.push_back(item("menu_repair_order", "repairMenuBarOrder", &StatusBarController::repairMenuBarOrder));
   }
   menu.items.push_back(platform::MenuItem::separator());
   menu.items.push_back(item("menu_preferences", "openPreferences", &StatusBarController::menuPreferences, ","));
@@ -635,6 +637,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
   };
   if (order) {
     notice.actionTitle = text("menu_repair_order");
+    notice.onAction = repairAction();
   } else if (offerAutomaticRepair) {
     // Measuring again later may succeed where this attempt could not.
     notice.actionTitle = text("menu_collapse");
@@ -650,6 +653,7 @@ void StatusBarController::dropToNormalExpandedShelf() {
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
+  if (!manualPlacement_) autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
 }
 
 // --- membership ------------------------------------------------------------------------------------

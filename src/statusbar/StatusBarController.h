@@ -14,8 +14,11 @@
 #include "base/WorkItem.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
+#include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"
 #include "statusbar/HidingEngineSwitch.h"
+#include "statusbar/FrontmostTracker.h"
+#include "statusbar/OwnOrderRepair.h"
 #include "statusbar/OwnStatusItems.h"
 #include "statusbar/StartupCollapseCampaign.h"
 #include "visibility/CollapseReasons.h"
@@ -35,7 +38,11 @@ class StatusItemManager;
 // campaign, and answers clicks and the context menu. The own items and the collapse-length engine
 // are owners of their own, held here; what this class offers of theirs forwards to them.
 // Main thread only.
-class StatusBarController final : private CollapseHost, private StartupCollapseCampaign::Host {
+class StatusBarController final : private CollapseHost,
+                                  private StartupCollapseCampaign::Host,
+                                  private AutoCollapse::Host,
+                                  private FrontmostTracker::Host,
+                                  private OwnOrderRepair::Host {
  public:
   static constexpr const char* toggleAutosaveName = OwnStatusItems::toggleAutosaveName;
   static constexpr const char* separatorAutosaveName = OwnStatusItems::separatorAutosaveName;
@@ -74,6 +81,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }
   void cancelStartupCollapseRetry() { campaign_.cancelStartupCollapseRetry(); }
   std::optional<bool> readAlwaysVisibleAnchor() const override;
+  void scheduleOrderRepairCheck() { orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic); }
   std::optional<PlacementAnchors> currentPlacementAnchors() const { return items_.currentPlacementAnchors(); }
 
   // --- state machine
@@ -98,6 +106,7 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   void menuPreferences();
   void openPreferences(std::optional<std::string> focusing);
   void quitApp();
+  void repairMenuBarOrder() { orderRepair_.repairMenuBarOrder(); }
 
   // --- applying lengths
   void updateButtonAppearance();
@@ -114,6 +123,13 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   std::optional<std::string> frontmostBundleID() const override;
   double collapseLength(const std::optional<std::string>& bundleID) const override;
   std::optional<double> lastAppliedNormalLength() const override { return lastAppliedNormal_; }
+
+  // --- companions: auto-collapse, frontmost tracking, order repair
+  AutoCollapse& autoCollapse() { return autoCollapse_; }
+  const AutoCollapse& autoCollapse() const { return autoCollapse_; }
+  const FrontmostTracker& frontmostTracker() const { return frontmost_; }
+  OwnOrderRepair& orderRepair() { return orderRepair_; }
+  const OwnOrderRepair& orderRepair() const { return orderRepair_; }
 
   // --- the own items and the collapse-length engine, which own what follows
   const OwnStatusItems& ownItems() const { return items_; }
@@ -193,13 +209,31 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   // Wake, space change: the system's engine lets everything back before the list is handed over again.
   void systemStateChanged();
   void nativeAvailabilityChanged();
-  void recreateOwnItems();
+  void recreateOwnItemsForSystemEngine();
   void updateLanguageStrings();
   void scheduleFoldingCheck();
   // StartupCollapseCampaign::Host
   bool startupCollapseMayRun() const override;
   bool showsEverything() const override;
   void startupCollapseGaveUp() override;
+  // AutoCollapse::Host
+  bool barExpanded() const override { return isExpanded.get(); }
+  bool barDeepExpanded() const override { return isDeepExpanded.get(); }
+  bool placementInProgress() const override { return manualPlacement_; }
+  bool menuTracking() const override { return menuTrackingCount_ > 0; }
+  std::optional<Rect> toggleFrame() const override { return items_.toggleFrame(); }
+  std::optional<double> visibleIconsMinX() const override;
+  std::optional<platform::ScreenInfo> statusItemScreen() const override { return items_.statusItemScreen(); }
+  void collapseForTimeout() override { collapseBar(CollapseReason::shelfTimeout); }
+  void expandForHover() override { expandBar(ExpandDepth::normal, Initiator::user); }
+  // FrontmostTracker::Host
+  bool barCollapsed() const override { return currentPresentation() == MenuBarPresentation::collapsed; }
+  void commitFrontmostLength() override;
+  // OwnOrderRepair::Host
+  MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const override;
+  void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) override;
+  void orderRepairFinished(bool inOrder) override;
+  std::function<void()> repairAction() { return bindWeak(weak(), &StatusBarController::repairMenuBarOrder); }
 
   void recordArrowPress();
   void clearArrowPress();
@@ -224,6 +258,9 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
   CollapseEngine engine_;
   HidingEngineSwitch hiding_;
   StartupCollapseCampaign campaign_;
+  AutoCollapse autoCollapse_;
+  FrontmostTracker frontmost_;
+  OwnOrderRepair orderRepair_;
 
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;
@@ -241,7 +278,6 @@ class StatusBarController final : private CollapseHost, private StartupCollapseC
 
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
-  WorkItem autoCollapseWorkItem_;
 
   Cancellables cancellables_;
 

@@ -442,3 +442,99 @@ bool isChildBundle(std::string_view child, std::string_view parent) {
 }
 
 }  // namespace tarvolo::MenuBarVisibilityPolicy
+
+namespace tarvolo::MenuBarVisibilityPolicy {
+
+// ---- Own-item order repair ---------------------------------------------------------------------
+
+std::optional<std::array<double, 3>> positiveRepairSlots(const OwnItemValues& preferred, const OwnItemValues& screenX) {
+  const std::array<std::optional<double>, 3> stored{preferred.toggle, preferred.separator, preferred.alwaysHidden};
+  const std::array<std::optional<double>, 3> edges{screenX.toggle, screenX.separator, screenX.alwaysHidden};
+  // A stored position counts from the status area's right end: an item with both a positive
+  // position and a right edge tells where that end lies.
+  std::optional<double> rightEnd;
+  for (std::size_t i = 0; i < 3; ++i) {
+    if (stored[i] && *stored[i] > 0 && edges[i]) {
+      rightEnd = *edges[i] + *stored[i];
+      break;
+    }
+  }
+  if (!rightEnd) {
+    std::optional<double> rightmost;
+    for (const auto& edge : edges) {
+      if (edge) rightmost = std::max(rightmost.value_or(*edge), *edge);
+    }
+    if (rightmost) rightEnd = *rightmost + 1;
+  }
+  std::array<double, 3> slots{};
+  for (std::size_t i = 0; i < 3; ++i) {
+    if (stored[i] && *stored[i] > 0) {
+      slots[i] = *stored[i];
+    } else if (rightEnd && edges[i]) {
+      // An item at the very end stands at 0; slots are positive, and the order is forced later.
+      slots[i] = std::max(*rightEnd - *edges[i], 1.0);
+    } else {
+      return std::nullopt;
+    }
+  }
+  return slots;
+}
+
+RepairPositions forcedRepairPositions(std::array<double, 3> slots) {
+  std::sort(slots.begin(), slots.end());
+  RepairPositions positions;
+  positions.toggle = slots[0];
+  positions.separator = std::max(slots[1], positions.toggle + 1);
+  positions.alwaysHidden = std::max(slots[2], positions.separator + 1);
+  return positions;
+}
+
+// ---- Auto-collapse --------------------------------------------------------------------------
+
+double autoCollapseDelay(std::optional<double> stored) {
+  if (!stored || std::isnan(*stored)) return autoCollapseDefaultDelay;
+  return std::clamp(*stored, autoCollapseMinimumDelay, autoCollapseMaximumDelay);
+}
+
+std::string_view rawValue(AutoCollapseDeferral deferral) {
+  switch (deferral) {
+    case AutoCollapseDeferral::menu: return "menu";
+    case AutoCollapseDeferral::mouse: return "mouse";
+    case AutoCollapseDeferral::command: return "command";
+    case AutoCollapseDeferral::menuBar: return "menubar";
+    case AutoCollapseDeferral::menuBarRecent: return "menubar-recent";
+    case AutoCollapseDeferral::chrome: return "chrome";
+    case AutoCollapseDeferral::toggle: return "toggle";
+  }
+  return "menu";
+}
+
+AutoCollapseAction autoCollapseAction(const AutoCollapseInput& input) {
+  auto wait = [](AutoCollapseDeferral reason) { return AutoCollapseAction{AutoCollapseAction::Kind::wait, reason}; };
+  if (input.menuTracking) return wait(AutoCollapseDeferral::menu);
+  if (input.mouseButtonDown) return wait(AutoCollapseDeferral::mouse);
+  if (input.commandHeld) return wait(AutoCollapseDeferral::command);
+  if (input.pointerInMenuBar) return wait(AutoCollapseDeferral::menuBar);
+  if (input.pointerInMenuBarRecently) return wait(AutoCollapseDeferral::menuBarRecent);
+  if (input.pointerOverChrome) return wait(AutoCollapseDeferral::chrome);
+  if (input.pointerOnToggle) return wait(AutoCollapseDeferral::toggle);
+  if (input.deepOrPlacement) return AutoCollapseAction{AutoCollapseAction::Kind::keepDeepOrPlacement, std::nullopt};
+  return AutoCollapseAction{};
+}
+
+bool pointerInMenuBarRecently(std::optional<double> lastMenuBarPresence, double now) {
+  if (!lastMenuBarPresence) return false;
+  double since = now - *lastMenuBarPresence;
+  return since >= 0 && since < recentPointerDeferral;
+}
+
+// ---- Reveal on hover --------------------------------------------------------------------------
+
+bool pointerOnEmptyStatusSide(const HoverRevealInput& input) {
+  const Point& p = input.pointer;
+  bool inBar = p.y >= input.menuBar.minY() && p.y <= input.menuBar.maxY() && p.x >= input.menuBar.minX() &&
+               p.x <= input.menuBar.maxX();
+  return inBar && input.emptyMaxX > input.emptyMinX && p.x > input.emptyMinX && p.x < input.emptyMaxX;
+}
+
+}  // namespace tarvolo::MenuBarVisibilityPolicy

@@ -193,6 +193,89 @@ std::optional<PreferredPositionSeeding> seededPreferredPositions(std::optional<d
                                                                  std::optional<double> fold,
                                                                  std::optional<double> hidden);
 
+// ---- Own-item order repair ---------------------------------------------------------------------
+
+// One value for each own item.
+struct OwnItemValues {
+  std::optional<double> toggle;
+  std::optional<double> separator;
+  std::optional<double> alwaysHidden;
+  friend bool operator==(const OwnItemValues&, const OwnItemValues&) = default;
+};
+
+// Three positive preferred positions, one per item, near where the items stand now: the stored
+// positions where they are positive, else derived from the buttons' right edges (`screenX`)
+// and the status area's right end those stored positions imply. Absent when nothing can be
+// derived. Unordered: `forcedRepairPositions` orders them.
+std::optional<std::array<double, 3>> positiveRepairSlots(const OwnItemValues& preferred,
+                                                         const OwnItemValues& screenX);
+
+struct RepairPositions {
+  double toggle = 0;
+  double separator = 0;
+  double alwaysHidden = 0;
+  friend bool operator==(const RepairPositions&, const RepairPositions&) = default;
+};
+// The slots sorted ascending and handed out so the order is forced: the toggle takes the
+// smallest, each separator stands at least one unit left of the item before it.
+RepairPositions forcedRepairPositions(std::array<double, 3> slots);
+
+// ---- Auto-collapse --------------------------------------------------------------------------
+
+// "autoCollapseDelay" as stored: absent or not a number is the default, then clamped.
+double autoCollapseDelay(std::optional<double> stored);
+
+// Why auto-collapse waits; the raw values are what the log says.
+enum class AutoCollapseDeferral {
+  menu,           // "menu": a menu is open
+  mouse,          // "mouse": a mouse button is down
+  command,        // "command": ⌘ is held, as for dragging icons
+  menuBar,        // "menubar": the pointer is in the menu bar
+  menuBarRecent,  // "menubar-recent": it left the menu bar moments ago
+  chrome,         // "chrome": the pointer is over the placement guide
+  toggle,         // "toggle": the pointer is on the toggle
+};
+std::string_view rawValue(AutoCollapseDeferral deferral);
+
+struct AutoCollapseAction {
+  enum class Kind {
+    collapse,
+    keepDeepOrPlacement,  // deep-expanded or a placement in progress: not the timer's to end
+    wait,
+  };
+  Kind kind = Kind::collapse;
+  std::optional<AutoCollapseDeferral> reason;  // set exactly when waiting
+  friend bool operator==(const AutoCollapseAction&, const AutoCollapseAction&) = default;
+};
+
+struct AutoCollapseInput {
+  bool deepOrPlacement = false;
+  bool commandHeld = false;
+  bool pointerInMenuBar = false;
+  bool pointerOverChrome = false;
+  bool pointerOnToggle = false;
+  bool menuTracking = false;
+  bool mouseButtonDown = false;
+  bool pointerInMenuBarRecently = false;
+};
+// A user busy with menus, the mouse or the menu bar comes first; then the guide and the toggle;
+// then a deep expansion or a placement.
+AutoCollapseAction autoCollapseAction(const AutoCollapseInput& input);
+
+// The pointer was seen in the menu bar `recentPointerDeferral` seconds ago or less.
+bool pointerInMenuBarRecently(std::optional<double> lastMenuBarPresence, double now);
+
+// ---- Reveal on hover --------------------------------------------------------------------------
+
+struct HoverRevealInput {
+  Point pointer;
+  Rect menuBar;          // the bar of the screen holding the status items
+  double emptyMinX = 0;  // right end of the app menus (and the notch)
+  double emptyMaxX = 0;  // left end of the icons that stay visible
+};
+// The pointer lies on the empty stretch of the bar between the app menus and the visible icons.
+bool pointerOnEmptyStatusSide(const HoverRevealInput& input);
+
 // ---- Frontmost-app predicates ----------------------------------------------------------------
 
 bool frontmostOwnsMenuBar(std::string_view frontmost, std::optional<std::string_view> owner);

@@ -30,6 +30,17 @@ inline constexpr double userOwnOrderRepairMinimumInterval = 3;      // seconds
 inline constexpr int userOwnOrderRepairFailureLimit = 2;
 inline constexpr double nativeFallbackPreferredPosition = 0;
 
+// Auto-collapse: the delay the user sets is kept within these bounds; while the policy says wait,
+// the timer looks again after the re-check interval.
+inline constexpr double autoCollapseDefaultDelay = 8;     // seconds
+inline constexpr double autoCollapseMinimumDelay = 1;     // seconds
+inline constexpr double autoCollapseMaximumDelay = 30;    // seconds
+inline constexpr double autoCollapseRecheckInterval = 1;  // seconds
+// Reveal on hover: how long the pointer rests on the empty side of the bar, and how far it may
+// drift meanwhile.
+inline constexpr double hoverRevealRestDelay = 0.4;  // seconds
+inline constexpr double hoverRevealDriftTolerance = 6;
+
 // The length the separators take while their zone is shown.
 inline constexpr double defaultExpandedSeparatorLength = 16;
 

@@ -39,6 +39,7 @@ struct RecordingSink final : LogSink {
   std::vector<std::pair<LogCategory, std::string>> lines;
   void write(LogCategory category, std::string_view message) override { lines.emplace_back(category, message); }
   void writeStandardOutput(std::string_view) override {}
+  void writeSystemLog(std::string_view) override {}
 };
 
 TEST(Logging, MenuBarLinesCarryTheAppsPrefixAndNothingIsWrittenWithoutASink) {

@@ -42,9 +42,15 @@ void NativeVisibilityEngine::collapse(const std::vector<std::string>& allowedBun
     return;
   }
   std::string own = platform_.system().ownBundleIdentifier();
-  std::vector<std::string> list{own.empty() ? std::string(fallbackOwnBundleID) : own};
-  list.insert(list.end(), allowedBundleIds.begin(), allowedBundleIds.end());
-  for (auto id : MenuBarVisibilityPolicy::alwaysOnSystemBundleIDs) list.emplace_back(id);
+  std::vector<std::string> list;
+  std::set<std::string> seen;
+  // The system reads the list as a set: each bundle once, whatever its case.
+  auto add = [&](std::string id) {
+    if (seen.insert(text::lowercased(id)).second) list.push_back(std::move(id));
+  };
+  add(own.empty() ? std::string(fallbackOwnBundleID) : own);
+  for (const auto& id : allowedBundleIds) add(id);
+  for (auto id : MenuBarVisibilityPolicy::alwaysOnSystemBundleIDs) add(std::string(id));
   session().collapse(std::move(list), [weak = weakFactory_.handle(), completion = std::move(completion)](bool success) {
     if (auto* self = weak.get()) self->activationFinished(success);
     if (completion) completion(success);

@@ -86,6 +86,7 @@ class MacLogSink final : public LogSink {
   MacLogSink();
   void write(LogCategory category, std::string_view message) override;
   void writeStandardOutput(std::string_view line) override;
+  void writeSystemLog(std::string_view line) override;
 
  private:
   os_log_t menubar_;
@@ -272,6 +273,35 @@ class MacUserInterface final : public UserInterface {
   };
   // Oldest first.
   std::vector<Notice> notices_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// System-wide hot keys (MacHotkeys.mm)
+
+class MacHotkeyService final : public HotkeyService {
+ public:
+  MacHotkeyService();
+  ~MacHotkeyService() override;
+  std::optional<HotkeyFailure> registerHotkey(std::uint32_t id, KeyChord chord,
+                                              std::function<void(std::uint32_t)> handler) override;
+  void unregisterHotkey(std::uint32_t id) override;
+
+  // Shared with the Carbon handler's posted blocks, which hold it weakly.
+  struct State;
+
+ private:
+  std::shared_ptr<State> state_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The login item (MacLoginItems.mm)
+
+class MacLoginItemService final : public LoginItemService {
+ public:
+  LoginItemStatus status() const override;
+  std::optional<std::string> registerMainApp() override;
+  std::optional<std::string> unregisterMainApp() override;
+  void openSystemSettingsLoginItems() override;
 };
 
 }  // namespace tarvolo::platform::mac

@@ -31,6 +31,8 @@ class MacPlatform final : public Platform {
   Application& application() override;
   UserInterface& userInterface() override;
   AssessmentMode& assessmentMode() override;
+  HotkeyService& hotkeys() override;
+  LoginItemService& loginItems() override;
   void setSystemEventSink(SystemEventSink* sink) override;
 
  private:

@@ -25,6 +25,8 @@ struct MacPlatform::Impl {
   mac::MacApplication application;
   mac::MacUserInterface userInterface;
   mac::MacAssessmentMode assessmentMode;
+  mac::MacHotkeyService hotkeys;
+  mac::MacLoginItemService loginItems;
   // Last, so it is destroyed first.
   mac::MacSystemObserver observer;
 };
@@ -47,6 +49,8 @@ SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
 UserInterface& MacPlatform::userInterface() { return impl_->userInterface; }
 AssessmentMode& MacPlatform::assessmentMode() { return impl_->assessmentMode; }
+HotkeyService& MacPlatform::hotkeys() { return impl_->hotkeys; }
+LoginItemService& MacPlatform::loginItems() { return impl_->loginItems; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }
 
 }  // namespace tarvolo::platform

@@ -81,6 +81,10 @@ void MacLogSink::write(LogCategory category, std::string_view message) {
   }
 }
 
+void MacLogSink::writeSystemLog(std::string_view line) {
+  NSLog(@"%@", [[NSString alloc] initWithBytes:line.data() length:line.size() encoding:NSUTF8StringEncoding]);
+}
+
 void MacLogSink::writeStandardOutput(std::string_view line) {
   std::string text(line);
   if (text.empty() || text.back() != '\n') text.push_back('\n');

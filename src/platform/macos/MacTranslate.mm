@@ -44,6 +44,9 @@ EventType eventTypeFrom(NSEventType type) {
     case NSEventTypeOtherMouseUp: return EventType::otherMouseUp;
     case NSEventTypeLeftMouseDragged: return EventType::leftMouseDragged;
     case NSEventTypeKeyDown: return EventType::keyDown;
+    case NSEventTypeKeyUp: return EventType::keyUp;
+    case NSEventTypeFlagsChanged: return EventType::flagsChanged;
+    case NSEventTypeMouseMoved: return EventType::mouseMoved;
     default: return EventType::other;  // AppKit has dozens of types the core does not name
   }
 }
@@ -60,6 +63,9 @@ std::optional<NSEventMask> nsEventMaskFor(EventType type) {
     case EventType::otherMouseUp: return NSEventMaskOtherMouseUp;
     case EventType::leftMouseDragged: return NSEventMaskLeftMouseDragged;
     case EventType::keyDown: return NSEventMaskKeyDown;
+    case EventType::keyUp: return NSEventMaskKeyUp;
+    case EventType::flagsChanged: return NSEventMaskFlagsChanged;
+    case EventType::mouseMoved: return NSEventMaskMouseMoved;
     case EventType::other: return std::nullopt;
   }
   return std::nullopt;
@@ -68,7 +74,8 @@ std::optional<NSEventMask> nsEventMaskFor(EventType type) {
 constexpr EventType kAllEventTypes[] = {
     EventType::leftMouseDown,  EventType::leftMouseUp,  EventType::rightMouseDown,
     EventType::rightMouseUp,   EventType::otherMouseDown, EventType::otherMouseUp,
-    EventType::leftMouseDragged, EventType::keyDown,    EventType::other,
+    EventType::leftMouseDragged, EventType::keyDown,    EventType::keyUp,
+    EventType::flagsChanged,   EventType::mouseMoved,   EventType::other,
 };
 
 bool carriesMouseLocation(EventType type) {
@@ -79,8 +86,11 @@ bool carriesMouseLocation(EventType type) {
     case EventType::rightMouseUp:
     case EventType::otherMouseDown:
     case EventType::otherMouseUp:
-    case EventType::leftMouseDragged: return true;
+    case EventType::leftMouseDragged:
+    case EventType::mouseMoved: return true;
     case EventType::keyDown:
+    case EventType::keyUp:
+    case EventType::flagsChanged:
     case EventType::other: return false;
   }
   return false;
@@ -106,6 +116,8 @@ Event eventFrom(NSEvent* event) {
   out.type = eventTypeFrom(event.type);
   out.modifierFlags = modifierFlagsFrom(event.modifierFlags);
   out.timestamp = event.timestamp;
+  // keyCode raises for any event that is not a key event.
+  if (out.type == EventType::keyDown || out.type == EventType::keyUp) out.keyCode = event.keyCode;
   if (carriesMouseLocation(out.type)) {
     NSPoint location = event.locationInWindow;
     if (NSWindow* window = event.window) location = [window convertPointToScreen:location];

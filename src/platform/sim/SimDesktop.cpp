@@ -136,6 +136,7 @@ struct SimDesktop::Adapters {
       d.recordLog(category == platform::LogCategory::menubar ? "menubar" : "state", std::string(message));
     }
     void writeStandardOutput(std::string_view line) override { d.recordLog("stdout", std::string(line)); }
+    void writeSystemLog(std::string_view line) override { d.recordLog("system", std::string(line)); }
   };
 
   struct EventsImpl final : platform::Events {
@@ -263,8 +264,48 @@ struct SimDesktop::Adapters {
     }
   };
 
+  struct Hotkeys final : platform::HotkeyService {
+    SimDesktop& d;
+    explicit Hotkeys(SimDesktop& desktop) : d(desktop) {}
+    std::optional<platform::HotkeyFailure> registerHotkey(std::uint32_t id, platform::KeyChord chord,
+                                                          std::function<void(std::uint32_t)> handler) override {
+      unregisterHotkey(id);
+      chord.modifiers.raw &= platform::kChordModifierMask;
+      bool taken = std::find(d.settings_.takenHotkeys.begin(), d.settings_.takenHotkeys.end(), chord) !=
+                       d.settings_.takenHotkeys.end() ||
+                   std::any_of(d.hotkeys_.begin(), d.hotkeys_.end(),
+                               [&](const SimHotkeyRecord& held) { return held.chord == chord; });
+      if (taken) return platform::HotkeyFailure{.stage = platform::HotkeyFailureStage::registration, .status = -9878};
+      d.hotkeys_.push_back(SimHotkeyRecord{id, chord, std::move(handler)});
+      return std::nullopt;
+    }
+    void unregisterHotkey(std::uint32_t id) override {
+      std::erase_if(d.hotkeys_, [id](const SimHotkeyRecord& held) { return held.id == id; });
+    }
+  };
+
+  struct LoginItems final : platform::LoginItemService {
+    SimDesktop& d;
+    explicit LoginItems(SimDesktop& desktop) : d(desktop) {}
+    platform::LoginItemStatus status() const override { return d.settings_.loginItemStatus; }
+    std::optional<std::string> registerMainApp() override {
+      ++d.loginItemRecord_.registrations;
+      if (d.settings_.loginItemError) return d.settings_.loginItemError;
+      d.settings_.loginItemStatus = d.settings_.loginItemNeedsApproval ? platform::LoginItemStatus::requiresApproval
+                                                                       : platform::LoginItemStatus::enabled;
+      return std::nullopt;
+    }
+    std::optional<std::string> unregisterMainApp() override {
+      ++d.loginItemRecord_.unregistrations;
+      if (d.settings_.loginItemError) return d.settings_.loginItemError;
+      d.settings_.loginItemStatus = platform::LoginItemStatus::notRegistered;
+      return std::nullopt;
+    }
+    void openSystemSettingsLoginItems() override { ++d.ui_.loginItemSettingsOpened; }
+  };
+
   explicit Adapters(SimDesktop& d)
-      : log(d), events(d), bar(d), screens(d), workspace(d), system(d), app(d), ui(d) {}
+      : log(d), events(d), bar(d), screens(d), workspace(d), system(d), app(d), ui(d), hotkeys(d), loginItems(d) {}
   Log log;
   EventsImpl events;
   Bar bar;
@@ -273,6 +314,8 @@ struct SimDesktop::Adapters {
   System system;
   App app;
   Ui ui;
+  Hotkeys hotkeys;
+  LoginItems loginItems;
 };
 
 void SimStatusItem::popUpMenu(const platform::Menu& menu) {
@@ -305,6 +348,8 @@ platform::Accessibility& SimDesktop::accessibility() { return *accessibility_; }
 platform::SystemInfo& SimDesktop::system() { return adapters_->system; }
 platform::Application& SimDesktop::application() { return adapters_->app; }
 platform::UserInterface& SimDesktop::userInterface() { return adapters_->ui; }
+platform::HotkeyService& SimDesktop::hotkeys() { return adapters_->hotkeys; }
+platform::LoginItemService& SimDesktop::loginItems() { return adapters_->loginItems; }
 
 void SimDesktop::replaceDefaults(SimDefaultsStore store) {
   defaults_ = std::make_unique<SimDefaultsStore>(std::move(store));
@@ -467,6 +512,9 @@ void SimDesktop::ownProcessExited() {
   }
   std::erase_if(items_, [](const auto& item) { return item->ownerPid == kOwnPid && !item->visible; });
   monitors_.clear();
+  // The system drops a process's hot keys with it.
+  hotkeys_.clear();
+  menuTrackingDepth_ = 0;
   sink_ = nullptr;
   openMenu_.reset();
   ui_.shelfShown = false;
@@ -823,6 +871,83 @@ void SimDesktop::clickElsewhere(Point location) {
   queue_.post(settings_.clickDuration, [this, location] {
     dispatchEvent(Event{EventType::leftMouseUp, {}, location, queue_.now()}, nullptr);
   });
+}
+
+void SimDesktop::movePointer(Point location) {
+  pointer_ = location;
+  dispatchEvent(Event{EventType::mouseMoved, modifiers_, location, queue_.now()}, nullptr);
+}
+
+void SimDesktop::pressMouseButton(MouseButton button) {
+  bool left = button == MouseButton::left;
+  pressedButtons_ |= left ? 1u : 2u;
+  dispatchEvent(Event{left ? EventType::leftMouseDown : EventType::rightMouseDown, modifiers_, pointer_, queue_.now()},
+                nullptr);
+}
+
+void SimDesktop::releaseMouseButton(MouseButton button) {
+  bool left = button == MouseButton::left;
+  pressedButtons_ &= ~(left ? 1u : 2u);
+  dispatchEvent(Event{left ? EventType::leftMouseUp : EventType::rightMouseUp, modifiers_, pointer_, queue_.now()},
+                nullptr);
+}
+
+void SimDesktop::pressModifiers(platform::ModifierFlags flags) {
+  modifiers_.raw |= flags.raw;
+  dispatchEvent(Event{EventType::flagsChanged, modifiers_, pointer_, queue_.now()}, nullptr);
+}
+
+void SimDesktop::releaseModifiers(platform::ModifierFlags flags) {
+  modifiers_.raw &= ~flags.raw;
+  dispatchEvent(Event{EventType::flagsChanged, modifiers_, pointer_, queue_.now()}, nullptr);
+}
+
+void SimDesktop::typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers) {
+  platform::KeyChord chord{keyCode, {modifiers.raw & platform::kChordModifierMask}};
+  // Another app's hot key swallows the key before anyone sees it.
+  if (std::find(settings_.takenHotkeys.begin(), settings_.takenHotkeys.end(), chord) != settings_.takenHotkeys.end()) {
+    return;
+  }
+  for (const auto& held : hotkeys_) {
+    if (held.chord != chord) continue;
+    // The system reports the press on the app's event thread; the handler runs on the main queue.
+    queue_.post(0, [handler = held.handler, id = held.id] { handler(id); });
+    return;
+  }
+  const bool toOwnApp = ownAppRunning_ && ui_.preferencesVisible;
+  const bool globalSees = accessibility_->isProcessTrusted();
+  for (EventType type : {EventType::keyDown, EventType::keyUp}) {
+    Event event{type, modifiers, pointer_, queue_.now(), keyCode};
+    auto monitors = monitors_;
+    std::optional<Event> delivered = event;
+    for (auto& [id, monitor] : monitors) {
+      if (!(monitor.mask & platform::eventMask(type)) || !monitors_.count(id)) continue;
+      if (monitor.global && !toOwnApp && globalSees) monitor.globalHandler(event);
+      if (!monitor.global && toOwnApp && delivered) delivered = monitor.localHandler(*delivered);
+    }
+  }
+}
+
+void SimDesktop::beginMenuTracking() {
+  ++menuTrackingDepth_;
+  if (sink_) sink_->menuDidBeginTracking();
+}
+
+void SimDesktop::endMenuTracking() {
+  if (menuTrackingDepth_ == 0) return;
+  --menuTrackingDepth_;
+  if (sink_) sink_->menuDidEndTracking();
+}
+
+bool SimDesktop::openURL(const std::string& url) {
+  if (!ownAppRunning_ || !delegate_) return false;
+  delegate_->applicationOpenURLs({url});
+  return true;
+}
+
+std::optional<bool> SimDesktop::runAppleScriptCommand(const std::string& command) {
+  if (!ownAppRunning_ || !delegate_) return std::nullopt;
+  return delegate_->applicationPerformScriptCommand(command);
 }
 
 void SimDesktop::openMenuFor(const std::string& autosaveName, const platform::Menu& menu) {

@@ -81,6 +81,15 @@ struct SimSettings {
   std::vector<std::string> sharedWindowItems;
   // The system's assessment mode (macOS 27 and later).
   SimAssessmentModeSettings assessmentMode;
+
+  // Chords other applications hold as system-wide hot keys: registering one fails with -9878.
+  std::vector<platform::KeyChord> takenHotkeys;
+  // The login item as the system reports it when the app starts, and what registering leads to:
+  // `requiresApproval` when the user must allow it in the system settings first.
+  platform::LoginItemStatus loginItemStatus = platform::LoginItemStatus::notRegistered;
+  bool loginItemNeedsApproval = false;
+  // When set, registering and unregistering fail with this description.
+  std::optional<std::string> loginItemError;
 };
 
 // The app's own process as the desktop sees it.
@@ -142,6 +151,20 @@ struct SimUiRecord {
   std::optional<MenuBarAccessTier> shelfTier;
   int shelfShowCount = 0;
   std::vector<SimNoticeRecord> notices;
+  int loginItemSettingsOpened = 0;
+};
+
+// A hot key the app holds, as the system keeps it.
+struct SimHotkeyRecord {
+  std::uint32_t id = 0;
+  platform::KeyChord chord;
+  std::function<void(std::uint32_t)> handler;
+};
+
+// What the login-item service was asked, for the report.
+struct SimLoginItemRecord {
+  int registrations = 0;
+  int unregistrations = 0;
 };
 
 struct SimLogLine {
@@ -170,6 +193,8 @@ class SimDesktop final : public platform::Platform {
   platform::Application& application() override;
   platform::UserInterface& userInterface() override;
   platform::AssessmentMode& assessmentMode() override { return *assessmentMode_; }
+  platform::HotkeyService& hotkeys() override;
+  platform::LoginItemService& loginItems() override;
   void setSystemEventSink(platform::SystemEventSink* sink) override { sink_ = sink; }
 
   // --- the app's process
@@ -214,6 +239,26 @@ class SimDesktop final : public platform::Platform {
   bool chooseMenuAction(const std::string& action);
   void dismissMenu();
   void setModifierFlags(platform::ModifierFlags flags) { modifiers_ = flags; }
+  // The pointer moves to `location` (no button held): monitors of mouse moves see it.
+  void movePointer(Point location);
+  // A mouse button goes down or up where the pointer is, over no item of the app.
+  void pressMouseButton(MouseButton button);
+  void releaseMouseButton(MouseButton button);
+  // Modifier keys go down or up; monitors see a flags-changed event.
+  void pressModifiers(platform::ModifierFlags flags);
+  void releaseModifiers(platform::ModifierFlags flags);
+  // A key typed with `modifiers` held (a key-down, then its key-up). A registered hot key takes
+  // it before any monitor; otherwise it goes to the app when its settings window is in front,
+  // else to the frontmost app, which global monitors see only with Accessibility trust.
+  void typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers);
+  // A menu of the app begins or ends tracking (the user opened or closed it).
+  void beginMenuTracking();
+  void endMenuTracking();
+  // Opens a URL of the app's scheme; false when the app is not running.
+  bool openURL(const std::string& url);
+  // Sends the app an AppleScript command; absent when the app is not running, else whether it
+  // knew the command.
+  std::optional<bool> runAppleScriptCommand(const std::string& command);
 
   // --- reading the desktop
   const SimSettings& settings() const { return settings_; }
@@ -241,6 +286,9 @@ class SimDesktop final : public platform::Platform {
   const std::optional<SimMenuRecord>& openMenu() const { return openMenu_; }
   int menuOpenCount() const { return menuOpenCount_; }
   const SimUiRecord& ui() const { return ui_; }
+  const std::vector<SimHotkeyRecord>& registeredHotkeys() const { return hotkeys_; }
+  platform::LoginItemStatus loginItemStatus() const { return settings_.loginItemStatus; }
+  const SimLoginItemRecord& loginItemRecord() const { return loginItemRecord_; }
   const std::vector<SimLogLine>& logLines() const { return log_; }
   std::vector<std::string> logMessages(const std::string& channel = "") const;
   platform::ActivationPolicy ownActivationPolicy() const { return ownPolicy_; }
@@ -311,6 +359,9 @@ class SimDesktop final : public platform::Platform {
   int menuOpenCount_ = 0;
   SimUiRecord ui_;
   std::vector<SimLogLine> log_;
+  std::vector<SimHotkeyRecord> hotkeys_;
+  SimLoginItemRecord loginItemRecord_;
+  int menuTrackingDepth_ = 0;
 
   std::unique_ptr<Adapters> adapters_;
   std::unique_ptr<SimWindowList> windowList_;

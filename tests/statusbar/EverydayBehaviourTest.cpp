@@ -1,0 +1,247 @@
+#include "support/SimFixture.h"
+
+#include "app/AppEnvironment.h"
+#include "hotkeys/HotkeyManager.h"
+#include "intents/LaunchAtLogin.h"
+
+namespace tarvolo::testing {
+namespace {
+
+using platform::Modifier;
+using platform::ModifierFlags;
+using MouseButton = sim::SimDesktop::MouseButton;
+
+constexpr std::uint16_t kB = 11;
+constexpr std::uint16_t kK = 40;
+const ModifierFlags kDeepChord =
+    ModifierFlags{}.with(Modifier::option).with(Modifier::shift).with(Modifier::command);
+
+class EverydayTest : public SimAppTest {
+ protected:
+  // A display without a notch, where a toggle click expands rather than opening the shelf.
+  static DesktopOptions plain() {
+    DesktopOptions options;
+    options.screens = {plainDisplay()};
+    return options;
+  }
+  void start(DesktopOptions options = plain()) {
+    boot(std::move(options));
+    launch();
+    run(2);
+  }
+  AppEnvironment& environment() { return *session().delegate()->environment(); }
+  HotkeyManager& hotkeys() { return environment().hotkeys(); }
+  // A toggle click, then the pointer goes to the middle of the screen.
+  void expandByClick(ModifierFlags modifiers = {}) {
+    desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left, modifiers);
+    run(0.1);
+    desktop().movePointer({700, 400});
+  }
+  bool expanded() { return controller().isExpanded.get(); }
+};
+
+TEST_F(EverydayTest, AnExpansionCollapsesByItselfAfterTheDelayButNeverADeepOne) {
+  start();
+  expandByClick();
+  ASSERT_TRUE(expanded());
+  run(7.5);
+  EXPECT_TRUE(expanded());
+  run(1);
+  EXPECT_FALSE(expanded());
+  EXPECT_TRUE(logged("collapse reason=shelf-timeout"));
+  EXPECT_FALSE(controller().autoCollapse().armed());
+
+  expandByClick(ModifierFlags{}.with(Modifier::option));
+  ASSERT_TRUE(controller().isDeepExpanded.get());
+  run(40);
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_FALSE(controller().autoCollapse().armed());
+}
+
+TEST_F(EverydayTest, StoredDelaysAreClamped) {
+  for (auto [stored, expected] : {std::pair{0.2, 1.0}, std::pair{45.0, 30.0}}) {
+    boot(plain());
+    desktop().defaults().set("autoCollapseDelay", DefaultsValue(stored));
+    launch();
+    run(2);
+    expandByClick();
+    run(expected - 0.3);
+    EXPECT_TRUE(expanded()) << stored;
+    run(0.5);
+    EXPECT_FALSE(expanded()) << stored;
+  }
+}
+
+TEST_F(EverydayTest, AnOpenMenuOrAHeldCommandKeyDefersAndTheReasonIsLoggedOnce) {
+  start();
+  expandByClick();
+  desktop().beginMenuTracking();
+  desktop().movePointer({700, 1070});  // also in the menu bar: the menu still comes first
+  run(15);
+  EXPECT_TRUE(expanded());
+  EXPECT_EQ(loggedCount("auto-collapse deferred reason=menu"), 1);
+  EXPECT_EQ(loggedCount("auto-collapse deferred"), 1);
+  desktop().endMenuTracking();
+  desktop().movePointer({700, 400});
+  run(5);
+  EXPECT_FALSE(expanded());
+
+  expandByClick();
+  desktop().pressModifiers(ModifierFlags{}.with(Modifier::command));
+  run(12);
+  EXPECT_TRUE(expanded());
+  EXPECT_EQ(loggedCount("auto-collapse deferred reason=command"), 1);
+  desktop().releaseModifiers(ModifierFlags{}.with(Modifier::command));
+  run(1.05);
+  EXPECT_FALSE(expanded());
+}
+
+TEST_F(EverydayTest, TheDeepChordTogglesAndAnExtraModifierDoesNothing) {
+  start();
+  EXPECT_TRUE(hotkeys().systemHotKeyInForce());
+  desktop().typeKey(kB, kDeepChord);
+  run(0.1);
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  desktop().typeKey(kB, kDeepChord);
+  run(0.1);
+  EXPECT_TRUE(expanded());
+  EXPECT_FALSE(controller().isDeepExpanded.get());
+  controller().collapseBar(CollapseReason::menu);
+  desktop().typeKey(kB, kDeepChord.with(Modifier::control));
+  run(0.1);
+  EXPECT_FALSE(expanded());
+}
+
+TEST_F(EverydayTest, ATakenChordFallsBackToTheMonitorAndSetsTheConflict) {
+  DesktopOptions options = plain();
+  options.settings.takenHotkeys = {platform::KeyChord{kB, kDeepChord}};
+  start(options);
+  EXPECT_FALSE(hotkeys().systemHotKeyInForce());
+  EXPECT_TRUE(hotkeys().fallbackMonitorInstalled());
+  EXPECT_TRUE(hotkeys().hasConflictDeep.get());
+  EXPECT_TRUE(hotkeys().hasHotkeyConflict.get());
+  EXPECT_TRUE(hotkeys().conflictMessage.get().has_value());
+  EXPECT_EQ(desktop().logMessages("system").size(), 1u);
+}
+
+TEST_F(EverydayTest, RecordingKeepsListeningForBareKeysAndStoresControlK) {
+  start();
+  desktop().userInterface().openPreferences(std::nullopt);
+  hotkeys().beginRecording();
+  desktop().typeKey(kK, {});
+  EXPECT_TRUE(hotkeys().recording.get());
+  desktop().typeKey(kK, ModifierFlags{}.with(Modifier::control));
+  EXPECT_FALSE(hotkeys().recording.get());
+  run(0.1);
+  auto stored = desktop().defaults().object(HotkeyManager::deepChordKey);
+  ASSERT_TRUE(stored && stored->asDictionary());
+  EXPECT_EQ(stored->asDictionary()->at("keyCode").asInteger(), 40);
+  EXPECT_EQ(stored->asDictionary()->at("modifiers").asInteger(), 0x40000);
+  ASSERT_EQ(desktop().registeredHotkeys().size(), 1u);
+  EXPECT_EQ(desktop().registeredHotkeys().front().chord, (platform::KeyChord{kK, {0x40000}}));
+  EXPECT_EQ(hotkeys().display(hotkeys().deepChord.get()), "⌃K");
+
+  hotkeys().beginRecording();
+  desktop().typeKey(HotkeyManager::escapeKeyCode, {});
+  EXPECT_FALSE(hotkeys().recording.get());
+  EXPECT_EQ(hotkeys().deepChord.get(), (HotkeyManager::Chord{kK, 0x40000}));
+}
+
+TEST_F(EverydayTest, AnUnreadableStoredChordFallsBackAndStays) {
+  boot();
+  desktop().defaults().set(HotkeyManager::deepChordKey, DefaultsValue(std::string("⌘B")));
+  launch();
+  run(1);
+  EXPECT_EQ(hotkeys().deepChord.get(), HotkeyManager::Chord::defaultDeep());
+  EXPECT_EQ(desktop().defaults().getString(HotkeyManager::deepChordKey), "⌘B");
+}
+
+TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
+  start();
+  expandByClick(ModifierFlags{}.with(Modifier::option));
+  // The toggle lands left of the separator.
+  const auto* separator = desktop().ownItem(StatusBarController::separatorAutosaveName);
+  ASSERT_TRUE(separator && separator->frame);
+  desktop().commandDragItem(StatusBarController::toggleAutosaveName, separator->frame->minX() - 5);
+  run(2);
+  EXPECT_EQ(controller().readAlwaysVisibleAnchor(), false);
+  controller().collapseBar(CollapseReason::menu);
+  EXPECT_TRUE(logged("collapse withheld reason=order trigger=menu"));
+  controller().repairMenuBarOrder();
+  run(2);
+  EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), 1);
+  EXPECT_EQ(loggedCount("own-order repair arrow="), 1);
+  auto position = [&](const char* name) {
+    return *desktop().defaults().getDouble(StatusBarController::preferredPositionKey(name));
+  };
+  EXPECT_GE(position(StatusBarController::separatorAutosaveName),
+            position(StatusBarController::toggleAutosaveName) + 1);
+  EXPECT_GE(position(StatusBarController::alwaysHiddenAutosaveName),
+            position(StatusBarController::separatorAutosaveName) + 1);
+  EXPECT_EQ(controller().readAlwaysVisibleAnchor(), true);
+  controller().collapseBar(CollapseReason::menu);
+  run(1);
+  EXPECT_FALSE(expanded());
+}
+
+TEST_F(EverydayTest, LoginItemRegistersOnceAndUnregistersOneAwaitingApproval) {
+  start();
+  auto& login = environment().launchAtLogin();
+  EXPECT_EQ(login.setEnabled(true), LoginItemApply::applied);
+  EXPECT_EQ(login.setEnabled(true), LoginItemApply::applied);
+  EXPECT_EQ(desktop().loginItemRecord().registrations, 1);
+  EXPECT_TRUE(login.isEnabled());
+
+  DesktopOptions approval = plain();
+  approval.settings.loginItemStatus = platform::LoginItemStatus::requiresApproval;
+  start(approval);
+  EXPECT_EQ(environment().launchAtLogin().setEnabled(false), LoginItemApply::applied);
+  EXPECT_EQ(desktop().loginItemRecord().unregistrations, 1);
+  EXPECT_EQ(desktop().loginItemStatus(), platform::LoginItemStatus::notRegistered);
+
+  DesktopOptions old = plain();
+  old.settings.osMajor = 12;
+  start(old);
+  EXPECT_EQ(environment().launchAtLogin().setEnabled(true), LoginItemApply::failed);
+  EXPECT_FALSE(environment().launchAtLogin().isEnabled());
+  EXPECT_TRUE(logged("launch-at-login unsupported on this macOS version"));
+}
+
+TEST_F(EverydayTest, UrlsAndScriptCommandsRunTheTwoActions) {
+  start();
+  desktop().openURL("tarvolo://show-all");
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  desktop().openURL("TARVOLO://collapse/");
+  EXPECT_FALSE(expanded());
+  EXPECT_TRUE(logged("collapse reason=app-intent"));
+  EXPECT_EQ(desktop().runAppleScriptCommand("show all icons"), true);
+  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_EQ(desktop().runAppleScriptCommand("empty the trash"), false);
+}
+
+TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
+  start();
+  const auto* separator = desktop().ownItem(StatusBarController::separatorAutosaveName);
+  ASSERT_TRUE(separator && separator->frame);
+  const Point empty{(desktop().menusRightEdge() + separator->frame->maxX()) / 2, 1070};
+  desktop().movePointer(empty);
+  run(1);
+  EXPECT_FALSE(expanded());
+
+  controller().autoCollapse().setRevealOnHover(true);
+  desktop().movePointer({empty.x + 20, empty.y});
+  run(0.3);
+  EXPECT_FALSE(expanded());
+  run(0.2);
+  EXPECT_TRUE(expanded());
+  EXPECT_FALSE(controller().isDeepExpanded.get());
+  // While the pointer stays on the bar the timer waits.
+  run(10);
+  EXPECT_TRUE(expanded());
+  desktop().movePointer({700, 400});
+  run(4.5);
+  EXPECT_FALSE(expanded());
+}
+
+}  // namespace
+}  // namespace tarvolo::testing
