@@ -1,5 +1,7 @@
 #include "harness/Render.h"
 
+#include "harness/Windows.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -76,7 +78,12 @@ std::string stateText(const BarSnapshot& bar) {
   if (bar.ui.iconShelfShown) text += " · Icon Shelf open";
   if (bar.ui.contextMenuOpen) text += " · context menu open";
   if (bar.ui.preferencesVisible) text += " · Preferences open";
-  if (bar.ui.coachPresentations > 0) text += " · coach shown";
+  if (bar.ui.newAppNotice) text += " · new-app notice";
+  if (bar.ui.placementGuide) text += " · placement guide";
+  if (bar.ui.coachShown && bar.ui.coach) {
+    text += " · coach " + bar.ui.coach->progress + " “" + bar.ui.coach->title + "”";
+    if (bar.ui.coach->permissionButtonTitle) text += " [" + *bar.ui.coach->permissionButtonTitle + "]";
+  }
   for (const auto& notice : bar.ui.notices) text += " · notice " + notice;
   return text;
 }
@@ -320,7 +327,33 @@ std::string renderBar(const RenderBarInput& input) {
   for (std::size_t index = 1; index < input.desktop.screenSpecs().size(); ++index) {
     out += screenCaption(input.desktop, index) + " · no status items\n";
   }
-  return out + iconListing(input.bar, labels, input.columns);
+  out += iconListing(input.bar, labels, input.columns);
+  if (input.bar.shelf) out += renderShelf(*input.bar.shelf);
+  if (!input.bar.foreignMenus.empty() && !input.bar.foreignMenus.back().closedBy) {
+    const auto& menu = input.bar.foreignMenus.back();
+    out += "  open menu        " + menu.bundleId + " " + menu.item + " (opened by " + menu.openedBy + ")\n";
+  }
+  if (input.bar.ui.placementGuide) out += renderWindow(*input.bar.ui.placementGuide);
+  if (input.bar.ui.newAppNotice) out += renderWindow(*input.bar.ui.newAppNotice);
+  if (input.bar.ui.preferences) out += renderWindow(*input.bar.ui.preferences);
+  return out;
+}
+
+std::string renderShelf(const ShelfState& shelf) {
+  std::string out = "  ┌ Icon Shelf · " + shelf.tier.value_or("all");
+  if (shelf.searchExpanded || !shelf.query.empty()) out += " · search \"" + shelf.query + "\"";
+  if (shelf.loading) out += " · scanning";
+  if (shelf.discovering) out += " · identifying";
+  out += "\n";
+  if (shelf.permissionRequested) out += "  │ needs the Accessibility permission\n";
+  if (shelf.empty) out += "  │ " + *shelf.empty + "\n";
+  for (const auto& row : shelf.rows) {
+    out += std::string("  │ ") + (row.selected ? "▸ " : "  ") + row.name;
+    if (row.label) out += " (" + *row.label + ")";
+    out += "   " + row.id + "\n";
+  }
+  if (shelf.error) out += "  │ ⚠ " + *shelf.error + "\n";
+  return out + "  └\n";
 }
 
 }  // namespace tarvolo::scenario

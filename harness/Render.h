@@ -28,5 +28,7 @@ struct RenderBarInput {
 };
 
 std::string renderBar(const RenderBarInput& input);
+// The Icon Shelf's panel: tier, query, rows (the selection marked) and the error line.
+std::string renderShelf(const ShelfState& shelf);
 
 }  // namespace tarvolo::scenario

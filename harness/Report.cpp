@@ -1,5 +1,6 @@
 #include "harness/Report.h"
 
+#include "harness/Windows.h"
 #include "app/AppEnvironment.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
@@ -8,6 +9,7 @@
 #include <cstdio>
 
 #include "harness/Scenario.h"
+#include "platform/sim/SimAccessibility.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
@@ -37,6 +39,26 @@ std::string appNameOf(const sim::SimDesktop& desktop, const std::string& bundleI
 json frameJson(const std::optional<OwnItemFrame>& frame) {
   if (!frame) return nullptr;
   return {{"minX", frame->minX}, {"maxX", frame->maxX}, {"length", frame->length}, {"onScreen", frame->onScreen}};
+}
+
+json optionalText(const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); }
+
+// The coach's panel as it last stood; null if it never opened.
+json coachJson(const UiState& ui) {
+  if (!ui.coach) return nullptr;
+  const auto& coach = *ui.coach;
+  json anchor = nullptr;
+  if (coach.anchor) anchor = {{"minX", coach.anchor->minX()}, {"maxX", coach.anchor->maxX()}};
+  return {{"shown", ui.coachShown},
+          {"step", coach.stepNumber},
+          {"stepCount", coach.stepCount},
+          {"title", coach.title},
+          {"body", coach.body},
+          {"next", optionalText(coach.nextTitle)},
+          {"done", optionalText(coach.doneTitle)},
+          {"dismiss", coach.dismissTitle},
+          {"permission", optionalText(coach.permissionButtonTitle)},
+          {"anchor", std::move(anchor)}};
 }
 
 }  // namespace
@@ -154,9 +176,49 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
 
   const sim::SimUiRecord& ui = desktop.ui();
   bar.ui.iconShelfShown = ui.shelfShown;
-  if (ui.shelfTier) bar.ui.iconShelfTier = std::string(rawValue(*ui.shelfTier));
+  if (ui.shelfShown && ui.shelfState) {
+    for (const auto& tier : ui.shelfState->tiers) {
+      if (tier.selected) bar.ui.iconShelfTier = tier.rawValue;
+    }
+  }
+  if (ui.shelfShown && ui.shelfState) {
+    const auto& panel = *ui.shelfState;
+    ShelfState shelf{.tier = bar.ui.iconShelfTier,
+                     .query = panel.query,
+                     .searchExpanded = panel.searchExpanded,
+                     .error = panel.errorText,
+                     .empty = panel.emptyText,
+                     .permissionRequested = panel.permissionText.has_value(),
+                     .loading = panel.loading,
+                     .discovering = panel.discovering,
+                     .panelHeight = panel.panelHeight};
+    for (const auto& row : panel.rows) {
+      shelf.rows.push_back({.id = row.id, .name = row.name, .label = row.systemLabel, .selected = row.selected});
+      if (row.selected) shelf.selection = row.id;
+    }
+    bar.shelf = std::move(shelf);
+  }
+  for (const auto& menu : desktop.foreignMenus()) {
+    bar.foreignMenus.push_back({.bundleId = menu.ownerBundleId,
+                                .item = menu.itemName,
+                                .openedBy = menu.openedBy,
+                                .openedAt = menu.openedAt,
+                                .closedBy = menu.closedBy,
+                                .closedAt = menu.closedAt});
+  }
+  bar.postedEvents = desktop.postedEvents();
   bar.ui.preferencesVisible = ui.preferencesVisible;
-  bar.ui.coachPresentations = ui.coachPresentations;
+  bar.ui.preferencesOpened = static_cast<int>(ui.preferencesOpenedAt.size());
+  if (ui.preferencesVisible) bar.ui.preferences = ui.preferences;
+  if (ui.newAppNoticeShown) bar.ui.newAppNotice = ui.newAppNotice;
+  bar.ui.newAppNotices = ui.newAppNoticeCount;
+  if (ui.placementGuideShown) bar.ui.placementGuide = ui.placementGuide;
+  bar.ui.coachPresentations = desktop.coachWindow().showCount();
+  bar.ui.coachShown = desktop.coachWindow().isShown();
+  bar.ui.coach = desktop.coachWindow().lastState();
+  bar.accessibility = {.trusted = desktop.simAccessibility().isProcessTrusted(),
+                       .prompts = desktop.simAccessibility().promptsShown(),
+                       .openedURLs = desktop.openedURLs()};
   bar.ui.contextMenuOpen = desktop.openMenu().has_value();
   for (const auto& notice : ui.notices) {
     if (!notice.dismissed) bar.ui.notices.push_back(notice.request.kind);
@@ -220,7 +282,58 @@ json toJson(const BarSnapshot& bar) {
                {"preferencesVisible", bar.ui.preferencesVisible},
                {"coachPresentations", bar.ui.coachPresentations},
                {"contextMenuOpen", bar.ui.contextMenuOpen},
-               {"notices", bar.ui.notices}};
+               {"notices", bar.ui.notices},
+               {"preferencesOpened", bar.ui.preferencesOpened},
+               {"preferences", bar.ui.preferences ? toJson(*bar.ui.preferences) : json(nullptr)},
+               {"newAppNotice", bar.ui.newAppNotice ? toJson(*bar.ui.newAppNotice) : json(nullptr)},
+               {"newAppNotices", bar.ui.newAppNotices},
+               {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)},
+               {"coach", coachJson(bar.ui)}};
+  out["accessibility"] = {{"trusted", bar.accessibility.trusted},
+                          {"prompts", bar.accessibility.prompts},
+                          {"openedURLs", bar.accessibility.openedURLs}};
+  auto optionalText = [](const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); };
+  json shelf = nullptr;
+  if (bar.shelf) {
+    json rows = json::array();
+    for (const auto& row : bar.shelf->rows) {
+      rows.push_back({{"id", row.id}, {"name", row.name}, {"label", optionalText(row.label)}, {"selected", row.selected}});
+    }
+    shelf = {{"tier", optionalText(bar.shelf->tier)},
+             {"query", bar.shelf->query},
+             {"searchExpanded", bar.shelf->searchExpanded},
+             {"rows", std::move(rows)},
+             {"selection", optionalText(bar.shelf->selection)},
+             {"error", optionalText(bar.shelf->error)},
+             {"empty", optionalText(bar.shelf->empty)},
+             {"permissionRequested", bar.shelf->permissionRequested},
+             {"loading", bar.shelf->loading},
+             {"discovering", bar.shelf->discovering},
+             {"panelHeight", bar.shelf->panelHeight}};
+  }
+  out["shelf"] = std::move(shelf);
+  json menus = json::array();
+  for (const auto& menu : bar.foreignMenus) {
+    menus.push_back({{"bundleId", menu.bundleId},
+                     {"item", menu.item},
+                     {"openedBy", menu.openedBy},
+                     {"openedAt", menu.openedAt},
+                     {"closedBy", optionalText(menu.closedBy)},
+                     {"closedAt", menu.closedAt ? json(*menu.closedAt) : json(nullptr)}});
+  }
+  out["foreignMenus"] = std::move(menus);
+  json posted = json::array();
+  for (const auto& event : bar.postedEvents) {
+    const bool down = event.event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;
+    posted.push_back({{"at", event.time},
+                      {"type", down ? "leftMouseDown" : "leftMouseUp"},
+                      {"x", event.event.location.x},
+                      {"y", event.event.location.y},
+                      {"flags", event.event.modifierFlags.raw},
+                      {"clickState", event.event.clickState},
+                      {"userData", event.event.userData}});
+  }
+  out["postedEvents"] = std::move(posted);
   if (bar.hiding) {
     const HidingState& hiding = *bar.hiding;
     out["hiding"] = {{"engine", hiding.engine},

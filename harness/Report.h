@@ -62,9 +62,49 @@ struct UiState {
   bool iconShelfShown = false;
   std::optional<std::string> iconShelfTier;
   bool preferencesVisible = false;
-  int coachPresentations = 0;
+  int preferencesOpened = 0;  // times the settings window opened from closed
+  // What each of these windows shows, while it is up.
+  std::optional<platform::PreferencesViewState> preferences;
+  std::optional<platform::NewAppNoticeViewState> newAppNotice;
+  int newAppNotices = 0;  // notices shown since start-up
+  std::optional<platform::PlacementGuideViewState> placementGuide;
+  int coachPresentations = 0;  // times the coach's panel opened
+  bool coachShown = false;
+  // What the coach's panel last showed (kept after it closed); absent if it never opened.
+  std::optional<platform::FirstLaunchCoachViewState> coach;
   bool contextMenuOpen = false;
   std::vector<std::string> notices;  // kinds of notices still showing
+};
+
+// The Icon Shelf's panel as it shows.
+struct ShelfRowState {
+  std::string id;
+  std::string name;
+  std::optional<std::string> label;  // what a system item is
+  bool selected = false;
+};
+struct ShelfState {
+  std::optional<std::string> tier;
+  std::string query;
+  bool searchExpanded = false;
+  std::vector<ShelfRowState> rows;
+  std::optional<std::string> selection;
+  std::optional<std::string> error;  // the text under the rows
+  std::optional<std::string> empty;
+  bool permissionRequested = false;  // the Accessibility row shows
+  bool loading = false;
+  bool discovering = false;
+  double panelHeight = 0;
+};
+
+// A menu of another app's status item that was opened, and how it closed.
+struct ForeignMenuState {
+  std::string bundleId;
+  std::string item;
+  std::string openedBy;
+  double openedAt = 0;
+  std::optional<std::string> closedBy;
+  std::optional<double> closedAt;
 };
 
 // The frontmost app's menus as the bar shows them.
@@ -122,6 +162,13 @@ struct OrderRepairState {
   std::optional<std::string> notice;
 };
 
+// The Accessibility permission as System Settings holds it, and what Tarvolo did to ask for it.
+struct AccessibilityState {
+  bool trusted = false;
+  int prompts = 0;
+  std::vector<std::string> openedURLs;
+};
+
 struct BarSnapshot {
   double time = 0;
   bool tarvoloRunning = false;
@@ -137,11 +184,16 @@ struct BarSnapshot {
   CollapseCacheState cache;
   UiState ui;
   std::optional<HidingState> hiding;  // absent when Tarvolo is not running
+  // Absent while the shelf is not shown.
+  std::optional<ShelfState> shelf;
+  std::vector<ForeignMenuState> foreignMenus;  // oldest first
+  std::vector<sim::SimPostedEvent> postedEvents;
   // Absent while Tarvolo is not running.
   std::optional<AutoCollapseState> autoCollapse;
   std::optional<HotkeyState> hotkey;
   std::optional<OrderRepairState> orderRepair;
   LoginItemState loginItem;
+  AccessibilityState accessibility;
 };
 
 // Where an item spanning minX…maxX sits among Tarvolo's items, by its midpoint.

@@ -47,6 +47,13 @@ std::string autosaveName(OwnItem item) {
   return StatusBarController::toggleAutosaveName;
 }
 
+const std::vector<std::string>& knownPreferencesControls() {
+  static const std::vector<std::string> controls = {"language",     "autoCollapseDelay", "launchAtLogin",
+                                                    "revealOnHover", "newAppNotices",     "search",
+                                                    "showOtherRunning", "pin", "unpin"};
+  return controls;
+}
+
 const std::vector<std::string>& knownMenuActions() {
   static const std::vector<std::string> actions = {
       "menuOpenIconBar", "menuExpandFolded",   "menuShowAll",     "menuCollapse",
@@ -58,11 +65,13 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 25> kActionKeys = {
-    "launch",    "terminate",    "activate",  "click",         "commandDrag", "menu",      "screens",
-    "languages", "category",     "relaunch",  "reopen",        "wake",        "quit",      "pointer",
-    "mouseDown", "mouseUp",      "modifierDown", "modifierUp", "key",         "menuTracking", "openURL",
-    "appleScript", "recordHotkey", "loginItem", "revealOnHover"};
+constexpr std::array<std::string_view, 42> kActionKeys = {
+    "launch",      "terminate",    "activate",  "click",         "commandDrag", "menu",         "screens",
+    "languages",   "category",     "coach",     "accessibility", "activateTarvolo", "relaunch", "reopen",
+    "wake",        "quit",         "pointer",   "mouseDown",     "mouseUp",     "modifierDown", "modifierUp",
+    "key",         "menuTracking", "openURL",   "appleScript",   "recordHotkey", "loginItem",   "revealOnHover",
+    "openShelf",   "shelfType",    "shelfTier", "shelfKey",      "shelfChoose", "shelfDiscover", "closeMenu",
+    "shortcut",    "preferencesTab", "preferencesSet", "pickZone", "notice",     "guide",       "closePreferences"};
 
 // Virtual key codes of the ANSI letter keys, "A" to "Z".
 constexpr std::array<std::uint16_t, 26> kLetterKeyCodes = {0,  11, 8,  2,  14, 3,  5,  4,  34, 38, 40, 37, 46,
@@ -123,6 +132,7 @@ class Field {
   }
 
   bool has(std::string_view key) const { return object().count(std::string(key)) > 0; }
+  bool isString() const { return value_.is_string(); }
 
   std::optional<Field> optional(std::string_view key) const {
     const auto& members = object();
@@ -221,11 +231,13 @@ platform::ActivationPolicy parseActivation(const Field& field) {
 }
 
 sim::SimItemSpec parseItem(const Field& field) {
-  field.allowOnly({"width", "position", "name"});
+  field.allowOnly({"width", "position", "name", "title", "description"});
   sim::SimItemSpec item;
   item.width = field.required("width").positive();
   if (auto position = field.optional("position")) item.position = position->nonNegative();
   if (auto name = field.optional("name")) item.autosaveName = name->nonEmptyString();
+  if (auto title = field.optional("title")) item.title = title->string();
+  if (auto description = field.optional("description")) item.description = description->string();
   return item;
 }
 
@@ -236,7 +248,8 @@ std::string nameFromBundleId(const std::string& bundleId) {
 
 sim::SimAppSpec parseApp(const Field& field) {
   field.allowOnly(
-      {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items"});
+      {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items",
+       "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == kOwnBundleId) {
@@ -253,6 +266,10 @@ sim::SimAppSpec parseApp(const Field& field) {
     app.menusWidth = std::accumulate(app.menuTitleWidths.begin(), app.menuTitleWidths.end(), 0.0);
   }
   if (auto running = field.optional("running")) app.running = running->boolean();
+  if (auto actions = field.optional("accessibilityActions")) app.accessibilityActions = actions->strings();
+  if (auto refuses = field.optional("refusesActions")) app.refusesActions = refuses->boolean();
+  if (auto blocks = field.optional("pressBlocks")) app.pressBlocks = blocks->boolean();
+  if (auto silent = field.optional("accessibilityUnresponsive")) app.accessibilityUnresponsive = silent->boolean();
   if (auto items = field.optional("items")) {
     std::set<std::string> names;
     for (const Field& element : items->array()) {
@@ -309,7 +326,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
                    "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
                    "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
                    "overflowChevronWidth", "sharedWindowItems", "takenHotkeys", "loginItemStatus",
-                   "loginItemNeedsApproval", "loginItemError", "assessmentMode"});
+                   "loginItemNeedsApproval", "loginItemError", "assessmentMode", "postEventAccess"});
   if (auto value = field.optional("takenHotkeys")) {
     for (const Field& element : value->array()) {
       element.allowOnly({"key", "modifiers"});
@@ -352,6 +369,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
   if (auto value = field.optional("menuIntrusionMinLength")) settings.menuIntrusionMinLength = value->positive();
   if (auto value = field.optional("dropsMenuTitles")) settings.dropsMenuTitles = value->boolean();
   if (auto value = field.optional("overflowChevronWidth")) settings.overflowChevronWidth = value->nonNegative();
+  if (auto value = field.optional("postEventAccess")) settings.postEventAccess = value->boolean();
   if (auto value = field.optional("sharedWindowItems")) {
     settings.sharedWindowItems.clear();
     for (const Field& element : value->array()) {
@@ -385,6 +403,13 @@ platform::ModifierFlags parseModifiers(const Field& field) {
     }
   }
   return flags;
+}
+
+MenuBarAccessTier parseTier(const Field& field) {
+  std::string raw = field.string();
+  auto tier = menuBarAccessTier(raw);
+  if (!tier) field.fail("unknown tier " + inQuotes(raw) + " (expected all, always_visible, hidden or always_hidden)");
+  return *tier;
 }
 
 void expectTrue(const Field& field) {
@@ -447,6 +472,54 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     }
     return assign;
   }
+  if (key == "shortcut") {
+    std::string shortcut = value.string();
+    if (shortcut != "," && shortcut != "q") value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , or q)");
+    return step::Shortcut{shortcut};
+  }
+  if (key == "preferencesTab") {
+    std::string name = value.string();
+    auto tab = platform::preferencesTabFromRaw(name);
+    if (!tab) value.fail("unknown tab " + inQuotes(name) + " (expected general, items, hotkeys or about)");
+    return step::PreferencesTab{*tab};
+  }
+  if (key == "preferencesSet") {
+    std::string control = value.string();
+    const auto& known = knownPreferencesControls();
+    if (std::find(known.begin(), known.end(), control) == known.end()) {
+      value.fail("unknown control " + inQuotes(control) + " (expected " + joined(known) + ")");
+    }
+    Field setting = step.required("value");
+    const bool wantsBool = control == "launchAtLogin" || control == "revealOnHover" || control == "newAppNotices" ||
+                           control == "showOtherRunning";
+    if (wantsBool) setting.boolean();
+    if (control == "autoCollapseDelay") setting.nonNegative();
+    if (control == "language" || control == "search" || control == "pin" || control == "unpin") setting.string();
+    if (control == "pin" || control == "unpin") knownAppId(setting, scenario);
+    return step::PreferencesSet{.control = control, .value = setting.value()};
+  }
+  if (key == "pickZone") {
+    step::PickZone pick{.bundleId = knownAppId(value, scenario)};
+    Field tier = step.required("tier");
+    auto zone = itemCategoryFromRaw(tier.string());
+    if (!zone) tier.fail("unknown tier " + inQuotes(tier.string()) + " (expected always_visible, hidden or always_hidden)");
+    pick.zone = *zone;
+    return pick;
+  }
+  if (key == "notice") {
+    std::string button = value.string();
+    if (button != "arrange" && button != "ignore") {
+      value.fail("unknown button " + inQuotes(button) + " (expected arrange or ignore)");
+    }
+    return step::NoticeButton{.arrange = button == "arrange"};
+  }
+  if (key == "guide") {
+    std::string action = value.string();
+    if (action == "drag") return step::Guide{step::GuideAction::drag};
+    if (action == "confirm") return step::Guide{step::GuideAction::confirm};
+    if (action != "cancel") value.fail("unknown action " + inQuotes(action) + " (expected drag, confirm or cancel)");
+    return step::Guide{step::GuideAction::cancel};
+  }
   if (key == "pointer") {
     if (value.value().is_string()) {
       std::string spot = value.string();
@@ -486,16 +559,65 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
   if (key == "appleScript") return step::AppleScriptCommand{value.nonEmptyString()};
   if (key == "loginItem") return step::SetLoginItem{value.boolean()};
   if (key == "revealOnHover") return step::SetRevealOnHover{value.boolean()};
+  if (key == "coach") {
+    using Control = sim::SimFirstLaunchCoachWindow::Control;
+    const std::string control = value.string();
+    if (control == "next") return step::PressCoach{Control::next};
+    if (control == "done") return step::PressCoach{Control::done};
+    if (control == "dismiss") return step::PressCoach{Control::dismiss};
+    if (control == "permission") return step::PressCoach{Control::permission};
+    value.fail("unknown control " + inQuotes(control) + " (expected next, done, dismiss or permission)");
+  }
+  if (key == "accessibility") {
+    const std::string change = value.string();
+    if (change == "grant") return step::SetAccessibility{true};
+    if (change == "revoke") return step::SetAccessibility{false};
+    value.fail("unknown change " + inQuotes(change) + " (expected grant or revoke)");
+  }
   if (key == "screens") return step::ChangeScreens{parseScreens(value)};
+  if (key == "openShelf") {
+    if (value.isString()) return step::OpenShelf{parseTier(value)};
+    expectTrue(value);
+    return step::OpenShelf{};
+  }
+  if (key == "shelfType") return step::ShelfType{value.string()};
+  if (key == "shelfTier") return step::ShelfTier{parseTier(value)};
+  if (key == "shelfChoose") return step::ShelfChoose{value.nonEmptyString()};
+  if (key == "shelfKey") {
+    const std::string name = value.string();
+    static const std::pair<const char*, step::ShelfKey> keys[] = {{"up", step::ShelfKey::up},
+                                                                  {"down", step::ShelfKey::down},
+                                                                  {"return", step::ShelfKey::enter},
+                                                                  {"escape", step::ShelfKey::escape},
+                                                                  {"find", step::ShelfKey::find}};
+    for (const auto& [text, shelfKey] : keys) {
+      if (name == text) return step::ShelfPressKey{shelfKey};
+    }
+    value.fail("unknown key " + inQuotes(name) + " (expected up, down, return, escape or find)");
+  }
+  if (key == "closeMenu") {
+    const std::string name = value.string();
+    static const std::pair<const char*, step::MenuCloser> closers[] = {{"escape", step::MenuCloser::escape},
+                                                                       {"return", step::MenuCloser::enter},
+                                                                       {"click", step::MenuCloser::clickElsewhere},
+                                                                       {"choose", step::MenuCloser::choose}};
+    for (const auto& [text, closer] : closers) {
+      if (name == text) return step::CloseMenu{closer};
+    }
+    value.fail("unknown way " + inQuotes(name) + " (expected escape, return, click or choose)");
+  }
   if (key == "languages") {
     auto languages = value.strings();
     if (languages.empty()) value.fail("needs at least one language");
     return step::ChangeLanguages{std::move(languages)};
   }
   expectTrue(value);
+  if (key == "activateTarvolo") return step::ActivateTarvolo{};
   if (key == "relaunch") return step::Relaunch{};
   if (key == "reopen") return step::Reopen{};
+  if (key == "shelfDiscover") return step::ShelfDiscover{};
   if (key == "wake") return step::Wake{};
+  if (key == "closePreferences") return step::ClosePreferences{};
   if (key == "recordHotkey") return step::RecordHotkey{};
   return step::Quit{};
 }
@@ -511,7 +633,7 @@ Step parseStep(const Field& field, const Scenario& scenario) {
   for (const auto& [key, value] : field.object()) {
     bool isAction = std::find(kActionKeys.begin(), kActionKeys.end(), key) != kActionKeys.end();
     bool isParameter = key == "at" || key == "note" || key == "button" || key == "modifiers" || key == "x" ||
-                       key == "tier" || key == "confirm";
+                       key == "tier" || key == "confirm" || key == "value";
     if (isAction) actions.push_back(key);
     if (!isAction && !isParameter) {
       std::vector<std::string> names(kActionKeys.begin(), kActionKeys.end());
@@ -532,8 +654,11 @@ Step parseStep(const Field& field, const Scenario& scenario) {
     field.required("modifiers").fail("only a click or key step takes this field");
   }
   onlyFor("x", "commandDrag");
-  onlyFor("tier", "category");
+  if (field.has("tier") && key != "category" && key != "pickZone") {
+    field.required("tier").fail("only a category or pickZone step takes this field");
+  }
   onlyFor("confirm", "category");
+  onlyFor("value", "preferencesSet");
 
   Step step;
   step.at = field.required("at").nonNegative();
@@ -619,10 +744,72 @@ std::string describe(const Action& action) {
       std::string text = "category " + a.bundleId + " " + (a.category ? std::string(rawValue(*a.category)) : "none");
       return a.confirm ? text + " (confirmed)" : text;
     }
+    std::string operator()(const step::PressCoach& a) const {
+      using Control = sim::SimFirstLaunchCoachWindow::Control;
+      switch (a.control) {
+        case Control::next: return "coach next";
+        case Control::done: return "coach done";
+        case Control::dismiss: return "coach dismiss";
+        case Control::permission: return "coach permission";
+      }
+      return "coach";
+    }
+    std::string operator()(const step::SetAccessibility& a) const {
+      return a.trusted ? "accessibility granted" : "accessibility revoked";
+    }
+    std::string operator()(const step::ActivateTarvolo&) const { return "Tarvolo activated"; }
     std::string operator()(const step::Relaunch&) const { return "relaunch"; }
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }
+    std::string operator()(const step::Shortcut& a) const { return "⌘" + a.key; }
+    std::string operator()(const step::PreferencesTab& a) const {
+      return "preferences tab " + std::string(platform::rawValue(a.tab));
+    }
+    std::string operator()(const step::PreferencesSet& a) const {
+      return "preferences " + a.control + " = " + a.value.dump();
+    }
+    std::string operator()(const step::PickZone& a) const {
+      return "pick zone " + a.bundleId + " " + std::string(rawValue(a.zone));
+    }
+    std::string operator()(const step::NoticeButton& a) const {
+      return std::string("notice ") + (a.arrange ? "arrange" : "ignore");
+    }
+    std::string operator()(const step::Guide& a) const {
+      switch (a.action) {
+        case step::GuideAction::drag: return "guide drag";
+        case step::GuideAction::confirm: return "guide confirm";
+        case step::GuideAction::cancel: return "guide cancel";
+      }
+      return "guide";
+    }
+    std::string operator()(const step::ClosePreferences&) const { return "close preferences"; }
     std::string operator()(const step::Quit&) const { return "quit"; }
+    std::string operator()(const step::OpenShelf& a) const {
+      return a.tier ? "open the Icon Shelf on " + std::string(rawValue(*a.tier)) : "open the Icon Shelf";
+    }
+    std::string operator()(const step::ShelfType& a) const { return "type " + inQuotes(a.text) + " into the shelf"; }
+    std::string operator()(const step::ShelfTier& a) const { return "shelf tier " + std::string(rawValue(a.tier)); }
+    std::string operator()(const step::ShelfPressKey& a) const {
+      switch (a.key) {
+        case step::ShelfKey::up: return "shelf key ↑";
+        case step::ShelfKey::down: return "shelf key ↓";
+        case step::ShelfKey::enter: return "shelf key ↩";
+        case step::ShelfKey::escape: return "shelf key ⎋";
+        case step::ShelfKey::find: return "shelf key ⌘F";
+      }
+      return "shelf key";
+    }
+    std::string operator()(const step::ShelfChoose& a) const { return "choose shelf row " + a.row; }
+    std::string operator()(const step::ShelfDiscover&) const { return "identify hidden icons"; }
+    std::string operator()(const step::CloseMenu& a) const {
+      switch (a.how) {
+        case step::MenuCloser::escape: return "close the open menu with ⎋";
+        case step::MenuCloser::enter: return "close the open menu with ↩";
+        case step::MenuCloser::clickElsewhere: return "close the open menu by clicking elsewhere";
+        case step::MenuCloser::choose: return "choose an entry of the open menu";
+      }
+      return "close the open menu";
+    }
     std::string operator()(const step::MovePointer& a) const {
       switch (a.spot) {
         case step::MovePointer::Spot::emptyMenuBar: return "pointer to the empty menu bar";

@@ -78,6 +78,60 @@ struct AssignCategory {
   std::optional<ItemCategory> category;
   bool confirm = false;
 };
+// The Icon Shelf, as the toggle's click opens it (on a tier, or the one last chosen), and what
+// its controls do: typing into the search field, picking a tier, a key, a click on a row, the
+// "identify" button.
+struct OpenShelf {
+  std::optional<MenuBarAccessTier> tier;
+};
+struct ShelfType {
+  std::string text;
+};
+struct ShelfTier {
+  MenuBarAccessTier tier = MenuBarAccessTier::all;
+};
+enum class ShelfKey { up, down, enter, escape, find };
+struct ShelfPressKey {
+  ShelfKey key = ShelfKey::down;
+};
+// A row by its name as the shelf shows it, or by its id.
+struct ShelfChoose {
+  std::string row;
+};
+struct ShelfDiscover {};
+// Closes another app's open menu: Escape, Return, a click elsewhere, or choosing an entry.
+enum class MenuCloser { escape, enter, clickElsewhere, choose };
+struct CloseMenu {
+  MenuCloser how = MenuCloser::escape;
+};
+// ⌘ and a key of Tarvolo's main menu ("," opens Preferences).
+struct Shortcut {
+  std::string key;
+};
+// Chooses a tab of the open settings window.
+struct PreferencesTab {
+  platform::PreferencesTab tab = platform::PreferencesTab::general;
+};
+// Sets a control of the open settings window, as a click or a typed text would.
+struct PreferencesSet {
+  std::string control;
+  nlohmann::json value;
+};
+// Picks a zone for an app in the settings window's list.
+struct PickZone {
+  std::string bundleId;
+  ItemCategory zone = ItemCategory::hidden;
+};
+// Presses a button of the new-app notice.
+struct NoticeButton {
+  bool arrange = true;  // false: Ignore
+};
+// Acts on the placement guide: drag the guided icon into its target, confirm, or cancel.
+enum class GuideAction { drag, confirm, cancel };
+struct Guide {
+  GuideAction action = GuideAction::drag;
+};
+struct ClosePreferences {};
 // The pointer moves to a point (AppKit global coordinates) or to a named spot.
 struct MovePointer {
   enum class Spot { point, emptyMenuBar, desktop };
@@ -117,6 +171,16 @@ struct SetLoginItem {
 struct SetRevealOnHover {
   bool enabled = true;
 };
+// A click on a control of the first-launch coach's panel.
+struct PressCoach {
+  sim::SimFirstLaunchCoachWindow::Control control = sim::SimFirstLaunchCoachWindow::Control::next;
+};
+// The user switches Tarvolo's Accessibility permission in System Settings; nothing tells the app.
+struct SetAccessibility {
+  bool trusted = true;
+};
+// The user brings Tarvolo to the front (back from System Settings, say).
+struct ActivateTarvolo {};
 struct Relaunch {};
 struct Reopen {};
 struct Wake {};
@@ -126,9 +190,17 @@ struct Quit {};
 using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateApp, step::Click, step::CommandDrag,
                             step::ChooseMenuAction, step::ChangeScreens, step::ChangeLanguages,
                             step::AssignCategory, step::Relaunch, step::Reopen, step::Wake, step::Quit,
+                            step::OpenShelf, step::ShelfType, step::ShelfTier, step::ShelfPressKey,
+                            step::ShelfChoose, step::ShelfDiscover, step::CloseMenu,
+                            step::Shortcut, step::PreferencesTab, step::PreferencesSet, step::PickZone,
+                            step::NoticeButton, step::Guide, step::ClosePreferences,
                             step::MovePointer, step::MouseButtonPress, step::ModifierPress, step::TypeKey,
                             step::MenuTracking, step::OpenURL, step::AppleScriptCommand, step::RecordHotkey,
-                            step::SetLoginItem, step::SetRevealOnHover>;
+                            step::SetLoginItem, step::SetRevealOnHover, step::PressCoach, step::SetAccessibility,
+                            step::ActivateTarvolo>;
+
+// The controls a `preferencesSet` step may set, with the JSON type each takes.
+const std::vector<std::string>& knownPreferencesControls();
 
 struct Step {
   double at = 0;

@@ -1,7 +1,10 @@
 #include "harness/ScenarioRunner.h"
 
 #include <cstdio>
+#include <algorithm>
 #include <limits>
+
+#include "base/Text.h"
 
 #include "harness/SimSession.h"
 #include "hotkeys/HotkeyManager.h"
@@ -9,12 +12,20 @@
 #include "statusbar/StatusBarController.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "ui/PlacementGuideController.h"
+#include "ui/PreferencesController.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
+#include "shelf/access/MenuBarAccessController.h"
 
 namespace tarvolo::scenario {
 
 namespace {
+
+constexpr std::uint16_t kReturnKeyCode = 36;
+constexpr std::uint16_t kEscapeKeyCode = 53;
+// A click on the desktop, away from every menu and item.
+constexpr Point kDesktopPoint{400, 300};
 
 std::string secondsText(double seconds) {
   char text[32];
@@ -167,6 +178,19 @@ class Run {
     if (action.confirm) environment.placementLedger().confirm(action.bundleId, *action.category);
     return std::nullopt;
   }
+  std::optional<std::string> act(const step::PressCoach& action) {
+    if (desktop().coachWindow().press(action.control)) return std::nullopt;
+    return std::string(desktop().coachWindow().isShown() ? "the coach does not offer that control now"
+                                                          : "the coach is not shown");
+  }
+  std::optional<std::string> act(const step::SetAccessibility& action) {
+    desktop().simAccessibility().setTrusted(action.trusted);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ActivateTarvolo&) {
+    desktop().activateOwnApp();
+    return std::nullopt;
+  }
   std::optional<std::string> act(const step::Relaunch&) {
     relaunching_ = true;
     session_->relaunch();
@@ -186,6 +210,154 @@ class Run {
     return std::nullopt;
   }
 
+  std::optional<std::string> act(const step::OpenShelf& action) {
+    MenuBarAccessController* shelf = session_->delegate()->environment()->iconShelf();
+    if (!shelf) return std::string("Tarvolo has no Icon Shelf yet");
+    shelf->showShelf(action.tier);
+    return std::nullopt;
+  }
+  // The shelf's controls, called as a click or key in the panel would.
+  const platform::IconShelfActions* shelfControls() {
+    const auto& ui = desktop().ui();
+    return ui.shelfShown ? &ui.shelfActions : nullptr;
+  }
+  std::optional<std::string> act(const step::ShelfType& action) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    controls->showSearch();
+    controls->setQuery(action.text);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ShelfTier& action) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    controls->selectTier(std::string(rawValue(action.tier)));
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ShelfPressKey& action) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    switch (action.key) {
+      case step::ShelfKey::up: controls->moveSelection(-1); break;
+      case step::ShelfKey::down: controls->moveSelection(1); break;
+      case step::ShelfKey::enter: controls->activateSelection(); break;
+      case step::ShelfKey::escape: controls->escape(); break;
+      case step::ShelfKey::find: controls->showSearch(); break;
+    }
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::ShelfChoose& action) {
+    auto* controls = shelfControls();
+    if (!controls || !desktop().ui().shelfState) return std::string("the Icon Shelf is not shown");
+    for (const auto& row : desktop().ui().shelfState->rows) {
+      if (row.name == action.row || row.id == action.row) {
+        controls->chooseRow(row.id);
+        return std::nullopt;
+      }
+    }
+    return "the Icon Shelf shows no row " + action.row;
+  }
+  std::optional<std::string> act(const step::ShelfDiscover&) {
+    auto* controls = shelfControls();
+    if (!controls) return std::string("the Icon Shelf is not shown");
+    controls->discover();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::CloseMenu& action) {
+    if (!desktop().foreignMenu()) return std::string("no menu of another app is open");
+    switch (action.how) {
+      case step::MenuCloser::escape: desktop().pressKey(kEscapeKeyCode); break;
+      case step::MenuCloser::enter: desktop().pressKey(kReturnKeyCode); break;
+      case step::MenuCloser::clickElsewhere: desktop().clickElsewhere(kDesktopPoint); break;
+      case step::MenuCloser::choose: desktop().chooseForeignMenuEntry(); break;
+    }
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Shortcut& action) {
+    if (desktop().pressMainMenuShortcut(action.key)) return std::nullopt;
+    return "Tarvolo's main menu has no ⌘" + action.key + " item";
+  }
+  const platform::PreferencesCallbacks* openPreferences() {
+    return desktop().ui().preferencesVisible ? &desktop().ui().preferencesCallbacks : nullptr;
+  }
+  std::optional<std::string> act(const step::PreferencesTab& action) {
+    auto* window = openPreferences();
+    if (!window || !window->selectTab) return std::string("Preferences is not open");
+    window->selectTab(action.tab);
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::PreferencesSet& action) {
+    auto* window = openPreferences();
+    if (!window) return std::string("Preferences is not open");
+    const auto& state = desktop().ui().preferences;
+    const std::string& control = action.control;
+    if (control == "language") window->chooseLanguage(action.value.get<std::string>());
+    if (control == "autoCollapseDelay") window->chooseDelay(action.value.get<double>());
+    if (control == "launchAtLogin") {
+      if (!state || !state->general.launchAtLogin) return std::string("Preferences offers no login item");
+      window->setLaunchAtLogin(action.value.get<bool>());
+    }
+    if (control == "revealOnHover") {
+      if (!state || !state->general.revealOnHover) return std::string("Preferences offers no reveal on hover");
+      window->setRevealOnHover(action.value.get<bool>());
+    }
+    if (control == "newAppNotices") window->setNewAppNotices(action.value.get<bool>());
+    if (control == "search") window->search(action.value.get<std::string>());
+    if (control == "showOtherRunning") window->setOtherRunningShown(action.value.get<bool>());
+    if (control == "pin" || control == "unpin") window->setPinned(action.value.get<std::string>(), control == "pin");
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::PickZone& action) {
+    auto* window = openPreferences();
+    const auto& state = desktop().ui().preferences;
+    if (!window || !state) return std::string("Preferences is not open");
+    if (state->tab != platform::PreferencesTab::items) return std::string("the Icons tab is not shown");
+    auto listed = [&](const std::vector<platform::PreferencesItemRow>& rows) {
+      return std::any_of(rows.begin(), rows.end(), [&](const auto& row) {
+        return text::equalsIgnoringCase(row.bundleId, action.bundleId);
+      });
+    };
+    if (!listed(state->items.rows) && !listed(state->items.otherRunningRows)) {
+      return action.bundleId + " is not listed";
+    }
+    window->pickZone(action.bundleId, std::string(rawValue(action.zone)));
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::NoticeButton& action) {
+    if (!desktop().ui().newAppNoticeShown) return std::string("no new-app notice is showing");
+    const auto& callbacks = desktop().ui().newAppNoticeCallbacks;
+    auto press = action.arrange ? callbacks.arrange : callbacks.ignore;
+    if (press) press();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::Guide& action) {
+    const auto& ui = desktop().ui();
+    if (!ui.placementGuideShown || !ui.placementGuide) return std::string("the placement guide is not showing");
+    switch (action.action) {
+      case step::GuideAction::confirm:
+        if (auto confirm = ui.placementGuideCallbacks.confirm) confirm();
+        return std::nullopt;
+      case step::GuideAction::cancel:
+        if (auto cancel = ui.placementGuideCallbacks.cancel) cancel();
+        return std::nullopt;
+      case step::GuideAction::drag: break;
+    }
+    auto target = ui.placementGuide->target;
+    PlacementGuideController* guide = session_->delegate()->environment()->placementGuide();
+    if (!target || !guide) return std::string("the guide points at nothing");
+    // Tarvolo's own items are put in order by dragging the toggle back to the right end.
+    std::string item = guide->isShowingAnchorRepair() ? autosaveName(OwnItem::toggle)
+                                                      : guide->currentBundleID().value_or("");
+    if (item.empty()) return std::string("the guide names no icon");
+    double toX = guide->isShowingAnchorRepair() ? target->maxX() + 1 : target->midX();
+    if (desktop().commandDragItem(item, toX)) return std::nullopt;
+    return item + " is not on screen";
+  }
+  std::optional<std::string> act(const step::ClosePreferences&) {
+    if (!desktop().ui().preferencesVisible) return std::string("Preferences is not open");
+    desktop().closePreferencesWindow();
+    return std::nullopt;
+  }
   std::optional<std::string> act(const step::MovePointer& action) {
     Point location = action.location;
     switch (action.spot) {
@@ -252,8 +424,10 @@ class Run {
     AppEnvironment* environment = session_->delegate()->environment();
     if (!environment) return std::string("Tarvolo is not running");
     // The recorder lives in the settings window, which takes the keys while it listens.
-    desktop().userInterface().openPreferences(std::string("hotkeys"));
-    environment->hotkeys().beginRecording();
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("hotkeys"));
+    preferences->startRecordingHotkey();
     return std::nullopt;
   }
   std::optional<std::string> act(const step::SetLoginItem& action) {

@@ -27,6 +27,15 @@ FRAMEWORKS = ["AppKit", "Foundation", "CoreFoundation", "CoreGraphics", "Applica
 LIBRARIES = ["objc"]
 
 
+def resources(root: str) -> list[tuple[str, str]]:
+    """(name, path) of every file the bundle's Resources folder takes, in name order."""
+    directory = os.path.join(root, "src", "platform", "macos", "Resources")
+    if not os.path.isdir(directory):
+        return []
+    names = sorted(n for n in os.listdir(directory) if not n.startswith(".") and os.path.isfile(os.path.join(directory, n)))
+    return [(name, os.path.join(directory, name)) for name in names]
+
+
 def read_version(root: str) -> str:
     """The project version, as the top-level CMake file says."""
     with open(os.path.join(root, "CMakeLists.txt"), encoding="utf-8") as handle:
@@ -221,12 +230,9 @@ def generate(args: argparse.Namespace) -> str:
     lines.append(f"build {ninja_escape(bundle[0])}: copy {ninja_escape(os.path.join(build, 'bin', 'Tarvolo'))}")
     lines.append(f"build {ninja_escape(bundle[1])}: copy {ninja_escape(plist_path)}")
     lines.append(f"build {ninja_escape(bundle[2])}: pkginfo")
-    # Every file of the resources folder goes into the bundle's Resources, as it is.
-    for resource in sorted(glob.glob(os.path.join(root, "src/platform/macos/Resources/*"))):
-        if not os.path.isfile(resource):
-            continue
-        target = os.path.join(contents, "Resources", os.path.basename(resource))
-        lines.append(f"build {ninja_escape(target)}: copy {ninja_escape(resource)}")
+    for name, source in resources(root):
+        target = os.path.join(contents, "Resources", name)
+        lines.append(f"build {ninja_escape(target)}: copy {ninja_escape(source)}")
         bundle.append(target)
     lines.append(f"default {' '.join(map(ninja_escape, bundle + finals))}")
     return "\n".join(lines) + "\n"

@@ -9,11 +9,13 @@ this tool lists exactly the symbols the given objects and archives leave undefin
   libc++abi at run time);
 - symbols a linked framework or library already exports, and symbols the linker makes itself,
   go nowhere;
-- everything else goes to libSystem.
+- the C library's own symbols go to libSystem.
 
-A C++ symbol outside the standard library, or an Objective-C class nobody exports, is a real
-missing definition; binding it to a system library would only move the failure to launch time,
-so the tool stops with an error instead.
+A C++ symbol outside the standard library, an Objective-C class nobody exports, or a C symbol
+that only a framework left off the link line exports (or that is named like a framework's API,
+CGEventPost or kAXTrustedCheckOptionPrompt, while no linked framework has it) is a real missing
+definition; binding it to libSystem would only move the failure to launch time, so the tool
+stops with an error instead.
 
 Usage: macos-stubs.py --sdk SDK --out-dir DIR [--nm NM] [--arch A]... [--framework F]...
                       [--library L]... INPUT...
@@ -53,6 +55,10 @@ _ALWAYS_LIBSYSTEM = {"dyld_stub_binder"}
 # Builtins that live only in the compiler's static runtime, which this build does not link.
 _STATIC_RUNTIME_ONLY = {"___isPlatformVersionAtLeast", "___isOSVersionAtLeast"}
 _OBJC_PREFIXES = ("_OBJC_CLASS_$_", "_OBJC_METACLASS_$_", "_OBJC_IVAR_$_", "_OBJC_EHTYPE_$_")
+# The frameworks' C functions and constants carry a capitalised prefix (CGEventPost,
+# kAXTrustedCheckOptionPrompt); libSystem's are lower-case apart from these families.
+_FRAMEWORK_STYLE = re.compile(r"^_k?[A-Z]")
+_LIBSYSTEM_CAPITALISED_PREFIXES = ("_OSAtomic", "_OSSpinLock", "_OSMemoryBarrier", "_CC_", "_CCCrypt", "_CCHmac", "_NXArg")
 
 _EXPANSIONS = {
     "symbols": lambda n: [n],
@@ -232,6 +238,28 @@ class SdkExports:
     def library(self, name: str) -> set[str]:
         return self.exports_of_file(os.path.join(self.sdk, "usr/lib", f"lib{name}.tbd"))
 
+    def framework_names(self) -> list[str]:
+        directory = os.path.join(self.sdk, "System/Library/Frameworks")
+        if not os.path.isdir(directory):
+            return []
+        names = (entry.removesuffix(".framework") for entry in os.listdir(directory) if entry.endswith(".framework"))
+        return sorted(name for name in names
+                      if os.path.isfile(os.path.join(directory, f"{name}.framework", f"{name}.tbd")))
+
+    def owners(self, symbols: set[str], skipped: list[str]) -> dict[str, str]:
+        """Which framework of the SDK outside `skipped` exports each of `symbols`."""
+        found: dict[str, str] = {}
+        for name in self.framework_names():
+            if name in skipped:
+                continue
+            try:
+                exports = self.framework(name)
+            except StubError:
+                continue
+            for symbol in symbols & exports:
+                found.setdefault(symbol, name)
+        return found
+
 
 # ---------------------------------------------------------------------------------------------
 # Objects
@@ -286,7 +314,13 @@ class Classification:
     missing: list[str] = field(default_factory=list)
 
 
-def classify(undefined: set[str], provided: set[str]) -> Classification:
+def looks_like_framework_api(symbol: str) -> bool:
+    return bool(_FRAMEWORK_STYLE.match(symbol)) and not symbol.startswith(_LIBSYSTEM_CAPITALISED_PREFIXES)
+
+
+def classify(undefined: set[str], provided: set[str], unlinked_owners: dict[str, str] | None = None) -> Classification:
+    """`unlinked_owners`: symbol to the framework outside the link that exports it."""
+    unlinked_owners = unlinked_owners or {}
     out = Classification(libsystem=set(_ALWAYS_LIBSYSTEM))
     for symbol in sorted(undefined):
         if symbol in provided or symbol in _LINKER_PROVIDED or symbol.startswith(_LINKER_PROVIDED_PREFIXES):
@@ -299,6 +333,10 @@ def classify(undefined: set[str], provided: set[str]) -> Classification:
             out.missing.append(f"{symbol} (C++ symbol outside the standard library)")
         elif symbol.startswith(_OBJC_PREFIXES):
             out.missing.append(f"{symbol} (Objective-C symbol no linked framework exports)")
+        elif symbol in unlinked_owners:
+            out.missing.append(f"{symbol} (exported by {unlinked_owners[symbol]}.framework, which is not linked)")
+        elif looks_like_framework_api(symbol):
+            out.missing.append(f"{symbol} (C symbol no linked framework exports)")
         else:
             out.libsystem.add(symbol)
     return out
@@ -331,7 +369,8 @@ def main(argv: list[str]) -> int:
             provided |= sdk.framework(name)
         for name in args.library:
             provided |= sdk.library(name)
-        result = classify(unresolved(read_nm(args.nm, args.inputs)), provided)
+        undefined = unresolved(read_nm(args.nm, args.inputs))
+        result = classify(undefined, provided, sdk.owners(undefined - provided, args.framework))
         if result.missing:
             raise StubError("undefined symbols no system library provides:\n  " + "\n  ".join(result.missing))
     except StubError as error:

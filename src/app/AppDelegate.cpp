@@ -34,6 +34,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   environment_->hotkeys().registerHotkeys();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();
+  installMainMenu();
   platform_.logSink().writeStandardOutput(launchBanner);
   if (!pendingURLs_.empty()) applicationOpenURLs(std::exchange(pendingURLs_, {}));
 
@@ -45,6 +46,28 @@ void AppDelegate::applicationDidFinishLaunching() {
     });
     break;
   }
+}
+
+// Without a menu bar of its own the app still answers ⌘, and ⌘Q while one of its windows is key.
+void AppDelegate::installMainMenu() {
+  auto& localization = environment_->localization();
+  auto openPreferences = [weak = weakFactory_.handle()] {
+    auto* self = weak.get();
+    if (self && self->environment_ && self->environment_->statusBarController()) {
+      self->environment_->statusBarController()->openPreferences(std::nullopt);
+    }
+  };
+  platform::Menu menu;
+  menu.items.push_back(platform::MenuItem{.title = localization.tr("menu_preferences"),
+                                          .action = "openPreferences",
+                                          .keyEquivalent = ",",
+                                          .perform = openPreferences});
+  menu.items.push_back(platform::MenuItem::separator());
+  menu.items.push_back(platform::MenuItem{.title = localization.tr("menu_quit"),
+                                          .action = "quitApp",
+                                          .keyEquivalent = "q",
+                                          .perform = [&application = platform_.application()] { application.terminate(); }});
+  platform_.application().setMainMenu(menu);
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool) {
@@ -112,6 +135,10 @@ void AppDelegate::applicationDidActivate(const platform::RunningApplication& app
 void AppDelegate::menuDidBeginTracking() { environment_->defaultCenter().post(Notifications::menuDidBeginTracking); }
 
 void AppDelegate::menuDidEndTracking() { environment_->defaultCenter().post(Notifications::menuDidEndTracking); }
+
+void AppDelegate::applicationDidBecomeActive() {
+  environment_->defaultCenter().post(Notifications::applicationDidBecomeActive);
+}
 
 void AppDelegate::preferredLanguagesDidChange() {
   environment_->defaultCenter().post(Notifications::currentLocaleDidChange);

@@ -33,11 +33,14 @@ class AppDelegate final : public platform::ApplicationDelegate, public platform:
   void menuDidBeginTracking() override;
   void menuDidEndTracking() override;
   void preferredLanguagesDidChange() override;
+  void applicationDidBecomeActive() override;
 
   // The app's owners; null until the app has finished launching.
   AppEnvironment* environment() { return environment_.get(); }
 
  private:
+  void installMainMenu();
+
   platform::Platform& platform_;
   std::unique_ptr<AppEnvironment> environment_;
   // URLs that arrived before launching finished, run once it has.

@@ -2,12 +2,19 @@
 
 #include "base/Log.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/tracking/NewAppLaunchCenter.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
 #include "native/engine/NativeVisibilityEngine.h"
+#include "shelf/access/MenuBarAccessController.h"
+#include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
+#include "ui/PlacementGuideController.h"
+#include "ui/PreferencesController.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
+#include "ui/FirstLaunchCoachController.h"
 
 namespace tarvolo {
 
@@ -19,6 +26,10 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .languageDidChange = [this] { defaultCenter_.post(Notifications::appLanguageDidChange); },
       .log = [](std::string message) { Diag::log(message); },
   });
+  accessibilityPermission_ = std::make_unique<AccessibilityPermission>(AccessibilityPermission::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+  });
   placementLedger_ = std::make_unique<MenuBarPlacementLedger>(
       platform_.defaults(), platform_.system().osMajorVersion(), [](std::string line) { MenuBarLog::log(line); });
   statusItemManager_ = std::make_unique<StatusItemManager>(StatusItemManager::Dependencies{
@@ -26,6 +37,13 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .defaultCenter = defaultCenter_,
       .workspaceCenter = workspaceCenter_,
       .ledger = *placementLedger_,
+      .accessibilityPermission = *accessibilityPermission_,
+  });
+  newAppLaunchCenter_ = std::make_unique<NewAppLaunchCenter>(NewAppLaunchCenter::Dependencies{
+      .platform = platform_,
+      .workspaceCenter = workspaceCenter_,
+      .catalog = *statusItemManager_,
+      .localization = *localization_,
   });
   // Loads the framework once, before anything asks whether the system can hide.
   nativeVisibilityEngine_ = std::make_unique<NativeVisibilityEngine>(NativeVisibilityEngine::Dependencies{
@@ -45,12 +63,21 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 }
 
 AppEnvironment::~AppEnvironment() {
+  if (statusBarController_) statusBarController_->setIconShelf(nullptr);
+  gapSubscription_ = Subscription();
+  windowSubscriptions_.clear();
+  preferences_.reset();
+  placementGuide_.reset();
+  iconShelf_.reset();
+  firstLaunchCoach_.reset();
   statusBarController_.reset();
+  newAppLaunchCenter_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
   nativeVisibilityEngine_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
+  accessibilityPermission_.reset();
   localization_.reset();
   if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
 }
@@ -65,8 +92,102 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .localization = *localization_,
         .nativeEngine = *nativeVisibilityEngine_,
     });
+    iconShelf_ = std::make_unique<MenuBarAccessController>(MenuBarAccessController::Dependencies{
+        .platform = platform_,
+        .catalog = *statusItemManager_,
+        .bar = *statusBarController_,
+        .localization = *localization_,
+        .defaultCenter = defaultCenter_,
+        .systemSymbol = nullptr,
+        .permission = *accessibilityPermission_,
+    });
+    statusBarController_->setIconShelf(iconShelf_.get());
+    firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
+        .platform = platform_,
+        .defaultCenter = defaultCenter_,
+        .statusBar = *statusBarController_,
+        .permission = *accessibilityPermission_,
+        .localization = *localization_,
+    });
+    makeWindows();
   }
   return *statusBarController_;
+}
+
+void AppEnvironment::makeWindows() {
+  StatusBarController& bar = *statusBarController_;
+  placementGuide_ = std::make_unique<PlacementGuideController>(PlacementGuideController::Dependencies{
+      .platform = platform_,
+      .localization = *localization_,
+      .catalog = *statusItemManager_,
+      .ledger = *placementLedger_,
+      .statusBar = bar,
+  });
+  preferences_ = std::make_unique<PreferencesController>(PreferencesController::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+      .localization = *localization_,
+      .catalog = *statusItemManager_,
+      .ledger = *placementLedger_,
+      .guide = *placementGuide_,
+      .behaviour = behaviourSettings(),
+  });
+  PlacementGuideController& guide = *placementGuide_;
+  PreferencesController& preferences = *preferences_;
+  NewAppLaunchCenter& notices = *newAppLaunchCenter_;
+  bar.setWindowHooks(StatusBarController::WindowHooks{
+      .openPreferences = [&preferences](std::optional<std::string> focus) { preferences.open(std::move(focus)); },
+      .arrange = [&guide] { guide.startTour(); },
+      .placementGuideOpen = [&guide] { return guide.isActive(); },
+      .pointerOverGuide = [&guide](Point pointer) { return guide.pointerOverChrome(pointer); },
+      .startAnchorRepair =
+          [&guide](bool openedByCollapseAttempt, bool userInitiated) {
+            if (!guide.isShowingAnchorRepair()) guide.startAnchorRepair(openedByCollapseAttempt, userInitiated);
+          },
+      .barDidCollapse = [&guide] { guide.noteBarCollapsed(); },
+  });
+  // What the settings show of the chord follows the recorder as it listens and records.
+  auto redraw = [&preferences](const auto&) { preferences.refresh(); };
+  windowSubscriptions_.push_back(hotkeys_->recording.subscribe(redraw));
+  windowSubscriptions_.push_back(hotkeys_->deepChord.subscribe(redraw));
+  windowSubscriptions_.push_back(hotkeys_->conflictMessage.subscribe(redraw));
+  // "Show all and arrange" seats the new icon beside the toggle, where the user will see it.
+  notices.setArrangeStarter(
+      [&guide](const std::string& bundleID) { return guide.startPlacement(bundleID, ItemCategory::alwaysVisible); });
+  guide.setEndedHandler([&notices, &preferences](PlacementGuideController::Outcome) {
+    notices.noteGuideEnded();
+    preferences.refresh();
+  });
+  gapSubscription_ = bar.observeMenuBarGapChanges([&notices] { notices.noteGapChange(); });
+}
+
+PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
+  auto& defaults = platform_.defaults();
+  StatusBarController& bar = *statusBarController_;
+  HotkeyManager& hotkeys = *hotkeys_;
+  LaunchAtLogin& login = *launchAtLogin_;
+  PreferencesController::Behaviour behaviour;
+  behaviour.autoCollapseDelay = [&bar] { return bar.autoCollapse().configuredAutoCollapseDelay(); };
+  behaviour.setAutoCollapseDelay = [&defaults](double seconds) {
+    defaults.set(AutoCollapse::delayKey, DefaultsValue(MenuBarVisibilityPolicy::autoCollapseDelay(seconds)));
+  };
+  behaviour.loginItem = [&login] {
+    return PreferencesController::LoginItemState{
+        .supported = login.isSupported(), .enabled = login.isEnabled(), .needsApproval = login.needsApproval()};
+  };
+  behaviour.setLaunchAtLogin = [&login](bool enabled) { login.setEnabled(enabled); };
+  behaviour.openLoginItemsSettings = [&login] { login.openSystemSettings(); };
+  behaviour.revealOnHover = [&bar] { return bar.autoCollapse().revealOnHover(); };
+  behaviour.setRevealOnHover = [&bar](bool enabled) { bar.autoCollapse().setRevealOnHover(enabled); };
+  behaviour.hotkeyDisplay = [&hotkeys] { return hotkeys.display(hotkeys.deepChord.get()); };
+  behaviour.hotkeyRecording = [&hotkeys] { return hotkeys.recording.get(); };
+  behaviour.hotkeyConflict = [&hotkeys] { return hotkeys.conflictMessage.get(); };
+  behaviour.beginHotkeyRecording = [&hotkeys] { hotkeys.beginRecording(); };
+  behaviour.cancelHotkeyRecording = [&hotkeys] { hotkeys.recording = false; };
+  // The native engine is not part of this build; every always-visible choice goes through the
+  // guide.
+  behaviour.nativeEngineAvailable = [] { return false; };
+  return behaviour;
 }
 
 std::string AppEnvironment::tr(std::string_view key) { return localization_->tr(key); }

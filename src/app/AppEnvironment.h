@@ -5,15 +5,23 @@
 #include <string_view>
 
 #include "base/NotificationCenter.h"
+#include "base/Subscription.h"
 #include "platform/Platform.h"
+#include "ui/PreferencesController.h"
 
 namespace tarvolo {
 
 class HotkeyManager;
 class LaunchAtLogin;
+class AccessibilityPermission;
+class FirstLaunchCoachController;
 class LocalizationManager;
+class MenuBarAccessController;
 class MenuBarPlacementLedger;
 class NativeVisibilityEngine;
+class NewAppLaunchCenter;
+class PlacementGuideController;
+class PreferencesController;
 class StatusBarController;
 class StatusItemManager;
 
@@ -27,7 +35,8 @@ class AppEnvironment {
   AppEnvironment(const AppEnvironment&) = delete;
   AppEnvironment& operator=(const AppEnvironment&) = delete;
 
-  // Start-up step 6, after the catalogue's first scan: the controller creates the own items.
+  // Start-up step 6, after the catalogue's first scan: the controller creates the own items, and
+  // the coach that presents them on a first launch comes with it.
   StatusBarController& makeStatusBarController();
 
   platform::Platform& platform() { return platform_; }
@@ -36,26 +45,45 @@ class AppEnvironment {
   LocalizationManager& localization() { return *localization_; }
   // The text for `key` in the interface language.
   std::string tr(std::string_view key);
+  AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
   NativeVisibilityEngine& nativeVisibilityEngine() { return *nativeVisibilityEngine_; }
+  NewAppLaunchCenter& newAppLaunchCenter() { return *newAppLaunchCenter_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
+  // The Icon Shelf's controller, made with the status bar controller; null until then.
+  MenuBarAccessController* iconShelf() { return iconShelf_.get(); }
+  // The windows that need the controller; null until start-up step 6.
+  PlacementGuideController* placementGuide() { return placementGuide_.get(); }
+  PreferencesController* preferences() { return preferences_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
+  FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
  private:
+  void makeWindows();
+  PreferencesController::Behaviour behaviourSettings();
+
   platform::Platform& platform_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
   // In construction order; destroyed in reverse.
   std::unique_ptr<LocalizationManager> localization_;
+  std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
+  std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
   std::unique_ptr<StatusBarController> statusBarController_;
+  std::unique_ptr<MenuBarAccessController> iconShelf_;
+  std::unique_ptr<PlacementGuideController> placementGuide_;
+  std::unique_ptr<PreferencesController> preferences_;
+  Subscription gapSubscription_;
+  Cancellables windowSubscriptions_;
+  std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
 };
 
 }  // namespace tarvolo

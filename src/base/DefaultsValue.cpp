@@ -1,11 +1,31 @@
 #include "base/DefaultsValue.h"
 
+#include <string_view>
+
 namespace tarvolo {
+
+namespace {
+
+// What -[NSString boolValue] answers, and with it -[NSUserDefaults boolForKey:] for a string that
+// was written by hand (`defaults write … key YES` stores the string "YES"): past leading blanks,
+// an optional sign and zeros, "Y", "y", "T", "t" or a digit 1-9 means true; anything else false.
+bool stringAsBool(std::string_view text) {
+  std::size_t i = 0;
+  while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+  if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+  while (i < text.size() && text[i] == '0') ++i;
+  if (i == text.size()) return false;
+  const char c = text[i];
+  return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');
+}
+
+}  // namespace
 
 std::optional<bool> DefaultsValue::asBool() const {
   if (auto b = std::get_if<bool>(&storage_)) return *b;
   if (auto i = std::get_if<std::int64_t>(&storage_)) return *i != 0;
   if (auto d = std::get_if<double>(&storage_)) return *d != 0.0;
+  if (auto s = std::get_if<std::string>(&storage_)) return stringAsBool(*s);
   return std::nullopt;
 }
 

@@ -37,7 +37,9 @@ class DefaultsValue {
   bool isDictionary() const { return std::holds_alternative<Dictionary>(storage_); }
 
   // Conversions follow the property-list rules: numbers and Booleans convert into each other,
-  // everything else of the wrong type is absent.
+  // a string reads as a Boolean the way the platform's own Boolean lookup reads it ("YES",
+  // "true", "1" are true; "NO", "false", "" are false), everything else of the wrong type is
+  // absent.
   std::optional<bool> asBool() const;
   std::optional<double> asDouble() const;
   std::optional<std::int64_t> asInteger() const;

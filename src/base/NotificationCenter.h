@@ -22,6 +22,7 @@ inline constexpr const char* applicationDidChangeScreenParameters = "application
 inline constexpr const char* menuDidBeginTracking = "menuDidBeginTracking";
 inline constexpr const char* menuDidEndTracking = "menuDidEndTracking";
 inline constexpr const char* currentLocaleDidChange = "currentLocaleDidChange";
+inline constexpr const char* applicationDidBecomeActive = "applicationDidBecomeActive";
 // Workspace center.
 inline constexpr const char* workspaceDidWake = "workspaceDidWake";
 inline constexpr const char* activeSpaceDidChange = "activeSpaceDidChange";

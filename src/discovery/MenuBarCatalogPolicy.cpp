@@ -1,5 +1,8 @@
 #include "discovery/MenuBarCatalogPolicy.h"
 
+#include <cstdint>
+#include <cstdlib>
+
 #include <algorithm>
 
 #include "base/Text.h"
@@ -79,6 +82,17 @@ std::optional<MenuBarCatalogDecision> decide(const DecideInput& input) {
       return std::nullopt;
   }
   return std::nullopt;
+}
+
+bool includesRule(const IncludesInput& input) {
+  if (input.hasSavedTier) return true;
+  if (input.catalogReady) return input.detected;
+  return input.nativeAvailable || input.attributed;
+}
+
+bool showsItemsEmptyState(std::size_t primaryCount, std::size_t otherCount, bool canRevealOthers) {
+  if (otherCount > SIZE_MAX - primaryCount) std::abort();  // counts of rows never come near this
+  return primaryCount + otherCount == 0 && !canRevealOthers;
 }
 
 }  // namespace tarvolo::MenuBarCatalogPolicy

@@ -3,6 +3,7 @@
 // Which running applications the catalogue lists in its main section and which it offers only
 // on request. Pure.
 
+#include <cstddef>
 #include <optional>
 #include <set>
 #include <string>
@@ -39,5 +40,19 @@ struct DecideInput {
 };
 // Absent when the application is not offered at all.
 std::optional<MenuBarCatalogDecision> decide(const DecideInput& input);
+
+struct IncludesInput {
+  bool hasSavedTier = false;
+  bool catalogReady = false;
+  bool detected = false;
+  bool nativeAvailable = false;
+  bool attributed = false;
+};
+// Whether an application joins the hiding plan: a saved tier always does; otherwise what the
+// accessible catalogue found once it is ready, and until then any sign of an icon.
+bool includesRule(const IncludesInput& input);
+
+// The shelf's "nothing to show" state: no rows in either section and nothing to reveal.
+bool showsItemsEmptyState(std::size_t primaryCount, std::size_t otherCount, bool canRevealOthers);
 
 }  // namespace tarvolo::MenuBarCatalogPolicy

@@ -18,7 +18,14 @@
 #include "base/Log.h"
 #include "base/MainQueue.h"
 #include "platform/AssessmentMode.h"
+#include "platform/AXElement.h"
+#include "platform/IconShelfPanel.h"
+#include "platform/FirstLaunchCoachWindow.h"
 #include "platform/MenuBarAccessTier.h"
+#include "platform/SerialQueue.h"
+#include "platform/NewAppNoticeWindow.h"
+#include "platform/PlacementGuideWindow.h"
+#include "platform/PreferencesWindow.h"
 
 namespace tarvolo::platform {
 
@@ -83,6 +90,17 @@ struct Event {
   std::optional<std::uint16_t> keyCode;
 };
 
+// A mouse event the app posts into the system's event stream.
+struct SyntheticMouseEvent {
+  enum class Kind { leftMouseDown, leftMouseUp };
+  Kind kind = Kind::leftMouseDown;
+  Point location;  // top-left global space, as the window server and Accessibility speak
+  ModifierFlags modifierFlags;
+  std::int64_t clickState = 1;
+  std::int64_t userData = 0;  // the event source's user-data field
+  friend bool operator==(const SyntheticMouseEvent&, const SyntheticMouseEvent&) = default;
+};
+
 // An installed observer, monitor or handler; destroying it removes what it installed.
 class Registration {
  public:
@@ -104,6 +122,16 @@ class Events {
   // Events sent to this application; the handler may swallow the event by returning nullopt.
   virtual std::unique_ptr<Registration> addLocalMonitor(
       EventMask mask, std::function<std::optional<Event>(const Event&)> handler) = 0;
+
+  // Synthesized input; callable from any thread. Posting needs its own privilege, distinct from
+  // Accessibility trust.
+  virtual bool mayPostEvents() const = 0;
+  // The left or right button is down, in the combined session state.
+  virtual bool mouseButtonHeld() const = 0;
+  // The cursor in top-left global space.
+  virtual Point cursorPosition() const = 0;
+  virtual void postMouseEvent(const SyntheticMouseEvent& event) = 0;
+  virtual void warpCursor(Point topLeft) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -191,8 +219,10 @@ class StatusItem {
   virtual bool setSymbolImage(const std::string& symbolName, double pointSize) = 0;
   virtual void setToolTip(const std::string& text) = 0;
   virtual void setAccessibilityLabel(const std::string& text) = 0;
-  // The button sends `action` on the events in `sendOn`; `Events::currentEvent()` tells which.
-  virtual void setAction(EventMask sendOn, std::function<void()> action) = 0;
+  // The button sends `action` on the events in `sendOn`, with the event that sent it: one of the
+  // button's window whose type is in `sendOn`. Pressed any other way (through Accessibility, by
+  // VoiceOver) it comes without one, whatever event the application handled last.
+  virtual void setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) = 0;
   // Shows `menu` under the item; the chosen item's `perform` runs on the main thread.
   virtual void popUpMenu(const Menu& menu) = 0;
 };
@@ -259,6 +289,9 @@ class Workspace {
   // Right end of that application's menu titles on the primary screen's bar, where the system
   // can tell (Accessibility); absent otherwise.
   virtual std::optional<double> applicationMenusMaxX() const = 0;
+  // Opens a URL with its default handler (a System Settings page, for instance); false when
+  // nothing could open it.
+  virtual bool openURL(const std::string& url) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -301,10 +334,29 @@ struct AccessibilityMenuBarItem {
 class Accessibility {
  public:
   virtual ~Accessibility() = default;
+  // Nothing notifies when this changes; ask again when the app becomes active.
   virtual bool isProcessTrusted() const = 0;
+  // Asks with the system's prompt, which also lists the app in System Settings, and answers the
+  // trust as it stands now (the user decides later). Only in answer to a user action.
+  virtual bool requestTrustWithPrompt() = 0;
   // The status items the application exposes. Absent when the tree cannot be read (not trusted,
   // no such process, or the application does not answer); empty when it has none.
   virtual std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const = 0;
+
+  // Elements, callable from any thread. Every call waits at most the element's messaging
+  // time-out (the system's default until one is set; it is not inherited).
+  virtual AXElement systemWideElement() = 0;
+  virtual AXElement applicationElement(int pid) = 0;
+  virtual std::optional<int> processID(const AXElement& element) = 0;
+  virtual void setMessagingTimeout(const AXElement& element, double seconds) = 0;
+  virtual AXResult<AXValue> attribute(const AXElement& element, const std::string& name) = 0;
+  virtual AXResult<std::vector<std::string>> actionNames(const AXElement& element) = 0;
+  virtual AXError performAction(const AXElement& element, const std::string& action) = 0;
+  // The element at a point in top-left global space, asked of `root` (the system-wide element
+  // or an application).
+  virtual AXResult<AXElement> elementAtPosition(const AXElement& root, Point topLeft) = 0;
+  // Notifications from one process, on the main thread; null when the system refuses one.
+  virtual std::unique_ptr<AXObserver> makeObserver(int pid, AXNotificationHandler handler) = 0;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -340,6 +392,8 @@ class SystemInfo {
   // argv without the executable path.
   virtual std::vector<std::string> processArguments() const = 0;
   virtual std::string ownBundleIdentifier() const = 0;
+  // The user's home folder as the user database names it ("/Users/ada").
+  virtual std::string homeDirectory() const = 0;
 };
 
 class Application {
@@ -349,6 +403,11 @@ class Application {
   virtual ActivationPolicy activationPolicy() const = 0;
   // Asks the application to terminate; the delegate's applicationWillTerminate runs first.
   virtual void terminate() = 0;
+  // The app's main menu: only its key equivalents matter to an app without a menu bar of its
+  // own (⌘, while one of its windows is key).
+  virtual void setMainMenu(const Menu& menu) = 0;
+  // Opens a web address or a System Settings link in the system's handler.
+  virtual void openURL(const std::string& address) = 0;
 };
 
 struct NoticeRequest {
@@ -362,15 +421,11 @@ struct NoticeRequest {
 class UserInterface {
  public:
   virtual ~UserInterface() = default;
-  virtual void presentFirstLaunchCoach(std::optional<Rect> anchor) = 0;
-  virtual void openPreferences(std::optional<std::string> focus) = 0;
-  virtual bool isPreferencesVisible() const = 0;
-  // Keep the settings window up even when the app deactivates, and bring it front.
-  virtual void keepPreferencesFront() = 0;
-  // Without a tier the shelf opens unfiltered.
-  virtual void showIconShelf(std::optional<MenuBarAccessTier> tier) = 0;
-  virtual void closeIconShelf() = 0;
-  virtual bool isIconShelfShown() const = 0;
+  virtual FirstLaunchCoachWindow& firstLaunchCoach() = 0;
+  virtual PreferencesWindow& preferences() = 0;
+  virtual NewAppNoticeWindow& newAppNotice() = 0;
+  virtual PlacementGuideWindow& placementGuide() = 0;
+  virtual IconShelfPanel& iconShelfPanel() = 0;
   virtual void presentNotice(NoticeRequest notice) = 0;
   virtual void dismissNotice(const std::string& kind) = 0;
 };
@@ -390,6 +445,8 @@ class SystemEventSink {
   virtual void menuDidBeginTracking() = 0;
   virtual void menuDidEndTracking() = 0;
   virtual void preferredLanguagesDidChange() = 0;
+  // Tarvolo itself became the active app (the user came back to it, from System Settings say).
+  virtual void applicationDidBecomeActive() = 0;
 };
 
 class ApplicationDelegate {
@@ -424,6 +481,8 @@ class Platform {
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
   virtual AssessmentMode& assessmentMode() = 0;
+  // A new serial background queue; destroying it cancels what has not started.
+  virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) = 0;
   virtual HotkeyService& hotkeys() = 0;
   virtual LoginItemService& loginItems() = 0;
   // The backend reports system events to `sink` until it is replaced or cleared (nullptr).

@@ -64,8 +64,7 @@ Policy::AutoCollapseAction AutoCollapse::currentAutoCollapseAction() {
       .deepOrPlacement = host_.barDeepExpanded() || host_.placementInProgress(),
       .commandHeld = events.modifierFlags().has(platform::Modifier::command),
       .pointerInMenuBar = inMenuBar,
-      // The placement guide draws no chrome yet.
-      .pointerOverChrome = false,
+      .pointerOverChrome = host_.pointerOverChrome(pointer),
       .pointerOnToggle = toggle && toggle->contains(pointer),
       .menuTracking = host_.menuTracking(),
       .mouseButtonDown = events.pressedMouseButtons() != 0,

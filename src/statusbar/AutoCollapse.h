@@ -28,6 +28,8 @@ class AutoCollapse {
     virtual bool barDeepExpanded() const = 0;
     // The user is placing items by hand, or the placement guide runs.
     virtual bool placementInProgress() const = 0;
+    // The placement guide's panel or ring lies under the pointer.
+    virtual bool pointerOverChrome(Point pointer) const = 0;
     virtual bool menuTracking() const = 0;
     virtual std::optional<Rect> toggleFrame() const = 0;
     // The right end of the stretch a collapse leaves empty: where the visible icons begin.

@@ -141,9 +141,11 @@ void OwnOrderRepair::finish(bool inOrder) {
   if (userOwnOrderRepairFailures_ >= Policy::userOwnOrderRepairFailureLimit) handOverToManualPlacement();
 }
 
-// Until a guided placement exists, the user is told how to put the items back by hand.
+// Rewriting positions did not help: the guide shows the user how to drag the items back, and a
+// notice says so where the guide cannot run.
 void OwnOrderRepair::handOverToManualPlacement() {
   MenuBarLog::log(LogLine("own-order repair handover").add("failures", userOwnOrderRepairFailures_));
+  if (host_.startAnchorRepair(false, !lastRepairAutomatic_)) return;
   presentOrderRepairNotice(host_.localizedText("order_repair_drag_back"), std::nullopt, RepairNoticeKind::dragBack);
 }
 

@@ -41,6 +41,9 @@ class OwnOrderRepair {
     // again as at start-up.
     virtual void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) = 0;
     virtual void orderRepairFinished(bool inOrder) = 0;
+    // Hands the repair to the placement guide, which shows the user how to drag the items back;
+    // false when it cannot take it.
+    virtual bool startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) = 0;
     virtual std::string localizedText(std::string_view key) const = 0;
   };
 

@@ -30,9 +30,10 @@ class OwnStatusItems final : public SeparatorItems {
   enum class Item { toggle, separator, alwaysHiddenSeparator };
 
   struct Actions {
-    std::function<void()> toggleClicked;
-    std::function<void()> separatorClicked;
-    std::function<void()> alwaysHiddenSeparatorClicked;
+    // With the event that sent them; absent when pressed through Accessibility.
+    std::function<void(std::optional<platform::Event>)> toggleClicked;
+    std::function<void(std::optional<platform::Event>)> separatorClicked;
+    std::function<void(std::optional<platform::Event>)> alwaysHiddenSeparatorClicked;
   };
 
   OwnStatusItems(platform::Platform& platform, const LocalizationManager& localization,

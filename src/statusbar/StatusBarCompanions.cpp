@@ -30,15 +30,18 @@ MenuBarVisibilityPolicy::OwnItemValues StatusBarController::ownItemRightEdges() 
 void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) {
   engine_.cliff().abortForExpandedBar();
   items_.removeOwnItems();
-  // Removing an item drops its stored position: the new ones are written after.
-  auto& defaults = platform_.defaults();
-  defaults.set(preferredPositionKey(toggleAutosaveName), DefaultsValue(positions.toggle));
-  defaults.set(preferredPositionKey(separatorAutosaveName), DefaultsValue(positions.separator));
-  defaults.set(preferredPositionKey(alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
-  items_.createOwnItems(currentPresentation(), itemActions(),
-                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
-  updateLanguageStrings();
-  applyVisibilityNow();
+  // A removed item deletes its stored position when it goes away at the end of this turn, so the
+  // new positions are written, and the items made, on the next one; written now they would be lost.
+  recreateItemsWork_.schedule(0, bindWeak(weak(), [positions](StatusBarController& self) {
+    auto& defaults = self.platform_.defaults();
+    defaults.set(preferredPositionKey(toggleAutosaveName), DefaultsValue(positions.toggle));
+    defaults.set(preferredPositionKey(separatorAutosaveName), DefaultsValue(positions.separator));
+    defaults.set(preferredPositionKey(alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
+    self.items_.createOwnItems(self.currentPresentation(), self.itemActions(),
+                               [&self](OwnStatusItems::Item created) { self.companionAfterOwnItem(created); });
+    self.updateLanguageStrings();
+    self.applyVisibilityNow();
+  }));
 }
 
 void StatusBarController::orderRepairFinished(bool inOrder) {

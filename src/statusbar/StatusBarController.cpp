@@ -49,7 +49,8 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       frontmost_(dependencies.platform, *this),
       orderRepair_(dependencies.platform, *this),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
-      foldingCheckWork_(dependencies.platform.mainQueue()) {
+      foldingCheckWork_(dependencies.platform.mainQueue()),
+      recreateItemsWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItemsForSystemEngine));
@@ -79,11 +80,22 @@ StatusBarController::~StatusBarController() = default;
 // --- construction ------------------------------------------------------------------------------
 
 OwnStatusItems::Actions StatusBarController::itemActions() {
-  return OwnStatusItems::Actions{
-      .toggleClicked = bindWeak(weak(), &StatusBarController::statusItemClicked),
-      .separatorClicked = bindWeak(weak(), &StatusBarController::separatorClicked),
-      .alwaysHiddenSeparatorClicked = bindWeak(weak(), &StatusBarController::alwaysHiddenSeparatorClicked),
+  auto clicked = [weak = weak()](void (StatusBarController::*method)(std::optional<platform::Event>)) {
+    return bindWeak(weak, [method](StatusBarController& self, std::optional<platform::Event> event) {
+      self.noteOwnItemMouseUp(event);
+      (self.*method)(event);
+    });
   };
+  return OwnStatusItems::Actions{
+      .toggleClicked = clicked(&StatusBarController::statusItemClicked),
+      .separatorClicked = clicked(&StatusBarController::separatorClicked),
+      .alwaysHiddenSeparatorClicked = clicked(&StatusBarController::alwaysHiddenSeparatorClicked),
+  };
+}
+
+// The button's tracking consumes the mouse-up, so no monitor sees it; its action does.
+void StatusBarController::noteOwnItemMouseUp(const std::optional<platform::Event>& event) {
+  if (event && event->type == EventType::leftMouseUp) engine_.gaps().noteMouseUp();
 }
 
 // Sampling starts with the toggle; the placeholder must be created between the two separators
@@ -159,8 +171,13 @@ bool StatusBarController::onboardingComplete() const {
   return platform_.defaults().getBool(onboardingKey).value_or(false);
 }
 
-void StatusBarController::presentFirstLaunchCoach() {
-  platform_.userInterface().presentFirstLaunchCoach(items_.coachAnchor());
+void StatusBarController::presentFirstLaunchCoach() { firstLaunchCoachWanted.notify(); }
+
+void StatusBarController::completeOnboarding() {
+  mainThread_.check();
+  platform_.defaults().set(onboardingKey, DefaultsValue(true));
+  collapseBar(CollapseReason::startup);
+  campaign_.beginIfNeeded();
 }
 
 void StatusBarController::showEverything() {
@@ -252,14 +269,14 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
     campaign_.cancelStartupCollapseRetry();
-    if (platform_.userInterface().isPreferencesVisible()) keepPreferencesVisible_ = true;
+    if (platform_.userInterface().preferences().isShown()) keepPreferencesVisible_ = true;
   }
   Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
   isExpanded = true;
   isDeepExpanded = deep;
   updateButtonAppearance();
   applyVisibilityNow();
-  if (userInitiated && keepPreferencesVisible_) platform_.userInterface().keepPreferencesFront();
+  if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
   bool fromGuide = initiator == Initiator::placementGuide;
   autoCollapse_.scheduleAutoCollapseTimer(fromGuide || manualPlacement_
                                               ? std::nullopt
@@ -305,6 +322,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   isDeepExpanded = false;
   updateButtonAppearance();
   applyVisibilityNow();
+  if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
   autoCollapse_.barCollapsed();
   // The system hides by list: no length to remember, search or recover.
   if (hiding_.nativeAvailable()) return;
@@ -340,25 +358,26 @@ void StatusBarController::clearArrowPress() {
   arrowPressAt_.reset();
 }
 
-void StatusBarController::statusItemClicked() {
+void StatusBarController::statusItemClicked(std::optional<platform::Event> sent) {
   mainThread_.check();
-  auto event = platform_.events().currentEvent();
   MenuBarLog::log(LogLine("statusItemClicked fired,")
-                      .add("currentEvent", event ? platform::eventTypeName(event->type) : "none"));
-  if (!event) return;
-  if (event->type == EventType::rightMouseUp) {
+                      .add("currentEvent", sent ? platform::eventTypeName(sent->type) : "none"));
+  // Pressed through Accessibility: what a plain left click does.
+  const platform::Event event =
+      sent.value_or(platform::Event{.type = EventType::leftMouseUp, .timestamp = platform_.clock().now()});
+  if (event.type == EventType::rightMouseUp) {
     showContextMenu();
     return;
   }
-  if (event->type == EventType::leftMouseDown) {
+  if (event.type == EventType::leftMouseDown) {
     recordArrowPress();
     return;
   }
-  if (event->type != EventType::leftMouseUp) return;
+  if (event.type != EventType::leftMouseUp) return;
 
   auto session = platform_.events().modifierFlags();
-  bool option = session.has(Modifier::option) || event->modifierFlags.has(Modifier::option);
-  bool command = session.has(Modifier::command) || event->modifierFlags.has(Modifier::command);
+  bool option = session.has(Modifier::option) || event.modifierFlags.has(Modifier::option);
+  bool command = session.has(Modifier::command) || event.modifierFlags.has(Modifier::command);
   MenuBarLog::log(LogLine("statusItemClicked:").add("isOption", option).add("isCommand", command));
 
   if (command && arrowPressAt_ && platform_.clock().now() - *arrowPressAt_ < kArrowPressWindow) {
@@ -375,7 +394,8 @@ void StatusBarController::statusItemClicked() {
     }
   }
 
-  bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_);
+  const bool guideOpen = windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen();
+  bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_ || guideOpen);
   MenuBarLog::log(LogLine("statusItemClicked:").add("optionReveal", option).add("commandReveal", commandReveal));
   bool reveal = option || commandReveal;
   bool notch = toggleScreenHasNotch();
@@ -397,7 +417,7 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
   using Action = Policy::ArrowClickAction;
   switch (action) {
     case Action::openShelf:
-      if (platform_.userInterface().isIconShelfShown()) {
+      if (shelf_ && shelf_->isShelfShown()) {
         closeIconShelf();
       } else {
         showIconShelf(std::nullopt);
@@ -418,16 +438,14 @@ void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::Arrow
 }
 
 void StatusBarController::showIconShelf(std::optional<MenuBarAccessTier> tier) {
-  MenuBarLog::log(LogLine("iconShelf show").add("tier", tier ? rawValue(*tier) : std::string_view("none")));
-  platform_.userInterface().showIconShelf(tier);
+  if (shelf_) shelf_->showShelf(tier);
 }
 
 void StatusBarController::closeIconShelf() {
-  if (platform_.userInterface().isIconShelfShown()) platform_.userInterface().closeIconShelf();
+  if (shelf_ && shelf_->isShelfShown()) shelf_->closeShelf();
 }
 
-void StatusBarController::separatorClicked() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::separatorClicked(std::optional<platform::Event> event) {
   if (event && event->type == EventType::rightMouseUp) {
     showContextMenu();
     return;
@@ -435,8 +453,7 @@ void StatusBarController::separatorClicked() {
   toggleBar(ExpandDepth::normal);
 }
 
-void StatusBarController::alwaysHiddenSeparatorClicked() {
-  auto event = platform_.events().currentEvent();
+void StatusBarController::alwaysHiddenSeparatorClicked(std::optional<platform::Event> event) {
   if (event && event->type == EventType::rightMouseUp) {
     showContextMenu();
     return;
@@ -482,17 +499,20 @@ void StatusBarController::menuShowAll() { expandBar(ExpandDepth::deep, Initiator
 void StatusBarController::menuCollapse() { collapseBar(CollapseReason::menu); }
 
 void StatusBarController::menuArrange() {
-  // The placement guide starts here; until it exists, show every zone so icons can be dragged.
   MenuBarLog::log("arrange requested");
+  if (windowHooks_.arrange) {
+    windowHooks_.arrange();
+    return;
+  }
   expandBar(ExpandDepth::deep, Initiator::user);
 }
 
-void StatusBarController::menuHideInSettings() { openPreferences(std::string("hiding")); }
+void StatusBarController::menuHideInSettings() { openPreferences(std::string("items")); }
 void StatusBarController::menuPreferences() { openPreferences(std::nullopt); }
 
 void StatusBarController::openPreferences(std::optional<std::string> focusing) {
   Diag::log(LogLine("openPreferences").add("focus", focusing));
-  platform_.userInterface().openPreferences(std::move(focusing));
+  if (windowHooks_.openPreferences) windowHooks_.openPreferences(std::move(focusing));
 }
 
 void StatusBarController::quitApp() { platform_.application().terminate(); }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/MainThreadChecker.h"
+#include "base/ObserverList.h"
 #include "base/Published.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
@@ -17,6 +18,7 @@
 #include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"
 #include "statusbar/HidingEngineSwitch.h"
+#include "statusbar/IconShelfPresenter.h"
 #include "statusbar/FrontmostTracker.h"
 #include "statusbar/OwnOrderRepair.h"
 #include "statusbar/OwnStatusItems.h"
@@ -63,6 +65,16 @@ class StatusBarController final : private CollapseHost,
     NativeVisibilityEngine& nativeEngine;
   };
 
+  // What the state machine asks of the windows built after it: Preferences and the guide.
+  struct WindowHooks {
+    std::function<void(std::optional<std::string> focus)> openPreferences;
+    std::function<void()> arrange;
+    std::function<bool()> placementGuideOpen;
+    std::function<bool(Point)> pointerOverGuide;
+    std::function<void(bool openedByCollapseAttempt, bool userInitiated)> startAnchorRepair;
+    std::function<void()> barDidCollapse;
+  };
+
   explicit StatusBarController(Dependencies dependencies);
   ~StatusBarController() override;
   StatusBarController(const StatusBarController&) = delete;
@@ -73,9 +85,20 @@ class StatusBarController final : private CollapseHost,
   Published<bool> isDeepExpanded{false};
   Published<bool> foldingEffective{false};
   Published<bool> alwaysVisibleAnchorReady{false};
+  // Told whenever the first-launch coach is wanted: at start-up without onboarding, and on each
+  // collapse that onboarding blocks. The coach's owner (src/ui/) listens.
+  ObserverList<> firstLaunchCoachWanted;
+
+  void setWindowHooks(WindowHooks hooks) { windowHooks_ = std::move(hooks); }
+  // Told whenever a gap between the own items moved (an icon arrived, left or was dragged).
+  [[nodiscard]] Subscription observeMenuBarGapChanges(std::function<void()> observer) {
+    return engine_.gaps().observeGapChanges(std::move(observer));
+  }
 
   // --- start-up
   void finishStartup();
+  // The coach was finished or dismissed: stores that, and collapses at once as start-up would.
+  void completeOnboarding();
   void scheduleStartupCollapseRetry(const std::string& reason) { campaign_.scheduleStartupCollapseRetry(reason); }
   void performStartupCollapseRetry(const std::string& reason) { campaign_.performStartupCollapseRetry(reason); }
   void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }
@@ -92,12 +115,16 @@ class StatusBarController final : private CollapseHost,
   MenuBarPresentation currentPresentation() const override;
 
   // --- clicks and the context menu
-  void statusItemClicked();
-  void separatorClicked();
-  void alwaysHiddenSeparatorClicked();
+  // With the event that sent the click; absent when pressed through Accessibility, which acts
+  // as a plain left click.
+  void statusItemClicked(std::optional<platform::Event> event);
+  void separatorClicked(std::optional<platform::Event> event);
+  void alwaysHiddenSeparatorClicked(std::optional<platform::Event> event);
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
+  // The Icon Shelf the toggle and the context menu open; none until the environment hands it in.
+  void setIconShelf(IconShelfPresenter* shelf) { shelf_ = shelf; }
   void menuExpandFolded();
   void menuShowAll();
   void menuCollapse();
@@ -203,6 +230,7 @@ class StatusBarController final : private CollapseHost,
   void noteAlwaysVisibleAnchorReady() override { alwaysVisibleAnchorReady = true; }
 
   OwnStatusItems::Actions itemActions();
+  void noteOwnItemMouseUp(const std::optional<platform::Event>& event);
   void companionAfterOwnItem(OwnStatusItems::Item created);
   void subscribe();
   void screenParametersChanged();
@@ -219,7 +247,12 @@ class StatusBarController final : private CollapseHost,
   // AutoCollapse::Host
   bool barExpanded() const override { return isExpanded.get(); }
   bool barDeepExpanded() const override { return isDeepExpanded.get(); }
-  bool placementInProgress() const override { return manualPlacement_; }
+  bool placementInProgress() const override {
+    return manualPlacement_ || (windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen());
+  }
+  bool pointerOverChrome(Point pointer) const override {
+    return windowHooks_.pointerOverGuide && windowHooks_.pointerOverGuide(pointer);
+  }
   bool menuTracking() const override { return menuTrackingCount_ > 0; }
   std::optional<Rect> toggleFrame() const override { return items_.toggleFrame(); }
   std::optional<double> visibleIconsMinX() const override;
@@ -233,6 +266,11 @@ class StatusBarController final : private CollapseHost,
   MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const override;
   void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) override;
   void orderRepairFinished(bool inOrder) override;
+  bool startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) override {
+    if (!windowHooks_.startAnchorRepair) return false;
+    windowHooks_.startAnchorRepair(openedByCollapseAttempt, userInitiated);
+    return true;
+  }
   std::function<void()> repairAction() { return bindWeak(weak(), &StatusBarController::repairMenuBarOrder); }
 
   void recordArrowPress();
@@ -258,10 +296,12 @@ class StatusBarController final : private CollapseHost,
   CollapseEngine engine_;
   HidingEngineSwitch hiding_;
   StartupCollapseCampaign campaign_;
+  IconShelfPresenter* shelf_ = nullptr;
   AutoCollapse autoCollapse_;
   FrontmostTracker frontmost_;
   OwnOrderRepair orderRepair_;
 
+  WindowHooks windowHooks_;
   bool keepPreferencesVisible_ = false;
   bool manualPlacement_ = false;
   bool startupCollapseAllowed_ = false;
@@ -278,6 +318,7 @@ class StatusBarController final : private CollapseHost,
 
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
+  WorkItem recreateItemsWork_;
 
   Cancellables cancellables_;
 

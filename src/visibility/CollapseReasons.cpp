@@ -13,6 +13,8 @@ std::string_view rawValue(CollapseReason reason) {
     case CollapseReason::iconShelfDiscovery: return "icon-shelf-discovery";
     case CollapseReason::shelfTimeout: return "shelf-timeout";
     case CollapseReason::nativeFallback: return "native-fallback";
+    case CollapseReason::iconShelfMenu: return "icon-shelf-menu";
+    case CollapseReason::placementGuide: return "placement-guide";
   }
   return "unknown";
 }

@@ -15,6 +15,8 @@ enum class CollapseReason {
   iconShelfDiscovery,  // "icon-shelf-discovery": the shelf has read the hidden items
   shelfTimeout,        // "shelf-timeout": the auto-collapse delay ran out
   nativeFallback,      // "native-fallback": the system's engine failed; the own separators take over
+  iconShelfMenu,       // "icon-shelf-menu": a menu the shelf opened has closed
+  placementGuide,      // "placement-guide": the guide is over and hides what it showed
 };
 
 std::string_view rawValue(CollapseReason reason);

@@ -38,6 +38,11 @@ bool measurable(double foldWidth, double hiddenWidth, double shortLimit) {
   return foldWidth > 0 && hiddenWidth > 0 && foldWidth <= shortLimit && hiddenWidth <= shortLimit;
 }
 
+bool gapsDiffer(const MenuBarGapSample& before, const MenuBarGapSample& after) {
+  return std::abs(before.pinnedGap - after.pinnedGap) >= moveThreshold ||
+         std::abs(before.foldedGap - after.foldedGap) >= moveThreshold;
+}
+
 MenuBarGapSample sample(const Rect& toggle, const Rect& normalSeparator, const Rect& hiddenSeparator) {
   return {.pinnedGap = toggle.minX() - normalSeparator.maxX(),
           .foldedGap = normalSeparator.minX() - hiddenSeparator.maxX(),

@@ -39,6 +39,8 @@ MenuBarGapCrossing crossing(const MenuBarGapSample& previous, const MenuBarGapSa
 bool measurable(double foldWidth, double hiddenWidth, double shortLimit);
 // The gaps between the own items' frames: the toggle rightmost, the always-hidden separator leftmost.
 MenuBarGapSample sample(const Rect& toggle, const Rect& normalSeparator, const Rect& hiddenSeparator);
+// Either zone between the own items grew or shrank by an icon or more.
+bool gapsDiffer(const MenuBarGapSample& before, const MenuBarGapSample& after);
 
 }  // namespace MenuBarGapPolicy
 

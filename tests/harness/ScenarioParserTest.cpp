@@ -139,7 +139,7 @@ TEST(ScenarioParserTest, RejectsMalformedScenariosNamingTheField) {
          s["steps"][1] = {{"at", 2}, {"category", "com.apple.Safari"}, {"tier", "none"}, {"confirm", true}};
        },
        "steps[1].confirm", "only a tier can be confirmed"},
-      {"tier on a click", [](json& s) { s["steps"][0]["tier"] = "hidden"; }, "steps[0].tier", "only a category step"},
+      {"tier on a click", [](json& s) { s["steps"][0]["tier"] = "hidden"; }, "steps[0].tier", "only a category or pickZone step"},
       {"category of an unlisted app",
        [](json& s) {
          s["steps"][1] = {{"at", 2}, {"category", "com.example.x"}, {"tier", "hidden"}};

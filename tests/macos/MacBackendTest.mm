@@ -134,7 +134,7 @@ TEST(MacBackend, OSVersionSeesThroughCompatibilityNumbers) {
 TEST(MacBackend, MenuBarHeightComesFromTheVisibleFrameGap) {
   EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1512, 982), NSMakeRect(0, 0, 1512, 944), 22), 37);
   EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 70, 1920, 985), 22), 24);
-  EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 0, 1920, 1080), 22), 22);
+  EXPECT_EQ(menuBarHeight(NSMakeRect(0, 0, 1920, 1080), NSMakeRect(0, 0, 1920, 1080), 24), 24);
 }
 
 TEST(MacBackend, StatusItemsTakeSystemSymbolsAndRefuseUnknownOnes) {
@@ -179,7 +179,7 @@ TEST(MacBackend, ActionTargetSurvivesAnActionThatReleasesIt) {
 
 struct RecordingSink final : SystemEventSink {
   int screens = 0, wakes = 0, spaces = 0, launches = 0, terminations = 0, activations = 0, menuBegins = 0,
-      menuEnds = 0, languages = 0;
+      menuEnds = 0, languages = 0, becameActive = 0;
   void screenParametersDidChange() override { ++screens; }
   void workspaceDidWake() override { ++wakes; }
   void activeSpaceDidChange() override { ++spaces; }
@@ -189,6 +189,7 @@ struct RecordingSink final : SystemEventSink {
   void menuDidBeginTracking() override { ++menuBegins; }
   void menuDidEndTracking() override { ++menuEnds; }
   void preferredLanguagesDidChange() override { ++languages; }
+  void applicationDidBecomeActive() override { ++becameActive; }
 };
 
 TEST(MacBackend, SystemObserverReportsUntilTheSinkIsClearedOrItIsGone) {
@@ -200,6 +201,7 @@ TEST(MacBackend, SystemObserverReportsUntilTheSinkIsClearedOrItIsGone) {
   [center postNotificationName:NSMenuDidBeginTrackingNotification object:nil];
   [center postNotificationName:NSApplicationDidChangeScreenParametersNotification object:nil];
   [center postNotificationName:NSCurrentLocaleDidChangeNotification object:nil];
+  [center postNotificationName:NSApplicationDidBecomeActiveNotification object:nil];
   [workspace postNotificationName:NSWorkspaceDidWakeNotification object:nil];
   [workspace postNotificationName:NSWorkspaceDidActivateApplicationNotification
                            object:nil
@@ -208,6 +210,7 @@ TEST(MacBackend, SystemObserverReportsUntilTheSinkIsClearedOrItIsGone) {
   EXPECT_EQ(sink.menuBegins, 1);
   EXPECT_EQ(sink.screens, 1);
   EXPECT_EQ(sink.languages, 1);
+  EXPECT_EQ(sink.becameActive, 1);
   EXPECT_EQ(sink.wakes, 1);
   EXPECT_EQ(sink.activations, 1);
   observer->setSink(nullptr);
@@ -252,14 +255,46 @@ TEST(MacBackend, NoticesReplaceByKindAndTheirActionMayPresentTheNext) {
 
 TEST(MacBackend, ShelfAndPreferencesReportTheirVisibility) {
   MacUserInterface ui;
-  EXPECT_FALSE(ui.isIconShelfShown());
-  ui.showIconShelf(MenuBarAccessTier::hidden);
-  EXPECT_TRUE(ui.isIconShelfShown());
-  ui.closeIconShelf();
-  EXPECT_FALSE(ui.isIconShelfShown());
-  EXPECT_FALSE(ui.isPreferencesVisible());
-  ui.openPreferences(std::nullopt);
-  EXPECT_TRUE(ui.isPreferencesVisible());
+  auto& shelf = ui.iconShelfPanel();
+  EXPECT_FALSE(shelf.isShown());
+  IconShelfViewState state;
+  state.title = "Icon Shelf";
+  state.tiers = {{.rawValue = "all", .title = "All", .selected = true}};
+  state.rows = {{.id = "com.example.a/item", .name = "Example", .accessibilityLabel = "Example"}};
+  int chosen = 0;
+  shelf.show(state, IconShelfActions{.chooseRow = [&](const std::string&) { ++chosen; }});
+  EXPECT_TRUE(shelf.isShown());
+  state.errorText = "This menu could not be opened.";
+  shelf.update(state);
+  shelf.close();
+  EXPECT_FALSE(shelf.isShown());
+  PreferencesViewState preferences;
+  preferences.windowTitle = "Settings";
+  preferences.tab = PreferencesTab::items;
+  preferences.tabs = {{"general", "General"}, {"items", "Icons"}, {"hotkeys", "Shortcuts"}, {"about", "About"}};
+  preferences.items.zones = {{"always_visible", "Visible"}, {"hidden", "Folded"}, {"always_hidden", "Hidden"}};
+  preferences.items.rows = {{.bundleId = "com.example.a", .name = "A", .zone = "hidden"}};
+  EXPECT_FALSE(ui.preferences().isShown());
+  bool closed = false;
+  ui.preferences().show(preferences, PreferencesCallbacks{.closed = [&closed] { closed = true; }});
+  EXPECT_TRUE(ui.preferences().isShown());
+  ui.preferences().close();
+  EXPECT_FALSE(ui.preferences().isShown());
+  EXPECT_TRUE(closed);
+}
+
+TEST(MacBackend, GuideAndNoticeWindowsOpenAndClose) {
+  MacUserInterface ui;
+  PlacementGuideViewState guide{.title = "Keep It Always Visible", .target = tarvolo::Rect{100, 880, 60, 24}};
+  ui.placementGuide().show(guide, {});
+  EXPECT_TRUE(ui.placementGuide().isShown());
+  EXPECT_EQ(ui.placementGuide().chromeFrames().size(), 2u);
+  ui.placementGuide().close();
+  EXPECT_TRUE(ui.placementGuide().chromeFrames().empty());
+  ui.newAppNotice().show(NewAppNoticeViewState{.bundleId = "com.example.a", .message = "A"}, {});
+  EXPECT_TRUE(ui.newAppNotice().isShown());
+  ui.newAppNotice().close();
+  EXPECT_FALSE(ui.newAppNotice().isShown());
 }
 
 }  // namespace

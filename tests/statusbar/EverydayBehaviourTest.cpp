@@ -126,7 +126,7 @@ TEST_F(EverydayTest, ATakenChordFallsBackToTheMonitorAndSetsTheConflict) {
 
 TEST_F(EverydayTest, RecordingKeepsListeningForBareKeysAndStoresControlK) {
   start();
-  desktop().userInterface().openPreferences(std::nullopt);
+  controller().openPreferences(std::string("hotkeys"));
   hotkeys().beginRecording();
   desktop().typeKey(kK, {});
   EXPECT_TRUE(hotkeys().recording.get());
@@ -172,7 +172,9 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), 1);
   EXPECT_EQ(loggedCount("own-order repair arrow="), 1);
   auto position = [&](const char* name) {
-    return *desktop().defaults().getDouble(StatusBarController::preferredPositionKey(name));
+    auto stored = desktop().defaults().getDouble(StatusBarController::preferredPositionKey(name));
+    EXPECT_TRUE(stored) << name << " lost the position its repair wrote";
+    return stored.value_or(-1);
   };
   EXPECT_GE(position(StatusBarController::separatorAutosaveName),
             position(StatusBarController::toggleAutosaveName) + 1);

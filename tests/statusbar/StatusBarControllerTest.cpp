@@ -26,10 +26,26 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
   run(3);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(controller().isDeepExpanded.get());
-  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
   EXPECT_FALSE(logged("collapse reason="));
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
+}
+
+// What `defaults write com.ostrand.tarvolo com.ostrand.tarvolo.onboarding.v1 YES` leaves behind.
+TEST_F(StartupTest, OnboardingKeyWrittenByHandAsTextReadsAsABoolean) {
+  boot({.onboardingComplete = false});
+  desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("YES"));
+  launch();
+  run(3);
+  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_EQ(desktop().coachWindow().showCount(), 0);
+
+  desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("NO"));
+  session().relaunch();
+  run(3);
+  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
 }
 
 TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
@@ -160,7 +176,7 @@ TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
   EXPECT_TRUE(std::filesystem::exists(*desktop().simDefaults().quarantined()));
   // An empty store means a first launch: everything shown, coach presented.
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().ui().coachPresentations, 1);
+  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
   std::filesystem::remove_all(dir);
 }
 
@@ -201,6 +217,42 @@ TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
   EXPECT_FALSE(controller().isExpanded.get());
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+}
+
+// The button's tracking consumes the mouse-up, so a monitor never records it; the action must.
+TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
+  int downs = 0;
+  int ups = 0;
+  auto monitor = desktop().events().addLocalMonitor(
+      platform::EventType::leftMouseDown | platform::EventType::leftMouseUp, [&](const platform::Event& event) {
+        ++(event.type == platform::EventType::leftMouseUp ? ups : downs);
+        return std::optional<platform::Event>(event);
+      });
+  const int before = loggedCount("gaps mouseUp");
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  run(0.5);
+  EXPECT_EQ(downs, 1);
+  EXPECT_EQ(ups, 0);
+  EXPECT_EQ(loggedCount("gaps mouseUp") - before, 1);
+}
+
+// VoiceOver presses through Accessibility while the app's last event is an old right-click: that
+// event must not turn the press into a context menu.
+TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameBefore) {
+  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::right));
+  run(0.5);
+  ASSERT_TRUE(desktop().openMenu());
+  desktop().dismissMenu();
+  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::separatorAutosaveName));
+  run(0.5);
+  EXPECT_FALSE(desktop().openMenu());
+  EXPECT_TRUE(controller().isExpanded.get());
+
+  // The toggle pressed so on a notched screen opens the Icon Shelf, as a left click does.
+  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::toggleAutosaveName));
+  run(0.5);
+  EXPECT_FALSE(desktop().openMenu());
+  EXPECT_TRUE(desktop().ui().shelfShown);
 }
 
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
@@ -265,6 +317,25 @@ TEST_F(StateMachineTest, MenuTrackingCountNeverGoesBelowZero) {
   session().delegate()->menuDidEndTracking();
   session().delegate()->menuDidEndTracking();
   EXPECT_EQ(controller().menuTrackingCount(), 0);
+}
+
+// Helpers and daemons start and stop all the time; only apps a user runs reset what was learnt.
+TEST_F(SimAppTest, BackgroundProcessChurnLeavesCollapseBudgetsAlone) {
+  DesktopOptions options;
+  for (auto [bundle, policy] : {std::pair{"com.example.daemon", platform::ActivationPolicy::prohibited},
+                                std::pair{"com.example.agent", platform::ActivationPolicy::accessory}}) {
+    options.apps.push_back(sim::SimAppSpec{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
+  }
+  boot(options);
+  launch();
+  run(3);
+  desktop().launchApp("com.example.daemon");
+  desktop().terminateApp("com.example.daemon");
+  run(1);
+  EXPECT_FALSE(logged("collapse budget cleared bundle=com.example.daemon"));
+  desktop().launchApp("com.example.agent");
+  run(1);
+  EXPECT_TRUE(logged("collapse budget cleared bundle=com.example.agent"));
 }
 
 TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
@@ -335,7 +406,8 @@ TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
   ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
   run(0.2);
   EXPECT_TRUE(desktop().ui().shelfShown);
-  EXPECT_FALSE(desktop().ui().shelfTier.has_value());
+  ASSERT_TRUE(desktop().ui().shelfState.has_value());
+  EXPECT_FALSE(desktop().ui().shelfState->rows.empty());  // the hidden icons are listed
   EXPECT_FALSE(controller().isExpanded.get());
   ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
   run(0.2);

@@ -163,6 +163,21 @@ class SymbolResolution(unittest.TestCase):
         self.assertEqual(result.libsystem, {"dyld_stub_binder"})
 
 
+    def test_c_symbols_of_frameworks_are_never_bound_to_libsystem(self):
+        # A framework left off the link line, or an API of one that no linked framework has, would
+        # otherwise link and fail only at launch.
+        undefined = {"_AXIsProcessTrusted", "_CGEventPost", "_kAXTrustedCheckOptionPrompt",
+                     "_OSAtomicAdd32", "_CC_SHA256", "__NSConcreteStackBlock", "_os_log_create"}
+        result = stubs.classify(undefined, set(), {"_AXIsProcessTrusted": "ApplicationServices"})
+        self.assertEqual(result.missing, [
+            "_AXIsProcessTrusted (exported by ApplicationServices.framework, which is not linked)",
+            "_CGEventPost (C symbol no linked framework exports)",
+            "_kAXTrustedCheckOptionPrompt (C symbol no linked framework exports)",
+        ])
+        self.assertEqual(result.libsystem, {"_OSAtomicAdd32", "_CC_SHA256", "__NSConcreteStackBlock",
+                                            "_os_log_create", "dyld_stub_binder"})
+
+
 class CommandLine(unittest.TestCase):
     def run_tool(self, sdk, out, nm_output):
         fake_nm = os.path.join(out, "fake-nm")
@@ -188,6 +203,18 @@ class CommandLine(unittest.TestCase):
             os.utime(system, (1, 1))
             self.assertEqual(self.run_tool(sdk, out, nm_output).returncode, 0)
             self.assertEqual(os.stat(system).st_mtime, 1)  # Ninja's restat skips the relink
+
+    def test_fails_naming_the_framework_left_off_the_link(self):
+        with tempfile.TemporaryDirectory() as sdk, tempfile.TemporaryDirectory() as out:
+            make_sdk(sdk)
+            extra = os.path.join(sdk, "System/Library/Frameworks/Extra.framework")
+            os.makedirs(extra)
+            with open(os.path.join(extra, "Extra.tbd"), "w") as handle:
+                handle.write(stubs.render_tbd("/System/Library/Frameworks/Extra.framework/Extra", ["arm64"],
+                                              {"_extra_call"}))
+            result = self.run_tool(sdk, out, "_main T 0 0\n_extra_call U 0 0\n_KitMain U 0 0\n")
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("_extra_call (exported by Extra.framework, which is not linked)", result.stderr)
 
     def test_fails_naming_the_missing_symbol(self):
         with tempfile.TemporaryDirectory() as sdk, tempfile.TemporaryDirectory() as out:
@@ -221,6 +248,18 @@ class CrossBuildSources(unittest.TestCase):
             sources = [os.path.relpath(p, root) for p in cross.test_sources(root)]
         self.assertEqual(sources,
                          ["tests/macos/MacBackendTest.mm", "tests/macos/main.mm", "tests/platform/contract/A.cpp"])
+
+    def test_every_resource_file_is_copied_into_the_bundle(self):
+        with tempfile.TemporaryDirectory() as root:
+            folder = os.path.join(root, "src/platform/macos/Resources")
+            os.makedirs(os.path.join(folder, "nested"))
+            for name in ["Tarvolo.icns", "Tarvolo.sdef", ".DS_Store"]:
+                open(os.path.join(folder, name), "w").close()
+            self.assertEqual([name for name, _ in cross.resources(root)], ["Tarvolo.icns", "Tarvolo.sdef"])
+        ninja = CrossBuildGoogleTest.generate(self, "/nonexistent")
+        self.assertRegex(ninja, r"build \S*/Tarvolo\.app/Contents/Resources/Tarvolo\.icns: copy \S*/Resources/Tarvolo\.icns")
+        default = [line for line in ninja.splitlines() if line.startswith("default ")][0]
+        self.assertIn("Contents/Resources/Tarvolo.icns", default)
 
     def test_objects_of_sources_outside_the_tree_stay_inside_the_build(self):
         self.assertEqual(cross.object_path("/b", "/src/t", "arm64", "/src/t/src/base/Log.cpp"),

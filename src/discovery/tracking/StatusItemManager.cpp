@@ -8,7 +8,9 @@
 #include "base/NotificationCenter.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "discovery/tracking/MenuBarWindowProbe.h"
+#include "discovery/NewAppNoticePolicy.h"
 #include "discovery/PlacementPolicy.h"
+#include "permissions/AccessibilityPermission.h"
 
 namespace tarvolo {
 
@@ -72,6 +74,7 @@ StatusItemManager::StatusItemManager(Dependencies dependencies)
       defaultCenter_(dependencies.defaultCenter),
       workspaceCenter_(dependencies.workspaceCenter),
       ledger_(dependencies.ledger),
+      accessibilityPermission_(dependencies.accessibilityPermission),
       membershipRescanWork_(dependencies.platform.mainQueue()),
       zoneRefreshWork_(dependencies.platform.mainQueue()) {
   loadStoredState();
@@ -128,6 +131,15 @@ void StatusItemManager::loadStoredState() {
     }
   }
 
+  const std::string noticed(noticedBundleIDsKey);
+  if (auto value = defaults.object(noticed)) {
+    if (auto list = value->asStringArray()) {
+      noticed_ = NewAppNoticePolicy::normalizedUnique(*list);
+    } else {
+      MenuBarLog::log(LogLine("catalog load ignored").add("key", noticed).add("reason", "type"));
+    }
+  }
+
   const std::string firstLaunch(firstLaunchDateKey);
   if (!defaults.contains(firstLaunch)) defaults.set(firstLaunch, DefaultsValue(platform_.clock().currentDate()));
 }
@@ -159,6 +171,10 @@ void StatusItemManager::subscribe() {
       Notifications::didTerminateApplication, onMainQueue(queue, [weak, bundleOf](const Notification& notification) {
         if (auto* self = weak.get()) self->applicationTerminated(bundleOf(notification));
       })));
+  // Granted while running: the icons seen so far can be tied to their apps at once.
+  cancellables_.push_back(accessibilityPermission_.isTrusted.subscribe([weak](const bool&) {
+    if (auto* self = weak.get()) self->refreshObservedZones();
+  }));
 }
 
 void StatusItemManager::applicationLaunched(const std::optional<std::string>& bundleID) {
@@ -267,27 +283,20 @@ void StatusItemManager::scanRunningApplications() {
 }
 
 void StatusItemManager::noteFoundBundleIDs(const std::vector<std::string>& found) {
-  auto& defaults = platform_.defaults();
-  if (!knownStored_) {
-    // First run: what runs now is the starting point, not news.
-    known_ = found;
-    knownStored_ = true;
-    defaults.set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
-    return;
-  }
-  std::vector<std::string> fresh;
-  for (const auto& id : found) {
-    if (std::find(known_.begin(), known_.end(), id) == known_.end()) fresh.push_back(id);
-  }
-  if (fresh.empty()) return;
+  std::optional<std::vector<std::string>> stored;
+  if (knownStored_) stored = known_;
+  const auto plan = NewAppNoticePolicy::plan(found, stored, newAppNoticesEnabled());
+  // A first run takes what runs now as the starting point, not as news.
+  if (!plan.firstRun && plan.newBundleIDs.empty()) return;
+  known_ = plan.known;
+  knownStored_ = true;
+  platform_.defaults().set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
   auto pending = pendingNewAppBundleIds.get();
-  for (const auto& id : fresh) {
-    known_.push_back(id);
+  for (const auto& id : plan.newBundleIDs) MenuBarLog::log(LogLine("catalog new").add("bundle", id));
+  for (const auto& id : plan.noticeBundleIDs) {
     if (std::find(pending.begin(), pending.end(), id) == pending.end()) pending.push_back(id);
-    MenuBarLog::log(LogLine("catalog new").add("bundle", id));
   }
-  defaults.set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
-  pendingNewAppBundleIds = std::move(pending);
+  if (pending != pendingNewAppBundleIds.get()) pendingNewAppBundleIds = std::move(pending);
 }
 
 void StatusItemManager::publishCatalog() {
@@ -312,7 +321,8 @@ void StatusItemManager::publishCatalog() {
 
 std::vector<ForeignMenuBarWindow> StatusItemManager::attributionWindows() const {
   auto& accessibility = platform_.accessibility();
-  if (platform_.system().osMajorVersion() < accessibilityAttributionFromOSMajor || !accessibility.isProcessTrusted()) {
+  if (platform_.system().osMajorVersion() < accessibilityAttributionFromOSMajor ||
+      !accessibilityPermission_.isTrusted.get()) {
     return MenuBarWindowProbe::snapshot(platform_.windowList(), platform_.screens());
   }
   // Each application's own Accessibility items, owned by its identifier so that matching is exact.
@@ -469,6 +479,38 @@ void StatusItemManager::setPinned(std::string_view bundleID, bool pinned) {
   publishCatalog();
 }
 
+// --- new-app notices -------------------------------------------------------------------------------
+
+bool StatusItemManager::isKnown(std::string_view bundleID) const {
+  const std::string key = text::lowercased(bundleID);
+  return std::find(known_.begin(), known_.end(), key) != known_.end();
+}
+
+bool StatusItemManager::launchNoticeAlreadySeen(std::string_view bundleID) const {
+  const std::string key = text::lowercased(bundleID);
+  return std::find(noticed_.begin(), noticed_.end(), key) != noticed_.end();
+}
+
+void StatusItemManager::markLaunchNoticeSeen(std::string_view bundleID) {
+  mainThread_.check();
+  const std::string key = text::lowercased(bundleID);
+  if (key.empty()) return;
+  auto pending = pendingNewAppBundleIds.get();
+  if (std::erase(pending, key) > 0) pendingNewAppBundleIds = std::move(pending);
+  if (launchNoticeAlreadySeen(key)) return;
+  noticed_.push_back(key);
+  platform_.defaults().set(std::string(noticedBundleIDsKey), DefaultsValue::fromStrings(noticed_));
+}
+
+bool StatusItemManager::newAppNoticesEnabled() const {
+  return platform_.defaults().getBool(std::string(newAppNoticesKey)).value_or(true);
+}
+
+void StatusItemManager::setNewAppNoticesEnabled(bool enabled) {
+  platform_.defaults().set(std::string(newAppNoticesKey), DefaultsValue(enabled));
+  MenuBarLog::log(LogLine("newApp notices").add("enabled", enabled));
+}
+
 // --- placement -------------------------------------------------------------------------------------
 
 std::optional<std::string> StatusItemManager::observedZone(std::string_view bundleID) const {
@@ -480,6 +522,19 @@ std::optional<std::string> StatusItemManager::observedZone(std::string_view bund
 
 bool StatusItemManager::isOutOfPlace(std::string_view bundleID) const {
   return ledger_.isOutOfPlace(bundleID, category(bundleID), observedZone(bundleID));
+}
+
+std::optional<bool> StatusItemManager::iconInZone(std::string_view bundleID, PlacementZone target) const {
+  const MenuBarAppItem* entry = item(bundleID);
+  if (!entry || !anchors_) return std::nullopt;
+  const auto anchors = anchors_();
+  if (!anchors) return std::nullopt;
+  return PlacementPolicy::foreignItemInTargetZone({.appName = entry->name,
+                                                   .bundleID = entry->bundleId,
+                                                   .windows = attributionWindows(),
+                                                   .anchors = *anchors,
+                                                   .target = target,
+                                                   .expandedLength = expandedSeparatorLength_});
 }
 
 std::vector<const MenuBarAppItem*> StatusItemManager::allItems() const {

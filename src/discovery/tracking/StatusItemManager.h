@@ -24,6 +24,7 @@
 
 namespace tarvolo {
 
+class AccessibilityPermission;
 class MenuBarPlacementLedger;
 class NotificationCenter;
 
@@ -55,6 +56,9 @@ class StatusItemManager {
   static constexpr std::string_view pinsKey = "com.ostrand.tarvolo.pins";
   static constexpr std::string_view knownBundleIDsKey = "com.ostrand.tarvolo.known_bundle_ids";
   static constexpr std::string_view firstLaunchDateKey = "tarvolo_first_launch_date";
+  static constexpr std::string_view noticedBundleIDsKey = "com.ostrand.tarvolo.noticed_bundle_ids";
+  // Whether newly started apps get their notice (a Boolean, on when absent).
+  static constexpr std::string_view newAppNoticesKey = "com.ostrand.tarvolo.new_app_notices";
   // The category of an application the user has not placed: it folds with the hidden zone.
   static constexpr ItemCategory defaultCategory = ItemCategory::hidden;
   // After a launch or quit, the catalogue is rebuilt once the burst has settled.
@@ -71,6 +75,8 @@ class StatusItemManager {
     NotificationCenter& defaultCenter;
     NotificationCenter& workspaceCenter;
     MenuBarPlacementLedger& ledger;
+    // Whether icons can be tied to their apps through Accessibility; a grant fills the catalogue.
+    AccessibilityPermission& accessibilityPermission;
   };
   // Reads the own items' extents; absent while they cannot be read.
   using AnchorSource = std::function<std::optional<PlacementAnchors>()>;
@@ -120,10 +126,21 @@ class StatusItemManager {
   bool isPinned(std::string_view bundleID) const;
   void setPinned(std::string_view bundleID, bool pinned);
   const std::vector<std::string>& knownBundleIDs() const { return known_; }
+  bool isKnown(std::string_view bundleID) const;
+
+  // --- new-app notices
+  bool launchNoticeAlreadySeen(std::string_view bundleID) const;
+  void markLaunchNoticeSeen(std::string_view bundleID);
+  bool newAppNoticesEnabled() const;
+  void setNewAppNoticesEnabled(bool enabled);
 
   // --- placement
   std::optional<std::string> observedZone(std::string_view bundleID) const;
   bool isOutOfPlace(std::string_view bundleID) const;
+  // Whether an icon of the app sits in `target` now, from a fresh reading of the bar (the
+  // window list, or Accessibility where the list no longer tells apps apart); absent while the
+  // own items cannot be read or no icon of the app is found.
+  std::optional<bool> iconInZone(std::string_view bundleID, PlacementZone target) const;
 
   // --- what the visibility plan needs
   std::vector<MenuBarTrackedApp> trackedApps() const;
@@ -155,6 +172,7 @@ class StatusItemManager {
   NotificationCenter& defaultCenter_;
   NotificationCenter& workspaceCenter_;
   MenuBarPlacementLedger& ledger_;
+  AccessibilityPermission& accessibilityPermission_;
   AnchorSource anchors_;
   double expandedSeparatorLength_ = 0;
   MainThreadChecker mainThread_;
@@ -163,6 +181,7 @@ class StatusItemManager {
   std::set<std::string> pins_;
   std::vector<std::string> known_;
   bool knownStored_ = false;
+  std::vector<std::string> noticed_;
   // Every application the last scan accepted, in workspace order.
   std::vector<MenuBarAppItem> scanned_;
 

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -43,6 +44,9 @@ ModifierFlags modifierFlagsFrom(NSEventModifierFlags flags);
 ActivationPolicy activationPolicyFrom(NSApplicationActivationPolicy policy);
 NSApplicationActivationPolicy nsActivationPolicy(ActivationPolicy policy);
 RunningApplication runningApplicationFrom(NSRunningApplication* app);
+// Whether the workspace announces the app's launch and termination: regular and accessory
+// apps, not background-only processes.
+bool isAnnouncedApplication(NSRunningApplication* app);
 
 // Property-list objects the store cannot represent (data, dates) are absent; inside arrays and
 // dictionaries they are skipped.
@@ -76,6 +80,11 @@ class MacMainQueue final : public MainQueue {
     std::mutex mutex;
     TaskId lastId = 0;
     std::unordered_map<TaskId, std::function<void()>> tasks;
+    // Tasks due within a second (probes, verifications) and the activity that keeps App Nap
+    // from delaying them while any is pending.
+    std::unordered_set<TaskId> prompt;
+    id activity = nil;
+    void forget(TaskId id);  // under `mutex`
   };
   // Shared with the dispatched blocks, which hold it weakly.
   std::shared_ptr<Pending> pending_;
@@ -107,6 +116,7 @@ class MacSystemInfo final : public SystemInfo {
   std::vector<std::string> preferredLanguages() const override;
   std::vector<std::string> processArguments() const override;
   std::string ownBundleIdentifier() const override;
+  std::string homeDirectory() const override;
 };
 
 class MacApplication final : public Application {
@@ -114,6 +124,12 @@ class MacApplication final : public Application {
   void setActivationPolicy(ActivationPolicy policy) override;
   ActivationPolicy activationPolicy() const override;
   void terminate() override;
+  void setMainMenu(const Menu& menu) override;
+  void openURL(const std::string& address) override;
+
+ private:
+  // The menu items hold their targets weakly.
+  NSMutableArray<TRVActionTarget*>* menuTargets_ = nil;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -128,6 +144,34 @@ class MacEvents final : public Events {
   std::unique_ptr<Registration> addGlobalMonitor(EventMask mask, std::function<void(const Event&)> handler) override;
   std::unique_ptr<Registration> addLocalMonitor(
       EventMask mask, std::function<std::optional<Event>(const Event&)> handler) override;
+  bool mayPostEvents() const override;
+  bool mouseButtonHeld() const override;
+  Point cursorPosition() const override;
+  void postMouseEvent(const SyntheticMouseEvent& event) override;
+  void warpCursor(Point topLeft) override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Background queues (MacSerialQueue.mm)
+
+class MacSerialQueue final : public SerialQueue {
+ public:
+  explicit MacSerialQueue(const std::string& label);
+  ~MacSerialQueue() override;
+  TaskId post(double delaySeconds, std::function<void()> task) override;
+  void cancel(TaskId id) override;
+  void runOnMainSync(const std::function<void()>& task) override;
+  void postToMain(std::function<void()> task) override;
+
+ private:
+  struct Pending {
+    std::mutex mutex;
+    TaskId lastId = 0;
+    std::unordered_map<TaskId, std::function<void()>> tasks;
+  };
+  dispatch_queue_t queue_;
+  // Shared with the dispatched blocks, which hold it weakly.
+  std::shared_ptr<Pending> pending_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -152,7 +196,7 @@ class MacStatusItem final : public StatusItem {
   bool setSymbolImage(const std::string& symbolName, double pointSize) override;
   void setToolTip(const std::string& text) override;
   void setAccessibilityLabel(const std::string& text) override;
-  void setAction(EventMask sendOn, std::function<void()> action) override;
+  void setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) override;
   void popUpMenu(const Menu& menu) override;
 
  private:
@@ -186,6 +230,7 @@ class MacWorkspace final : public Workspace {
   std::optional<RunningApplication> menuBarOwningApplication() const override;
   // Read through Accessibility (MacWindowServer.mm), so absent until Tarvolo is trusted.
   std::optional<double> applicationMenusMaxX() const override;
+  bool openURL(const std::string& url) override;
 };
 
 // Watches the system and reports to the sink it is given; stops watching when destroyed.
@@ -223,7 +268,73 @@ class MacWindowList final : public WindowList {
 class MacAccessibility final : public Accessibility {
  public:
   bool isProcessTrusted() const override;
+  bool requestTrustWithPrompt() override;
   std::optional<std::vector<AccessibilityMenuBarItem>> extrasMenuBarItems(int pid) const override;
+  // Elements (MacAXElements.mm).
+  AXElement systemWideElement() override;
+  AXElement applicationElement(int pid) override;
+  std::optional<int> processID(const AXElement& element) override;
+  void setMessagingTimeout(const AXElement& element, double seconds) override;
+  AXResult<AXValue> attribute(const AXElement& element, const std::string& name) override;
+  AXResult<std::vector<std::string>> actionNames(const AXElement& element) override;
+  AXError performAction(const AXElement& element, const std::string& action) override;
+  AXResult<AXElement> elementAtPosition(const AXElement& root, Point topLeft) override;
+  std::unique_ptr<AXObserver> makeObserver(int pid, AXNotificationHandler handler) override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The Icon Shelf's panel (MacIconShelfPanel.mm)
+
+class MacIconShelfPanel final : public IconShelfPanel {
+ public:
+  MacIconShelfPanel();
+  ~MacIconShelfPanel() override;
+  void show(const IconShelfViewState& state, IconShelfActions actions) override;
+  void update(const IconShelfViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The first-launch coach's panel (MacFirstLaunchCoachWindow.mm)
+
+class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
+ public:
+  MacFirstLaunchCoachWindow();
+  ~MacFirstLaunchCoachWindow() override;
+  MacFirstLaunchCoachWindow(const MacFirstLaunchCoachWindow&) = delete;
+  MacFirstLaunchCoachWindow& operator=(const MacFirstLaunchCoachWindow&) = delete;
+
+  void show(const FirstLaunchCoachViewState& state, FirstLaunchCoachActions actions) override;
+  void update(const FirstLaunchCoachViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  void build();
+  void fill(const FirstLaunchCoachViewState& state);
+  void place(const std::optional<Rect>& anchor);
+
+  NSPanel* panel_ = nil;
+  NSTextField* progress_ = nil;
+  NSTextField* title_ = nil;
+  NSTextField* body_ = nil;
+  NSTextField* note_ = nil;
+  NSTextField* hint_ = nil;
+  NSButton* permission_ = nil;
+  NSButton* next_ = nil;
+  NSButton* done_ = nil;
+  NSButton* dismiss_ = nil;
+  // Buttons hold their targets weakly.
+  TRVActionTarget* nextTarget_ = nil;
+  TRVActionTarget* doneTarget_ = nil;
+  TRVActionTarget* dismissTarget_ = nil;
+  TRVActionTarget* permissionTarget_ = nil;
+  FirstLaunchCoachActions actions_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -243,18 +354,64 @@ class MacAssessmentMode final : public AssessmentMode {
 // ---------------------------------------------------------------------------------------------
 // The app's own windows (MacUserInterface.mm)
 
+// The settings window (MacPreferencesWindow.mm): a toolbar-style tabbed window drawn from the
+// core's state; every control calls back into the core.
+class MacPreferencesWindow final : public PreferencesWindow {
+ public:
+  MacPreferencesWindow();
+  ~MacPreferencesWindow() override;
+  void show(const PreferencesViewState& state, PreferencesCallbacks callbacks) override;
+  void update(const PreferencesViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+  void keepFront() override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The new-app notice (MacNewAppNoticeWindow.mm): a non-activating panel below the menu bar.
+class MacNewAppNoticeWindow final : public NewAppNoticeWindow {
+ public:
+  MacNewAppNoticeWindow();
+  ~MacNewAppNoticeWindow() override;
+  void show(const NewAppNoticeViewState& state, NewAppNoticeCallbacks callbacks) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The placement guide (MacPlacementGuideWindow.mm): a panel with the instructions and a ring
+// around the target zone of the bar.
+class MacPlacementGuideWindow final : public PlacementGuideWindow {
+ public:
+  MacPlacementGuideWindow();
+  ~MacPlacementGuideWindow() override;
+  void show(const PlacementGuideViewState& state, PlacementGuideCallbacks callbacks) override;
+  void update(const PlacementGuideViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+  std::vector<Rect> chromeFrames() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
 class MacUserInterface final : public UserInterface {
  public:
   MacUserInterface();
   ~MacUserInterface() override;
 
-  void presentFirstLaunchCoach(std::optional<Rect> anchor) override;
-  void openPreferences(std::optional<std::string> focus) override;
-  bool isPreferencesVisible() const override;
-  void keepPreferencesFront() override;
-  void showIconShelf(std::optional<MenuBarAccessTier> tier) override;
-  void closeIconShelf() override;
-  bool isIconShelfShown() const override;
+  FirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
+  IconShelfPanel& iconShelfPanel() override { return shelfPanel_; }
+  PreferencesWindow& preferences() override { return preferences_; }
+  NewAppNoticeWindow& newAppNotice() override { return newAppNotice_; }
+  PlacementGuideWindow& placementGuide() override { return placementGuide_; }
   void presentNotice(NoticeRequest notice) override;
   void dismissNotice(const std::string& kind) override;
 
@@ -263,9 +420,11 @@ class MacUserInterface final : public UserInterface {
   void forgetClosedNotices();
   void layoutNotices();
 
-  NSPanel* coach_ = nil;
-  NSWindow* preferences_ = nil;
-  NSPanel* shelf_ = nil;
+  MacFirstLaunchCoachWindow coach_;
+  MacIconShelfPanel shelfPanel_;
+  MacPreferencesWindow preferences_;
+  MacNewAppNoticeWindow newAppNotice_;
+  MacPlacementGuideWindow placementGuide_;
   struct Notice {
     std::string kind;
     NSPanel* panel;

@@ -65,3 +65,52 @@ std::unique_ptr<Registration> MacEvents::addLocalMonitor(
 }
 
 }  // namespace tarvolo::platform::mac
+
+// ---------------------------------------------------------------------------------------------
+// Synthesized input
+//
+// OS quirks handled here:
+// - Posting needs the post-event privilege (CGPreflightPostEventAccess), not Accessibility trust.
+// - A click needs click state 1 on both the down and the up event; the caller spaces them.
+// - Events and cursor warps speak top-left global coordinates; CGEventGetLocation of a fresh
+//   event is the cursor in that space.
+
+namespace tarvolo::platform::mac {
+
+bool MacEvents::mayPostEvents() const { return CGPreflightPostEventAccess(); }
+
+bool MacEvents::mouseButtonHeld() const {
+  return CGEventSourceButtonState(kCGEventSourceStateCombinedSessionState, kCGMouseButtonLeft) ||
+         CGEventSourceButtonState(kCGEventSourceStateCombinedSessionState, kCGMouseButtonRight);
+}
+
+Point MacEvents::cursorPosition() const {
+  CGEventRef probe = CGEventCreate(nullptr);
+  if (!probe) return {};
+  const CGPoint location = CGEventGetLocation(probe);
+  CFRelease(probe);
+  return {location.x, location.y};
+}
+
+void MacEvents::postMouseEvent(const SyntheticMouseEvent& event) {
+  CGEventSourceRef source = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
+  CGEventType type = kCGEventLeftMouseDown;
+  switch (event.kind) {
+    case SyntheticMouseEvent::Kind::leftMouseDown: type = kCGEventLeftMouseDown; break;
+    case SyntheticMouseEvent::Kind::leftMouseUp: type = kCGEventLeftMouseUp; break;
+  }
+  CGEventRef posted = CGEventCreateMouseEvent(source, type, CGPointMake(event.location.x, event.location.y),
+                                              kCGMouseButtonLeft);
+  if (posted) {
+    CGEventSetFlags(posted, static_cast<CGEventFlags>(event.modifierFlags.raw));
+    CGEventSetIntegerValueField(posted, kCGMouseEventClickState, event.clickState);
+    CGEventSetIntegerValueField(posted, kCGEventSourceUserData, event.userData);
+    CGEventPost(kCGHIDEventTap, posted);
+    CFRelease(posted);
+  }
+  if (source) CFRelease(source);
+}
+
+void MacEvents::warpCursor(Point topLeft) { CGWarpMouseCursorPosition(CGPointMake(topLeft.x, topLeft.y)); }
+
+}  // namespace tarvolo::platform::mac

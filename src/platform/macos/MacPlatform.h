@@ -34,6 +34,7 @@ class MacPlatform final : public Platform {
   HotkeyService& hotkeys() override;
   LoginItemService& loginItems() override;
   void setSystemEventSink(SystemEventSink* sink) override;
+  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override;
 
  private:
   struct Impl;

@@ -52,5 +52,8 @@ AssessmentMode& MacPlatform::assessmentMode() { return impl_->assessmentMode; }
 HotkeyService& MacPlatform::hotkeys() { return impl_->hotkeys; }
 LoginItemService& MacPlatform::loginItems() { return impl_->loginItems; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }
+std::unique_ptr<SerialQueue> MacPlatform::makeSerialQueue(const std::string& label) {
+  return std::make_unique<mac::MacSerialQueue>(label);
+}
 
 }  // namespace tarvolo::platform

@@ -9,7 +9,9 @@
 // - NSUserDefaults reads fall through to the global domain and registered defaults; the key
 //   list is taken from the app's own persistent domain only.
 
+#include <pwd.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 #include <time.h>
 
 #include <algorithm>
@@ -26,6 +28,20 @@ double MacClock::now() const {
 
 double MacClock::currentDate() const { return [NSDate date].timeIntervalSince1970; }
 
+namespace {
+
+// App Nap may stretch an idle accessory app's short timers to seconds; the collapse probes and
+// their verification are timed in tenths of a second.
+constexpr double kPromptTaskDelay = 1.0;
+
+}  // namespace
+
+void MacMainQueue::Pending::forget(TaskId id) {
+  if (prompt.erase(id) == 0 || !prompt.empty() || !activity) return;
+  [NSProcessInfo.processInfo endActivity:activity];
+  activity = nil;
+}
+
 MacMainQueue::MacMainQueue() : pending_(std::make_shared<Pending>()) {}
 
 TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
@@ -34,6 +50,14 @@ TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
     std::lock_guard lock(pending_->mutex);
     id = ++pending_->lastId;
     pending_->tasks.emplace(id, std::move(task));
+    if (delaySeconds > 0 && delaySeconds <= kPromptTaskDelay) {
+      pending_->prompt.insert(id);
+      if (!pending_->activity) {
+        pending_->activity = [NSProcessInfo.processInfo
+            beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                              reason:@"Measuring the menu bar after a change"];
+      }
+    }
   }
   std::weak_ptr<Pending> weakPending = pending_;
   dispatch_block_t block = ^{
@@ -46,6 +70,7 @@ TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
       if (it == pending->tasks.end()) return;
       run = std::move(it->second);
       pending->tasks.erase(it);
+      pending->forget(id);
     }
     if (run) run();
   };
@@ -66,6 +91,7 @@ void MacMainQueue::cancel(TaskId id) {
     if (it == pending_->tasks.end()) return;
     dropped = std::move(it->second);
     pending_->tasks.erase(it);
+    pending_->forget(id);
   }
   // `dropped` dies here, outside the lock: its captures may cancel other tasks.
 }
@@ -156,6 +182,42 @@ ActivationPolicy MacApplication::activationPolicy() const {
   return activationPolicyFrom(NSApplication.sharedApplication.activationPolicy);
 }
 
+// The user database's entry, not $HOME, which a sandbox or a launcher may have changed.
+std::string MacSystemInfo::homeDirectory() const {
+  if (const passwd* entry = getpwuid(getuid()); entry && entry->pw_dir && entry->pw_dir[0] != '\0') {
+    return entry->pw_dir;
+  }
+  return stdString(NSHomeDirectory());
+}
+
 void MacApplication::terminate() { [NSApplication.sharedApplication terminate:nil]; }
+
+void MacApplication::setMainMenu(const Menu& menu) {
+  NSMenu* main = [[NSMenu alloc] initWithTitle:@""];
+  NSMenuItem* appItem = [[NSMenuItem alloc] initWithTitle:@"Tarvolo" action:nil keyEquivalent:@""];
+  NSMenu* appMenu = [[NSMenu alloc] initWithTitle:@"Tarvolo"];
+  menuTargets_ = [NSMutableArray array];
+  for (const MenuItem& entry : menu.items) {
+    if (entry.isSeparator) {
+      [appMenu addItem:[NSMenuItem separatorItem]];
+      continue;
+    }
+    TRVActionTarget* target = [[TRVActionTarget alloc] initWithAction:entry.perform];
+    [menuTargets_ addObject:target];
+    NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:nsString(entry.title)
+                                                  action:@selector(perform:)
+                                           keyEquivalent:nsString(entry.keyEquivalent)];
+    item.target = target;
+    [appMenu addItem:item];
+  }
+  appItem.submenu = appMenu;
+  [main addItem:appItem];
+  NSApplication.sharedApplication.mainMenu = main;
+}
+
+void MacApplication::openURL(const std::string& address) {
+  NSURL* url = [NSURL URLWithString:nsString(address)];
+  if (url) [NSWorkspace.sharedWorkspace openURL:url];
+}
 
 }  // namespace tarvolo::platform::mac

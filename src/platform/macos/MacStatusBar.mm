@@ -102,14 +102,23 @@ void MacStatusItem::setAccessibilityLabel(const std::string& text) {
   [item_.button setAccessibilityLabel:text.empty() ? nil : nsString(text)];
 }
 
-void MacStatusItem::setAction(EventMask sendOn, std::function<void()> action) {
+void MacStatusItem::setAction(EventMask sendOn, std::function<void(std::optional<Event>)> action) {
   NSStatusBarButton* button = item_.button;
   if (!button) return;
-  actionTarget_ = action ? [[TRVActionTarget alloc] initWithAction:std::move(action)] : nil;
+  NSEventMask mask = nsEventMask(sendOn);
+  if (mask == 0) mask = NSEventMaskLeftMouseUp;
+  __weak NSStatusBarButton* weakButton = button;
+  actionTarget_ = action ? [[TRVActionTarget alloc] initWithAction:[weakButton, mask, action = std::move(action)] {
+    // Pressed through Accessibility, NSApp's current event is whatever came last, perhaps a
+    // right-click elsewhere: only an event of this button's window of a type it sends on counts.
+    NSEvent* event = NSApplication.sharedApplication.currentEvent;
+    NSStatusBarButton* button = weakButton;
+    const bool sentIt = event && button && event.window == button.window && (NSEventMaskFromType(event.type) & mask) != 0;
+    action(sentIt ? std::optional<Event>(eventFrom(event)) : std::nullopt);
+  }] : nil;
   button.target = actionTarget_;
   button.action = actionTarget_ ? @selector(perform:) : nil;
-  NSEventMask mask = nsEventMask(sendOn);
-  [button sendActionOn:mask != 0 ? mask : NSEventMaskLeftMouseUp];
+  [button sendActionOn:mask];
 }
 
 void MacStatusItem::popUpMenu(const Menu& menu) {

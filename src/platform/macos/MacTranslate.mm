@@ -159,6 +159,15 @@ RunningApplication runningApplicationFrom(NSRunningApplication* app) {
   return out;
 }
 
+bool isAnnouncedApplication(NSRunningApplication* app) {
+  switch (activationPolicyFrom(app.activationPolicy)) {
+    case ActivationPolicy::regular:
+    case ActivationPolicy::accessory: return true;
+    case ActivationPolicy::prohibited: return false;
+  }
+  return false;
+}
+
 std::optional<DefaultsValue> defaultsValueFrom(id object) {
   if ([object isKindOfClass:[NSString class]]) return DefaultsValue(stdString(object));
   if ([object isKindOfClass:[NSNumber class]]) {

@@ -1,4 +1,4 @@
-// The app's own windows: first-launch coach, Preferences, Icon Shelf panel and notices.
+// The app's own windows: Preferences, Icon Shelf panel and notices (the coach has its own file).
 //
 // OS quirks handled here:
 // - An accessory app (LSUIElement) has no Dock icon and is not active after launch, so a normal
@@ -10,8 +10,8 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// These windows draw only what the core hands over; the texts of the coach and Preferences are
-// not part of that hand-over yet, so both stay wordless beyond the app's name and version.
+// These windows draw only what the core hands over. The coach, Preferences, the new-app notice
+// and the placement guide have files of their own.
 
 #include <algorithm>
 
@@ -51,15 +51,6 @@ NSStackView* stack(NSArray<NSView*>* views, NSUserInterfaceLayoutOrientation ori
   return stack;
 }
 
-NSImageView* symbolView(NSString* name, CGFloat pointSize) {
-  NSImage* image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:nil];
-  if (!image) return nil;
-  NSImageSymbolConfiguration* configuration = [NSImageSymbolConfiguration configurationWithPointSize:pointSize
-                                                                                              weight:NSFontWeightRegular];
-  NSImage* sized = [image imageWithSymbolConfiguration:configuration];
-  return [NSImageView imageViewWithImage:sized ? sized : image];
-}
-
 void setContent(NSWindow* window, NSView* content) {
   window.contentView = content;
   [window setContentSize:content.fittingSize];
@@ -88,103 +79,13 @@ void placeBelow(NSWindow* window, NSRect anchor) {
   [window setFrameOrigin:NSMakePoint(x, y)];
 }
 
-NSString* versionText() {
-  NSString* version = [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
-  return version ? [@"Tarvolo " stringByAppendingString:version] : @"Tarvolo";
-}
-
 }  // namespace
 
 MacUserInterface::MacUserInterface() = default;
 
 MacUserInterface::~MacUserInterface() {
-  [coach_ close];
-  [preferences_ close];
-  [shelf_ close];
   for (const Notice& notice : notices_) [notice.panel close];
 }
-
-void MacUserInterface::presentFirstLaunchCoach(std::optional<Rect> anchor) {
-  if (!coach_) {
-    coach_ = makePanel(NSMakeSize(200, 60));
-    // ⌘ + drag, left or right: how icons are moved between zones.
-    NSMutableArray<NSView*>* symbols = [NSMutableArray array];
-    for (NSString* name in @[ @"command", @"plus", @"hand.draw", @"arrow.left.and.right" ]) {
-      if (NSImageView* view = symbolView(name, 20)) [symbols addObject:view];
-    }
-    setContent(coach_, stack(symbols, NSUserInterfaceLayoutOrientationHorizontal));
-  }
-  if (anchor) {
-    placeBelow(coach_, NSMakeRect(anchor->x, anchor->y, anchor->width, anchor->height));
-  } else {
-    NSRect visible = primaryVisibleFrame();
-    placeBelow(coach_, NSMakeRect(NSMidX(visible), NSMaxY(visible), 0, 0));
-  }
-  [coach_ orderFrontRegardless];
-}
-
-void MacUserInterface::openPreferences(std::optional<std::string> focus) {
-  // The placeholder window has no sections yet, so there is nothing to bring into focus.
-  (void)focus;
-  if (!preferences_) {
-    preferences_ = [[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 480, 320)
-                                               styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
-                                                         NSWindowStyleMaskMiniaturizable
-                                                 backing:NSBackingStoreBuffered
-                                                   defer:YES];
-    preferences_.title = @"Tarvolo";
-    preferences_.releasedWhenClosed = NO;
-    NSMutableArray<NSView*>* views = [NSMutableArray array];
-    if (NSImageView* icon = symbolView(@"menubar.rectangle", 40)) [views addObject:icon];
-    NSTextField* version = [NSTextField labelWithString:versionText()];
-    version.font = [NSFont systemFontOfSize:NSFont.systemFontSize weight:NSFontWeightSemibold];
-    [views addObject:version];
-    NSStackView* content = stack(views, NSUserInterfaceLayoutOrientationVertical);
-    content.alignment = NSLayoutAttributeCenterX;
-    preferences_.contentView = content;
-    [preferences_ center];
-  }
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
-  [preferences_ makeKeyAndOrderFront:nil];
-}
-
-bool MacUserInterface::isPreferencesVisible() const { return preferences_ && preferences_.visible; }
-
-void MacUserInterface::keepPreferencesFront() {
-  if (!preferences_) return;
-  preferences_.hidesOnDeactivate = NO;
-  preferences_.collectionBehavior |= NSWindowCollectionBehaviorMoveToActiveSpace;
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
-  [preferences_ makeKeyAndOrderFront:nil];
-  [preferences_ orderFrontRegardless];
-}
-
-void MacUserInterface::showIconShelf(std::optional<MenuBarAccessTier> tier) {
-  // The placeholder panel lists nothing yet, so there is no zone filter to preselect.
-  (void)tier;
-  if (!shelf_) {
-    shelf_ = makePanel(NSMakeSize(360, 420));
-    NSSearchField* search = [[NSSearchField alloc] init];
-    [search.widthAnchor constraintGreaterThanOrEqualToConstant:300].active = YES;
-    NSScrollView* list = [[NSScrollView alloc] init];
-    list.hasVerticalScroller = YES;
-    list.borderType = NSNoBorder;
-    [list.heightAnchor constraintGreaterThanOrEqualToConstant:320].active = YES;
-    NSStackView* content = stack(@[ search, list ], NSUserInterfaceLayoutOrientationVertical);
-    content.alignment = NSLayoutAttributeWidth;
-    setContent(shelf_, content);
-  }
-  NSPoint mouse = [NSEvent mouseLocation];
-  NSScreen* screen = screenContaining(mouse);
-  NSRect visible = screen ? screen.visibleFrame : primaryVisibleFrame();
-  placeBelow(shelf_, NSMakeRect(mouse.x, NSMaxY(visible), 0, 0));
-  [shelf_ orderFrontRegardless];
-  [shelf_ makeKeyWindow];
-}
-
-void MacUserInterface::closeIconShelf() { [shelf_ orderOut:nil]; }
-
-bool MacUserInterface::isIconShelfShown() const { return shelf_ && shelf_.visible; }
 
 void MacUserInterface::presentNotice(NoticeRequest notice) {
   dismissNotice(notice.kind);

@@ -43,10 +43,17 @@ std::optional<Rect> frameOf(AXUIElementRef element) {
   id position = copyAttribute(element, kAXPositionAttribute);
   id size = copyAttribute(element, kAXSizeAttribute);
   if (!position || !size) return std::nullopt;
+  // An application may answer with anything; only AXValues of the expected kind are unpacked.
+  if (CFGetTypeID((__bridge CFTypeRef)position) != AXValueGetTypeID() ||
+      CFGetTypeID((__bridge CFTypeRef)size) != AXValueGetTypeID() ||
+      AXValueGetType((__bridge AXValueRef)position) != kAXValueTypeCGPoint ||
+      AXValueGetType((__bridge AXValueRef)size) != kAXValueTypeCGSize) {
+    return std::nullopt;
+  }
   CGPoint origin;
   CGSize extent;
-  if (!AXValueGetValue((__bridge AXValueRef)position, (AXValueType)kAXValueCGPointType, &origin) ||
-      !AXValueGetValue((__bridge AXValueRef)size, (AXValueType)kAXValueCGSizeType, &extent)) {
+  if (!AXValueGetValue((__bridge AXValueRef)position, kAXValueTypeCGPoint, &origin) ||
+      !AXValueGetValue((__bridge AXValueRef)size, kAXValueTypeCGSize, &extent)) {
     return std::nullopt;
   }
   return Rect{origin.x, origin.y, extent.width, extent.height};
@@ -89,6 +96,12 @@ std::optional<std::vector<WindowInfo>> MacWindowList::onScreenWindows(DesktopEle
 
 bool MacAccessibility::isProcessTrusted() const { return AXIsProcessTrusted(); }
 
+bool MacAccessibility::requestTrustWithPrompt() {
+  // The prompt runs asynchronously; the answer is the trust as it stands before the user acts.
+  NSDictionary* options = @{(__bridge NSString*)kAXTrustedCheckOptionPrompt : @YES};
+  return AXIsProcessTrustedWithOptions((__bridge CFDictionaryRef)options);
+}
+
 std::optional<std::vector<AccessibilityMenuBarItem>> MacAccessibility::extrasMenuBarItems(int pid) const {
   if (!AXIsProcessTrusted() || pid <= 0) return std::nullopt;
   id application = CFBridgingRelease(AXUIElementCreateApplication(pid));
@@ -119,6 +132,8 @@ std::optional<std::vector<AccessibilityMenuBarItem>> MacAccessibility::extrasMen
     AccessibilityMenuBarItem item;
     item.frame = frameOf(element);
     item.title = optionalString(copyAttribute(element, kAXTitleAttribute));
+    // Image-only items carry their name in the description.
+    if (!item.title || item.title->empty()) item.title = optionalString(copyAttribute(element, kAXDescriptionAttribute));
     item.identifier = optionalString(copyAttribute(element, kAXIdentifierAttribute));
     out.push_back(std::move(item));
   }
@@ -138,7 +153,12 @@ std::optional<double> MacWorkspace::applicationMenusMaxX() const {
   AXUIElementSetMessagingTimeout(barElement, kAccessibilityTimeoutSeconds);
   NSArray* titles = copyAttribute(barElement, kAXChildrenAttribute);
   if (![titles isKindOfClass:[NSArray class]]) return std::nullopt;
-  // Global x is the same in the top-left and bottom-left spaces, so no conversion is needed.
+  // Only titles on the primary screen's bar count (top-left space: the primary screen's frame
+  // starts at 0,0). Global x is the same in the top-left and bottom-left spaces.
+  NSScreen* primary = NSScreen.screens.firstObject;
+  if (!primary) return std::nullopt;
+  const NSRect primaryFrame = primary.frame;
+  const double barHeight = std::max(24.0, NSMaxY(primaryFrame) - NSMaxY(primary.visibleFrame) - 1);
   std::optional<double> maxX;
   for (id title in titles) {
     if (CFGetTypeID((__bridge CFTypeRef)title) != AXUIElementGetTypeID()) continue;
@@ -146,6 +166,9 @@ std::optional<double> MacWorkspace::applicationMenusMaxX() const {
     AXUIElementSetMessagingTimeout(element, kAccessibilityTimeoutSeconds);
     auto frame = frameOf(element);
     if (!frame || frame->width <= 0) continue;
+    if (frame->y < 0 || frame->y >= barHeight || frame->x < NSMinX(primaryFrame) || frame->maxX() > NSMaxX(primaryFrame)) {
+      continue;
+    }
     maxX = std::max(maxX.value_or(frame->maxX()), frame->maxX());
   }
   return maxX;

@@ -5,9 +5,11 @@
 //   space, which is what the core works in.
 // - A notch shows only as two non-empty auxiliary top areas (macOS 12+); without a notch both
 //   are empty rects rather than absent.
-// - Workspace launch and terminate notifications leave out background and agent apps
-//   (LSUIElement), which own most menu-bar icons; launches and exits are therefore read from
-//   key-value observation of runningApplications, which lists those too.
+// - Workspace launch and terminate notifications leave out agent apps (LSUIElement), which own
+//   most menu-bar icons; launches and exits are therefore read from key-value observation of
+//   runningApplications. That list also holds every background-only process (XPC services,
+//   helpers, daemons), whose constant churn would reset what the core learnt about the bar, so
+//   only regular and accessory apps are reported, as the notifications would announce them.
 // - Workspace notifications arrive on the workspace's own notification center, screen, menu and
 //   locale changes on the default center; observers run on the main queue and reach the sink
 //   through a weak slot, so a late notification after teardown does nothing.
@@ -45,9 +47,13 @@ using tarvolo::platform::RunningApplication;
   (void)context;
   auto kind = static_cast<NSKeyValueChange>([change[NSKeyValueChangeKindKey] unsignedIntegerValue]);
   if (kind == NSKeyValueChangeInsertion) {
-    for (NSRunningApplication* app in change[NSKeyValueChangeNewKey]) _launch(tarvolo::platform::mac::runningApplicationFrom(app));
+    for (NSRunningApplication* app in change[NSKeyValueChangeNewKey]) {
+      if (!tarvolo::platform::mac::isAnnouncedApplication(app)) continue;
+      _launch(tarvolo::platform::mac::runningApplicationFrom(app));
+    }
   } else if (kind == NSKeyValueChangeRemoval) {
     for (NSRunningApplication* app in change[NSKeyValueChangeOldKey]) {
+      if (!tarvolo::platform::mac::isAnnouncedApplication(app)) continue;
       RunningApplication gone = tarvolo::platform::mac::runningApplicationFrom(app);
       gone.isTerminated = true;
       _terminate(gone);
@@ -60,7 +66,6 @@ using tarvolo::platform::RunningApplication;
 namespace tarvolo::platform::mac {
 
 std::vector<ScreenInfo> MacScreens::screens() const {
-  double thickness = NSStatusBar.systemStatusBar.thickness;
   std::vector<ScreenInfo> out;
   for (NSScreen* screen in [NSScreen screens]) {
     ScreenInfo info;
@@ -76,7 +81,8 @@ std::vector<ScreenInfo> MacScreens::screens() const {
       }
     }
     if ([screen respondsToSelector:@selector(safeAreaInsets)]) info.safeAreaTop = screen.safeAreaInsets.top;
-    info.menuBarHeight = menuBarHeight(screen.frame, screen.visibleFrame, thickness);
+    // The status bar's thickness (22) is an item's content height, not the bar's.
+    info.menuBarHeight = menuBarHeight(screen.frame, screen.visibleFrame, info.auxiliaryTopLeftArea ? 37 : 24);
     out.push_back(info);
   }
   return out;
@@ -100,6 +106,12 @@ std::optional<RunningApplication> MacWorkspace::menuBarOwningApplication() const
   NSRunningApplication* app = NSWorkspace.sharedWorkspace.menuBarOwningApplication;
   if (!app) return std::nullopt;
   return runningApplicationFrom(app);
+}
+
+bool MacWorkspace::openURL(const std::string& url) {
+  NSURL* target = [NSURL URLWithString:nsString(url)];
+  if (!target) return false;
+  return [NSWorkspace.sharedWorkspace openURL:target];
 }
 
 namespace {
@@ -145,6 +157,9 @@ MacSystemObserver::MacSystemObserver()
                                    [](SystemEventSink& sink, NSNotification*) { sink.menuDidEndTracking(); })];
   [centerTokens_ addObject:observe(center, NSCurrentLocaleDidChangeNotification,
                                    [](SystemEventSink& sink, NSNotification*) { sink.preferredLanguagesDidChange(); })];
+  // Nothing announces a changed Accessibility permission; becoming active is when to look again.
+  [centerTokens_ addObject:observe(center, NSApplicationDidBecomeActiveNotification,
+                                   [](SystemEventSink& sink, NSNotification*) { sink.applicationDidBecomeActive(); })];
 
   auto report = [weakSlot](void (SystemEventSink::*event)(const RunningApplication&)) {
     return [weakSlot, event](const RunningApplication& app) {

@@ -4,6 +4,7 @@
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
 #include "platform/sim/SimLayoutRules.h"
+#include "platform/sim/SimSerialQueue.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +23,9 @@ constexpr double kPlainBarHeight = 24;
 constexpr double kDefaultMenusWidth = 250;  // a Finder-like app when nothing is frontmost
 constexpr const char* kDefaultMenusOwner = "com.apple.finder";
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
+constexpr std::uint16_t kReturnKeyCode = 36;
+constexpr std::uint16_t kEscapeKeyCode = 53;
+constexpr std::uint16_t kEnterKeyCode = 76;
 
 std::size_t utf8Length(const std::string& text) {
   std::size_t count = 0;
@@ -29,6 +33,17 @@ std::size_t utf8Length(const std::string& text) {
     if ((c & 0xC0) != 0x80) ++count;
   }
   return count;
+}
+
+// The workspace's launch and terminate notifications cover the apps a user runs, with or without a
+// Dock icon; background-only processes (daemons, helpers, XPC services) come and go unannounced.
+bool reportsLaunchAndTermination(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular:
+    case platform::ActivationPolicy::accessory: return true;
+    case platform::ActivationPolicy::prohibited: return false;
+  }
+  return false;
 }
 
 }  // namespace
@@ -93,7 +108,7 @@ class SimStatusItem final : public platform::StatusItem {
   void setAccessibilityLabel(const std::string& text) override {
     if (auto* s = desktop_.item(id_)) s->accessibilityLabel = text;
   }
-  void setAction(platform::EventMask sendOn, std::function<void()> action) override {
+  void setAction(platform::EventMask sendOn, std::function<void(std::optional<Event>)> action) override {
     if (auto* s = desktop_.item(id_)) {
       s->actionMask = sendOn;
       s->action = std::move(action);
@@ -158,6 +173,11 @@ struct SimDesktop::Adapters {
       d.monitors_[id] = Monitor{.mask = mask, .global = false, .localHandler = std::move(handler)};
       return std::make_unique<SimRegistration>([&desktop = d, id] { desktop.monitors_.erase(id); });
     }
+    bool mayPostEvents() const override { return d.settings_.postEventAccess; }
+    bool mouseButtonHeld() const override { return (d.pressedButtons_ & 0x3) != 0; }
+    Point cursorPosition() const override { return d.cursorTopLeft(); }
+    void postMouseEvent(const platform::SyntheticMouseEvent& event) override { d.postMouseEvent(event); }
+    void warpCursor(Point topLeft) override { d.warpCursor(topLeft); }
   };
 
   struct Bar final : platform::StatusBar {
@@ -202,6 +222,10 @@ struct SimDesktop::Adapters {
       return frontmostApplication();
     }
     std::optional<double> applicationMenusMaxX() const override { return d.menusRightEdge(); }
+    bool openURL(const std::string& url) override {
+      d.openedURLs_.push_back(url);
+      return true;
+    }
   };
 
   struct System final : platform::SystemInfo {
@@ -211,6 +235,7 @@ struct SimDesktop::Adapters {
     std::vector<std::string> preferredLanguages() const override { return d.settings_.preferredLanguages; }
     std::vector<std::string> processArguments() const override { return d.settings_.arguments; }
     std::string ownBundleIdentifier() const override { return kOwnBundleId; }
+    std::string homeDirectory() const override { return "/Users/user"; }
   };
 
   struct App final : platform::Application {
@@ -226,31 +251,108 @@ struct SimDesktop::Adapters {
         desktop.ownProcessExited();
       });
     }
+    void setMainMenu(const platform::Menu& menu) override { d.ui_.mainMenu = menu; }
+    void openURL(const std::string& address) override { d.ui_.openedURLs.push_back(address); }
+  };
+
+  // The windows keep what they were last asked to draw; scenario steps call their callbacks as
+  // a click would.
+  struct Preferences final : platform::PreferencesWindow {
+    SimDesktop& d;
+    explicit Preferences(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::PreferencesViewState& state, platform::PreferencesCallbacks callbacks) override {
+      if (!d.ui_.preferencesVisible) d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
+      ++d.ui_.preferencesShowCount;
+      d.ui_.preferencesVisible = true;
+      d.ui_.preferences = state;
+      d.ui_.preferencesCallbacks = std::move(callbacks);
+    }
+    void update(const platform::PreferencesViewState& state) override {
+      if (d.ui_.preferencesVisible) d.ui_.preferences = state;
+    }
+    void close() override {
+      d.ui_.preferencesVisible = false;
+      d.ui_.preferencesKeptFront = false;
+    }
+    bool isShown() const override { return d.ui_.preferencesVisible; }
+    void keepFront() override {
+      if (d.ui_.preferencesVisible) d.ui_.preferencesKeptFront = true;
+    }
+  };
+
+  struct Notice final : platform::NewAppNoticeWindow {
+    SimDesktop& d;
+    explicit Notice(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::NewAppNoticeViewState& state, platform::NewAppNoticeCallbacks callbacks) override {
+      ++d.ui_.newAppNoticeCount;
+      d.ui_.newAppNoticeShown = true;
+      d.ui_.newAppNotice = state;
+      d.ui_.newAppNoticeCallbacks = std::move(callbacks);
+    }
+    void close() override { d.ui_.newAppNoticeShown = false; }
+    bool isShown() const override { return d.ui_.newAppNoticeShown; }
+  };
+
+  struct Guide final : platform::PlacementGuideWindow {
+    SimDesktop& d;
+    explicit Guide(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::PlacementGuideViewState& state, platform::PlacementGuideCallbacks callbacks) override {
+      d.ui_.placementGuideShown = true;
+      d.ui_.placementGuide = state;
+      d.ui_.placementGuideCallbacks = std::move(callbacks);
+    }
+    void update(const platform::PlacementGuideViewState& state) override {
+      if (d.ui_.placementGuideShown) d.ui_.placementGuide = state;
+    }
+    void close() override { d.ui_.placementGuideShown = false; }
+    bool isShown() const override { return d.ui_.placementGuideShown; }
+    // The panel hangs below the bar at the screen's right; the ring is the target itself.
+    std::vector<Rect> chromeFrames() const override {
+      if (!d.ui_.placementGuideShown || !d.ui_.placementGuide) return {};
+      std::vector<Rect> frames;
+      if (auto target = d.ui_.placementGuide->target) frames.push_back(*target);
+      auto infos = d.screenInfos();
+      if (!infos.empty()) {
+        const Rect& screen = infos.front().frame;
+        const double top = screen.maxY() - infos.front().menuBarHeight;
+        frames.push_back(Rect{screen.maxX() - 368, top - 228, 360, 220});
+      }
+      return frames;
+    }
+  };
+
+  struct ShelfPanel final : platform::IconShelfPanel {
+    SimDesktop& d;
+    explicit ShelfPanel(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::IconShelfViewState& state, platform::IconShelfActions actions) override {
+      if (!d.ui_.shelfShown) ++d.ui_.shelfShowCount;
+      d.ui_.shelfShown = true;
+      d.ui_.shelfState = state;
+      d.ui_.shelfActions = std::move(actions);
+    }
+    void update(const platform::IconShelfViewState& state) override {
+      if (d.ui_.shelfShown) d.ui_.shelfState = state;
+    }
+    void close() override {
+      d.ui_.shelfShown = false;
+      d.ui_.shelfActions = {};
+    }
+    bool isShown() const override { return d.ui_.shelfShown; }
   };
 
   struct Ui final : platform::UserInterface {
     SimDesktop& d;
-    explicit Ui(SimDesktop& desktop) : d(desktop) {}
-    void presentFirstLaunchCoach(std::optional<Rect> anchor) override {
-      ++d.ui_.coachPresentations;
-      d.ui_.coachAnchor = anchor;
-    }
-    void openPreferences(std::optional<std::string>) override {
-      d.ui_.preferencesOpenedAt.push_back(d.queue_.now());
-      d.ui_.preferencesVisible = true;
-    }
-    bool isPreferencesVisible() const override { return d.ui_.preferencesVisible; }
-    void keepPreferencesFront() override { d.ui_.preferencesKeptFront = true; }
-    void showIconShelf(std::optional<MenuBarAccessTier> tier) override {
-      d.ui_.shelfShown = true;
-      d.ui_.shelfTier = tier;
-      ++d.ui_.shelfShowCount;
-    }
-    void closeIconShelf() override {
-      d.ui_.shelfShown = false;
-      d.ui_.shelfTier.reset();
-    }
-    bool isIconShelfShown() const override { return d.ui_.shelfShown; }
+    ShelfPanel shelf;
+    Preferences preferencesWindow;
+    Notice noticeWindow;
+    Guide guideWindow;
+    explicit Ui(SimDesktop& desktop)
+        : d(desktop), shelf(desktop), preferencesWindow(desktop), noticeWindow(desktop), guideWindow(desktop) {}
+    platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
+    platform::PreferencesWindow& preferences() override { return preferencesWindow; }
+    platform::NewAppNoticeWindow& newAppNotice() override { return noticeWindow; }
+    platform::PlacementGuideWindow& placementGuide() override { return guideWindow; }
+    platform::IconShelfPanel& iconShelfPanel() override { return shelf; }
     void presentNotice(platform::NoticeRequest notice) override {
       for (auto& shown : d.ui_.notices) {
         if (shown.request.kind == notice.kind) shown.dismissed = true;
@@ -348,6 +450,9 @@ platform::Accessibility& SimDesktop::accessibility() { return *accessibility_; }
 platform::SystemInfo& SimDesktop::system() { return adapters_->system; }
 platform::Application& SimDesktop::application() { return adapters_->app; }
 platform::UserInterface& SimDesktop::userInterface() { return adapters_->ui; }
+std::unique_ptr<platform::SerialQueue> SimDesktop::makeSerialQueue(const std::string& label) {
+  return std::make_unique<SimSerialQueue>(*this, label);
+}
 platform::HotkeyService& SimDesktop::hotkeys() { return adapters_->hotkeys; }
 platform::LoginItemService& SimDesktop::loginItems() { return adapters_->loginItems; }
 
@@ -421,6 +526,8 @@ void SimDesktop::spawnItems(SimAppSpec& config) {
     state->length = itemSpec.width;
     state->contentWidth = itemSpec.width;
     state->preferredPosition = itemSpec.position;
+    state->title = itemSpec.title;
+    state->description = itemSpec.description;
     state->creationOrder = ++creationCounter_;
     items_.push_back(std::move(state));
   }
@@ -449,7 +556,7 @@ void SimDesktop::launchApp(const std::string& bundleId) {
   config->running = true;
   launchDates_[config->bundleId] = queue_.currentDate();
   spawnItems(*config);
-  if (sink_) sink_->applicationDidLaunch(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidLaunch(runningApp(*config));
 }
 
 void SimDesktop::terminateApp(const std::string& bundleId) {
@@ -458,10 +565,12 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   config->running = false;
   int pid = pidFor(config->bundleId);
   // The process exits: its items vanish, the positions it stored stay.
+  if (const auto* menu = foreignMenu(); menu && menu->ownerBundleId == config->bundleId) closeForeignMenu("quit");
+  for (const SimItemState* gone : itemsOf(pid)) accessibility_->notify(pid, gone->id, "AXUIElementDestroyed");
   std::erase_if(items_, [pid](const auto& item) { return item->ownerPid == pid; });
   if (frontmost_ && text::equalsIgnoringCase(*frontmost_, config->bundleId)) frontmost_.reset();
   relayout();
-  if (sink_) sink_->applicationDidTerminate(runningApp(*config));
+  if (sink_ && reportsLaunchAndTermination(config->activation)) sink_->applicationDidTerminate(runningApp(*config));
 }
 
 void SimDesktop::setFrontmost(const std::string& bundleId) {
@@ -503,6 +612,11 @@ void SimDesktop::launchOwnApp() {
 
 void SimDesktop::reopenOwnApp() {
   if (ownAppRunning_ && delegate_) delegate_->applicationShouldHandleReopen(ui_.preferencesVisible);
+  activateOwnApp();
+}
+
+void SimDesktop::activateOwnApp() {
+  if (ownAppRunning_ && sink_) sink_->applicationDidBecomeActive();
 }
 
 void SimDesktop::ownProcessExited() {
@@ -518,7 +632,15 @@ void SimDesktop::ownProcessExited() {
   sink_ = nullptr;
   openMenu_.reset();
   ui_.shelfShown = false;
+  ui_.shelfActions = {};
   ui_.preferencesVisible = false;
+  ui_.preferencesKeptFront = false;
+  ui_.newAppNoticeShown = false;
+  ui_.placementGuideShown = false;
+  ui_.preferencesCallbacks = {};
+  ui_.newAppNoticeCallbacks = {};
+  ui_.placementGuideCallbacks = {};
+  ui_.mainMenu = {};
   relayout();
   if (onOwnExit_) onOwnExit_();
 }
@@ -553,7 +675,13 @@ SimItemState* SimDesktop::item(int id) {
 void SimDesktop::removeItem(int id, bool deletePosition) {
   auto it = std::find_if(items_.begin(), items_.end(), [id](const auto& item) { return item->id == id; });
   if (it == items_.end()) return;
-  if (deletePosition && (*it)->ownerPid == kOwnPid) defaults_->remove(preferredPositionKey((*it)->autosaveName));
+  if (deletePosition && (*it)->ownerPid == kOwnPid) {
+    // The item is released when the turn ends and deletes its position again then: a position
+    // written for a new item in the same turn is lost, as on a Mac.
+    auto key = preferredPositionKey((*it)->autosaveName);
+    defaults_->remove(key);
+    queue_.post(0, [this, key] { defaults_->remove(key); });
+  }
   items_.erase(it);
   relayout();
 }
@@ -757,6 +885,10 @@ Point SimDesktop::itemCenter(const SimItemState& item) const {
 
 void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
   bool ownTarget = target && target->ownerPid == kOwnPid && ownAppRunning_;
+  // A status button tracks the mouse inside its mouse-down, which consumes the mouse-up: the
+  // app's local monitors never see it; only the button's action does.
+  const bool consumedByTracking = ownTarget && (event.type == EventType::leftMouseUp ||
+                                                event.type == EventType::rightMouseUp);
   // Copy: a handler may install or remove monitors.
   auto monitors = monitors_;
   std::optional<Event> delivered = event;
@@ -764,15 +896,27 @@ void SimDesktop::dispatchEvent(const Event& event, const SimItemState* target) {
     if (!(monitor.mask & platform::eventMask(event.type))) continue;
     if (!monitors_.count(id)) continue;
     if (monitor.global && !ownTarget) monitor.globalHandler(event);
-    if (!monitor.global && ownTarget && delivered) delivered = monitor.localHandler(*delivered);
+    if (!monitor.global && ownTarget && delivered && !consumedByTracking) delivered = monitor.localHandler(*delivered);
   }
   if (!ownTarget || !delivered) return;
   SimItemState* state = item(target->id);
   if (!state || !(state->actionMask & platform::eventMask(event.type)) || !state->action) return;
   currentEvent_ = *delivered;
+  lastEvent_ = *delivered;
   auto action = state->action;
-  action();
+  action(*delivered);
   currentEvent_.reset();
+}
+
+bool SimDesktop::pressOwnItemThroughAccessibility(const std::string& autosaveName) {
+  const SimItemState* target = ownItem(autosaveName);
+  if (!target || !ownAppRunning_ || !target->action) return false;
+  // The application's current event is whatever it handled last, which says nothing of this press.
+  currentEvent_ = lastEvent_;
+  auto action = target->action;
+  action(std::nullopt);
+  currentEvent_.reset();
+  return true;
 }
 
 bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton button, platform::ModifierFlags modifiers) {
@@ -794,6 +938,24 @@ bool SimDesktop::clickOwnItem(const std::string& autosaveName, MouseButton butto
     modifiers_ = {};
   });
   return true;
+}
+
+bool SimDesktop::pressMainMenuShortcut(const std::string& keyEquivalent) {
+  if (!ownAppRunning_) return false;
+  for (const auto& entry : ui_.mainMenu.items) {
+    if (entry.isSeparator || entry.keyEquivalent != keyEquivalent || !entry.perform) continue;
+    // The menu runs its action after the key event, as AppKit does.
+    queue_.post(0, entry.perform);
+    return true;
+  }
+  return false;
+}
+
+void SimDesktop::closePreferencesWindow() {
+  if (!ui_.preferencesVisible) return;
+  ui_.preferencesVisible = false;
+  ui_.preferencesKeptFront = false;
+  if (auto closed = ui_.preferencesCallbacks.closed) closed();
 }
 
 bool SimDesktop::commandDragItem(const std::string& name, double toX) {
@@ -866,6 +1028,7 @@ bool SimDesktop::commandDragItem(const std::string& name, double toX) {
 
 void SimDesktop::clickElsewhere(Point location) {
   if (openMenu_) dismissMenu();
+  closeForeignMenu("click-elsewhere");
   pointer_ = location;
   dispatchEvent(Event{EventType::leftMouseDown, {}, location, queue_.now()}, nullptr);
   queue_.post(settings_.clickDuration, [this, location] {
@@ -914,6 +1077,9 @@ void SimDesktop::typeKey(std::uint16_t keyCode, platform::ModifierFlags modifier
     queue_.post(0, [handler = held.handler, id = held.id] { handler(id); });
     return;
   }
+  // An open menu of another app takes the keys that close it.
+  if (keyCode == kEscapeKeyCode) closeForeignMenu("escape");
+  if (keyCode == kReturnKeyCode || keyCode == kEnterKeyCode) closeForeignMenu("return");
   const bool toOwnApp = ownAppRunning_ && ui_.preferencesVisible;
   const bool globalSees = accessibility_->isProcessTrusted();
   for (EventType type : {EventType::keyDown, EventType::keyUp}) {
@@ -979,6 +1145,115 @@ void SimDesktop::dismissMenu() {
   if (!openMenu_) return;
   openMenu_.reset();
   if (sink_) sink_->menuDidEndTracking();
+}
+
+}  // namespace tarvolo::sim
+
+namespace tarvolo::sim {
+
+// --- other applications' menus and posted events ---------------------------------------------------
+
+
+const SimAppSpec* SimDesktop::appOfPid(int pid) const {
+  auto bundle = bundleIdOfPid(pid);
+  if (!bundle) return nullptr;
+  for (const auto& app : apps_) {
+    if (app.bundleId == *bundle) return &app;
+  }
+  return nullptr;
+}
+
+const SimForeignMenuRecord* SimDesktop::foreignMenu() const {
+  if (foreignMenus_.empty() || foreignMenus_.back().closedBy) return nullptr;
+  return &foreignMenus_.back();
+}
+
+bool SimDesktop::openForeignMenu(int itemId, const std::string& openedBy) {
+  const SimItemState* target = item(itemId);
+  if (!target || target->ownerPid == kOwnPid) return false;
+  if (const auto* open = foreignMenu(); open && open->itemId == itemId) return true;
+  // Opening a menu ends any other menu's tracking, the app's own included.
+  closeForeignMenu("click-elsewhere");
+  if (openMenu_) dismissMenu();
+  foreignMenus_.push_back(SimForeignMenuRecord{.itemId = itemId,
+                                               .ownerBundleId = bundleIdOfPid(target->ownerPid).value_or(""),
+                                               .itemName = target->autosaveName,
+                                               .openedBy = openedBy,
+                                               .openedAt = queue_.now()});
+  return true;
+}
+
+void SimDesktop::closeForeignMenu(const std::string& closedBy) {
+  if (foreignMenus_.empty() || foreignMenus_.back().closedBy) return;
+  foreignMenus_.back().closedBy = closedBy;
+  foreignMenus_.back().closedAt = queue_.now();
+  if (auto pid = pidOf(foreignMenus_.back().ownerBundleId)) {
+    accessibility_->notify(*pid, foreignMenus_.back().itemId, "AXMenuClosed");
+  }
+}
+
+bool SimDesktop::chooseForeignMenuEntry() {
+  if (!foreignMenu()) return false;
+  closeForeignMenu("choice");
+  dispatchEvent(Event{EventType::leftMouseUp, {}, pointer_, queue_.now()}, nullptr);
+  return true;
+}
+
+void SimDesktop::pressKey(std::uint16_t keyCode) { typeKey(keyCode, modifiers_); }
+
+const SimItemState* SimDesktop::foreignItemAt(Point topLeft) const {
+  auto notch = screenInfos().front().notchRect();
+  for (const auto& candidate : items_) {
+    if (candidate->removed || !candidate->visible || !candidate->onScreen || !candidate->frame) continue;
+    if (candidate->ownerPid == kOwnPid) continue;
+    const Rect frame = windowList_->topLeftFrame(*candidate->frame);
+    const bool inside = topLeft.x >= frame.minX() && topLeft.x < frame.maxX() && topLeft.y >= frame.minY() &&
+                        topLeft.y < frame.maxY();
+    if (!inside) continue;
+    // Nothing is drawn, and nothing can be hit, under the camera housing.
+    if (notch && candidate->frame->intersects(*notch)) {
+      const Rect housing = windowList_->topLeftFrame(*notch);
+      if (topLeft.x >= housing.minX() && topLeft.x < housing.maxX()) return nullptr;
+    }
+    return candidate.get();
+  }
+  return nullptr;
+}
+
+Point SimDesktop::cursorTopLeft() const {
+  const double primaryHeight = screenInfos().front().frame.height;
+  return {pointer_.x, primaryHeight - pointer_.y};
+}
+
+void SimDesktop::warpCursor(Point topLeft) {
+  const double primaryHeight = screenInfos().front().frame.height;
+  pointer_ = {topLeft.x, primaryHeight - topLeft.y};
+}
+
+void SimDesktop::postMouseEvent(const platform::SyntheticMouseEvent& event) {
+  posted_.push_back(SimPostedEvent{event, queue_.now()});
+  warpCursor(event.location);
+  const bool down = event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;
+  dispatchEvent(Event{down ? EventType::leftMouseDown : EventType::leftMouseUp, event.modifierFlags, pointer_,
+                      queue_.now()},
+                nullptr);
+  if (down) {
+    pendingPostedDown_ = event;
+    return;
+  }
+  // The window server makes a click of a down and an up at one place, both with click state 1.
+  const auto pressed = std::exchange(pendingPostedDown_, std::nullopt);
+  if (!pressed || pressed->location != event.location || pressed->clickState != 1 || event.clickState != 1) return;
+  const SimItemState* target = foreignItemAt(event.location);
+  if (!target) {
+    closeForeignMenu("click-elsewhere");
+    return;
+  }
+  if (const auto* open = foreignMenu(); open && open->itemId == target->id) {
+    closeForeignMenu("click");
+    return;
+  }
+  openForeignMenu(target->id, "click");
 }
 
 }  // namespace tarvolo::sim

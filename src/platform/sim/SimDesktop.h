@@ -9,11 +9,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Platform.h"
 #include "platform/sim/SimAssessmentMode.h"
 #include "platform/sim/SimDefaultsStore.h"
+#include "platform/sim/SimFirstLaunchCoachWindow.h"
 #include "platform/sim/SimMainQueue.h"
 
 namespace tarvolo::sim {
@@ -31,6 +33,9 @@ struct SimItemSpec {
   // Stored preferred position: distance from the right, larger stands further left.
   std::optional<double> position;
   std::string autosaveName;  // generated when empty
+  // What Accessibility reports: AXTitle (empty: none) and AXDescription.
+  std::string title;
+  std::optional<std::string> description;
 };
 
 struct SimAppSpec {
@@ -43,6 +48,14 @@ struct SimAppSpec {
   std::vector<double> menuTitleWidths;
   std::vector<SimItemSpec> items;
   bool running = true;
+  // How its items answer Accessibility. Advertised actions (absent: AXPress and AXCancel);
+  // refusing every action (each reports action-unsupported); an AXPress that opens the menu and
+  // then blocks in its tracking loop, returning -25204 with the menu open; a process that does
+  // not answer (every call costs the element's messaging time-out and fails).
+  std::optional<std::vector<std::string>> accessibilityActions;
+  bool refusesActions = false;
+  bool pressBlocks = false;
+  bool accessibilityUnresponsive = false;
 };
 
 struct SimSettings {
@@ -81,6 +94,8 @@ struct SimSettings {
   std::vector<std::string> sharedWindowItems;
   // The system's assessment mode (macOS 27 and later).
   SimAssessmentModeSettings assessmentMode;
+  // The post-event privilege, separate from Accessibility trust.
+  bool postEventAccess = true;
 
   // Chords other applications hold as system-wide hot keys: registering one fails with -9878.
   std::vector<platform::KeyChord> takenHotkeys;
@@ -114,8 +129,9 @@ struct SimItemState {
   std::string symbol;
   std::string toolTip;
   std::string accessibilityLabel;
+  std::optional<std::string> description;
   platform::EventMask actionMask = 0;
-  std::function<void()> action;
+  std::function<void(std::optional<platform::Event>)> action;
   // Truth of the current layout, and the frame the window server reports for it (parked at the
   // visible stretch's left end when displaced; waiting at the screen's left edge when rejected).
   std::optional<Rect> frame;
@@ -134,6 +150,23 @@ struct SimMenuRecord {
   double openedAt = 0;
 };
 
+// A menu of another application's status item, open on the desktop.
+struct SimForeignMenuRecord {
+  int itemId = 0;
+  std::string ownerBundleId;
+  std::string itemName;
+  std::string openedBy;  // "AXPress", "AXShowMenu" or "click"
+  double openedAt = 0;
+  std::optional<std::string> closedBy;  // "escape", "return", "click-elsewhere", "choice", "AXPress", "AXCancel", "quit"
+  std::optional<double> closedAt;
+};
+
+// An event the app posted, with every field it set.
+struct SimPostedEvent {
+  platform::SyntheticMouseEvent event;
+  double time = 0;
+};
+
 struct SimNoticeRecord {
   platform::NoticeRequest request;
   double shownAt = 0;
@@ -142,14 +175,27 @@ struct SimNoticeRecord {
 
 // What the app's own windows did, since the simulator draws none.
 struct SimUiRecord {
-  int coachPresentations = 0;
-  std::optional<Rect> coachAnchor;
-  std::vector<double> preferencesOpenedAt;
+  std::vector<double> preferencesOpenedAt;  // each time the window was shown while closed
   bool preferencesVisible = false;
   bool preferencesKeptFront = false;
+  int preferencesShowCount = 0;  // every show, also of the open window
+  // The windows' last drawn state and what their controls call; the state stays after closing.
+  std::optional<platform::PreferencesViewState> preferences;
+  platform::PreferencesCallbacks preferencesCallbacks;
+  std::optional<platform::NewAppNoticeViewState> newAppNotice;
+  bool newAppNoticeShown = false;
+  int newAppNoticeCount = 0;
+  platform::NewAppNoticeCallbacks newAppNoticeCallbacks;
+  std::optional<platform::PlacementGuideViewState> placementGuide;
+  bool placementGuideShown = false;
+  platform::PlacementGuideCallbacks placementGuideCallbacks;
+  platform::Menu mainMenu;
+  std::vector<std::string> openedURLs;
   bool shelfShown = false;
-  std::optional<MenuBarAccessTier> shelfTier;
   int shelfShowCount = 0;
+  // What the Icon Shelf panel shows and what its controls do.
+  std::optional<platform::IconShelfViewState> shelfState;
+  platform::IconShelfActions shelfActions;
   std::vector<SimNoticeRecord> notices;
   int loginItemSettingsOpened = 0;
 };
@@ -196,6 +242,7 @@ class SimDesktop final : public platform::Platform {
   platform::HotkeyService& hotkeys() override;
   platform::LoginItemService& loginItems() override;
   void setSystemEventSink(platform::SystemEventSink* sink) override { sink_ = sink; }
+  std::unique_ptr<platform::SerialQueue> makeSerialQueue(const std::string& label) override;
 
   // --- the app's process
   void setApplicationDelegate(platform::ApplicationDelegate* delegate) { delegate_ = delegate; }
@@ -206,18 +253,25 @@ class SimDesktop final : public platform::Platform {
   bool ownAppRunning() const { return ownAppRunning_; }
   // The process ends without tidying up: its items vanish, stored positions stay.
   void ownProcessExited();
+  // Reopening from the Dock or Finder also makes the app active.
   void reopenOwnApp();
+  // AXPress on one of the app's own items (VoiceOver): its action runs without an event of its own.
+  bool pressOwnItemThroughAccessibility(const std::string& autosaveName);
+  // The user brings Tarvolo to the front (clicks one of its windows, or comes back to it).
+  void activateOwnApp();
   void replaceDefaults(SimDefaultsStore store);
   SimDefaultsStore& simDefaults() { return *defaults_; }
   SimWindowList& simWindowList() { return *windowList_; }
   const SimWindowList& simWindowList() const { return *windowList_; }
   SimAccessibility& simAccessibility() { return *accessibility_; }
   const SimAssessmentMode& simAssessmentMode() const { return *assessmentMode_; }
+  const SimAccessibility& simAccessibility() const { return *accessibility_; }
   const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
   // --- driving the desktop
   SimMainQueue& queue() { return queue_; }
   void setFrontmost(const std::string& bundleId);
+  // Reported to the app only for regular and accessory apps, as the workspace announces them.
   void launchApp(const std::string& bundleId);
   void terminateApp(const std::string& bundleId);
   void addApp(SimAppSpec app);
@@ -239,6 +293,33 @@ class SimDesktop final : public platform::Platform {
   bool chooseMenuAction(const std::string& action);
   void dismissMenu();
   void setModifierFlags(platform::ModifierFlags flags) { modifiers_ = flags; }
+  // `typeKey` with the modifiers held now.
+  void pressKey(std::uint16_t keyCode);
+  // The user picks an entry of the open foreign menu, which closes it.
+  bool chooseForeignMenuEntry();
+
+  // --- other applications' menus, opened through Accessibility or a click
+  bool openForeignMenu(int itemId, const std::string& openedBy);
+  void closeForeignMenu(const std::string& closedBy);
+  // The open foreign menu, if any.
+  const SimForeignMenuRecord* foreignMenu() const;
+  const std::vector<SimForeignMenuRecord>& foreignMenus() const { return foreignMenus_; }
+  // Another application's on-screen item drawn at a point of top-left global space (not under
+  // the notch).
+  const SimItemState* foreignItemAt(Point topLeft) const;
+  void postMouseEvent(const platform::SyntheticMouseEvent& event);
+  const std::vector<SimPostedEvent>& postedEvents() const { return posted_; }
+  Point cursorTopLeft() const;
+  void warpCursor(Point topLeft);
+  // Background work that waited on a process: a serial queue's task adds what its calls cost.
+  void chargeBackgroundTime(double seconds) { backgroundCharge_ += seconds; }
+  double takeBackgroundCharge() { return std::exchange(backgroundCharge_, 0.0); }
+  const SimAppSpec* appOfPid(int pid) const;
+  // A key equivalent of the app's main menu typed with ⌘ ("," for Settings); false when the
+  // menu has no such item.
+  bool pressMainMenuShortcut(const std::string& keyEquivalent);
+  // The user closes the settings window with its close button.
+  void closePreferencesWindow();
   // The pointer moves to `location` (no button held): monitors of mouse moves see it.
   void movePointer(Point location);
   // A mouse button goes down or up where the pointer is, over no item of the app.
@@ -249,7 +330,8 @@ class SimDesktop final : public platform::Platform {
   void releaseModifiers(platform::ModifierFlags flags);
   // A key typed with `modifiers` held (a key-down, then its key-up). A registered hot key takes
   // it before any monitor; otherwise it goes to the app when its settings window is in front,
-  // else to the frontmost app, which global monitors see only with Accessibility trust.
+  // else to the frontmost app, which global monitors see only with Accessibility trust. Escape,
+  // Return and Enter close another app's open menu first.
   void typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers);
   // A menu of the app begins or ends tracking (the user opened or closed it).
   void beginMenuTracking();
@@ -289,6 +371,10 @@ class SimDesktop final : public platform::Platform {
   const std::vector<SimHotkeyRecord>& registeredHotkeys() const { return hotkeys_; }
   platform::LoginItemStatus loginItemStatus() const { return settings_.loginItemStatus; }
   const SimLoginItemRecord& loginItemRecord() const { return loginItemRecord_; }
+  SimFirstLaunchCoachWindow& coachWindow() { return coachWindow_; }
+  const SimFirstLaunchCoachWindow& coachWindow() const { return coachWindow_; }
+  // URLs the app asked the system to open, in order.
+  const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   const std::vector<SimLogLine>& logLines() const { return log_; }
   std::vector<std::string> logMessages(const std::string& channel = "") const;
   platform::ActivationPolicy ownActivationPolicy() const { return ownPolicy_; }
@@ -346,6 +432,7 @@ class SimDesktop final : public platform::Platform {
   Point pointer_{};
   std::uint32_t pressedButtons_ = 0;
   std::optional<platform::Event> currentEvent_;
+  std::optional<platform::Event> lastEvent_;  // the last event the app handled
   struct Monitor {
     platform::EventMask mask = 0;
     bool global = true;
@@ -355,9 +442,15 @@ class SimDesktop final : public platform::Platform {
   std::map<int, Monitor> monitors_;
   int nextMonitorId_ = 0;
 
+  std::vector<SimForeignMenuRecord> foreignMenus_;
+  std::optional<platform::SyntheticMouseEvent> pendingPostedDown_;
+  std::vector<SimPostedEvent> posted_;
+  double backgroundCharge_ = 0;
   std::optional<SimMenuRecord> openMenu_;
   int menuOpenCount_ = 0;
   SimUiRecord ui_;
+  SimFirstLaunchCoachWindow coachWindow_;
+  std::vector<std::string> openedURLs_;
   std::vector<SimLogLine> log_;
   std::vector<SimHotkeyRecord> hotkeys_;
   SimLoginItemRecord loginItemRecord_;

@@ -34,7 +34,8 @@ void MenuBarGapWatcher::startMenuBarSampling() {
   auto noteMouseUp = bindWeak(weak(), &MenuBarGapWatcher::noteMouseUp);
   mouseUpMonitor_ =
       platform_.events().addGlobalMonitor(mouseUp, [noteMouseUp](const platform::Event&) { noteMouseUp(); });
-  // Drags of the app's own items end in the app.
+  // Mouse-ups in the app's own windows; those on its status items are consumed by the buttons'
+  // tracking and reach `noteMouseUp` through their actions instead.
   ownMouseUpMonitor_ = platform_.events().addLocalMonitor(mouseUp, [noteMouseUp](const platform::Event& event) {
     noteMouseUp();
     return std::optional<platform::Event>(event);
@@ -66,8 +67,12 @@ void MenuBarGapWatcher::noteMenuBarGaps() {
   auto toggle = items_.toggleFrame();
   auto normal = items_.separatorFrame();
   auto hidden = items_.alwaysHiddenSeparatorFrame();
-  if (!toggle || !normal || !hidden) return;
-  if (!MenuBarGapPolicy::measurable(normal->width, hidden->width, Policy::shortDividerWidthLimit)) return;
+  if (!toggle || !normal || !hidden || !MenuBarGapPolicy::measurable(normal->width, hidden->width,
+                                                                      Policy::shortDividerWidthLimit)) {
+    // A collapsed bar says nothing; the next short sample starts afresh.
+    lastSettledSample_.reset();
+    return;
+  }
 
   verifier_.captureCollapseReferenceIfShort();
   shelf_.captureDividerDistanceIfShort();
@@ -86,14 +91,21 @@ void MenuBarGapWatcher::noteMenuBarGaps() {
     gapSampleWork_.schedule(wait, bindWeak(weak(), &MenuBarGapWatcher::noteMenuBarGaps));
     return;
   }
+  // Any settled change tells the listeners, whatever the drag heuristics make of it.
+  const bool changed = lastSettledSample_ && MenuBarGapPolicy::gapsDiffer(*lastSettledSample_, sample);
+  lastSettledSample_ = sample;
+  bool crossed = false;
   if (previous) {
     auto crossing = gapTracker_.noteMovement(*previous, workspaceClock_.age(platform_.clock().now()));
-    if (crossing != MenuBarGapCrossing::none) noteMenuBarRearrangeDrag(crossing);
+    crossed = crossing != MenuBarGapCrossing::none;
+    if (crossed) noteMenuBarRearrangeDrag(crossing);
   }
-  if (gapTracker_.gapMoved || gapTracker_.pinnedGapMoved) {
+  const bool moved = gapTracker_.gapMoved || gapTracker_.pinnedGapMoved;
+  if (moved) {
     rememberPinnedGap(sample.pinnedGap);
     gapTracker_.acknowledgeMovement();
   }
+  if (changed || moved || crossed) gapChanges_.notify();
 }
 
 void MenuBarGapWatcher::logDragEndGaps() {

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "base/NotificationCenter.h"
+#include "base/ObserverList.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
@@ -47,6 +48,10 @@ class MenuBarGapWatcher {
   // A sample once the bar has settled after a change.
   void scheduleMenuBarSample();
   const MenuBarGapTracker& menuBarGapTracker() const { return gapTracker_; }
+  // Told whenever a gap between the own items moved: an icon arrived, left or was dragged.
+  [[nodiscard]] Subscription observeGapChanges(std::function<void()> observer) { return gapChanges_.add(std::move(observer)); }
+  // A mouse-up on one of the own items, which only their actions see.
+  void noteMouseUp();
 
  private:
   void noteMenuBarGaps();
@@ -54,7 +59,6 @@ class MenuBarGapWatcher {
   std::optional<double> gapSecondsSinceMouseUp() const;
   void rememberPinnedGap(double gap);
   void noteMenuBarRearrangeDrag(MenuBarGapCrossing crossing);
-  void noteMouseUp();
   WeakHandle<MenuBarGapWatcher> weak() const { return weakFactory_.handle(); }
 
   platform::Platform& platform_;
@@ -69,12 +73,14 @@ class MenuBarGapWatcher {
   CollapseHost& host_;
 
   MenuBarGapTracker gapTracker_;
+  std::optional<MenuBarGapSample> lastSettledSample_;
   WorkspaceActivityClock workspaceClock_;
   std::optional<double> lastMouseUpAt_;
   std::unique_ptr<platform::Registration> mouseUpMonitor_;
   std::unique_ptr<platform::Registration> ownMouseUpMonitor_;
   Cancellables samplingSubscriptions_;
   WorkItem gapSampleWork_;
+  ObserverList<> gapChanges_;
 
   WeakHandleFactory<MenuBarGapWatcher> weakFactory_{this};
 };

@@ -112,6 +112,45 @@ TEST(SimWorkspace, LaunchAndTerminateChangeRunningAppsAndItems) {
   EXPECT_TRUE(desktop.allItems().empty());
 }
 
+// What the desktop reports to the app, in order.
+class RecordingSink final : public platform::SystemEventSink {
+ public:
+  std::vector<std::string> events;
+  void screenParametersDidChange() override { events.push_back("screens"); }
+  void workspaceDidWake() override { events.push_back("wake"); }
+  void activeSpaceDidChange() override { events.push_back("space"); }
+  void applicationDidLaunch(const platform::RunningApplication& app) override {
+    events.push_back("launch " + app.bundleIdentifier.value_or(""));
+  }
+  void applicationDidTerminate(const platform::RunningApplication& app) override {
+    events.push_back("terminate " + app.bundleIdentifier.value_or(""));
+  }
+  void applicationDidActivate(const platform::RunningApplication& app) override {
+    events.push_back("activate " + app.bundleIdentifier.value_or(""));
+  }
+  void menuDidBeginTracking() override { events.push_back("menu begin"); }
+  void menuDidEndTracking() override { events.push_back("menu end"); }
+  void preferredLanguagesDidChange() override { events.push_back("languages"); }
+  void applicationDidBecomeActive() override { events.push_back("became active"); }
+};
+
+// Background-only processes come and go without the workspace's launch and terminate notices.
+TEST(SimWorkspace, LaunchAndTerminateAreReportedForRegularAndAccessoryAppsOnly) {
+  std::vector<SimAppSpec> apps;
+  for (auto [bundle, policy] : {std::pair{"regular", platform::ActivationPolicy::regular},
+                                std::pair{"accessory", platform::ActivationPolicy::accessory},
+                                std::pair{"daemon", platform::ActivationPolicy::prohibited}}) {
+    apps.push_back(SimAppSpec{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
+  }
+  SimDesktop desktop({SimScreenSpec{}}, apps, {});
+  RecordingSink sink;
+  desktop.setSystemEventSink(&sink);
+  for (const char* bundle : {"regular", "accessory", "daemon"}) desktop.launchApp(bundle);
+  for (const char* bundle : {"daemon", "accessory", "regular"}) desktop.terminateApp(bundle);
+  EXPECT_EQ(sink.events, (std::vector<std::string>{"launch regular", "launch accessory", "terminate accessory",
+                                                   "terminate regular"}));
+  desktop.setSystemEventSink(nullptr);
+}
 class SimDefaultsFileTest : public ::testing::Test {
  protected:
   void SetUp() override {

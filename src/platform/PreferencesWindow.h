@@ -1,0 +1,166 @@
+#pragma once
+
+// The settings window: what the backend draws, what the user can do in it, and the window.
+// Every text arrives localized; the backend decides nothing.
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvolo::platform {
+
+enum class PreferencesTab { general, items, hotkeys, about };
+std::string_view rawValue(PreferencesTab tab);
+std::optional<PreferencesTab> preferencesTabFromRaw(std::string_view raw);
+
+// One entry of a pop-up or segmented control.
+struct PreferencesChoice {
+  std::string id;
+  std::string title;
+  friend bool operator==(const PreferencesChoice&, const PreferencesChoice&) = default;
+};
+
+struct PreferencesSwitch {
+  std::string title;
+  std::string detail;
+  bool on = false;
+  bool enabled = true;
+  friend bool operator==(const PreferencesSwitch&, const PreferencesSwitch&) = default;
+};
+
+struct PreferencesGeneralState {
+  std::string subtitle;
+  std::string languageSection;
+  std::string languageTitle;
+  std::string languageDetail;
+  std::vector<PreferencesChoice> languages;
+  std::string selectedLanguage;  // an AppLanguage raw value
+  std::string behaviourSection;
+  std::string delayTitle;
+  std::string delayDetail;
+  std::vector<PreferencesChoice> delays;  // ids are whole seconds
+  std::string selectedDelay;
+  std::optional<PreferencesSwitch> launchAtLogin;  // absent where the system offers no login item
+  std::optional<std::string> launchAtLoginNote;    // approval pending, or not supported
+  std::optional<std::string> launchAtLoginSettingsTitle;
+  std::optional<PreferencesSwitch> revealOnHover;
+  PreferencesSwitch newAppNotices;
+  friend bool operator==(const PreferencesGeneralState&, const PreferencesGeneralState&) = default;
+};
+
+struct PreferencesItemRow {
+  std::string bundleId;
+  std::string name;
+  std::optional<std::string> iconPath;
+  std::string zone;  // the raw category the zone picker shows selected
+  bool pinned = false;
+  bool recommended = false;
+  std::optional<std::string> outOfPlaceNote;  // the icon sits outside its zone
+  std::optional<std::string> hint;            // not seen in the bar yet
+  friend bool operator==(const PreferencesItemRow&, const PreferencesItemRow&) = default;
+};
+
+struct PreferencesItemsState {
+  std::string subtitle;
+  std::string help;
+  std::string searchPlaceholder;
+  std::string searchText;
+  std::string searchClearTitle;
+  std::vector<PreferencesChoice> zones;  // the picker's segments, in category order
+  std::string pinTitle;
+  std::string unpinTitle;
+  std::string pinnedBadge;
+  std::string recommendedBadge;
+  std::vector<PreferencesItemRow> rows;
+  // Shown when `rows` is empty: no match for the search, or no app at all.
+  std::optional<std::string> emptyText;
+  std::string otherRunningToggleTitle;
+  bool otherRunningShown = false;
+  std::string otherRunningNote;
+  std::vector<PreferencesItemRow> otherRunningRows;  // empty while the section is folded away
+  std::string refreshTitle;
+  std::string refreshDetail;
+  std::string arrangeTitle;
+  std::optional<std::string> toast;  // what the last action did
+  friend bool operator==(const PreferencesItemsState&, const PreferencesItemsState&) = default;
+};
+
+struct PreferencesHotkeysState {
+  std::string title;
+  std::string tip;
+  std::string actionTitle;
+  std::string actionDetail;
+  std::string chord;  // "⌥⇧⌘B", or the prompt while recording
+  std::string defaultNote;
+  bool recording = false;
+  std::string changeTitle;
+  std::string cancelTitle;
+  std::optional<std::string> conflict;
+  std::string tipsSection;
+  std::string fullScreenTitle;
+  std::string fullScreenDetail;
+  friend bool operator==(const PreferencesHotkeysState&, const PreferencesHotkeysState&) = default;
+};
+
+struct PreferencesAboutState {
+  std::string appName;
+  std::string version;
+  std::string nutshellSection;
+  std::vector<std::string> sentences;
+  std::string privacyTitle;
+  std::string privacyDetail;
+  std::string supportSection;
+  std::string docsTitle;
+  std::string docsDetail;
+  std::vector<PreferencesChoice> links;  // id is the address
+  friend bool operator==(const PreferencesAboutState&, const PreferencesAboutState&) = default;
+};
+
+struct PreferencesViewState {
+  std::string windowTitle;
+  PreferencesTab tab = PreferencesTab::general;
+  std::vector<PreferencesChoice> tabs;  // ids are the tabs' raw values
+  PreferencesGeneralState general;
+  PreferencesItemsState items;
+  PreferencesHotkeysState hotkeys;
+  PreferencesAboutState about;
+  friend bool operator==(const PreferencesViewState&, const PreferencesViewState&) = default;
+};
+
+// What the user can do; each runs on the main thread.
+struct PreferencesCallbacks {
+  std::function<void(PreferencesTab)> selectTab;
+  std::function<void(const std::string& languageId)> chooseLanguage;
+  std::function<void(double seconds)> chooseDelay;
+  std::function<void(bool)> setLaunchAtLogin;
+  std::function<void()> openLoginItemsSettings;
+  std::function<void(bool)> setRevealOnHover;
+  std::function<void(bool)> setNewAppNotices;
+  std::function<void(const std::string& query)> search;
+  std::function<void(bool)> setOtherRunningShown;
+  std::function<void(const std::string& bundleId, const std::string& zone)> pickZone;
+  std::function<void(const std::string& bundleId, bool pinned)> setPinned;
+  std::function<void()> refresh;
+  std::function<void()> arrange;
+  std::function<void()> startRecordingHotkey;
+  std::function<void()> cancelRecordingHotkey;
+  std::function<void(const std::string& address)> openLink;
+  std::function<void()> closed;
+};
+
+class PreferencesWindow {
+ public:
+  virtual ~PreferencesWindow() = default;
+  // Opens the window (or brings it front) with `state`; the app activates for it.
+  virtual void show(const PreferencesViewState& state, PreferencesCallbacks callbacks) = 0;
+  // Redraws an open window; does nothing while it is closed.
+  virtual void update(const PreferencesViewState& state) = 0;
+  virtual void close() = 0;
+  virtual bool isShown() const = 0;
+  // Keeps it up even when the app deactivates, and brings it front.
+  virtual void keepFront() = 0;
+};
+
+}  // namespace tarvolo::platform

@@ -1,0 +1,126 @@
+#pragma once
+
+// The settings window's view model: everything it shows, localized, and what each control
+// does. General: language, the auto-collapse delay, the login item, reveal on hover and new-app
+// notices. Icons: the catalogue with a zone picker per app. Shortcuts: the deep-expand chord.
+// About: version, privacy, support. Main thread only.
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "base/NotificationCenter.h"
+#include "base/Subscription.h"
+#include "base/WeakHandle.h"
+#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "platform/Platform.h"
+
+namespace tarvolo {
+
+class LocalizationManager;
+class PlacementGuideController;
+class StatusItemManager;
+struct MenuBarAppItem;
+
+class PreferencesController {
+ public:
+  static constexpr const char* versionText = "1.0";
+  static constexpr double delayChoices[] = {2, 3, 5, 8, 10, 15, 20, 30};
+
+  // The login item as the settings show it.
+  struct LoginItemState {
+    bool supported = true;
+    bool enabled = false;
+    bool needsApproval = false;
+  };
+  // The owners of the behaviour settings, reached through what they offer; a hook left empty
+  // hides its control.
+  struct Behaviour {
+    std::function<double()> autoCollapseDelay;
+    std::function<void(double)> setAutoCollapseDelay;
+    std::function<LoginItemState()> loginItem;
+    std::function<void(bool)> setLaunchAtLogin;
+    std::function<void()> openLoginItemsSettings;
+    std::function<bool()> revealOnHover;
+    std::function<void(bool)> setRevealOnHover;
+    std::function<std::string()> hotkeyDisplay;
+    std::function<bool()> hotkeyRecording;
+    std::function<std::optional<std::string>()> hotkeyConflict;
+    std::function<void()> beginHotkeyRecording;
+    std::function<void()> cancelHotkeyRecording;
+    std::function<bool()> nativeEngineAvailable;
+  };
+
+  struct Dependencies {
+    platform::Platform& platform;
+    NotificationCenter& defaultCenter;
+    LocalizationManager& localization;
+    StatusItemManager& catalog;
+    MenuBarPlacementLedger& ledger;
+    PlacementGuideController& guide;
+    Behaviour behaviour;
+  };
+
+  explicit PreferencesController(Dependencies dependencies);
+  ~PreferencesController();
+  PreferencesController(const PreferencesController&) = delete;
+  PreferencesController& operator=(const PreferencesController&) = delete;
+
+  // Opens the window, or brings it front; "items" (or "hiding"), "hotkeys", "about" and
+  // "general" choose a tab.
+  void open(std::optional<std::string> focus);
+  void close();
+  bool isShown() const;
+  // Something the window shows changed elsewhere (a hotkey recorded, the login item approved).
+  void refresh();
+
+  platform::PreferencesViewState viewState() const;
+  platform::PreferencesTab tab() const { return tab_; }
+
+  // --- what the controls do
+  void selectTab(platform::PreferencesTab tab);
+  void chooseLanguage(const std::string& languageId);
+  void chooseDelay(double seconds);
+  void setLaunchAtLogin(bool enabled);
+  void openLoginItemsSettings();
+  void setRevealOnHover(bool enabled);
+  void setNewAppNotices(bool enabled);
+  void search(const std::string& query);
+  void setOtherRunningShown(bool shown);
+  void pickZone(const std::string& bundleId, const std::string& zone);
+  void setPinned(const std::string& bundleId, bool pinned);
+  void rescan();
+  void arrange();
+  void startRecordingHotkey();
+  void cancelRecordingHotkey();
+  void openLink(const std::string& address);
+
+ private:
+  platform::PreferencesCallbacks callbacks();
+  platform::PreferencesGeneralState generalState() const;
+  platform::PreferencesItemsState itemsState() const;
+  platform::PreferencesHotkeysState hotkeysState() const;
+  platform::PreferencesAboutState aboutState() const;
+  platform::PreferencesItemRow row(const MenuBarAppItem& item) const;
+  bool matchesSearch(const MenuBarAppItem& item) const;
+  void windowClosed();
+  std::string tr(std::string_view key) const;
+  WeakHandle<PreferencesController> weak() const { return weakFactory_.handle(); }
+
+  platform::Platform& platform_;
+  LocalizationManager& localization_;
+  StatusItemManager& catalog_;
+  MenuBarPlacementLedger& ledger_;
+  PlacementGuideController& guide_;
+  Behaviour behaviour_;
+
+  platform::PreferencesTab tab_ = platform::PreferencesTab::general;
+  std::string searchQuery_;
+  bool otherRunningShown_ = false;
+  std::optional<std::string> toast_;
+  Cancellables cancellables_;
+  std::optional<MenuBarPlacementLedger::ObserverId> ledgerObserver_;
+  WeakHandleFactory<PreferencesController> weakFactory_{this};
+};
+
+}  // namespace tarvolo

@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "harness/Corpus.h"
+#include "harness/ScenarioRunner.h"
+#include "localization/StringFormat.h"
+
+namespace tarvolo::scenario {
+namespace {
+
+using json = nlohmann::json;
+
+bool logged(const Report& report, const std::string& fragment) {
+  return std::any_of(report.log.begin(), report.log.end(),
+                     [&](const sim::SimLogLine& line) { return line.message.find(fragment) != std::string::npos; });
+}
+
+int loggedCount(const Report& report, const std::string& fragment) {
+  return static_cast<int>(std::count_if(report.log.begin(), report.log.end(), [&](const sim::SimLogLine& line) {
+    return line.message.find(fragment) != std::string::npos;
+  }));
+}
+
+const ForeignItemFrame* item(const BarSnapshot& bar, const std::string& bundleId) {
+  for (const auto& entry : bar.items) {
+    if (entry.bundleId == bundleId) return &entry;
+  }
+  return nullptr;
+}
+
+TEST(WindowScenarioTest, NewAppsGetOneNoticeOnlyWhenTheirIconMayBeHidden) {
+  Report report = runScenario(loadScenario(scenariosDirectory() / "new-app-notices.json"));
+  EXPECT_TRUE(report.warnings.empty());
+  // Clipper (accessory) and Meter (regular, gaps moved) each once; Tally and Writer silently.
+  EXPECT_EQ(report.atQuit.ui.newAppNotices, 2);
+  EXPECT_TRUE(logged(report, "newApp noticed bundle=com.example.clipper outcome=shown"));
+  EXPECT_TRUE(logged(report, "newApp noticed bundle=com.example.meter outcome=shown"));
+  EXPECT_TRUE(logged(report, "newApp noticed bundle=com.example.tally outcome=expired"));
+  EXPECT_EQ(loggedCount(report, "newApp launch bundle=com.example.clipper action=skip"), 1);
+  EXPECT_EQ(loggedCount(report, "newApp launch bundle=com.example.meter action=skip"), 1);
+  const auto& noticed = report.defaults["com.ostrand.tarvolo.noticed_bundle_ids"];
+  EXPECT_EQ(noticed.size(), 4u);
+}
+
+TEST(WindowScenarioTest, ShowAllAndArrangeSeatsTheIconAndCollapsesWithItVisible) {
+  Report report = runScenario(loadScenario(scenariosDirectory() / "new-app-arrange.json"));
+  EXPECT_TRUE(report.warnings.empty());
+  ASSERT_TRUE(report.atQuit.state);
+  EXPECT_FALSE(report.atQuit.state->isExpanded);
+  const ForeignItemFrame* clipper = item(report.atQuit, "com.example.Clipper");
+  ASSERT_NE(clipper, nullptr);
+  EXPECT_EQ(clipper->zone, PlacementZone::alwaysVisible);
+  EXPECT_TRUE(clipper->onScreen);
+  EXPECT_EQ(report.defaults["com.ostrand.tarvolo.placement_seated"]["com.example.clipper"], "always_visible");
+  EXPECT_TRUE(logged(report, "collapse reason=placement-guide"));
+  EXPECT_FALSE(report.atQuit.ui.placementGuide);
+}
+
+TEST(WindowScenarioTest, PreferencesChoicesPersistAndEveryWayOpensTheOneWindow) {
+  Report report = runScenario(loadScenario(scenariosDirectory() / "preferences.json"));
+  EXPECT_TRUE(report.warnings.empty());
+  for (const auto& step : report.steps) EXPECT_TRUE(step.performed) << step.action << ": " << step.note;
+  // -p, reopen, ⌘, the menu, -p again after the relaunch, and the menu once more.
+  EXPECT_EQ(report.atQuit.ui.preferencesOpened, 5);
+  ASSERT_TRUE(report.atQuit.ui.preferences);
+  const auto& prefs = *report.atQuit.ui.preferences;
+  EXPECT_EQ(prefs.windowTitle, "Tarvolo-Einstellungen");
+  EXPECT_EQ(prefs.general.selectedLanguage, "de");
+  EXPECT_EQ(prefs.general.selectedDelay, "15");
+  ASSERT_TRUE(prefs.general.launchAtLogin);
+  EXPECT_TRUE(prefs.general.launchAtLogin->on);
+  auto zoneOf = [&](const std::string& bundleId) {
+    for (const auto& row : prefs.items.rows) {
+      if (row.bundleId == bundleId) return row.zone;
+    }
+    return std::string("missing");
+  };
+  EXPECT_EQ(zoneOf("com.tinyspeck.slackmacgap"), "always_hidden");
+  EXPECT_EQ(zoneOf("com.spotify.client"), "always_visible");
+  EXPECT_EQ(report.defaults["autoCollapseDelay"], 15);
+}
+
+TEST(WindowScenarioTest, CancellingTheGuideLeavesTheAppWhereItWas) {
+  json document = json::parse(R"({
+    "screens": [ { "width": 1920, "height": 1080 } ],
+    "apps": [ { "bundleId": "com.spotify.client", "name": "Spotify", "items": [ { "width": 36, "position": 330 } ] } ],
+    "defaults": { "com.ostrand.tarvolo.onboarding.v1": true,
+                  "com.ostrand.tarvolo.categories": { "com.spotify.client": "always_hidden" },
+                  "NSStatusItem Preferred Position tarvolo_toggle": 140,
+                  "NSStatusItem Preferred Position tarvolo_separator": 240,
+                  "NSStatusItem Preferred Position tarvolo_always_hidden_separator": 480 },
+    "arguments": ["-p"],
+    "steps": [ { "at": 1, "preferencesTab": "items" },
+               { "at": 2, "pickZone": "com.spotify.client", "tier": "always_visible" },
+               { "at": 3, "guide": "cancel" },
+               { "at": 4, "quit": true } ]
+  })");
+  Report report = runScenario(parseScenario(document));
+  EXPECT_TRUE(report.warnings.empty());
+  EXPECT_EQ(report.defaults["com.ostrand.tarvolo.categories"]["com.spotify.client"], "always_hidden");
+  EXPECT_FALSE(report.defaults.contains("com.ostrand.tarvolo.placement_seated"));
+  EXPECT_TRUE(logged(report, "placement guide end mode=place outcome=cancelled"));
+  ASSERT_TRUE(report.atQuit.state);
+  EXPECT_FALSE(report.atQuit.state->isExpanded);
+}
+
+TEST(WindowScenarioTest, TextPlaceholdersTakeArgumentsInTurnOrByNumber) {
+  EXPECT_EQ(formatText("“%@” is new", {"Clipper"}), "“Clipper” is new");
+  EXPECT_EQ(formatText("%2$@ has %1$d", {"3", "Slack"}), "Slack has 3");
+  EXPECT_EQ(formatText("%d sec, 100%%", {"8"}), "8 sec, 100%");
+  EXPECT_EQ(formatText("%@ and %@", {"a"}), "a and ");
+}
+
+}  // namespace
+}  // namespace tarvolo::scenario
