@@ -270,6 +270,9 @@ void CliffSearch::finishCliffSearch(double length) {
   const bool menuLimited = search.isMenuLimited();
   lengths_.settleScreenCliff({.screenKey = screenKey, .length = result, .gap = cliffPinnedGap_.value_or(-1)},
                              menuLimited);
+  if (menuLimited && cliffPinnedGap_ && screens_.sizing() == Policy::PublicCollapseSizing::legacy) {
+    lengths_.recordSearchGap(*cliffPinnedGap_);
+  }
   if (cliffSearchBundle_) {
     lengths_.settleAppLength({.bundleID = *cliffSearchBundle_,
                               .length = result,

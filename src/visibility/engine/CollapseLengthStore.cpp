@@ -113,6 +113,14 @@ void CollapseLengthStore::recordGap(std::string_view screen, double gap) {
   persistPerAppLengths();
 }
 
+void CollapseLengthStore::recordSearchGap(double gap) {
+  const std::string screen = screens_.collapseScreenKey();
+  if (perAppLengths_.searchGap(screen) == gap) return;
+  perAppLengths_.recordSearchGap(screen, gap);
+  MenuBarLog::log(LogLine("gap searched remembered").add("gap", gap).add("screen", screen));
+  persistPerAppLengths();
+}
+
 void CollapseLengthStore::forgetGap(std::string_view screen) {
   perAppLengths_.forgetGap(screen);
   persistPerAppLengths();
