@@ -7,6 +7,7 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
+#include "native/SystemStatusPresentation.h"
 #include "native/engine/NativeVisibilityEngine.h"
 #include "shelf/access/MenuBarAccessController.h"
 #include "permissions/AccessibilityPermission.h"
@@ -98,7 +99,7 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .bar = *statusBarController_,
         .localization = *localization_,
         .defaultCenter = defaultCenter_,
-        .systemSymbol = nullptr,
+        .systemSymbol = &SystemStatusPresentations::symbol,
         .permission = *accessibilityPermission_,
     });
     statusBarController_->setIconShelf(iconShelf_.get());
@@ -184,9 +185,10 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   behaviour.hotkeyConflict = [&hotkeys] { return hotkeys.conflictMessage.get(); };
   behaviour.beginHotkeyRecording = [&hotkeys] { hotkeys.beginRecording(); };
   behaviour.cancelHotkeyRecording = [&hotkeys] { hotkeys.recording = false; };
-  // The native engine is not part of this build; every always-visible choice goes through the
-  // guide.
-  behaviour.nativeEngineAvailable = [] { return false; };
+  // While the system hides by allow-list a zone is only a list entry, so every choice applies at
+  // once; with the own separators an always-visible choice goes through the guide.
+  NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
+  behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
   return behaviour;
 }
 

@@ -28,6 +28,11 @@ namespace SystemStatusPresentations {
 
 SystemStatusPresentation forState(NativeEngineState state);
 
+// The system symbol drawn for one of the system's own menu-bar items, named by its owner, title
+// and Accessibility identifier; absent for items the table does not know.
+std::optional<std::string> symbol(std::string_view bundleID, std::string_view title,
+                                  const std::optional<std::string>& identifier);
+
 }  // namespace SystemStatusPresentations
 
 }  // namespace tarvolo

@@ -50,6 +50,18 @@ TEST(SystemStatusPresentation, EveryStateHasItsOwnLook) {
   EXPECT_TRUE(SystemStatusPresentations::forState(NativeEngineState::failed).badge);
 }
 
+TEST(SystemStatusPresentation, SymbolsOnlyForSystemItemsItKnows) {
+  using SystemStatusPresentations::symbol;
+  EXPECT_EQ(symbol("com.apple.Spotlight", "", std::nullopt), "magnifyingglass");
+  EXPECT_EQ(symbol("com.apple.controlcenter", "", std::string("com.apple.menuextra.vpn")), "network");
+  // The identifier decides before the title does.
+  EXPECT_EQ(symbol("com.apple.controlcenter", "Battery", std::string("com.apple.menuextra.wifi")), "wifi");
+  EXPECT_EQ(symbol("com.apple.controlcenter", "Battery", std::nullopt), "battery.100");
+  // From macOS 26 Control Center reports other apps' items as its own: unknown ones get nothing.
+  EXPECT_EQ(symbol("com.apple.controlcenter", "Dropbox", std::string("Item-0")), std::nullopt);
+  EXPECT_EQ(symbol("com.example.vpn", "VPN", std::string("vpn")), std::nullopt);
+}
+
 // The engine alone on a desktop, without the app around it.
 class NativeEngineTest : public ::testing::Test {
  protected:
