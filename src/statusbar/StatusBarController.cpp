@@ -110,6 +110,7 @@ void StatusBarController::companionAfterOwnItem(OwnStatusItems::Item created) {
                                             OwnStatusItems::alwaysHiddenAutosaveName);
       return;
     case OwnStatusItems::Item::alwaysHiddenSeparator:
+      engine_.installHiddenPlaceholder(OwnStatusItems::alwaysHiddenAutosaveName);
       return;
   }
 }
@@ -596,6 +597,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   items_.styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
   items_.styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
   engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
+  engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
   publishFoldingEffective();
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
   if (presentation == MenuBarPresentation::shelfExpanded &&

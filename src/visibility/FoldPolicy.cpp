@@ -103,3 +103,22 @@ bool collapsedReadingConfirms(std::optional<bool> current, const Placement& plac
 }
 
 }  // namespace tarvolo::FoldPlaceholderPolicy
+
+namespace tarvolo::HiddenPlaceholderPolicy {
+
+bool isActive(int majorVersion) {
+  return MenuBarVisibilityPolicy::collapseUsesStatusRegionCliff(majorVersion) ==
+         MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion;
+}
+
+double shelfLength(const LengthInput& in) {
+  const double toEdge = in.hiddenLeadingEdge - in.screenMinX;
+  if (toEdge <= 0) return 0;
+  if (toEdge + overshoot <= in.cap) return std::floor(toEdge + overshoot);
+  if (!in.menusRight) return 0;
+  const double room = std::floor(in.hiddenLeadingEdge - *in.menusRight - FoldPlaceholderPolicy::chevronAllowance -
+                                 FoldPlaceholderPolicy::safetyMargin);
+  return room > 0 ? std::min(in.cap, room) : 0;
+}
+
+}  // namespace tarvolo::HiddenPlaceholderPolicy

@@ -155,6 +155,28 @@ void CollapseEngine::applyFoldPlaceholder(MenuBarPresentation presentation, doub
   fold_.applyFoldPlaceholder(presentation, placeholderLength);
 }
 
+void CollapseEngine::installHiddenPlaceholder(const std::string& hiddenAutosaveName) {
+  hiddenPlaceholder_ = std::make_unique<HiddenPlaceholder>(platform_, hiddenAutosaveName);
+  hiddenPlaceholder_->install();
+  if (!hiddenPlaceholder_->isInstalled()) hiddenPlaceholder_.reset();
+}
+
+void CollapseEngine::applyHiddenPlaceholder(MenuBarPresentation presentation, double hiddenSeparatorLength) {
+  if (!hiddenPlaceholder_) return;
+  auto edge = shelf_.arrowFacingEdge();
+  auto screen = screens_.statusItemScreen();
+  double length = 0;
+  if (presentation == MenuBarPresentation::shelfExpanded && edge && screen) {
+    length = HiddenPlaceholderPolicy::shelfLength({
+        .hiddenLeadingEdge = *edge - hiddenSeparatorLength,
+        .screenMinX = screen->frame.minX(),
+        .menusRight = platform_.workspace().applicationMenusMaxX(),
+        .cap = screens_.searchUpperBound(),
+    });
+  }
+  hiddenPlaceholder_->apply(length);
+}
+
 // --- what the search reports ---------------------------------------------------------------------------
 
 void CollapseEngine::cliffSearchBegan() { verifier_.cancelCollapsedCliffVerify(); }
