@@ -10,19 +10,6 @@ namespace tarvolo {
 
 namespace Policy = NewAppNoticePolicy;
 
-namespace {
-
-MenuBarActivationKind kindOf(platform::ActivationPolicy policy) {
-  switch (policy) {
-    case platform::ActivationPolicy::regular: return MenuBarActivationKind::regular;
-    case platform::ActivationPolicy::accessory: return MenuBarActivationKind::accessory;
-    case platform::ActivationPolicy::prohibited: return MenuBarActivationKind::other;
-  }
-  return MenuBarActivationKind::other;
-}
-
-}  // namespace
-
 NewAppLaunchCenter::NewAppLaunchCenter(Dependencies dependencies)
     : platform_(dependencies.platform),
       catalog_(dependencies.catalog),
@@ -50,7 +37,7 @@ void NewAppLaunchCenter::noteLaunch(const platform::RunningApplication& app) {
   if (id.empty()) return;
   // Known before this launch: it ran before, so its icon is no news.
   const bool alreadySeen = catalog_.launchNoticeAlreadySeen(id) || catalog_.isKnown(id);
-  const auto action = Policy::launchAction({.kind = kindOf(app.activationPolicy),
+  const auto action = Policy::launchAction({.kind = activationKind(app.activationPolicy),
                                             .bundlePath = app.bundlePath,
                                             .alreadySeen = alreadySeen,
                                             .noticesEnabled = catalog_.newAppNoticesEnabled(),

@@ -32,15 +32,6 @@ bool containsAny(std::string_view text, std::span<const std::string_view> fragme
                      [&](std::string_view fragment) { return text.find(fragment) != std::string_view::npos; });
 }
 
-MenuBarActivationKind kindOf(platform::ActivationPolicy policy) {
-  switch (policy) {
-    case platform::ActivationPolicy::regular: return MenuBarActivationKind::regular;
-    case platform::ActivationPolicy::accessory: return MenuBarActivationKind::accessory;
-    case platform::ActivationPolicy::prohibited: return MenuBarActivationKind::other;
-  }
-  return MenuBarActivationKind::other;
-}
-
 // A bundle nested inside an application shows the outermost application's icon.
 std::string hostApplicationPath(const std::string& bundlePath) {
   const std::size_t nested = text::lowercased(bundlePath).find(".app/");
@@ -68,6 +59,15 @@ std::string joined(const std::set<std::string>& values) {
 }
 
 }  // namespace
+
+MenuBarActivationKind activationKind(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular: return MenuBarActivationKind::regular;
+    case platform::ActivationPolicy::accessory: return MenuBarActivationKind::accessory;
+    case platform::ActivationPolicy::prohibited: return MenuBarActivationKind::other;
+  }
+  return MenuBarActivationKind::other;
+}
 
 StatusItemManager::StatusItemManager(Dependencies dependencies)
     : platform_(dependencies.platform),
@@ -224,7 +224,7 @@ MenuBarAppItem StatusItemManager::makeItem(const platform::RunningApplication& a
   item.name = app.localizedName;
   item.bundleId = *app.bundleIdentifier;
   item.pid = app.pid;
-  item.kind = kindOf(app.activationPolicy);
+  item.kind = activationKind(app.activationPolicy);
   if (app.bundlePath) item.iconPath = hostApplicationPath(*app.bundlePath);
   item.executablePath = app.executablePath;
   return item;

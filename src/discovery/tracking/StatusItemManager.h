@@ -50,6 +50,9 @@ struct MenuBarAppItem {
   friend bool operator==(const MenuBarAppItem&, const MenuBarAppItem&) = default;
 };
 
+// How the catalogue files an app by the way it runs.
+MenuBarActivationKind activationKind(platform::ActivationPolicy policy);
+
 class StatusItemManager {
  public:
   static constexpr std::string_view categoriesKey = "com.ostrand.tarvolo.categories";

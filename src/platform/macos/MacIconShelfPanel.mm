@@ -238,7 +238,7 @@ struct MacIconShelfPanel::Impl {
                                  : [NSImage imageWithSystemSymbolName:@"menubar.rectangle" accessibilityDescription:nil];
     NSString* caption = nsString(row.name);
     if (row.systemLabel) caption = [caption stringByAppendingFormat:@"\n%@", nsString(*row.systemLabel)];
-    NSButton* made = [NSButton buttonWithTitle:caption image:icon ?: [[NSImage alloc] init] target:target
+    NSButton* made = [NSButton buttonWithTitle:caption image:(icon ? icon : [[NSImage alloc] init]) target:target
                                         action:@selector(perform:)];
     made.imagePosition = NSImageAbove;
     made.bezelStyle = NSBezelStyleRegularSquare;

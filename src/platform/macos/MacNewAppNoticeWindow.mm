@@ -56,7 +56,7 @@ void MacNewAppNoticeWindow::show(const NewAppNoticeViewState& state, NewAppNotic
   NSButton* ignore = kit::button(state.ignoreTitle, [impl] {
     if (auto ignore = impl->callbacks.ignore) ignore();
   }, impl_->targets);
-  ignore.keyEquivalent = @"\e";
+  ignore.keyEquivalent = @"\033";
   NSButton* arrange = kit::button(state.arrangeTitle, [impl] {
     if (auto arrange = impl->callbacks.arrange) arrange();
   }, impl_->targets);

@@ -85,7 +85,7 @@ struct MacPlacementGuideWindow::Impl {
     NSButton* cancel = kit::button(state.cancelTitle, [impl] {
       if (auto cancel = impl->callbacks.cancel) cancel();
     }, targets);
-    cancel.keyEquivalent = @"\e";
+    cancel.keyEquivalent = @"\033";
     cancel.toolTip = nsString(state.cancelHint);
     NSButton* confirm = kit::button(state.confirmTitle, [impl] {
       if (auto confirm = impl->callbacks.confirm) confirm();

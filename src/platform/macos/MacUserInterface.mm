@@ -61,24 +61,6 @@ NSRect primaryVisibleFrame() {
   return screen ? screen.visibleFrame : NSMakeRect(0, 0, 1440, 900);
 }
 
-NSScreen* screenContaining(NSPoint point) {
-  for (NSScreen* screen in NSScreen.screens) {
-    if (NSPointInRect(point, screen.frame)) return screen;
-  }
-  return NSScreen.screens.firstObject;
-}
-
-// Puts `window` just below `anchor`, centred on it and kept inside its screen.
-void placeBelow(NSWindow* window, NSRect anchor) {
-  NSScreen* screen = screenContaining(NSMakePoint(NSMidX(anchor), NSMidY(anchor)));
-  NSRect visible = screen ? screen.visibleFrame : primaryVisibleFrame();
-  NSSize size = window.frame.size;
-  CGFloat x = NSMidX(anchor) - size.width / 2;
-  x = std::clamp(x, NSMinX(visible) + kNoticeGap, std::max(NSMinX(visible) + kNoticeGap, NSMaxX(visible) - size.width - kNoticeGap));
-  CGFloat y = std::min(NSMinY(anchor), NSMaxY(visible)) - size.height - kNoticeGap;
-  [window setFrameOrigin:NSMakePoint(x, y)];
-}
-
 }  // namespace
 
 MacUserInterface::MacUserInterface() = default;
