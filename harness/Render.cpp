@@ -79,6 +79,7 @@ std::string stateText(const BarSnapshot& bar) {
   if (bar.ui.contextMenuOpen) text += " · context menu open";
   if (bar.ui.preferencesVisible) text += " · Preferences open";
   if (bar.ui.newAppNotice) text += " · new-app notice";
+  if (bar.ui.reviewPrompt) text += " · rating prompt";
   if (bar.ui.placementGuide) text += " · placement guide";
   if (bar.ui.coachShown && bar.ui.coach) {
     text += " · coach " + bar.ui.coach->progress + " “" + bar.ui.coach->title + "”";
@@ -335,6 +336,7 @@ std::string renderBar(const RenderBarInput& input) {
   }
   if (input.bar.ui.placementGuide) out += renderWindow(*input.bar.ui.placementGuide);
   if (input.bar.ui.newAppNotice) out += renderWindow(*input.bar.ui.newAppNotice);
+  if (input.bar.ui.reviewPrompt) out += renderWindow(*input.bar.ui.reviewPrompt);
   if (input.bar.ui.preferences) out += renderWindow(*input.bar.ui.preferences);
   return out;
 }

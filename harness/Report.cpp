@@ -212,6 +212,8 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   if (ui.preferencesVisible) bar.ui.preferences = ui.preferences;
   if (ui.newAppNoticeShown) bar.ui.newAppNotice = ui.newAppNotice;
   bar.ui.newAppNotices = ui.newAppNoticeCount;
+  if (ui.reviewPromptShown) bar.ui.reviewPrompt = ui.reviewPrompt;
+  bar.ui.reviewPrompts = ui.reviewPromptCount;
   if (ui.placementGuideShown) bar.ui.placementGuide = ui.placementGuide;
   bar.ui.coachPresentations = desktop.coachWindow().showCount();
   bar.ui.coachShown = desktop.coachWindow().isShown();
@@ -287,6 +289,8 @@ json toJson(const BarSnapshot& bar) {
                {"preferences", bar.ui.preferences ? toJson(*bar.ui.preferences) : json(nullptr)},
                {"newAppNotice", bar.ui.newAppNotice ? toJson(*bar.ui.newAppNotice) : json(nullptr)},
                {"newAppNotices", bar.ui.newAppNotices},
+               {"reviewPrompt", bar.ui.reviewPrompt ? toJson(*bar.ui.reviewPrompt) : json(nullptr)},
+               {"reviewPrompts", bar.ui.reviewPrompts},
                {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)},
                {"coach", coachJson(bar.ui)}};
   out["accessibility"] = {{"trusted", bar.accessibility.trusted},

@@ -67,6 +67,8 @@ struct UiState {
   std::optional<platform::PreferencesViewState> preferences;
   std::optional<platform::NewAppNoticeViewState> newAppNotice;
   int newAppNotices = 0;  // notices shown since start-up
+  std::optional<platform::ReviewPromptViewState> reviewPrompt;
+  int reviewPrompts = 0;  // rating prompts shown since start-up
   std::optional<platform::PlacementGuideViewState> placementGuide;
   int coachPresentations = 0;  // times the coach's panel opened
   bool coachShown = false;

@@ -65,13 +65,14 @@ const std::vector<std::string>& knownMenuActions() {
 namespace {
 
 constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
-constexpr std::array<std::string_view, 42> kActionKeys = {
+constexpr std::array<std::string_view, 45> kActionKeys = {
     "launch",      "terminate",    "activate",  "click",         "commandDrag", "menu",         "screens",
     "languages",   "category",     "coach",     "accessibility", "activateTarvolo", "relaunch", "reopen",
     "wake",        "quit",         "pointer",   "mouseDown",     "mouseUp",     "modifierDown", "modifierUp",
     "key",         "menuTracking", "openURL",   "appleScript",   "recordHotkey", "loginItem",   "revealOnHover",
     "openShelf",   "shelfType",    "shelfTier", "shelfKey",      "shelfChoose", "shelfDiscover", "closeMenu",
-    "shortcut",    "preferencesTab", "preferencesSet", "pickZone", "notice",     "guide",       "closePreferences"};
+    "shortcut",    "preferencesTab", "preferencesSet", "pickZone", "notice",     "guide",       "closePreferences",
+    "reviewPrompt", "stallAccessibility", "resumeAccessibility"};
 
 // Virtual key codes of the ANSI letter keys, "A" to "Z".
 constexpr std::array<std::uint16_t, 26> kLetterKeyCodes = {0,  11, 8,  2,  14, 3,  5,  4,  34, 38, 40, 37, 46,
@@ -513,6 +514,15 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     }
     return step::NoticeButton{.arrange = button == "arrange"};
   }
+  if (key == "reviewPrompt") {
+    const std::string button = value.string();
+    if (button == "rate") return step::ReviewPromptButton{step::ReviewButton::rate};
+    if (button == "later") return step::ReviewPromptButton{step::ReviewButton::later};
+    if (button != "never") value.fail("unknown button " + inQuotes(button) + " (expected rate, later or never)");
+    return step::ReviewPromptButton{step::ReviewButton::never};
+  }
+  if (key == "stallAccessibility") return step::SetAppAccessibility{.bundleId = knownAppId(value, scenario), .answers = false};
+  if (key == "resumeAccessibility") return step::SetAppAccessibility{.bundleId = knownAppId(value, scenario), .answers = true};
   if (key == "guide") {
     std::string action = value.string();
     if (action == "drag") return step::Guide{step::GuideAction::drag};
@@ -758,6 +768,17 @@ std::string describe(const Action& action) {
       return a.trusted ? "accessibility granted" : "accessibility revoked";
     }
     std::string operator()(const step::ActivateTarvolo&) const { return "Tarvolo activated"; }
+    std::string operator()(const step::ReviewPromptButton& a) const {
+      switch (a.button) {
+        case step::ReviewButton::rate: return "rating prompt rate";
+        case step::ReviewButton::later: return "rating prompt later";
+        case step::ReviewButton::never: return "rating prompt never";
+      }
+      return "rating prompt";
+    }
+    std::string operator()(const step::SetAppAccessibility& a) const {
+      return a.bundleId + (a.answers ? " answers Accessibility again" : " stops answering Accessibility");
+    }
     std::string operator()(const step::Relaunch&) const { return "relaunch"; }
     std::string operator()(const step::Reopen&) const { return "reopen"; }
     std::string operator()(const step::Wake&) const { return "wake"; }

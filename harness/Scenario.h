@@ -126,6 +126,16 @@ struct PickZone {
 struct NoticeButton {
   bool arrange = true;  // false: Ignore
 };
+// Presses a button of the rating prompt.
+enum class ReviewButton { rate, later, never };
+struct ReviewPromptButton {
+  ReviewButton button = ReviewButton::later;
+};
+// An app stops answering Accessibility (its extras menu bar cannot be read), or answers again.
+struct SetAppAccessibility {
+  std::string bundleId;
+  bool answers = true;
+};
 // Acts on the placement guide: drag the guided icon into its target, confirm, or cancel.
 enum class GuideAction { drag, confirm, cancel };
 struct Guide {
@@ -197,7 +207,7 @@ using Action = std::variant<step::LaunchApp, step::TerminateApp, step::ActivateA
                             step::MovePointer, step::MouseButtonPress, step::ModifierPress, step::TypeKey,
                             step::MenuTracking, step::OpenURL, step::AppleScriptCommand, step::RecordHotkey,
                             step::SetLoginItem, step::SetRevealOnHover, step::PressCoach, step::SetAccessibility,
-                            step::ActivateTarvolo>;
+                            step::ActivateTarvolo, step::ReviewPromptButton, step::SetAppAccessibility>;
 
 // The controls a `preferencesSet` step may set, with the JSON type each takes.
 const std::vector<std::string>& knownPreferencesControls();

@@ -187,6 +187,24 @@ class Run {
     desktop().simAccessibility().setTrusted(action.trusted);
     return std::nullopt;
   }
+  std::optional<std::string> act(const step::ReviewPromptButton& action) {
+    if (!desktop().ui().reviewPromptShown) return std::string("no rating prompt is showing");
+    const auto& callbacks = desktop().ui().reviewPromptCallbacks;
+    std::function<void()> press;
+    switch (action.button) {
+      case step::ReviewButton::rate: press = callbacks.rate; break;
+      case step::ReviewButton::later: press = callbacks.later; break;
+      case step::ReviewButton::never: press = callbacks.never; break;
+    }
+    if (press) press();
+    return std::nullopt;
+  }
+  std::optional<std::string> act(const step::SetAppAccessibility& action) {
+    auto pid = desktop().pidOf(action.bundleId);
+    if (!pid || !appRunning(action.bundleId)) return action.bundleId + " is not running";
+    desktop().simAccessibility().setUnresponsive(*pid, !action.answers);
+    return std::nullopt;
+  }
   std::optional<std::string> act(const step::ActivateTarvolo&) {
     desktop().activateOwnApp();
     return std::nullopt;

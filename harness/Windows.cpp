@@ -74,6 +74,10 @@ json toJson(const platform::NewAppNoticeViewState& state) {
           {"ignore", state.ignoreTitle}};
 }
 
+json toJson(const platform::ReviewPromptViewState& state) {
+  return {{"message", state.message}, {"rate", state.rateTitle}, {"later", state.laterTitle}, {"never", state.neverTitle}};
+}
+
 json toJson(const platform::PlacementGuideViewState& state) {
   json target = nullptr;
   if (state.target) target = {{"minX", state.target->minX()}, {"maxX", state.target->maxX()}};
@@ -132,6 +136,10 @@ std::string renderWindow(const platform::PreferencesViewState& state) {
 
 std::string renderWindow(const platform::NewAppNoticeViewState& state) {
   return "  ▤ " + state.message + "  [" + state.arrangeTitle + "] [" + state.ignoreTitle + "]\n";
+}
+
+std::string renderWindow(const platform::ReviewPromptViewState& state) {
+  return "  ☆ " + state.message + "  [" + state.rateTitle + "] [" + state.laterTitle + "] [" + state.neverTitle + "]\n";
 }
 
 std::string renderWindow(const platform::PlacementGuideViewState& state) {

@@ -30,7 +30,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   environment_ = std::make_unique<AppEnvironment>(platform_);
   platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
-  ReviewPrompt::noteLaunch(platform_.defaults(), platform_.clock().currentDate());
+  ReviewPrompt::noteUse(platform_.defaults(), platform_.clock().currentDate());
   environment_->hotkeys().registerHotkeys();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();

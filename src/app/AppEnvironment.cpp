@@ -14,6 +14,7 @@
 #include "statusbar/StatusBarController.h"
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
+#include "ui/ReviewPromptController.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "ui/FirstLaunchCoachController.h"
 
@@ -67,6 +68,7 @@ AppEnvironment::~AppEnvironment() {
   if (statusBarController_) statusBarController_->setIconShelf(nullptr);
   gapSubscription_ = Subscription();
   windowSubscriptions_.clear();
+  reviewPrompt_.reset();
   preferences_.reset();
   placementGuide_.reset();
   iconShelf_.reset();
@@ -133,8 +135,18 @@ void AppEnvironment::makeWindows() {
       .guide = *placementGuide_,
       .behaviour = behaviourSettings(),
   });
+  reviewPrompt_ = std::make_unique<ReviewPromptController>(ReviewPromptController::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+      .localization = *localization_,
+      .version = PreferencesController::versionText,
+      .anchor = [&bar] { return bar.ownItems().coachAnchor(); },
+  });
   PlacementGuideController& guide = *placementGuide_;
   PreferencesController& preferences = *preferences_;
+  ReviewPromptController& review = *reviewPrompt_;
+  // The moments to perhaps ask for a rating: right after the user settled something.
+  preferences.setClosedByUserHandler([&review] { review.noteEngagement("preferences-closed"); });
   NewAppLaunchCenter& notices = *newAppLaunchCenter_;
   bar.setWindowHooks(StatusBarController::WindowHooks{
       .openPreferences = [&preferences](std::optional<std::string> focus) { preferences.open(std::move(focus)); },
@@ -155,9 +167,14 @@ void AppEnvironment::makeWindows() {
   // "Show all and arrange" seats the new icon beside the toggle, where the user will see it.
   notices.setArrangeStarter(
       [&guide](const std::string& bundleID) { return guide.startPlacement(bundleID, ItemCategory::alwaysVisible); });
-  guide.setEndedHandler([&notices, &preferences](PlacementGuideController::Outcome) {
+  guide.setEndedHandler([&notices, &preferences, &review](PlacementGuideController::Outcome outcome) {
     notices.noteGuideEnded();
     preferences.refresh();
+    switch (outcome) {
+      case PlacementGuideController::Outcome::placed: review.noteEngagement("icon-placed"); break;
+      case PlacementGuideController::Outcome::cancelled:
+      case PlacementGuideController::Outcome::abandoned: break;
+    }
   });
   gapSubscription_ = bar.observeMenuBarGapChanges([&notices] { notices.noteGapChange(); });
 }

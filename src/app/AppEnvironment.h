@@ -22,6 +22,7 @@ class NativeVisibilityEngine;
 class NewAppLaunchCenter;
 class PlacementGuideController;
 class PreferencesController;
+class ReviewPromptController;
 class StatusBarController;
 class StatusItemManager;
 
@@ -57,6 +58,7 @@ class AppEnvironment {
   // The windows that need the controller; null until start-up step 6.
   PlacementGuideController* placementGuide() { return placementGuide_.get(); }
   PreferencesController* preferences() { return preferences_.get(); }
+  ReviewPromptController* reviewPrompt() { return reviewPrompt_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
@@ -81,6 +83,7 @@ class AppEnvironment {
   std::unique_ptr<MenuBarAccessController> iconShelf_;
   std::unique_ptr<PlacementGuideController> placementGuide_;
   std::unique_ptr<PreferencesController> preferences_;
+  std::unique_ptr<ReviewPromptController> reviewPrompt_;
   Subscription gapSubscription_;
   Cancellables windowSubscriptions_;
   std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;

@@ -26,6 +26,7 @@
 #include "platform/NewAppNoticeWindow.h"
 #include "platform/PlacementGuideWindow.h"
 #include "platform/PreferencesWindow.h"
+#include "platform/ReviewPromptWindow.h"
 
 namespace tarvolo::platform {
 
@@ -428,6 +429,7 @@ class UserInterface {
   virtual IconShelfPanel& iconShelfPanel() = 0;
   virtual void presentNotice(NoticeRequest notice) = 0;
   virtual void dismissNotice(const std::string& kind) = 0;
+  virtual ReviewPromptWindow& reviewPrompt() = 0;
 };
 
 // ---------------------------------------------------------------------------------------------

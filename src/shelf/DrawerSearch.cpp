@@ -123,4 +123,19 @@ std::optional<int> rankFolded(std::string_view q, std::string_view name, std::st
   return std::nullopt;
 }
 
+SearchKey searchKey(std::string_view name, std::string_view bundleID) {
+  return SearchKey{.name = fold(name), .bundleID = fold(bundleID), .initials = pinyinInitials(name)};
+}
+
+std::optional<int> rankKey(std::string_view q, const SearchKey& key) {
+  if (q.empty()) return 0;
+  const std::string_view name = key.name;
+  if (name == q) return 0;
+  if (name.starts_with(q)) return 1;
+  if (name.find(q) != std::string_view::npos) return 2;
+  if (key.bundleID.find(q) != std::string::npos) return 3;
+  if (key.initials && key.initials->find(q) != std::string::npos) return 4;
+  return std::nullopt;
+}
+
 }  // namespace tarvolo::DrawerSearch

@@ -27,6 +27,8 @@ std::set<std::string> retainedItemIDs(const std::map<std::string, std::string>& 
   return out;
 }
 
+bool hiddenItemsLeaveAccessibilityTree(int osMajorVersion) { return osMajorVersion >= 27; }
+
 std::optional<std::string> nextSelection(const std::optional<std::string>& current, const std::vector<std::string>& ids,
                                          int delta) {
   if (ids.empty()) return std::nullopt;

@@ -19,6 +19,11 @@ std::set<std::string> retainedItemIDs(const std::map<std::string, std::string>& 
                                       const std::set<std::string>& observedOwners,
                                       const std::set<std::string>& liveOwners);
 
+// From macOS 27 an item the bar keeps out of sight is absent from its owner's Accessibility tree:
+// an owner answering with no items may only have them hidden, and a hidden item must be brought
+// into view before it can be found and acted on.
+bool hiddenItemsLeaveAccessibilityTree(int osMajorVersion);
+
 // The row the arrow keys move to: `delta` steps from `current`, clamped; from nothing (or a row no
 // longer listed) the first row going down and the last going up.
 std::optional<std::string> nextSelection(const std::optional<std::string>& current, const std::vector<std::string>& ids,

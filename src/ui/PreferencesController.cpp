@@ -89,6 +89,11 @@ void PreferencesController::windowClosed() {
   toast_.reset();
 }
 
+void PreferencesController::closedByUser() {
+  windowClosed();
+  if (closedByUser_) closedByUser_();
+}
+
 platform::PreferencesCallbacks PreferencesController::callbacks() {
   using Self = PreferencesController;
   return platform::PreferencesCallbacks{
@@ -108,7 +113,7 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .startRecordingHotkey = bindWeak(weak(), &Self::startRecordingHotkey),
       .cancelRecordingHotkey = bindWeak(weak(), &Self::cancelRecordingHotkey),
       .openLink = bindWeak(weak(), &Self::openLink),
-      .closed = bindWeak(weak(), &Self::windowClosed),
+      .closed = bindWeak(weak(), &Self::closedByUser),
   };
 }
 

@@ -73,6 +73,8 @@ class PreferencesController {
   bool isShown() const;
   // Something the window shows changed elsewhere (a hotkey recorded, the login item approved).
   void refresh();
+  // Runs when the user has closed the window: a settled moment.
+  void setClosedByUserHandler(std::function<void()> handler) { closedByUser_ = std::move(handler); }
 
   platform::PreferencesViewState viewState() const;
   platform::PreferencesTab tab() const { return tab_; }
@@ -104,6 +106,7 @@ class PreferencesController {
   platform::PreferencesItemRow row(const MenuBarAppItem& item) const;
   bool matchesSearch(const MenuBarAppItem& item) const;
   void windowClosed();
+  void closedByUser();
   std::string tr(std::string_view key) const;
   WeakHandle<PreferencesController> weak() const { return weakFactory_.handle(); }
 
@@ -118,6 +121,7 @@ class PreferencesController {
   std::string searchQuery_;
   bool otherRunningShown_ = false;
   std::optional<std::string> toast_;
+  std::function<void()> closedByUser_;
   Cancellables cancellables_;
   std::optional<MenuBarPlacementLedger::ObserverId> ledgerObserver_;
   WeakHandleFactory<PreferencesController> weakFactory_{this};

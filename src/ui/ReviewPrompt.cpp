@@ -24,7 +24,7 @@ std::string dayString(double date) {
   return buffer;
 }
 
-void noteLaunch(platform::DefaultsStore& defaults, double date) {
+void noteUse(platform::DefaultsStore& defaults, double date) {
   if (!defaults.getDouble(installDateKey)) defaults.set(installDateKey, DefaultsValue(date));
   auto days = defaults.getStringArray(usageDaysKey).value_or(std::vector<std::string>{});
   std::string today = dayString(date);

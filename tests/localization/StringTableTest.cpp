@@ -27,6 +27,7 @@ const std::vector<std::string_view> kInterfaceKeys = {
     "update.title", "update.checking", "update.available", "update.download", "update.downloading",
     "update.preparing", "update.ready", "update.install", "update.installing", "update.current", "update.failed",
     "update.complete", "update.notes", "update.cancel", "update.close",
+    "review_message", "review_later", "review_never",
     "preferences_window_title",
     "tab_general", "tab_items", "tab_hotkeys", "tab_about",
     "discovery_new_app_title", "discovery_banner_msg", "discovery_fold_action", "discovery_fold_help",

@@ -51,5 +51,43 @@ TEST(DrawerSearch, OrderedIsBestFirstAndStableWithinARank) {
   EXPECT_EQ(names, (std::vector<std::string>{"Notes", "Notes Sync", "Notes Pro", "My Notes", "Other"}));
 }
 
+// Prepared rows must rank exactly as unprepared ones, or typing in the shelf would change results.
+TEST(DrawerSearch, PreparedRowsRankAsTheTextsDo) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"Safari", "com.apple.Safari"}, {" Café Timer ", "org.cafe.Timer"}, {"微信", "com.tencent.xinWeChat"},
+      {"微信 Beta", "com.tencent.beta"}, {"微X", "com.x"}, {"Straße", "de.strasse"}, {"ÜBER", "com.ueber"},
+      {"网易云音乐", "com.netease.163music"}, {"", ""}};
+  const std::vector<std::string> queries = {"", "  ", "SAFARI", "saf", "far", "apple", "cafe", "Café", "wx",
+                                            "w",  "wxb", "strasse", "über", "uber", "wyyyy", "x", "zzq"};
+  for (const auto& [name, bundle] : rows) {
+    const auto key = DrawerSearch::searchKey(name, bundle);
+    for (const auto& query : queries) {
+      EXPECT_EQ(DrawerSearch::rankKey(DrawerSearch::fold(query), key), rank(query, name, bundle))
+          << "name=" << name << " query=" << query;
+    }
+  }
+}
+
+TEST(DrawerSearch, OrderedOverPreparedRowsMatchesOrdered) {
+  struct Row {
+    std::string name;
+    std::string bundle;
+  };
+  const std::vector<Row> rows = {{"Notes Sync", "com.a"}, {"Notes", "com.b"}, {"My Notes", "com.c"},
+                                 {"Other", "com.notes.d"}, {"Nothing", "com.e"}, {"百度网盘", "com.baidu"}};
+  std::vector<DrawerSearch::SearchKey> keys;
+  for (const auto& row : rows) keys.push_back(DrawerSearch::searchKey(row.name, row.bundle));
+  for (const char* query : {"notes", "bd", "com", ""}) {
+    auto names = [](const std::vector<Row>& list) {
+      std::vector<std::string> out;
+      for (const auto& row : list) out.push_back(row.name);
+      return out;
+    };
+    EXPECT_EQ(names(DrawerSearch::ordered(rows, keys, query)),
+              names(DrawerSearch::ordered(rows, query, &Row::name, &Row::bundle)))
+        << query;
+  }
+}
+
 }  // namespace
 }  // namespace tarvolo

@@ -402,6 +402,21 @@ class MacPlacementGuideWindow final : public PlacementGuideWindow {
   std::unique_ptr<Impl> impl_;
 };
 
+// The rating prompt (MacReviewPromptWindow.mm): a small panel under the toggle.
+class MacReviewPromptWindow final : public ReviewPromptWindow {
+ public:
+  MacReviewPromptWindow();
+  ~MacReviewPromptWindow() override;
+  void show(const ReviewPromptViewState& state, ReviewPromptCallbacks callbacks) override;
+  void update(const ReviewPromptViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
 class MacUserInterface final : public UserInterface {
  public:
   MacUserInterface();
@@ -414,6 +429,7 @@ class MacUserInterface final : public UserInterface {
   PlacementGuideWindow& placementGuide() override { return placementGuide_; }
   void presentNotice(NoticeRequest notice) override;
   void dismissNotice(const std::string& kind) override;
+  ReviewPromptWindow& reviewPrompt() override { return reviewPrompt_; }
 
  private:
   // Drops notices the user closed by hand; every listed notice has been shown.
@@ -425,6 +441,7 @@ class MacUserInterface final : public UserInterface {
   MacPreferencesWindow preferences_;
   MacNewAppNoticeWindow newAppNotice_;
   MacPlacementGuideWindow placementGuide_;
+  MacReviewPromptWindow reviewPrompt_;
   struct Notice {
     std::string kind;
     NSPanel* panel;

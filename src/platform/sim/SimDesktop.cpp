@@ -293,6 +293,22 @@ struct SimDesktop::Adapters {
     bool isShown() const override { return d.ui_.newAppNoticeShown; }
   };
 
+  struct ReviewPrompt final : platform::ReviewPromptWindow {
+    SimDesktop& d;
+    explicit ReviewPrompt(SimDesktop& desktop) : d(desktop) {}
+    void show(const platform::ReviewPromptViewState& state, platform::ReviewPromptCallbacks callbacks) override {
+      ++d.ui_.reviewPromptCount;
+      d.ui_.reviewPromptShown = true;
+      d.ui_.reviewPrompt = state;
+      d.ui_.reviewPromptCallbacks = std::move(callbacks);
+    }
+    void update(const platform::ReviewPromptViewState& state) override {
+      if (d.ui_.reviewPromptShown) d.ui_.reviewPrompt = state;
+    }
+    void close() override { d.ui_.reviewPromptShown = false; }
+    bool isShown() const override { return d.ui_.reviewPromptShown; }
+  };
+
   struct Guide final : platform::PlacementGuideWindow {
     SimDesktop& d;
     explicit Guide(SimDesktop& desktop) : d(desktop) {}
@@ -346,8 +362,14 @@ struct SimDesktop::Adapters {
     Preferences preferencesWindow;
     Notice noticeWindow;
     Guide guideWindow;
+    ReviewPrompt reviewWindow;
     explicit Ui(SimDesktop& desktop)
-        : d(desktop), shelf(desktop), preferencesWindow(desktop), noticeWindow(desktop), guideWindow(desktop) {}
+        : d(desktop),
+          shelf(desktop),
+          preferencesWindow(desktop),
+          noticeWindow(desktop),
+          guideWindow(desktop),
+          reviewWindow(desktop) {}
     platform::FirstLaunchCoachWindow& firstLaunchCoach() override { return d.coachWindow_; }
     platform::PreferencesWindow& preferences() override { return preferencesWindow; }
     platform::NewAppNoticeWindow& newAppNotice() override { return noticeWindow; }
@@ -364,6 +386,7 @@ struct SimDesktop::Adapters {
         if (shown.request.kind == kind) shown.dismissed = true;
       }
     }
+    platform::ReviewPromptWindow& reviewPrompt() override { return reviewWindow; }
   };
 
   struct Hotkeys final : platform::HotkeyService {

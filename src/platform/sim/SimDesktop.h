@@ -186,6 +186,10 @@ struct SimUiRecord {
   bool newAppNoticeShown = false;
   int newAppNoticeCount = 0;
   platform::NewAppNoticeCallbacks newAppNoticeCallbacks;
+  std::optional<platform::ReviewPromptViewState> reviewPrompt;
+  bool reviewPromptShown = false;
+  int reviewPromptCount = 0;
+  platform::ReviewPromptCallbacks reviewPromptCallbacks;
   std::optional<platform::PlacementGuideViewState> placementGuide;
   bool placementGuideShown = false;
   platform::PlacementGuideCallbacks placementGuideCallbacks;

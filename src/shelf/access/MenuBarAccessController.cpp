@@ -258,6 +258,8 @@ void MenuBarAccessController::choose(const std::string& rowID) {
   model_->errorKey = std::nullopt;
   menuSession_.reset();
   pendingElement_.reset();
+  // Where hidden items leave the Accessibility tree, the item can only be found once shown.
+  if (MenuBarAccessPolicy::hiddenItemsLeaveAccessibilityTree(platform_.system().osMajorVersion())) expandForShelf();
   auto weak = weakFactory_.handle();
   model_->perform(
       *item,

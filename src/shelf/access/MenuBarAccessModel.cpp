@@ -163,6 +163,13 @@ MenuBarAccessModel::MenuBarAccessModel(Dependencies dependencies)
   trustSubscription_ = permission_.isTrusted.subscribe([weak = weakFactory_.handle()](const bool& isTrusted) {
     if (auto* self = weak.get()) self->trusted = isTrusted;
   });
+  itemsSubscription_ = items.subscribe([weak = weakFactory_.handle()](const std::vector<AccessibleStatusItem>& rows) {
+    auto* self = weak.get();
+    if (!self) return;
+    self->searchKeys_.clear();
+    self->searchKeys_.reserve(rows.size());
+    for (const auto& row : rows) self->searchKeys_.push_back(DrawerSearch::searchKey(row.ownerName, row.ownerBundleID));
+  });
 }
 
 MenuBarAccessModel::~MenuBarAccessModel() { cancel(); }
@@ -248,14 +255,17 @@ void MenuBarAccessModel::refresh(RetainMissing retainMissing, Diagnostics diagno
   scanOperation_ = operation;
   const unsigned long long generation = ++generation_;
   isLoading = true;
+  const bool emptyMayBeHidden =
+      MenuBarAccessPolicy::hiddenItemsLeaveAccessibilityTree(platform_.system().osMajorVersion());
   scanQueue_->post(0, [queue = scanQueue_, &accessibility = platform_.accessibility(), targets = scanTargets(),
                        weakOperation = std::weak_ptr<ShelfOperation>(operation), weak = weakFactory_.handle(),
-                       generation, retainMissing, diagnostics, completion = std::move(completion)] {
+                       generation, retainMissing, diagnostics, emptyMayBeHidden, completion = std::move(completion)] {
     if (operationStopped(weakOperation)) return;
     ScanResult result;
     for (const auto& target : targets) {
       auto found = scanTarget(accessibility, target);
-      if (!found) continue;
+      // An empty answer there does not prove the items gone: keep what discovery read of them.
+      if (!found || (found->empty() && emptyMayBeHidden)) continue;
       result.observedOwners.insert(text::lowercased(target.bundleID));
       for (auto& item : *found) result.items.push_back(std::move(item));
     }
@@ -377,11 +387,13 @@ std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
   for (std::size_t start = 0; start < typed.size();) {
     std::size_t end = start;
     while (end < typed.size() && !std::isspace(static_cast<unsigned char>(typed[end]))) ++end;
-    if (end > start) pieces.push_back(typed.substr(start, end - start));
+    if (end > start) pieces.push_back(DrawerSearch::fold(std::string_view(typed).substr(start, end - start)));
     start = end + 1;
   }
+  const auto& rows = items.get();
   std::vector<AccessibleStatusItem> out;
-  for (const auto& item : items.get()) {
+  for (std::size_t index = 0; index < rows.size(); ++index) {
+    const auto& item = rows[index];
     if (tier != MenuBarAccessTier::all) {
       if (text::lowercased(item.ownerBundleID).starts_with("com.apple.")) continue;
       auto saved = savedTier(item.ownerBundleID);
@@ -389,7 +401,7 @@ std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
       if (!savedAsTier || savedAsTier == MenuBarAccessTier::all || *savedAsTier != tier) continue;
     }
     const bool matches = std::all_of(pieces.begin(), pieces.end(), [&](const std::string& piece) {
-      return DrawerSearch::rank(piece, item.ownerName, item.ownerBundleID).has_value();
+      return DrawerSearch::rankKey(piece, searchKeys_[index]).has_value();
     });
     if (matches) out.push_back(item);
   }

@@ -22,6 +22,7 @@
 #include "discovery/tracking/StatusItemManager.h"
 #include "permissions/AccessibilityPermission.h"
 #include "platform/Platform.h"
+#include "shelf/DrawerSearch.h"
 #include "shelf/MenuBarAccessEntry.h"
 #include "shelf/access/NativeStatusItemClick.h"
 #include "shelf/access/ShelfOperation.h"
@@ -128,6 +129,9 @@ class MenuBarAccessModel {
   StatusItemManager& catalog_;
   AccessibilityPermission& permission_;
   Subscription trustSubscription_;
+  // `items` in comparison form, rebuilt whenever the rows change, so typing only compares.
+  std::vector<DrawerSearch::SearchKey> searchKeys_;
+  Subscription itemsSubscription_;
   MainThreadChecker mainThread_;
   std::shared_ptr<platform::SerialQueue> scanQueue_;
   std::shared_ptr<platform::SerialQueue> actionQueue_;
