@@ -4,6 +4,7 @@
 
 #include "harness/ScenarioRunner.h"
 #include "harness/SimSession.h"
+#include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {
@@ -12,14 +13,25 @@ namespace {
 
 // The clock advances in steps this small while the collapse is watched.
 constexpr double kWatchStep = 0.05;
+// How long the normal expanded bar is given to settle before it is checked.
+constexpr double kShelfSettle = 1.0;
 
 std::optional<double> ownPosition(sim::SimDesktop& desktop, const char* autosaveName) {
   return desktop.defaults().getDouble(StatusBarController::preferredPositionKey(autosaveName));
 }
 
+// The system's engine stands verified once the system holds the list; the own separators once
+// their collapse was judged laid out.
+bool collapseConfirmed(const StatusBarController& controller) {
+  if (controller.hidingEngines().hidingEngine() == MenuBarHidingEngine::nativeAllowList) {
+    return controller.hidingEngines().nativeEngine().state() == NativeEngineState::active;
+  }
+  return !controller.cliffSearchInFlight() &&
+         controller.lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
+}
+
 bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* controller) {
-  return controller && !controller->isExpanded.get() && !controller->cliffSearchInFlight() &&
-         controller->lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut &&
+  return controller && !controller->isExpanded.get() && collapseConfirmed(*controller) &&
          collapseProblems(desktop).empty();
 }
 
@@ -30,7 +42,9 @@ std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
   const auto* toggle = desktop.ownItem(StatusBarController::toggleAutosaveName);
   const auto* separator = desktop.ownItem(StatusBarController::separatorAutosaveName);
   if (!toggle || !toggle->onScreen) problems.push_back("toggle off screen");
-  if (!separator || !separator->onScreen) problems.push_back("separator off screen");
+  // Under the system's allow-list the separators take no room and may stand anywhere.
+  const bool systemHides = desktop.simAssessmentMode().restriction().has_value();
+  if (!systemHides && (!separator || !separator->onScreen)) problems.push_back("separator off screen");
   if (desktop.menuTitlesDropped() > 0) {
     problems.push_back(std::to_string(desktop.menuTitlesDropped()) + " menu titles dropped");
   }
@@ -45,6 +59,19 @@ std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
     if (alwaysVisible == item->onScreen) continue;
     std::string who = desktop.bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName;
     problems.push_back(who + (alwaysVisible ? " (always visible) off screen" : " (hidden) on screen"));
+  }
+  return problems;
+}
+
+std::vector<std::string> shelfProblems(sim::SimDesktop& desktop) {
+  std::vector<std::string> problems;
+  auto deep = ownPosition(desktop, StatusBarController::alwaysHiddenAutosaveName);
+  if (!deep) return {"always-hidden separator has no stored position"};
+  for (const auto* item : desktop.allItems()) {
+    if (item->ownerPid == sim::kOwnPid || !item->onScreen) continue;
+    if (!item->preferredPosition || *item->preferredPosition <= *deep) continue;
+    problems.push_back(desktop.bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName +
+                       " (always hidden) on screen");
   }
   return problems;
 }
@@ -73,6 +100,9 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
     if (!result.verifiedAfter && controller && controller->collapseVerifiedAt()) {
       result.verifiedAfter = *controller->collapseVerifiedAt() - start;
     }
+    if (!result.verifiedAfter && controller && !controller->isExpanded.get() && collapseConfirmed(*controller)) {
+      result.verifiedAfter = session.now() - start;
+    }
     if (!settledAt && standsVerified(session.desktop(), controller)) settledAt = session.now() - start;
   }
   auto* controller = session.controller();
@@ -86,6 +116,11 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   result.timersRun = session.queue().executedCount() - timersBefore;
   result.timersPending = session.queue().pendingCount();
   result.defaults = session.desktop().simDefaults();
+  if (controller && result.settled) {
+    controller->expandBar(ExpandDepth::normal, Initiator::user);
+    session.runFor(kShelfSettle);
+    result.shelfProblems = shelfProblems(session.desktop());
+  }
   return result;
 }
 

@@ -18,6 +18,10 @@ namespace tarvolo::scenario {
 // wrong, empty when nothing is.
 std::vector<std::string> collapseProblems(sim::SimDesktop& desktop);
 
+// What is wrong with the normal expanded bar: every icon of the always-hidden zone must stay
+// off screen or undrawn.
+std::vector<std::string> shelfProblems(sim::SimDesktop& desktop);
+
 // How many log lines contain `needle`, counting from line `from`.
 int countLogLines(const sim::SimDesktop& desktop, const std::string& needle, std::size_t from = 0);
 
@@ -31,6 +35,8 @@ struct CollapseSettling {
   // Seconds from launch until the first verification judged the collapse laid out.
   std::optional<double> verifiedAfter;
   std::vector<std::string> problems;  // at the end of the run
+  // Once settled, the bar is expanded to the normal shelf: what is wrong with it then.
+  std::vector<std::string> shelfProblems;
   std::size_t timersRun = 0;
   std::size_t timersPending = 0;      // at the end of the run
   sim::SimDefaultsStore defaults;     // what Tarvolo stored, for a second launch

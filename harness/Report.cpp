@@ -11,6 +11,7 @@
 #include "harness/Scenario.h"
 #include "platform/sim/SimAccessibility.h"
 #include "discovery/tracking/StatusItemManager.h"
+#include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {
@@ -155,7 +156,19 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.menus = MenusState{.frontmost = desktop.frontmostBundleId(),
                          .width = desktop.frontmostMenusWidth(),
                          .titlesDropped = desktop.menuTitlesDropped()};
-  if (controller) bar.probes = controller->cliffProbesMade();
+  if (controller) {
+    bar.probes = controller->cliffProbesMade();
+    const auto& native = controller->hidingEngines().nativeEngine();
+    const auto presentation = native.presentation();
+    const auto& assessment = desktop.simAssessmentMode();
+    bar.hiding = HidingState{.engine = std::string(rawValue(controller->hidingEngines().hidingEngine())),
+                             .nativeState = std::string(rawValue(native.state())),
+                             .symbol = presentation.symbol,
+                             .badge = presentation.badge,
+                             .allowList = native.allowList(),
+                             .assertionsMade = static_cast<int>(assessment.assertions().size()),
+                             .assertionsActivated = assessment.activations()};
+  }
   const sim::SimDefaultsStore& store = desktop.simDefaults();
   auto read = [&store](const std::string& key) { return store.object(key); };
   bar.cache.cliff = decodeCliffRecord(read);
@@ -325,6 +338,18 @@ json toJson(const BarSnapshot& bar) {
                       {"userData", event.event.userData}});
   }
   out["postedEvents"] = std::move(posted);
+  if (bar.hiding) {
+    const HidingState& hiding = *bar.hiding;
+    out["hiding"] = {{"engine", hiding.engine},
+                     {"nativeState", hiding.nativeState},
+                     {"symbol", hiding.symbol},
+                     {"badge", hiding.badge ? json(*hiding.badge) : json(nullptr)},
+                     {"allowList", hiding.allowList ? json(*hiding.allowList) : json(nullptr)},
+                     {"assertionsMade", hiding.assertionsMade},
+                     {"assertionsActivated", hiding.assertionsActivated}};
+  } else {
+    out["hiding"] = nullptr;
+  }
   if (bar.autoCollapse) {
     const auto& timer = *bar.autoCollapse;
     out["autoCollapse"] = {{"armed", timer.armed},

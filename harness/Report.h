@@ -122,6 +122,17 @@ struct CollapseCacheState {
   std::map<std::string, double> perApp;  // "<screen key>\t<bundle id>" -> length
 };
 
+// Which engine hides the bar, as Tarvolo shows it, and what the system was asked to allow.
+struct HidingState {
+  std::string engine;       // "nativeAllowList" or "publicSpacer"
+  std::string nativeState;  // "unsupported", "ready", "activating", "active", "failed"
+  std::string symbol;
+  std::optional<std::string> badge;
+  std::optional<std::vector<std::string>> allowList;  // sorted; absent when nothing is restricted
+  int assertionsMade = 0;      // assertions the desktop was asked for
+  int assertionsActivated = 0;  // of which the system answered with success
+};
+
 // Auto-collapse: whether its timer runs, and what it last waited for.
 struct AutoCollapseState {
   bool armed = false;
@@ -174,6 +185,7 @@ struct BarSnapshot {
   std::optional<int> probes;  // cliff probes made since Tarvolo started; absent when it is not running
   CollapseCacheState cache;
   UiState ui;
+  std::optional<HidingState> hiding;  // absent when Tarvolo is not running
   // Absent while the shelf is not shown.
   std::optional<ShelfState> shelf;
   std::vector<ForeignMenuState> foreignMenus;  // oldest first

@@ -286,6 +286,26 @@ sim::SimAppSpec parseApp(const Field& field) {
   return app;
 }
 
+void parseAssessmentMode(const Field& field, sim::SimAssessmentModeSettings& mode) {
+  field.allowOnly({"offered", "activation", "activationDelay"});
+  if (auto value = field.optional("offered")) mode.offered = value->boolean();
+  if (auto value = field.optional("activationDelay")) mode.activationDelay = value->nonNegative();
+  if (auto value = field.optional("activation")) {
+    const std::string raw = value->string();
+    if (raw == "succeeds") {
+      mode.activation = sim::SimActivation::succeeds;
+    } else if (raw == "fails") {
+      mode.activation = sim::SimActivation::fails;
+    } else if (raw == "neverCompletes") {
+      mode.activation = sim::SimActivation::neverCompletes;
+    } else if (raw == "succeedsWithoutEffect") {
+      mode.activation = sim::SimActivation::succeedsWithoutEffect;
+    } else {
+      value->fail("unknown activation (expected succeeds, fails, neverCompletes or succeedsWithoutEffect)");
+    }
+  }
+}
+
 platform::ModifierFlags parseModifiers(const Field& field);
 
 // A key by name: "A"…"Z" (either case), "escape", or a virtual key code.
@@ -309,7 +329,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
                    "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
                    "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
                    "overflowChevronWidth", "sharedWindowItems", "takenHotkeys", "loginItemStatus",
-                   "loginItemNeedsApproval", "loginItemError", "postEventAccess"});
+                   "loginItemNeedsApproval", "loginItemError", "assessmentMode", "postEventAccess"});
   if (auto value = field.optional("takenHotkeys")) {
     for (const Field& element : value->array()) {
       element.allowOnly({"key", "modifiers"});
@@ -337,6 +357,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
   if (auto value = field.optional("loginItemNeedsApproval")) scenario.settings.loginItemNeedsApproval = value->boolean();
   if (auto value = field.optional("loginItemError")) scenario.settings.loginItemError = value->nonEmptyString();
   sim::SimSettings& settings = scenario.settings;
+  if (auto value = field.optional("assessmentMode")) parseAssessmentMode(*value, settings.assessmentMode);
   if (auto value = field.optional("accessibilityTrusted")) scenario.accessibilityTrusted = value->boolean();
   if (auto value = field.optional("frameLatency")) settings.frameLatency = value->nonNegative();
   if (auto value = field.optional("systemItemsWidth")) settings.systemItemsWidth = value->nonNegative();

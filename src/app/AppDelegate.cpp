@@ -8,6 +8,7 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/SystemActions.h"
 #include "localization/LocalizationManager.h"
+#include "native/engine/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 
@@ -78,6 +79,8 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
 
 void AppDelegate::applicationWillTerminate() {
   if (environment_) environment_->hotkeys().unregisterHotkeys();
+  // Nothing may stay hidden by the system once the app has gone.
+  if (environment_) environment_->nativeVisibilityEngine().expand();
   platform_.logSink().writeStandardOutput(exitBanner);
 }
 

@@ -7,6 +7,8 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
+#include "native/SystemStatusPresentation.h"
+#include "native/engine/NativeVisibilityEngine.h"
 #include "shelf/access/MenuBarAccessController.h"
 #include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
@@ -45,6 +47,11 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
       .catalog = *statusItemManager_,
       .localization = *localization_,
   });
+  // Loads the framework once, before anything asks whether the system can hide.
+  nativeVisibilityEngine_ = std::make_unique<NativeVisibilityEngine>(NativeVisibilityEngine::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+  });
   launchAtLogin_ = std::make_unique<LaunchAtLogin>(platform_.loginItems(), platform_.system());
   // The chord may fire before the controller exists; it is looked up when it does.
   hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManager::Dependencies{
@@ -70,6 +77,7 @@ AppEnvironment::~AppEnvironment() {
   newAppLaunchCenter_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
+  nativeVisibilityEngine_.reset();
   statusItemManager_.reset();
   placementLedger_.reset();
   accessibilityPermission_.reset();
@@ -85,6 +93,7 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .workspaceCenter = workspaceCenter_,
         .catalog = *statusItemManager_,
         .localization = *localization_,
+        .nativeEngine = *nativeVisibilityEngine_,
     });
     iconShelf_ = std::make_unique<MenuBarAccessController>(MenuBarAccessController::Dependencies{
         .platform = platform_,
@@ -92,7 +101,7 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .bar = *statusBarController_,
         .localization = *localization_,
         .defaultCenter = defaultCenter_,
-        .systemSymbol = nullptr,
+        .systemSymbol = &SystemStatusPresentations::symbol,
         .permission = *accessibilityPermission_,
     });
     statusBarController_->setIconShelf(iconShelf_.get());
@@ -193,9 +202,10 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   behaviour.hotkeyConflict = [&hotkeys] { return hotkeys.conflictMessage.get(); };
   behaviour.beginHotkeyRecording = [&hotkeys] { hotkeys.beginRecording(); };
   behaviour.cancelHotkeyRecording = [&hotkeys] { hotkeys.recording = false; };
-  // The native engine is not part of this build; every always-visible choice goes through the
-  // guide.
-  behaviour.nativeEngineAvailable = [] { return false; };
+  // While the system hides by allow-list a zone is only a list entry, so every choice applies at
+  // once; with the own separators an always-visible choice goes through the guide.
+  NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
+  behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
   return behaviour;
 }
 

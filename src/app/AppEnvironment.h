@@ -18,6 +18,7 @@ class FirstLaunchCoachController;
 class LocalizationManager;
 class MenuBarAccessController;
 class MenuBarPlacementLedger;
+class NativeVisibilityEngine;
 class NewAppLaunchCenter;
 class PlacementGuideController;
 class PreferencesController;
@@ -48,6 +49,7 @@ class AppEnvironment {
   AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
+  NativeVisibilityEngine& nativeVisibilityEngine() { return *nativeVisibilityEngine_; }
   NewAppLaunchCenter& newAppLaunchCenter() { return *newAppLaunchCenter_; }
   // Null until start-up step 6.
   StatusBarController* statusBarController() { return statusBarController_.get(); }
@@ -73,6 +75,7 @@ class AppEnvironment {
   std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
+  std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;

@@ -17,6 +17,7 @@
 #include "base/Geometry.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
+#include "platform/AssessmentMode.h"
 #include "platform/AXElement.h"
 #include "platform/IconShelfPanel.h"
 #include "platform/FirstLaunchCoachWindow.h"
@@ -496,6 +497,7 @@ class Platform {
   virtual SystemInfo& system() = 0;
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
+  virtual AssessmentMode& assessmentMode() = 0;
   // A new serial background queue; destroying it cancels what has not started.
   virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) = 0;
   virtual HotkeyService& hotkeys() = 0;

@@ -1,4 +1,5 @@
-// What the controller's companions (auto-collapse, frontmost tracking, order repair) ask of it.
+// What the controller's companions (auto-collapse, frontmost tracking, order repair, the hiding
+// engine switch) ask of it.
 
 #include "base/Log.h"
 #include "statusbar/StatusBarController.h"
@@ -49,6 +50,29 @@ void StatusBarController::orderRepairFinished(bool inOrder) {
   // What the wrong order made the bar say no longer holds.
   platform_.userInterface().dismissNotice("collapseStayExpanded");
   platform_.userInterface().dismissNotice("foldingIneffective");
+}
+
+// --- the hiding engine switch ----------------------------------------------------------------
+
+void StatusBarController::systemStateChanged() {
+  hiding_.expandIfAvailable();
+  scheduleApply();
+  scheduleOrderRepairCheck();
+}
+
+// The system's engine failed for the run: a collapsed bar collapses again, with the own
+// separators and everything their collapse involves (search, verification, recovery).
+void StatusBarController::nativeAvailabilityChanged() {
+  if (currentPresentation() != MenuBarPresentation::collapsed || hiding_.nativeAvailable()) return scheduleApply();
+  collapseBar(CollapseReason::nativeFallback);
+}
+
+void StatusBarController::recreateOwnItemsForSystemEngine() {
+  items_.removeOwnItems();
+  items_.seedPreferredPositions();
+  items_.createOwnItems(currentPresentation(), itemActions(),
+                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
+  scheduleApply();
 }
 
 }  // namespace tarvolo

@@ -41,6 +41,9 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                .workspaceCenter = dependencies.workspaceCenter,
                .items = items_,
                .host = *this}),
+      hiding_({.engine = dependencies.nativeEngine,
+               .items = items_,
+               .expandedSeparatorLength = expandedSeparatorLength_}),
       campaign_(dependencies.platform.mainQueue(), *this),
       autoCollapse_(dependencies.platform, *this),
       frontmost_(dependencies.platform, *this),
@@ -50,6 +53,7 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       recreateItemsWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
+  hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItemsForSystemEngine));
   items_.seedPreferredPositions();
   items_.createOwnItems(currentPresentation(), itemActions(),
                         [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
@@ -106,6 +110,7 @@ void StatusBarController::companionAfterOwnItem(OwnStatusItems::Item created) {
                                             OwnStatusItems::alwaysHiddenAutosaveName);
       return;
     case OwnStatusItems::Item::alwaysHiddenSeparator:
+      engine_.installHiddenPlaceholder(OwnStatusItems::alwaysHiddenAutosaveName);
       return;
   }
 }
@@ -124,7 +129,7 @@ void StatusBarController::subscribe() {
       center.addObserver(Notifications::menuBarCatalogDidChange, onMain(&StatusBarController::scheduleApply)));
   cancellables_.push_back(center.addObserver(Notifications::applicationDidChangeScreenParameters,
                                              onMain(&StatusBarController::screenParametersChanged)));
-  auto wokeOrMoved = onMainQueue(queue, calling(weak(), &StatusBarController::wakeOrSpaceChanged));
+  auto wokeOrMoved = onMainQueue(queue, calling(weak(), &StatusBarController::systemStateChanged));
   cancellables_.push_back(workspace.addObserver(Notifications::workspaceDidWake, wokeOrMoved));
   cancellables_.push_back(workspace.addObserver(Notifications::activeSpaceDidChange, wokeOrMoved));
   cancellables_.push_back(workspace.addObserver(
@@ -149,16 +154,16 @@ void StatusBarController::subscribe() {
         self.menuTrackingCount_ = std::max(0, self.menuTrackingCount_ - 1);
       })));
   cancellables_.push_back(center.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
-                                             onMain(&StatusBarController::scheduleApply)));
+                                             onMain(&StatusBarController::nativeAvailabilityChanged)));
   cancellables_.push_back(center.addObserver(Notifications::appLanguageDidChange,
                                              onMain(&StatusBarController::updateLanguageStrings)));
 }
 
-void StatusBarController::screenParametersChanged() { engine_.screenParametersChanged(); }
-
-void StatusBarController::wakeOrSpaceChanged() {
+void StatusBarController::screenParametersChanged() {
+  if (!hiding_.nativeAvailable()) return engine_.screenParametersChanged();
+  pruneCollapseLengthsToConnectedScreens();
+  hiding_.expandIfAvailable();
   scheduleApply();
-  scheduleOrderRepairCheck();
 }
 
 // --- start-up ----------------------------------------------------------------------------------
@@ -291,7 +296,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   }
   // Guard 2: with the own items out of order a collapse would hide the wrong icons.
   auto order = readAlwaysVisibleAnchor();
-  if (Policy::shouldWithholdCollapse(false, order)) {
+  if (Policy::shouldWithholdCollapse(hiding_.nativeAvailable(), order)) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
     stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
@@ -320,6 +325,8 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   applyVisibilityNow();
   if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
   autoCollapse_.barCollapsed();
+  // The system hides by list: no length to remember, search or recover.
+  if (hiding_.nativeAvailable()) return;
   recordCollapseLength(length, frontmost, false, std::nullopt);
   beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
   engine_.cliff().startCliffSearchIfNeeded();
@@ -549,9 +556,10 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
   auto frontmost = frontmostBundleID();
   auto& catalog = catalog_;
+  const auto hidingEngine = hiding_.hidingEngine();
   auto plan = Policy::plan({
       .apps = catalog.trackedApps(),
-      .engine = MenuBarHidingEngine::publicSpacer,
+      .engine = hidingEngine,
       .presentation = presentation,
       .expandedLength = expandedSeparatorLength_,
       .collapsedLength = collapseLength(frontmost),
@@ -560,6 +568,12 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
       .publicCollapseSizing = sizing,
       .hiddenDividerDistance = engine_.shelf().dividerDistance(),
   });
+  if (hidingEngine == MenuBarHidingEngine::nativeAllowList) {
+    hiding_.apply(plan, Policy::usesPhysicalDividers(true, manualPlacement_, false), std::move(completion));
+    lastAppliedNormal_ = items_.separatorLength();
+    lastAppliedHidden_ = items_.alwaysHiddenSeparatorLength();
+    return publishFoldingEffective();
+  }
   auto shelfCap = engine_.shelf().shelfHiddenCap();
   if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
     plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfCap);
@@ -583,6 +597,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   items_.styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
   items_.styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
   engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
+  engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
   publishFoldingEffective();
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
   if (presentation == MenuBarPresentation::shelfExpanded &&
@@ -601,7 +616,7 @@ void StatusBarController::publishFoldingEffective() {
   // verification.
   if (auto order = readAlwaysVisibleAnchor()) alwaysVisibleAnchorReady = *order;
   foldingEffective = Policy::foldingIsEffective({
-      .nativeEngineAvailable = false,
+      .nativeEngineAvailable = hiding_.nativeAvailable(),
       .anchorReady = alwaysVisibleAnchorReady.get(),
       .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
       .collapseLength = collapseLength(frontmostBundleID()),
@@ -667,6 +682,7 @@ void StatusBarController::dropToNormalExpandedShelf() {
 
 void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string> bundleID) {
   menuBarMembershipChangedAt_ = platform_.clock().now();
+  hiding_.expandIfAvailable();
   if (bundleID) {
     const std::string lowered = text::lowercased(*bundleID);
     clearCollapseBudget(lowered);

@@ -17,6 +17,7 @@
 #include "platform/Platform.h"
 #include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"
+#include "statusbar/HidingEngineSwitch.h"
 #include "statusbar/IconShelfPresenter.h"
 #include "statusbar/FrontmostTracker.h"
 #include "statusbar/OwnOrderRepair.h"
@@ -30,6 +31,7 @@
 namespace tarvolo {
 
 class LocalizationManager;
+class NativeVisibilityEngine;
 class NotificationCenter;
 class StatusItemManager;
 
@@ -60,6 +62,7 @@ class StatusBarController final : private CollapseHost,
     NotificationCenter& workspaceCenter;
     StatusItemManager& catalog;
     LocalizationManager& localization;
+    NativeVisibilityEngine& nativeEngine;
   };
 
   // What the state machine asks of the windows built after it: Preferences and the guide.
@@ -158,6 +161,7 @@ class StatusBarController final : private CollapseHost,
   // --- the own items and the collapse-length engine, which own what follows
   const OwnStatusItems& ownItems() const { return items_; }
   const CollapseEngine& collapseEngine() const { return engine_; }
+  const HidingEngineSwitch& hidingEngines() const { return hiding_; }
   SeparatorMeasurement measureSeparator(double requestedLength) const {
     return items_.measureSeparator(requestedLength);
   }
@@ -230,7 +234,10 @@ class StatusBarController final : private CollapseHost,
   void companionAfterOwnItem(OwnStatusItems::Item created);
   void subscribe();
   void screenParametersChanged();
-  void wakeOrSpaceChanged();
+  // Wake, space change: the system's engine lets everything back before the list is handed over again.
+  void systemStateChanged();
+  void nativeAvailabilityChanged();
+  void recreateOwnItemsForSystemEngine();
   void updateLanguageStrings();
   void scheduleFoldingCheck();
   // StartupCollapseCampaign::Host
@@ -287,6 +294,7 @@ class StatusBarController final : private CollapseHost,
   const double expandedSeparatorLength_ = MenuBarVisibilityPolicy::defaultExpandedSeparatorLength;
   OwnStatusItems items_;
   CollapseEngine engine_;
+  HidingEngineSwitch hiding_;
   StartupCollapseCampaign campaign_;
   IconShelfPresenter* shelf_ = nullptr;
   AutoCollapse autoCollapse_;

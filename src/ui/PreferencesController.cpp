@@ -183,12 +183,15 @@ void PreferencesController::pickZone(const std::string& bundleId, const std::str
   const bool native = behaviour_.nativeEngineAvailable && behaviour_.nativeEngineAvailable();
   MenuBarLog::log(LogLine("preferences zone").add("bundle", item->bundleId).add("zone", zone).add("native", native));
   if (PlacementPolicy::clickAssignsTier(native, zone)) {
-    catalog_.setCategory(item->bundleId, *category);
+    // Setting the category rebuilds the catalogue, and `item` with it.
+    const std::string bundle = item->bundleId;
+    const std::string name = item->name;
+    catalog_.setCategory(bundle, *category);
     // Folding away an icon that was confirmed always visible retires that confirmation.
-    if (*category != ItemCategory::alwaysVisible && ledger_.confirmedCategory(item->bundleId)) {
-      ledger_.confirm(item->bundleId, *category);
+    if (*category != ItemCategory::alwaysVisible && ledger_.confirmedCategory(bundle)) {
+      ledger_.confirm(bundle, *category);
     }
-    toast_ = formatText(tr("toast_item_category_set"), {item->name, tr(titleKey(*category))});
+    toast_ = formatText(tr("toast_item_category_set"), {name, tr(titleKey(*category))});
     refresh();
     return;
   }

@@ -89,6 +89,10 @@ std::optional<double> CollapseLengthCache::knownGoodGap(std::string_view screen)
   return lookup(knownGoodGapByScreen, std::string(screen));
 }
 
+std::optional<double> CollapseLengthCache::searchGap(std::string_view screen) const {
+  return lookup(searchGapByScreen, std::string(screen));
+}
+
 double CollapseLengthCache::lengthForCollapse(std::string_view screen, std::string_view bundleID,
                                               double lowerBound) const {
   if (auto perAppLength = length(screen, bundleID)) return *perAppLength;
@@ -115,13 +119,21 @@ void CollapseLengthCache::recordGap(std::string_view screen, double gap) {
   knownGoodGapByScreen[std::string(screen)] = gap;
 }
 
+void CollapseLengthCache::recordSearchGap(std::string_view screen, double gap) {
+  if (!(gap >= 0)) return;
+  searchGapByScreen[std::string(screen)] = gap;
+}
+
 void CollapseLengthCache::forget(std::string_view screen, std::string_view bundleID) {
   const std::string pair = key(screen, bundleID);
   perApp.erase(pair);
   knownGoodMaxByApp.erase(pair);
 }
 
-void CollapseLengthCache::forgetGap(std::string_view screen) { knownGoodGapByScreen.erase(std::string(screen)); }
+void CollapseLengthCache::forgetGap(std::string_view screen) {
+  knownGoodGapByScreen.erase(std::string(screen));
+  searchGapByScreen.erase(std::string(screen));
+}
 
 void CollapseLengthCache::discardLengthsThatHideNothing() {
   eraseLengthsThatHideNothing(perApp);
@@ -134,6 +146,7 @@ void CollapseLengthCache::prune(const std::vector<std::string>& keeping) {
   keepScreens(knownGoodMinByScreen, keeping);
   keepScreens(knownGoodMaxByApp, keeping);
   keepScreens(knownGoodGapByScreen, keeping);
+  keepScreens(searchGapByScreen, keeping);
 }
 
 std::optional<CliffRecord> screenCliffAfterSearch(const std::optional<CliffRecord>& previous,
@@ -202,6 +215,7 @@ DefaultsWrites encodePerAppLengths(const CollapseLengthCache& lengths, const std
           {cliffMinGoodDefaultsKey, lengthDictionaryUnlessEmpty(lengths.knownGoodMinByScreen)},
           {cliffMaxGoodDefaultsKey, lengthDictionaryUnlessEmpty(lengths.knownGoodMaxByApp)},
           {cliffGoodGapDefaultsKey, lengthDictionaryUnlessEmpty(lengths.knownGoodGapByScreen)},
+          {cliffSearchGapDefaultsKey, lengthDictionaryUnlessEmpty(lengths.searchGapByScreen)},
           {cliffMenuLimitedDefaultsKey,
            DefaultsValue::fromStrings(std::vector<std::string>(menuLimitedKeys.begin(), menuLimitedKeys.end()))}};
 }
@@ -230,14 +244,15 @@ std::map<std::string, double> decodeLengthMap(const std::optional<DefaultsValue>
   return map;
 }
 
-std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored) {
+std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored,
+                                                   MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
   // A length longer than its screen's tail ceiling was learnt on a wider screen under the same key.
   constexpr double ceilingTolerance = 0.5;
   std::map<std::string, double> restored;
   for (const auto& [key, length] : stored) {
     auto width = CollapseLengthCache::screenWidth(CollapseLengthCache::screenPart(key));
     if (!width || !MenuBarVisibilityPolicy::collapseLengthHidesIcons(length)) continue;
-    if (length > MenuBarVisibilityPolicy::collapseTailCeiling(*width) + ceilingTolerance) continue;
+    if (length > MenuBarVisibilityPolicy::collapseTailCeiling(*width, sizing) + ceilingTolerance) continue;
     restored.emplace(key, length);
   }
   return restored;
@@ -257,13 +272,17 @@ std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read) {
   return record;
 }
 
-PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read) {
+PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read,
+                                               MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
   PersistedCollapseLengths state;
   state.cliffRecord = decodeCliffRecord(read);
-  state.perAppLengths.perApp = restoredPerAppLengths(decodeLengthMap(read(cliffPerAppDefaultsKey)));
+  state.perAppLengths.perApp = restoredPerAppLengths(decodeLengthMap(read(cliffPerAppDefaultsKey)), sizing);
   state.perAppLengths.knownGoodMinByScreen = decodeLengthMap(read(cliffMinGoodDefaultsKey));
   state.perAppLengths.knownGoodMaxByApp = decodeLengthMap(read(cliffMaxGoodDefaultsKey));
   state.perAppLengths.knownGoodGapByScreen = decodeLengthMap(read(cliffGoodGapDefaultsKey));
+  for (const auto& [screen, gap] : decodeLengthMap(read(cliffSearchGapDefaultsKey))) {
+    state.perAppLengths.recordSearchGap(screen, gap);
+  }
   state.menuLimitedKeys = decodeStringSet(read(cliffMenuLimitedDefaultsKey));
   state.foldTailByPair = decodeLengthMap(read(cliffFoldTailDefaultsKey));
   state.foldTailBaseByPair = decodeLengthMap(read(cliffFoldTailBaseDefaultsKey));

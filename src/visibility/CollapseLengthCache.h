@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/DefaultsValue.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
 
@@ -19,6 +20,9 @@ struct CollapseLengthCache {
   std::map<std::string, double> knownGoodMinByScreen;  // screen key -> shortest verified length
   std::map<std::string, double> knownGoodMaxByApp;     // per-app key -> longest verified length
   std::map<std::string, double> knownGoodGapByScreen;  // screen key -> gap seen with a verified collapse
+  // Screen key -> gap a search read that stopped at the menus, so wrote no screen record; the
+  // only keeper of a gap of 0 (no always-visible icons) when the verified gaps leave it out.
+  std::map<std::string, double> searchGapByScreen;
 
   // "<screen key>\t<lower-cased bundle id>".
   static std::string key(std::string_view screen, std::string_view bundleID);
@@ -32,6 +36,7 @@ struct CollapseLengthCache {
   std::optional<double> knownGoodMin(std::string_view screen) const;
   std::optional<double> knownGoodMax(std::string_view screen, std::string_view bundleID) const;
   std::optional<double> knownGoodGap(std::string_view screen) const;
+  std::optional<double> searchGap(std::string_view screen) const;
   double lengthForCollapse(std::string_view screen, std::string_view bundleID, double lowerBound) const;
 
   struct RecordInput {
@@ -43,8 +48,11 @@ struct CollapseLengthCache {
   void record(const RecordInput& input);
   // Only positive gaps are kept.
   void recordGap(std::string_view screen, double gap);
+  // Gaps of 0 and more; a negative one was never read.
+  void recordSearchGap(std::string_view screen, double gap);
   // Drops the pair's length and its verified maximum.
   void forget(std::string_view screen, std::string_view bundleID);
+  // Forgets both the verified and the search's gap.
   void forgetGap(std::string_view screen);
   void discardLengthsThatHideNothing();
   // Keeps only entries filed under one of the given screen keys.
@@ -81,6 +89,7 @@ inline constexpr const char* cliffMinGoodDefaultsKey = "com.ostrand.tarvolo.clif
 inline constexpr const char* cliffMaxGoodDefaultsKey = "com.ostrand.tarvolo.cliff.maxGood";
 inline constexpr const char* cliffGoodGapDefaultsKey = "com.ostrand.tarvolo.cliff.goodGap";
 inline constexpr const char* cliffMenuLimitedDefaultsKey = "com.ostrand.tarvolo.cliff.menuLimited";
+inline constexpr const char* cliffSearchGapDefaultsKey = "com.ostrand.tarvolo.cliff.searchGap";
 inline constexpr const char* cliffFoldTailDefaultsKey = "com.ostrand.tarvolo.cliff.foldTail";
 inline constexpr const char* cliffFoldTailBaseDefaultsKey = "com.ostrand.tarvolo.cliff.foldTailBase";
 
@@ -113,9 +122,13 @@ DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state);
 // A dictionary of lengths; entries that are not finite numbers are skipped.
 std::map<std::string, double> decodeLengthMap(const std::optional<DefaultsValue>& stored);
 // Only lengths that hide something and fit under their screen's tail ceiling survive a relaunch.
-std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored);
+std::map<std::string, double> restoredPerAppLengths(
+    const std::map<std::string, double>& stored,
+    MenuBarVisibilityPolicy::PublicCollapseSizing sizing = MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion);
 std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read);
 // Reads back everything; a corrupt entry is skipped without losing its neighbours.
-PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read);
+PersistedCollapseLengths decodeCollapseLengths(
+    const DefaultsReader& read,
+    MenuBarVisibilityPolicy::PublicCollapseSizing sizing = MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion);
 
 }  // namespace tarvolo

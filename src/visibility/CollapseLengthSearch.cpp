@@ -14,6 +14,12 @@ CollapseLengthSearch CollapseLengthSearch::starting(double upperBound, std::opti
 
 std::optional<double> CollapseLengthSearch::nextProbe() const {
   if (isFinished()) return std::nullopt;
+  if (menusMeetLength) {
+    for (double aim : {*menusMeetLength - collapseLengthSafetyMargin, *menusMeetLength + collapseLengthSafetyMargin}) {
+      const double probe = std::floor(aim);
+      if (probe > low && probe < high) return probe;
+    }
+  }
   return std::floor((low + high) / 2);
 }
 

@@ -21,12 +21,17 @@ struct CollapseLengthSearch {
   double precision = collapseSearchPrecision;
   bool hitMenus = false;
   bool hitEjection = false;
+  // The length whose far edge meets the frontmost app's menus, where the system tells where
+  // they end. Probes aim just short of it and just past it before bisecting; the verdicts still
+  // move the bracket.
+  std::optional<double> menusMeetLength;
 
   // A new search below `upperBound`. A floor already proven to hide becomes the low end.
   static CollapseLengthSearch starting(double upperBound, std::optional<double> floor);
 
   bool isFinished() const { return high - low <= precision; }
-  // The next length to try; absent once the search is finished.
+  // The next length to try; absent once the search is finished. An aim inside the open bracket
+  // goes first; otherwise the bracket's middle.
   std::optional<double> nextProbe() const;
   CollapseLengthSearch advancing(SeparatorLayoutVerdict verdict, double probe) const;
   // The application menus, not the system, set the limit.

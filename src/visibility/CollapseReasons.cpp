@@ -12,6 +12,7 @@ std::string_view rawValue(CollapseReason reason) {
     case CollapseReason::cliffRetry: return "cliff-retry";
     case CollapseReason::iconShelfDiscovery: return "icon-shelf-discovery";
     case CollapseReason::shelfTimeout: return "shelf-timeout";
+    case CollapseReason::nativeFallback: return "native-fallback";
     case CollapseReason::iconShelfMenu: return "icon-shelf-menu";
     case CollapseReason::placementGuide: return "placement-guide";
   }

@@ -14,6 +14,7 @@ enum class CollapseReason {
   cliffRetry,          // "cliff-retry": a new search campaign after the previous one gave up
   iconShelfDiscovery,  // "icon-shelf-discovery": the shelf has read the hidden items
   shelfTimeout,        // "shelf-timeout": the auto-collapse delay ran out
+  nativeFallback,      // "native-fallback": the system's engine failed; the own separators take over
   iconShelfMenu,       // "icon-shelf-menu": a menu the shelf opened has closed
   placementGuide,      // "placement-guide": the guide is over and hides what it showed
 };

@@ -15,7 +15,7 @@ std::optional<double> collapseTailExtra(const CollapseTailExtraInput& in) {
   if (in.menuLimited) return std::nullopt;
   const double uncovered = in.separatorLeading - in.menusRight - in.slack;
   if (!(uncovered > meaningfulPoint) || in.upperBound - in.margin > in.length) return std::nullopt;
-  const double room = MenuBarVisibilityPolicy::collapseTailCeiling(in.screenWidth) - in.length;
+  const double room = MenuBarVisibilityPolicy::collapseTailCeiling(in.screenWidth, in.sizing) - in.length;
   if (room < meaningfulPoint) return std::nullopt;
   return std::min(room, uncovered);
 }
@@ -23,7 +23,7 @@ std::optional<double> collapseTailExtra(const CollapseTailExtraInput& in) {
 double rememberedFoldTail(const RememberedFoldTailInput& in) {
   if (in.tailRejected || in.menuLimited || !in.storedTail) return in.preferredLength;
   const double tail = *in.storedTail;
-  const bool fitsScreen = tail <= MenuBarVisibilityPolicy::collapseTailCeiling(in.screenWidth) + ceilingTolerance;
+  const bool fitsScreen = tail <= MenuBarVisibilityPolicy::collapseTailCeiling(in.screenWidth, in.sizing) + ceilingTolerance;
   if (MenuBarVisibilityPolicy::collapseLengthHidesIcons(tail) && fitsScreen && tail >= in.preferredLength) return tail;
   return in.preferredLength;
 }
@@ -103,3 +103,22 @@ bool collapsedReadingConfirms(std::optional<bool> current, const Placement& plac
 }
 
 }  // namespace tarvolo::FoldPlaceholderPolicy
+
+namespace tarvolo::HiddenPlaceholderPolicy {
+
+bool isActive(int majorVersion) {
+  return MenuBarVisibilityPolicy::collapseUsesStatusRegionCliff(majorVersion) ==
+         MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion;
+}
+
+double shelfLength(const LengthInput& in) {
+  const double toEdge = in.hiddenLeadingEdge - in.screenMinX;
+  if (toEdge <= 0) return 0;
+  if (toEdge + overshoot <= in.cap) return std::floor(toEdge + overshoot);
+  if (!in.menusRight) return 0;
+  const double room = std::floor(in.hiddenLeadingEdge - *in.menusRight - FoldPlaceholderPolicy::chevronAllowance -
+                                 FoldPlaceholderPolicy::safetyMargin);
+  return room > 0 ? std::min(in.cap, room) : 0;
+}
+
+}  // namespace tarvolo::HiddenPlaceholderPolicy

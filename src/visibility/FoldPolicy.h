@@ -18,6 +18,7 @@ struct CollapseTailExtraInput {
   bool menuLimited = false;
   double slack = 0;
   double margin = 0;
+  PublicCollapseSizing sizing = PublicCollapseSizing::statusRegion;
 };
 
 // The length to add to a collapse whose separator stops short of the menus; absent when no
@@ -30,6 +31,7 @@ struct RememberedFoldTailInput {
   bool tailRejected = false;
   bool menuLimited = false;
   double screenWidth = 0;
+  PublicCollapseSizing sizing = PublicCollapseSizing::statusRegion;
 };
 
 // The length to collapse to, with a remembered fold tail where one still applies.
@@ -47,6 +49,28 @@ struct UnderfoldShouldSearchInput {
 bool underfoldShouldSearch(const UnderfoldShouldSearchInput& input);
 
 }  // namespace tarvolo::MenuBarVisibilityPolicy
+
+// The status item left of the always-hidden separator, lengthened in the normal expanded state.
+namespace tarvolo::HiddenPlaceholderPolicy {
+
+inline constexpr std::string_view autosaveName = "tarvolo_hidden_placeholder";
+// How far past the screen's left edge the far edge is aimed, to clear every menu title.
+inline constexpr double overshoot = 8;
+
+// Only where the system drops items of half the display's width.
+bool isActive(int majorVersion);
+
+struct LengthInput {
+  double hiddenLeadingEdge = 0;  // the lengthened always-hidden separator's far edge
+  double screenMinX = 0;
+  std::optional<double> menusRight;
+  double cap = 0;  // the longest length the system lays out
+};
+// Reaches past the screen's left edge when it can, else stops short of the menus; 0 when the
+// separator already reaches them or nothing is known of where they end.
+double shelfLength(const LengthInput& input);
+
+}  // namespace tarvolo::HiddenPlaceholderPolicy
 
 // The small status item that sits beside the fold and is lengthened on collapse.
 namespace tarvolo::FoldPlaceholderPolicy {

@@ -237,6 +237,33 @@ double collapseProbeCeiling(double screenWidth, double arrowFacingEdge, double s
   return base;
 }
 
+double collapseSearchUpperBound(double screenWidth, PublicCollapseSizing sizing) {
+  switch (sizing) {
+    case PublicCollapseSizing::legacy:
+      return legacyCollapsedSeparatorLength(screenWidth);
+    case PublicCollapseSizing::statusRegion:
+      return collapseSearchUpperBound(screenWidth);
+  }
+  return collapseSearchUpperBound(screenWidth);
+}
+
+double collapseTailCeiling(double screenWidth, PublicCollapseSizing sizing) {
+  switch (sizing) {
+    case PublicCollapseSizing::legacy:
+      return legacyCollapsedSeparatorLength(screenWidth);
+    case PublicCollapseSizing::statusRegion:
+      return collapseTailCeiling(screenWidth);
+  }
+  return collapseTailCeiling(screenWidth);
+}
+
+double collapseProbeCeiling(const CollapseProbeCeilingInput& in) {
+  const double base = collapseSearchUpperBound(in.screenWidth, in.sizing);
+  const double room = in.arrowFacingEdge - in.screenMinX - probeEdgeSlack;
+  if (room < base && room >= smallestProbeRoom) return room;
+  return base;
+}
+
 bool collapseLengthHidesIcons(double length) { return length > collapseSearchLowerBound; }
 
 bool usesPhysicalDividers(bool nativeEngineAvailable, bool manualPlacement, bool hasPlacementHighlight) {

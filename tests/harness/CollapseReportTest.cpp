@@ -72,11 +72,20 @@ TEST(CollapseReport, ShowsTheMenusTheProbesAndTheStoredLengths) {
   ASSERT_TRUE(out["probes"].is_number_integer());
   EXPECT_GT(out["probes"].get<int>(), 0);
   EXPECT_LE(out["probes"].get<int>(), 24);
-  const json& cliff = out["cache"]["cliff"];
+  // Before macOS 27 the search runs to the menus: the length is the app's, not the screen's.
+  const std::string pair = "1470x956@0,0\tcom.example.browser";
+  EXPECT_EQ(out["cache"]["cliff"], nullptr);
+  ASSERT_TRUE(out["cache"]["perApp"][pair].is_number());
+  EXPECT_EQ(out["defaults"]["com.ostrand.tarvolo.cliff.perApp"][pair], out["cache"]["perApp"][pair]);
+  EXPECT_EQ(out["defaults"]["com.ostrand.tarvolo.cliff.menuLimited"], json::array({pair}));
+
+  // From 27 the system's half-width limit is the screen's cliff.
+  json newer = json::parse(toJson(runScenario(loadCorpusDesktop("laptop-16-os27-crowded"))).dump());
+  const json& cliff = newer["cache"]["cliff"];
   ASSERT_TRUE(cliff.is_object());
-  EXPECT_EQ(cliff["screen"], "1470x956@0,0");
-  EXPECT_EQ(out["cache"]["perApp"]["1470x956@0,0\tcom.example.browser"], cliff["length"]);
-  EXPECT_EQ(out["defaults"]["com.ostrand.tarvolo.cliff.length"], cliff["length"]);
+  EXPECT_EQ(cliff["screen"], "1728x1117@0,0");
+  EXPECT_EQ(newer["cache"]["perApp"]["1728x1117@0,0\tcom.example.editor"], cliff["length"]);
+  EXPECT_EQ(newer["defaults"]["com.ostrand.tarvolo.cliff.length"], cliff["length"]);
 }
 
 // The report reads the bar as it stands: a long item among the titles shows as titles dropped.

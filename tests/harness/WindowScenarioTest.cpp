@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
+#include <optional>
 #include <string>
 
 #include "harness/Corpus.h"
@@ -111,6 +113,81 @@ TEST(WindowScenarioTest, TextPlaceholdersTakeArgumentsInTurnOrByNumber) {
   EXPECT_EQ(formatText("%2$@ has %1$d", {"3", "Slack"}), "Slack has 3");
   EXPECT_EQ(formatText("%d sec, 100%%", {"8"}), "8 sec, 100%");
   EXPECT_EQ(formatText("%@ and %@", {"a"}), "a and ");
+}
+
+// Picking "always visible" from the Icons tab: with the system's allow-list the choice is only a
+// list entry and applies at once; with the own separators only a drag can seat the icon.
+Report pickAlwaysVisible(int osMajor) {
+  json document = {
+      {"os", {{"major", osMajor}}},
+      {"screens", {{{"width", 1920}, {"height", 1080}}}},
+      {"apps",
+       {{{"bundleId", "com.microsoft.VSCode"}, {"name", "Code"}, {"menusWidth", 520}},
+        {{"bundleId", "com.spotify.client"}, {"name", "Spotify"}, {"items", {{{"width", 36}, {"position", 330}}}}}}},
+      {"frontmost", "com.microsoft.VSCode"},
+      {"arguments", {"-p"}},
+      {"settings", {{"assessmentMode", {{"offered", true}}}}},
+      {"defaults",
+       {{"com.ostrand.tarvolo.onboarding.v1", true},
+        {"NSStatusItem Preferred Position tarvolo_toggle", 140},
+        {"NSStatusItem Preferred Position tarvolo_separator", 240},
+        {"NSStatusItem Preferred Position tarvolo_always_hidden_separator", 480}}},
+      {"steps",
+       {{{"at", 3}, {"preferencesTab", "items"}},
+        {{"at", 4}, {"pickZone", "com.spotify.client"}, {"tier", "always_visible"}},
+        {{"at", 5}, {"quit", true}}}}};
+  return runScenario(parseScenario(document));
+}
+
+TEST(WindowScenarioTest, AnAlwaysVisibleZoneAppliesAtOnceOnlyWhileTheSystemHidesByAllowList) {
+  Report native = pickAlwaysVisible(27);
+  for (const auto& step : native.steps) EXPECT_TRUE(step.performed) << step.action << ": " << step.note;
+  EXPECT_TRUE(logged(native, "preferences zone bundle=com.spotify.client zone=always_visible native=true"));
+  EXPECT_FALSE(native.atQuit.ui.placementGuide);
+  EXPECT_EQ(native.defaults["com.ostrand.tarvolo.categories"]["com.spotify.client"], "always_visible");
+
+  Report own = pickAlwaysVisible(15);
+  EXPECT_TRUE(logged(own, "preferences zone bundle=com.spotify.client zone=always_visible native=false"));
+  EXPECT_TRUE(own.atQuit.ui.placementGuide);
+}
+
+TEST(WindowScenarioTest, TheShelfNamesTheSystemsOwnItems) {
+  json document = {
+      {"os", {{"major", 15}}},
+      {"screens", {{{"width", 1512}, {"height", 982}, {"notchWidth", 185}}}},
+      {"apps",
+       {{{"bundleId", "com.apple.Safari"}, {"name", "Safari"}, {"menusWidth", 430}},
+        {{"bundleId", "com.apple.TextInputMenuAgent"},
+         {"name", "TextInputMenuAgent"},
+         {"activation", "accessory"},
+         {"items", {{{"width", 30}, {"position", 200}, {"name", "input"}}}}},
+        {{"bundleId", "com.apple.controlcenter"},
+         {"name", "Control Center"},
+         {"activation", "accessory"},
+         {"items", {{{"width", 30}, {"position", 220}, {"name", "com.apple.menuextra.vpn"}}}}},
+        {{"bundleId", "com.getdropbox.dropbox"},
+         {"name", "Dropbox"},
+         {"activation", "accessory"},
+         {"items", {{{"width", 30}, {"position", 240}, {"name", "vpn"}}}}}}},
+      {"frontmost", "com.apple.Safari"},
+      {"defaults",
+       {{"com.ostrand.tarvolo.onboarding.v1", true},
+        {"NSStatusItem Preferred Position tarvolo_toggle", 130},
+        {"NSStatusItem Preferred Position tarvolo_separator", 260},
+        {"NSStatusItem Preferred Position tarvolo_always_hidden_separator", 600}}},
+      {"steps", {{{"at", 3}, {"openShelf", "all"}}, {{"at", 4}, {"quit", true}}}}};
+  Report report = runScenario(parseScenario(document));
+  ASSERT_TRUE(report.atQuit.shelf);
+  std::map<std::string, std::optional<std::string>> labels;
+  for (const auto& row : report.atQuit.shelf->rows) labels[row.name] = row.label;
+  ASSERT_TRUE(labels.count("Dropbox")) << report.atQuit.shelf->rows.size() << " rows";
+  EXPECT_EQ(labels["Dropbox"], std::nullopt);
+  bool input = false, vpn = false;
+  for (const auto& [name, label] : labels) {
+    input = input || label == "Input Sources";
+    vpn = vpn || label == "VPN";
+  }
+  EXPECT_TRUE(input && vpn);
 }
 
 }  // namespace

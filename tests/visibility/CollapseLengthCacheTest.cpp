@@ -84,6 +84,17 @@ TEST(CollapseLengthCache, OnlyPositiveGapsAndLengthsThatHideSurviveDiscardAndPru
   CollapseLengthCache cache;
   cache.recordGap(laptop, 0);
   EXPECT_FALSE(cache.knownGoodGap(laptop).has_value());
+  // A search's reading keeps a gap of 0, not one that was never read; forgetting the screen's gap
+  // forgets both.
+  cache.recordSearchGap(laptop, -1);
+  EXPECT_FALSE(cache.searchGap(laptop).has_value());
+  cache.recordSearchGap(laptop, 0);
+  EXPECT_EQ(cache.searchGap(laptop), 0);
+  cache.recordGap(laptop, 12);
+  cache.forgetGap(laptop);
+  EXPECT_FALSE(cache.searchGap(laptop).has_value());
+  EXPECT_FALSE(cache.knownGoodGap(laptop).has_value());
+  cache.recordSearchGap(tiny, 0);
 
   cache.perApp = {{CollapseLengthCache::key(laptop, "a"), 20}, {CollapseLengthCache::key(laptop, "b"), 200}};
   cache.knownGoodMaxByApp = {{CollapseLengthCache::key(laptop, "a"), 32}};
@@ -97,6 +108,7 @@ TEST(CollapseLengthCache, OnlyPositiveGapsAndLengthsThatHideSurviveDiscardAndPru
   EXPECT_EQ(cache.perApp.size(), 1u);
   EXPECT_FALSE(cache.knownGoodMin(tiny).has_value());
   EXPECT_FALSE(cache.knownGoodGap(tiny).has_value());
+  EXPECT_FALSE(cache.searchGap(tiny).has_value());
 }
 
 TEST(ScreenCliffAfterSearch, MenuLimitNeitherCreatesNorReplacesTheRecord) {
@@ -120,9 +132,9 @@ TEST(CollapseLengthDefaults, EmptyOptionalMapsAreRemovedAndTheListIsSorted) {
   PersistedCollapseLengths state;
   state.menuLimitedKeys = {"b", "a"};
   const auto writes = encodeCollapseLengths(state);
-  EXPECT_EQ(writes.size(), 10u);
+  EXPECT_EQ(writes.size(), 11u);
   for (const char* removed : {cliffScreenDefaultsKey, cliffMinGoodDefaultsKey, cliffMaxGoodDefaultsKey,
-                              cliffGoodGapDefaultsKey, cliffFoldTailDefaultsKey}) {
+                              cliffGoodGapDefaultsKey, cliffSearchGapDefaultsKey, cliffFoldTailDefaultsKey}) {
     EXPECT_FALSE(writes.at(removed).has_value()) << removed;
   }
   EXPECT_EQ(writes.at(cliffPerAppDefaultsKey), DefaultsValue(DefaultsValue::Dictionary{}));
@@ -214,6 +226,7 @@ rc::Gen<PersistedCollapseLengths> genState() {
     for (const auto& key : *rc::gen::container<std::vector<std::string>>(genScreen())) {
       state.perAppLengths.knownGoodMinByScreen[key] = *genLength();
       state.perAppLengths.knownGoodGapByScreen[key] = *genLength();
+      if (*rc::gen::arbitrary<bool>()) state.perAppLengths.searchGapByScreen[key] = *rc::gen::element(0.0, 6.5);
     }
     for (const auto& key : *rc::gen::container<std::vector<std::string>>(genPairKey())) {
       state.perAppLengths.knownGoodMaxByApp[key] = *genLength();

@@ -57,6 +57,22 @@ P::CollapseTailExtraInput tail(double separatorLeading, double length = 690) {
           .screenWidth = 1440, .slack = 8, .margin = 8};
 }
 
+TEST(HiddenPlaceholder, ReachesPastTheScreenEdgeElseStopsShortOfTheMenus) {
+  using HiddenPlaceholderPolicy::shelfLength;
+  EXPECT_FALSE(HiddenPlaceholderPolicy::isActive(26));
+  EXPECT_TRUE(HiddenPlaceholderPolicy::isActive(27));
+  // The separator already reaches the screen's edge: nothing to add.
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = -4, .screenMinX = 0, .menusRight = 330, .cap = 1264}), 0);
+  // Within the cap the far edge goes past the screen's left edge, clearing every menu title.
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = 1087, .screenMinX = 0, .menusRight = 330, .cap = 1264}), 1095);
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = 3587, .screenMinX = 2560, .menusRight = 330, .cap = 1264}), 1035);
+  // Beyond it the item stops short of the menus, never longer than the system lays out.
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = 2000, .screenMinX = 0, .menusRight = 900, .cap = 1264}), 1048);
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = 3000, .screenMinX = 0, .menusRight = 900, .cap = 1264}), 1264);
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = 2000, .screenMinX = 0, .menusRight = std::nullopt, .cap = 1264}), 0);
+  EXPECT_EQ(shelfLength({.hiddenLeadingEdge = 1400, .screenMinX = 0, .menusRight = 1380, .cap = 1264}), 0);
+}
+
 TEST(FoldTail, ExtraCoversTheFoldUpToTheTailCeiling) {
   EXPECT_FALSE(P::collapseTailExtra(tail(109)).has_value());  // 1 point uncovered is noise
   EXPECT_EQ(P::collapseTailExtra(tail(110)), 2);

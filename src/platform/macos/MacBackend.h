@@ -352,6 +352,20 @@ class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
 };
 
 // ---------------------------------------------------------------------------------------------
+// The system's assessment mode (MacAssessmentMode.mm)
+
+class MacAssessmentMode final : public AssessmentMode {
+ public:
+  bool loadFramework() override;
+  bool classesAvailable() const override;
+  std::unique_ptr<AssessmentModeAssertion> createAssertion(const AssessmentModeConfiguration& configuration) override;
+
+ private:
+  std::optional<bool> loaded_;
+  void* handle_ = nullptr;
+};
+
+// ---------------------------------------------------------------------------------------------
 // The app's own windows (MacUserInterface.mm)
 
 // The settings window (MacPreferencesWindow.mm): a toolbar-style tabbed window drawn from the

@@ -30,6 +30,7 @@ class MacPlatform final : public Platform {
   SystemInfo& system() override;
   Application& application() override;
   UserInterface& userInterface() override;
+  AssessmentMode& assessmentMode() override;
   HotkeyService& hotkeys() override;
   LoginItemService& loginItems() override;
   void setSystemEventSink(SystemEventSink* sink) override;

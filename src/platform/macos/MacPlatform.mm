@@ -24,6 +24,7 @@ struct MacPlatform::Impl {
   mac::MacSystemInfo system;
   mac::MacApplication application;
   mac::MacUserInterface userInterface;
+  mac::MacAssessmentMode assessmentMode;
   mac::MacHotkeyService hotkeys;
   mac::MacLoginItemService loginItems;
   // Last, so it is destroyed first.
@@ -47,6 +48,7 @@ DefaultsStore& MacPlatform::defaults() { return impl_->defaults; }
 SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
 UserInterface& MacPlatform::userInterface() { return impl_->userInterface; }
+AssessmentMode& MacPlatform::assessmentMode() { return impl_->assessmentMode; }
 HotkeyService& MacPlatform::hotkeys() { return impl_->hotkeys; }
 LoginItemService& MacPlatform::loginItems() { return impl_->loginItems; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }

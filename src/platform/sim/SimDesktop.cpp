@@ -462,7 +462,8 @@ SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpe
       defaults_(std::make_unique<SimDefaultsStore>()),
       adapters_(std::make_unique<Adapters>(*this)),
       windowList_(std::make_unique<SimWindowList>(*this)),
-      accessibility_(std::make_unique<SimAccessibility>(*this)) {
+      accessibility_(std::make_unique<SimAccessibility>(*this)),
+      assessmentMode_(std::make_unique<SimAssessmentMode>(*this)) {
   if (screenSpecs_.empty()) screenSpecs_.push_back(SimScreenSpec{});
   for (auto& app : apps) addApp(std::move(app));
 }
@@ -821,7 +822,7 @@ double SimDesktop::itemWidth(const SimItemState& item) const {
 void SimDesktop::relayout() {
   std::vector<SimItemState*> order;
   for (auto& item : items_) {
-    if (!item->removed && item->visible) order.push_back(item.get());
+    if (!item->removed && item->visible && !withheldByAssertion(*item)) order.push_back(item.get());
   }
   // Right to left: stored positions ascending; items without one stand leftmost, newest last.
   std::stable_sort(order.begin(), order.end(), [](const SimItemState* a, const SimItemState* b) {
@@ -849,7 +850,7 @@ void SimDesktop::relayout() {
   chevronShown_ = layout.chevronShown;
 
   for (auto& item : items_) {
-    if (item->removed || !item->visible) {
+    if (item->removed || !item->visible || withheldByAssertion(*item)) {
       item->frame.reset();
       item->reported.reset();
       item->onScreen = false;
@@ -879,6 +880,13 @@ void SimDesktop::relayout() {
     // Only the newest entry older than the latency window matters to readers.
     while (history.size() > 2 && history[1].first <= now - settings_.frameLatency) history.erase(history.begin());
   }
+}
+
+bool SimDesktop::withheldByAssertion(const SimItemState& item) const {
+  const auto& allowed = assessmentMode_->restriction();
+  if (!allowed) return false;
+  auto bundle = bundleIdOfPid(item.ownerPid);
+  return !bundle || !allowed->contains(text::lowercased(*bundle));
 }
 
 std::optional<Rect> SimDesktop::reportedWindowFrame(const SimItemState& item) const {

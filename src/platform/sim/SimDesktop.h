@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
+#include "platform/sim/SimAssessmentMode.h"
 #include "platform/sim/SimDefaultsStore.h"
 #include "platform/sim/SimFirstLaunchCoachWindow.h"
 #include "platform/sim/SimMainQueue.h"
@@ -94,6 +95,8 @@ struct SimSettings {
   std::optional<double> overflowChevronWidth;
   // Autosave names of own items whose window also holds their right neighbour's button.
   std::vector<std::string> sharedWindowItems;
+  // The system's assessment mode (macOS 27 and later).
+  SimAssessmentModeSettings assessmentMode;
   // The post-event privilege, separate from Accessibility trust.
   bool postEventAccess = true;
 
@@ -242,6 +245,7 @@ class SimDesktop final : public platform::Platform {
   platform::SystemInfo& system() override;
   platform::Application& application() override;
   platform::UserInterface& userInterface() override;
+  platform::AssessmentMode& assessmentMode() override { return *assessmentMode_; }
   platform::HotkeyService& hotkeys() override;
   platform::LoginItemService& loginItems() override;
   void setSystemEventSink(platform::SystemEventSink* sink) override { sink_ = sink; }
@@ -267,6 +271,7 @@ class SimDesktop final : public platform::Platform {
   SimWindowList& simWindowList() { return *windowList_; }
   const SimWindowList& simWindowList() const { return *windowList_; }
   SimAccessibility& simAccessibility() { return *accessibility_; }
+  const SimAssessmentMode& simAssessmentMode() const { return *assessmentMode_; }
   const SimAccessibility& simAccessibility() const { return *accessibility_; }
   const SimDefaultsStore& simDefaults() const { return *defaults_; }
 
@@ -412,6 +417,8 @@ class SimDesktop final : public platform::Platform {
   void spawnItems(SimAppSpec& config);
   int pidFor(const std::string& bundleId);
   double itemWidth(const SimItemState& item) const;
+  // Not drawn because the system's assertion leaves its bundle off the allow-list.
+  bool withheldByAssertion(const SimItemState& item) const;
   Point itemCenter(const SimItemState& item) const;
 
   SimSettings settings_;
@@ -469,6 +476,7 @@ class SimDesktop final : public platform::Platform {
   std::unique_ptr<Adapters> adapters_;
   std::unique_ptr<SimWindowList> windowList_;
   std::unique_ptr<SimAccessibility> accessibility_;
+  std::unique_ptr<SimAssessmentMode> assessmentMode_;
 };
 
 }  // namespace tarvolo::sim

@@ -134,6 +134,12 @@ Pass layoutPass(const StatusLayoutInput& in, const SimSettings& settings, double
       reject();
       continue;
     }
+    if (width <= 0) {
+      // An item of no length takes no room and is not drawn; it displaces nothing.
+      placed.frame = Rect{cursor, in.barY, 0, in.barHeight};
+      placed.reported = placed.frame;
+      continue;
+    }
     if (displacing) {
       park();
       continue;

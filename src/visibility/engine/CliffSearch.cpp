@@ -90,7 +90,7 @@ bool CliffSearch::beginCliffSearch(bool force) {
   cliffDeferWork_.cancel();
   listener_.cliffSearchBegan();
 
-  const double high = Policy::collapseSearchUpperBound(screens_.collapseScreenWidth());
+  const double high = screens_.searchUpperBound();
   cliffSearch_ = Policy::CollapseLengthSearch::starting(high, floor);
   cliffScreenKeyPending_ = screens_.screenConfigKey();
   cliffSearchBundle_ = host_.frontmostBundleID();
@@ -139,6 +139,7 @@ void CliffSearch::readCliffBaseline(unsigned long long generation) {
                       .add("toggle", measurement.toggleAnchor)
                       .add("gap", cliffPinnedGap_));
   tightenCliffCeiling(measurement.arrowFacingEdge);
+  aimAtMenus(measurement.arrowFacingEdge);
   probeCliff(generation);
 }
 
@@ -158,7 +159,8 @@ void CliffSearch::tightenCliffCeiling(double edge) {
   auto screen = screens_.statusItemScreen();
   const double width = screens_.collapseScreenWidth();
   const double screenMinX = screen ? screen->frame.minX() : 0;
-  const double ceiling = Policy::collapseProbeCeiling(width, edge, screenMinX);
+  const double ceiling = Policy::collapseProbeCeiling(
+      {.screenWidth = width, .arrowFacingEdge = edge, .screenMinX = screenMinX, .sizing = screens_.sizing()});
   if (ceiling >= cliffSearch_->high) return;
   cliffSearch_->high = std::max(cliffSearch_->low, ceiling);
   MenuBarLog::log(LogLine("ceiling")
@@ -166,6 +168,16 @@ void CliffSearch::tightenCliffCeiling(double edge) {
                       .add("edge", edge)
                       .add("screenMinX", screenMinX)
                       .add("screenW", width));
+}
+
+// Before macOS 27 the bracket spans the whole room left of the separator; where the menus' end is
+// known, the first probes aim at it so the wide bracket costs no extra probes.
+void CliffSearch::aimAtMenus(double edge) {
+  if (!cliffSearch_ || screens_.sizing() != Policy::PublicCollapseSizing::legacy) return;
+  auto menusRight = platform_.workspace().applicationMenusMaxX();
+  if (!menusRight || *menusRight >= edge) return;
+  cliffSearch_->menusMeetLength = edge - *menusRight;
+  MenuBarLog::log(LogLine("search aim").integer("meet", *cliffSearch_->menusMeetLength).add("menusRight", *menusRight));
 }
 
 // --- probing -------------------------------------------------------------------------------------------
@@ -258,6 +270,9 @@ void CliffSearch::finishCliffSearch(double length) {
   const bool menuLimited = search.isMenuLimited();
   lengths_.settleScreenCliff({.screenKey = screenKey, .length = result, .gap = cliffPinnedGap_.value_or(-1)},
                              menuLimited);
+  if (menuLimited && cliffPinnedGap_ && screens_.sizing() == Policy::PublicCollapseSizing::legacy) {
+    lengths_.recordSearchGap(*cliffPinnedGap_);
+  }
   if (cliffSearchBundle_) {
     lengths_.settleAppLength({.bundleID = *cliffSearchBundle_,
                               .length = result,

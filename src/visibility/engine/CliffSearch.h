@@ -86,6 +86,7 @@ class CliffSearch {
   void abortCliffSearch();
   void oweSearchAfterInterruption();
   void tightenCliffCeiling(double edge);
+  void aimAtMenus(double edge);
   void scheduleCliffRetryIfNeeded();
   void retryCampaign(int campaign);
   WeakHandle<CliffSearch> weak() const { return weakFactory_.handle(); }

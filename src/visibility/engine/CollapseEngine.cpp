@@ -19,7 +19,7 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
     : platform_(dependencies.platform),
       items_(dependencies.items),
       host_(dependencies.host),
-      screens_(dependencies.platform.screens(), dependencies.items),
+      screens_(dependencies.platform.screens(), dependencies.platform.system(), dependencies.items),
       lengths_(dependencies.platform.defaults(), screens_),
       fold_({.platform = platform_, .items = items_, .screens = screens_, .lengths = lengths_, .host = host_}),
       shelf_(platform_, items_, host_),
@@ -114,6 +114,7 @@ double CollapseEngine::collapseLength(const std::optional<std::string>& bundleID
       .tailRejected = fold_.tailRejected(key),
       .menuLimited = lengths_.isMenuLimited(key),
       .screenWidth = width,
+      .sizing = screens_.sizing(),
   });
   if (auto bad = recovery_.badUpperBound(key)) {
     bool retry = Policy::shouldRetryCollapsedLength({
@@ -131,7 +132,7 @@ double CollapseEngine::collapseLength(const std::optional<std::string>& bundleID
       if (below) length = *below;
     }
   }
-  return std::min(length, Policy::collapseTailCeiling(width));
+  return std::min(length, screens_.tailCeiling());
 }
 
 void CollapseEngine::beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {
@@ -152,6 +153,28 @@ void CollapseEngine::applyFoldPlaceholder(MenuBarPresentation presentation, doub
                                                              verifier_.lastHiddenMaxX());
   }
   fold_.applyFoldPlaceholder(presentation, placeholderLength);
+}
+
+void CollapseEngine::installHiddenPlaceholder(const std::string& hiddenAutosaveName) {
+  hiddenPlaceholder_ = std::make_unique<HiddenPlaceholder>(platform_, hiddenAutosaveName);
+  hiddenPlaceholder_->install();
+  if (!hiddenPlaceholder_->isInstalled()) hiddenPlaceholder_.reset();
+}
+
+void CollapseEngine::applyHiddenPlaceholder(MenuBarPresentation presentation, double hiddenSeparatorLength) {
+  if (!hiddenPlaceholder_) return;
+  auto edge = shelf_.arrowFacingEdge();
+  auto screen = screens_.statusItemScreen();
+  double length = 0;
+  if (presentation == MenuBarPresentation::shelfExpanded && edge && screen) {
+    length = HiddenPlaceholderPolicy::shelfLength({
+        .hiddenLeadingEdge = *edge - hiddenSeparatorLength,
+        .screenMinX = screen->frame.minX(),
+        .menusRight = platform_.workspace().applicationMenusMaxX(),
+        .cap = screens_.searchUpperBound(),
+    });
+  }
+  hiddenPlaceholder_->apply(length);
 }
 
 // --- what the search reports ---------------------------------------------------------------------------

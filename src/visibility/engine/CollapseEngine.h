@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "base/NotificationCenter.h"
 #include "platform/Platform.h"
+#include "visibility/engine/HiddenPlaceholder.h"
 #include "visibility/engine/CliffSearch.h"
 #include "visibility/engine/CollapseHost.h"
 #include "visibility/engine/CollapseLengthStore.h"
@@ -54,6 +56,10 @@ class CollapseEngine final : private CliffSearchListener {
   // The placeholder's length for the presentation just applied, with the normal separator at
   // `normalSeparatorLength`.
   void applyFoldPlaceholder(MenuBarPresentation presentation, double normalSeparatorLength);
+  // The item that continues the always-hidden separator, created left of it.
+  void installHiddenPlaceholder(const std::string& hiddenAutosaveName);
+  void applyHiddenPlaceholder(MenuBarPresentation presentation, double hiddenSeparatorLength);
+  const HiddenPlaceholder* hiddenPlaceholder() const { return hiddenPlaceholder_.get(); }
 
   const CollapseScreens& screens() const { return screens_; }
   CollapseLengthStore& lengths() { return lengths_; }
@@ -89,6 +95,7 @@ class CollapseEngine final : private CliffSearchListener {
   CollapseRecovery recovery_;
   CollapseVerifier verifier_;
   MenuBarGapWatcher gaps_;
+  std::unique_ptr<HiddenPlaceholder> hiddenPlaceholder_;
 };
 
 }  // namespace tarvolo

@@ -23,7 +23,8 @@ void applyDefaultsWrites(platform::DefaultsStore& defaults, const DefaultsWrites
 }
 
 void CollapseLengthStore::restoreCliffCache() {
-  auto restored = decodeCollapseLengths([this](const std::string& key) { return defaults_.object(key); });
+  auto restored =
+      decodeCollapseLengths([this](const std::string& key) { return defaults_.object(key); }, screens_.sizing());
   cliffCache_ = restored.cliffRecord;
   perAppLengths_ = std::move(restored.perAppLengths);
   collapseMenuLimitedKeys_ = std::move(restored.menuLimitedKeys);
@@ -109,6 +110,14 @@ void CollapseLengthStore::forgetLength(std::string_view screen, std::string_view
 
 void CollapseLengthStore::recordGap(std::string_view screen, double gap) {
   perAppLengths_.recordGap(screen, gap);
+  persistPerAppLengths();
+}
+
+void CollapseLengthStore::recordSearchGap(double gap) {
+  const std::string screen = screens_.collapseScreenKey();
+  if (perAppLengths_.searchGap(screen) == gap) return;
+  perAppLengths_.recordSearchGap(screen, gap);
+  MenuBarLog::log(LogLine("gap searched remembered").add("gap", gap).add("screen", screen));
   persistPerAppLengths();
 }
 

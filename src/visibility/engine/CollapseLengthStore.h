@@ -59,6 +59,9 @@ class CollapseLengthStore {
   void forgetLength(std::string_view screen, std::string_view bundleID);
   void recordGap(std::string_view screen, double gap);
   void forgetGap(std::string_view screen);
+  // Before macOS 27 a search stops at the menus and writes no screen record; what it read of the
+  // gap is kept apart, so that the next launch can judge its collapse as this one did.
+  void recordSearchGap(double gap);
   // A screen without a verified gap borrows the one its cliff was read with.
   void seedPinnedGapIfMissing();
 

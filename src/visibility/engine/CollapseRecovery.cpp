@@ -119,7 +119,7 @@ bool CollapseRecovery::answerUnderfold(const std::string& pairKey, double length
                                  .menusRight = menusRight})) {
     return true;
   }
-  const double upperBound = Policy::collapseSearchUpperBound(screens_.collapseScreenWidth());
+  const double upperBound = screens_.searchUpperBound();
   bool search = Policy::underfoldShouldSearch({.length = length,
                                                .upperBound = upperBound,
                                                .margin = Policy::collapseLengthSafetyMargin,

@@ -83,9 +83,10 @@ CollapseVerifier::SeparatorLayoutVerdict CollapseVerifier::collapseVerdict(const
   if (!collapseRebaselineWork_.isScheduled()) {
     knownGap = lengths_.perAppLengths().knownGoodGap(screens_.collapseScreenKey());
     // The search's own reading also knows a gap of 0 (no always-visible icons), which the
-    // verified gaps leave out.
+    // verified gaps leave out: in the screen record, or apart when the search stopped at the menus.
     auto record = lengths_.cliffRecordForCurrentScreens();
     if (!knownGap && record && record->gap >= 0) knownGap = record->gap;
+    if (!knownGap) knownGap = lengths_.perAppLengths().searchGap(screens_.collapseScreenKey());
   }
   if (knownGap && observedGap) {
     return Policy::collapseGapVerdict({

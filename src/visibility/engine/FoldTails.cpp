@@ -93,11 +93,12 @@ bool FoldTails::tryCollapseFoldTail(const TailAttempt& attempt) {
       .length = attempt.length,
       .separatorLeading = attempt.separatorLeading,
       .menusRight = attempt.menusRight,
-      .upperBound = Policy::collapseSearchUpperBound(screens_.collapseScreenWidth()),
+      .upperBound = screens_.searchUpperBound(),
       .screenWidth = screens_.collapseScreenWidth(),
       .menuLimited = lengths_.isMenuLimited(attempt.pairKey),
       .slack = Policy::foldCoverSlack,
       .margin = Policy::collapseLengthSafetyMargin,
+      .sizing = screens_.sizing(),
   });
   if (!extra) return false;
   noteCollapseFoldTail(attempt.pairKey, attempt.length + *extra, attempt.length);

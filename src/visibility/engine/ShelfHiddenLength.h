@@ -25,6 +25,11 @@ class ShelfHiddenLength {
   void forgetReference() { shelfHiddenReference_.reset(); }
   void forgetDividerDistance() { dividerDistance_.reset(); }
   std::optional<double> dividerDistance() const { return dividerDistance_; }
+  // Where the always-hidden separator's arrow-facing edge stands on an expanded bar; lengthening
+  // it leaves that edge in place.
+  std::optional<double> arrowFacingEdge() const {
+    return shelfHiddenReference_ ? std::optional<double>(shelfHiddenReference_->arrowFacingEdge) : std::nullopt;
+  }
   // The longest length the always-hidden separator may take in the shelf presentation.
   std::optional<double> shelfHiddenCap() const { return shelfHiddenCap_; }
 
