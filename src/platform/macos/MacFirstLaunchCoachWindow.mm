@@ -13,6 +13,7 @@
 #include <algorithm>
 
 #include "platform/macos/MacBackend.h"
+#include "platform/macos/MacWindowKit.h"
 
 namespace tarvolo::platform::mac {
 
@@ -47,13 +48,6 @@ void setTitle(NSButton* button, const std::optional<std::string>& title) {
   button.title = title ? nsString(*title) : @"";
   button.accessibilityLabel = button.title;
   button.hidden = !title;
-}
-
-NSScreen* screenContaining(NSPoint point) {
-  for (NSScreen* screen in NSScreen.screens) {
-    if (NSPointInRect(point, screen.frame)) return screen;
-  }
-  return NSScreen.screens.firstObject;
 }
 
 }  // namespace
@@ -151,7 +145,7 @@ void MacFirstLaunchCoachWindow::place(const std::optional<Rect>& anchor) {
   NSScreen* primary = NSScreen.screens.firstObject;
   NSRect target = anchor ? NSMakeRect(anchor->x, anchor->y, anchor->width, anchor->height)
                          : NSMakeRect(primary ? NSMidX(primary.frame) : 0, primary ? NSMaxY(primary.visibleFrame) : 0, 0, 0);
-  NSScreen* screen = screenContaining(NSMakePoint(NSMidX(target), NSMidY(target)));
+  NSScreen* screen = kit::screenContaining(NSMakePoint(NSMidX(target), NSMidY(target)));
   NSRect visible = screen ? screen.visibleFrame : NSMakeRect(0, 0, 1440, 900);
   NSSize size = panel_.frame.size;
   CGFloat x = std::clamp(NSMidX(target) - size.width / 2, NSMinX(visible) + kScreenInset,

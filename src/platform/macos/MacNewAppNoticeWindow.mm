@@ -33,17 +33,8 @@ MacNewAppNoticeWindow::~MacNewAppNoticeWindow() {
 void MacNewAppNoticeWindow::show(const NewAppNoticeViewState& state, NewAppNoticeCallbacks callbacks) {
   impl_->callbacks = std::move(callbacks);
   if (!impl_->panel) {
-    impl_->panel = [[NSPanel alloc] initWithContentRect:NSMakeRect(0, 0, kWidth, 100)
-                                              styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskNonactivatingPanel |
-                                                        NSWindowStyleMaskUtilityWindow
-                                                backing:NSBackingStoreBuffered
-                                                  defer:YES];
-    impl_->panel.releasedWhenClosed = NO;
-    impl_->panel.hidesOnDeactivate = NO;
-    impl_->panel.floatingPanel = YES;
-    impl_->panel.becomesKeyOnlyIfNeeded = YES;
-    impl_->panel.collectionBehavior =
-        NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary;
+    impl_->panel = kit::utilityPanel(NSMakeSize(kWidth, 100),
+        NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary);
   }
   impl_->targets = [NSMutableArray array];
   impl_->panel.title = nsString(state.title);

@@ -38,16 +38,8 @@ struct MacPlacementGuideWindow::Impl {
   PlacementGuideCallbacks callbacks;
 
   void build() {
-    panel = [[NSPanel alloc] initWithContentRect:NSMakeRect(0, 0, kWidth, 200)
-                                       styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskNonactivatingPanel |
-                                                 NSWindowStyleMaskUtilityWindow
-                                         backing:NSBackingStoreBuffered
-                                           defer:YES];
-    panel.releasedWhenClosed = NO;
-    panel.hidesOnDeactivate = NO;
-    panel.floatingPanel = YES;
-    panel.becomesKeyOnlyIfNeeded = YES;
-    panel.collectionBehavior = NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorFullScreenAuxiliary;
+    panel = kit::utilityPanel(NSMakeSize(kWidth, 200),
+        NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorFullScreenAuxiliary);
     ring = [[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 10, 10)
                                        styleMask:NSWindowStyleMaskBorderless
                                          backing:NSBackingStoreBuffered

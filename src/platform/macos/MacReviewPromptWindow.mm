@@ -19,12 +19,6 @@ constexpr CGFloat kMargin = 14;
 constexpr CGFloat kGapBelowAnchor = 6;
 constexpr CGFloat kScreenInset = 8;
 
-NSScreen* screenAround(NSPoint point) {
-  for (NSScreen* screen in NSScreen.screens) {
-    if (NSPointInRect(point, screen.frame)) return screen;
-  }
-  return NSScreen.screens.firstObject;
-}
 }  // namespace
 
 struct MacReviewPromptWindow::Impl {
@@ -33,17 +27,9 @@ struct MacReviewPromptWindow::Impl {
   ReviewPromptCallbacks callbacks;
 
   void build() {
-    panel = [[NSPanel alloc] initWithContentRect:NSMakeRect(0, 0, kWidth, 100)
-                                       styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskNonactivatingPanel |
-                                                 NSWindowStyleMaskUtilityWindow
-                                         backing:NSBackingStoreBuffered
-                                           defer:YES];
-    panel.releasedWhenClosed = NO;
-    panel.hidesOnDeactivate = NO;
-    panel.floatingPanel = YES;
-    panel.becomesKeyOnlyIfNeeded = YES;
+    panel = kit::utilityPanel(NSMakeSize(kWidth, 100),
+        NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary);
     panel.titleVisibility = NSWindowTitleHidden;
-    panel.collectionBehavior = NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary;
   }
 
   void fill(const ReviewPromptViewState& state) {
@@ -78,7 +64,7 @@ struct MacReviewPromptWindow::Impl {
     NSRect visibleOfPrimary = primary ? primary.visibleFrame : NSMakeRect(0, 0, 1440, 900);
     NSRect target = anchor ? NSMakeRect(anchor->x, anchor->y, anchor->width, anchor->height)
                            : NSMakeRect(NSMaxX(visibleOfPrimary) - kWidth / 2, NSMaxY(visibleOfPrimary), 0, 0);
-    NSScreen* screen = screenAround(NSMakePoint(NSMidX(target), NSMidY(target)));
+    NSScreen* screen = kit::screenContaining(NSMakePoint(NSMidX(target), NSMidY(target)));
     NSRect visible = screen ? screen.visibleFrame : visibleOfPrimary;
     NSSize size = panel.frame.size;
     CGFloat x = std::clamp(NSMidX(target) - size.width / 2, NSMinX(visible) + kScreenInset,

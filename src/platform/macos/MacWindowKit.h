@@ -25,6 +25,11 @@ NSStackView* row(NSArray<NSView*>* views, CGFloat spacing);
 // A push button whose click runs `action`; `targets` keeps the closure's target alive.
 NSButton* button(const std::string& title, std::function<void()> action, NSMutableArray* targets);
 NSButton* checkbox(const std::string& title, bool on, std::function<void(bool)> action, NSMutableArray* targets);
+// A floating utility panel that does not take focus from the frontmost app and stays up when
+// Tarvolo deactivates; `behavior` says on which spaces it shows.
+NSPanel* utilityPanel(NSSize size, NSWindowCollectionBehavior behavior);
+// The screen holding `point`, else the first screen.
+NSScreen* screenContaining(NSPoint point);
 // The application icon of a bundle, or nil without a path.
 NSImageView* bundleIcon(const std::optional<std::string>& path, CGFloat size);
 

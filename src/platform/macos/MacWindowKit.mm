@@ -64,6 +64,27 @@ NSButton* checkbox(const std::string& title, bool on, std::function<void(bool)> 
   return box;
 }
 
+NSPanel* utilityPanel(NSSize size, NSWindowCollectionBehavior behavior) {
+  NSPanel* panel = [[NSPanel alloc] initWithContentRect:NSMakeRect(0, 0, size.width, size.height)
+                                              styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskNonactivatingPanel |
+                                                        NSWindowStyleMaskUtilityWindow
+                                                backing:NSBackingStoreBuffered
+                                                  defer:YES];
+  panel.releasedWhenClosed = NO;
+  panel.hidesOnDeactivate = NO;
+  panel.floatingPanel = YES;
+  panel.becomesKeyOnlyIfNeeded = YES;
+  panel.collectionBehavior = behavior;
+  return panel;
+}
+
+NSScreen* screenContaining(NSPoint point) {
+  for (NSScreen* screen in NSScreen.screens) {
+    if (NSPointInRect(point, screen.frame)) return screen;
+  }
+  return NSScreen.screens.firstObject;
+}
+
 NSImageView* bundleIcon(const std::optional<std::string>& path, CGFloat size) {
   if (!path) return nil;
   NSImage* image = [NSWorkspace.sharedWorkspace iconForFile:nsString(*path)];
