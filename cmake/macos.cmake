@@ -16,7 +16,7 @@ set(TARVOLO_MACOS_FRAMEWORKS
     "-framework ApplicationServices" "-framework Carbon" "-framework QuartzCore")
 
 # The backend sees the platform interfaces only; the entry point brings in the app.
-tarvolo_layer(platform/macos USES tarvolo_platform EXTERNAL ${TARVOLO_MACOS_FRAMEWORKS} EXCLUDE main.mm)
+tarvolo_layer(platform/macos USES tarvolo_platform tarvolo_platform_windows EXTERNAL ${TARVOLO_MACOS_FRAMEWORKS} EXCLUDE main.mm)
 target_compile_options(tarvolo_platform_macos PUBLIC -fobjc-arc PRIVATE -Wunguarded-availability)
 target_link_options(tarvolo_platform_macos INTERFACE "LINKER:-dead_strip_dylibs")
 

@@ -12,6 +12,7 @@
 #include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/sim/SimDesktop.h"
+#include "platform/windows/UserInterface.h"
 #include "visibility/CollapseLengthCache.h"
 
 namespace tarvolo {

@@ -17,6 +17,7 @@
 #include "base/DefaultsValue.h"
 #include "platform/Platform.h"
 #include "platform/sim/SimDesktop.h"
+#include "platform/windows/PreferencesWindow.h"
 
 namespace tarvolo::scenario {
 

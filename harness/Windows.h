@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "platform/Platform.h"
+#include "platform/windows/UserInterface.h"
 
 namespace tarvolo::scenario {
 

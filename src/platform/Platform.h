@@ -19,16 +19,14 @@
 #include "base/MainQueue.h"
 #include "platform/AssessmentMode.h"
 #include "platform/AXElement.h"
-#include "platform/IconShelfPanel.h"
-#include "platform/FirstLaunchCoachWindow.h"
 #include "platform/MenuBarAccessTier.h"
 #include "platform/SerialQueue.h"
-#include "platform/NewAppNoticeWindow.h"
-#include "platform/PlacementGuideWindow.h"
-#include "platform/PreferencesWindow.h"
-#include "platform/ReviewPromptWindow.h"
 
 namespace tarvolo::platform {
+
+// The app's own windows, handed out by `Platform::userInterface()`; platform/windows/ declares
+// them, so only the code that draws or drives a window sees them.
+class UserInterface;
 
 // ---------------------------------------------------------------------------------------------
 // Time, the main queue and logging live in base/; the platform provides them.
@@ -397,7 +395,7 @@ class DefaultsStore {
 };
 
 // ---------------------------------------------------------------------------------------------
-// System facts, application and user interface
+// System facts and the application
 
 class SystemInfo {
  public:
@@ -424,27 +422,6 @@ class Application {
   virtual void setMainMenu(const Menu& menu) = 0;
   // Opens a web address or a System Settings link in the system's handler.
   virtual void openURL(const std::string& address) = 0;
-};
-
-struct NoticeRequest {
-  std::string message;
-  std::optional<std::string> actionTitle;
-  std::string kind;  // which notice this is, for replacing and dismissing
-  std::function<void()> onAction;
-};
-
-// The app's own windows. Their contents are drawn by the backend from what the core hands it.
-class UserInterface {
- public:
-  virtual ~UserInterface() = default;
-  virtual FirstLaunchCoachWindow& firstLaunchCoach() = 0;
-  virtual PreferencesWindow& preferences() = 0;
-  virtual NewAppNoticeWindow& newAppNotice() = 0;
-  virtual PlacementGuideWindow& placementGuide() = 0;
-  virtual IconShelfPanel& iconShelfPanel() = 0;
-  virtual void presentNotice(NoticeRequest notice) = 0;
-  virtual void dismissNotice(const std::string& kind) = 0;
-  virtual ReviewPromptWindow& reviewPrompt() = 0;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 #include "statusbar/OwnOrderRepair.h"
 
 #include "base/Log.h"
+#include "platform/windows/UserInterface.h"
 #include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {

@@ -2,6 +2,7 @@
 // engine switch) ask of it.
 
 #include "base/Log.h"
+#include "platform/windows/UserInterface.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {

@@ -7,6 +7,7 @@
 #include "base/Text.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
+#include "platform/windows/UserInterface.h"
 
 namespace tarvolo {
 

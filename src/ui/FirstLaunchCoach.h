@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "base/Geometry.h"
-#include "platform/FirstLaunchCoachWindow.h"
+#include "platform/windows/FirstLaunchCoachWindow.h"
 
 namespace tarvolo {
 

@@ -9,6 +9,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
+#include "platform/windows/UserInterface.h"
 #include "ui/FirstLaunchCoach.h"
 
 namespace tarvolo {

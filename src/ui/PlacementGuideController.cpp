@@ -9,6 +9,7 @@
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
+#include "platform/windows/UserInterface.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {

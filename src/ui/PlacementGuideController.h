@@ -17,6 +17,7 @@
 #include "base/WorkItem.h"
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
+#include "platform/windows/PlacementGuideWindow.h"
 
 namespace tarvolo {
 

@@ -10,6 +10,7 @@
 #include "localization/AppLanguage.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
+#include "platform/windows/UserInterface.h"
 #include "ui/PlacementGuideController.h"
 
 namespace tarvolo {

@@ -14,6 +14,7 @@
 #include "base/WeakHandle.h"
 #include "discovery/tracking/MenuBarPlacementLedger.h"
 #include "platform/Platform.h"
+#include "platform/windows/PreferencesWindow.h"
 
 namespace tarvolo {
 

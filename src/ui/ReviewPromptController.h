@@ -16,6 +16,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
+#include "platform/windows/UserInterface.h"
 #include "ui/ReviewPromptPolicy.h"
 
 namespace tarvolo {

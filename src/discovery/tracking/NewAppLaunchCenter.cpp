@@ -5,6 +5,7 @@
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
+#include "platform/windows/UserInterface.h"
 
 namespace tarvolo {
 

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
+#include "platform/windows/UserInterface.h"
 
 // Forwards an AppKit target/action message to a C++ closure.
 @interface TRVActionTarget : NSObject

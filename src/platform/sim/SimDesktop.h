@@ -17,6 +17,7 @@
 #include "platform/sim/SimDefaultsStore.h"
 #include "platform/sim/SimFirstLaunchCoachWindow.h"
 #include "platform/sim/SimMainQueue.h"
+#include "platform/windows/UserInterface.h"
 
 namespace tarvolo::sim {
 

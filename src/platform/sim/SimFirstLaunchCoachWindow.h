@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "platform/FirstLaunchCoachWindow.h"
+#include "platform/windows/FirstLaunchCoachWindow.h"
 
 namespace tarvolo::sim {
 

@@ -8,6 +8,7 @@
 #include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/tracking/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
+#include "platform/windows/UserInterface.h"
 #include "shelf/MenuBarAccessPolicy.h"
 #include "statusbar/StatusBarController.h"
 

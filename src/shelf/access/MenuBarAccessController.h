@@ -15,6 +15,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
+#include "platform/windows/IconShelfPanel.h"
 #include "shelf/MenuBarAccessEntry.h"
 #include "shelf/MenuBarDiscoverySession.h"
 #include "shelf/access/ExternalMenuAccessSession.h"

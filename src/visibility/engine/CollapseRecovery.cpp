@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Log.h"
+#include "platform/windows/UserInterface.h"
 
 namespace tarvolo {
 
