@@ -39,25 +39,25 @@ bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* control
 
 std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
-  const auto* toggle = desktop.ownItem(StatusBarController::toggleAutosaveName);
-  const auto* separator = desktop.ownItem(StatusBarController::separatorAutosaveName);
+  const auto* toggle = desktop.bar().ownItem(StatusBarController::toggleAutosaveName);
+  const auto* separator = desktop.bar().ownItem(StatusBarController::separatorAutosaveName);
   if (!toggle || !toggle->onScreen) problems.push_back("toggle off screen");
   // Under the system's allow-list the separators take no room and may stand anywhere.
-  const bool systemHides = desktop.simAssessmentMode().restriction().has_value();
+  const bool systemHides = desktop.assessmentMode().restriction().has_value();
   if (!systemHides && (!separator || !separator->onScreen)) problems.push_back("separator off screen");
-  if (desktop.menuTitlesDropped() > 0) {
-    problems.push_back(std::to_string(desktop.menuTitlesDropped()) + " menu titles dropped");
+  if (desktop.bar().menuTitlesDropped() > 0) {
+    problems.push_back(std::to_string(desktop.bar().menuTitlesDropped()) + " menu titles dropped");
   }
   auto fold = ownPosition(desktop, StatusBarController::separatorAutosaveName);
   if (!fold) {
     problems.push_back("separator has no stored position");
     return problems;
   }
-  for (const auto* item : desktop.allItems()) {
+  for (const auto* item : desktop.bar().allItems()) {
     if (item->ownerPid == sim::kOwnPid) continue;
     const bool alwaysVisible = item->preferredPosition && *item->preferredPosition < *fold;
     if (alwaysVisible == item->onScreen) continue;
-    std::string who = desktop.bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName;
+    std::string who = desktop.processes().bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName;
     problems.push_back(who + (alwaysVisible ? " (always visible) off screen" : " (hidden) on screen"));
   }
   return problems;
@@ -67,10 +67,10 @@ std::vector<std::string> shelfProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
   auto deep = ownPosition(desktop, StatusBarController::alwaysHiddenAutosaveName);
   if (!deep) return {"always-hidden separator has no stored position"};
-  for (const auto* item : desktop.allItems()) {
+  for (const auto* item : desktop.bar().allItems()) {
     if (item->ownerPid == sim::kOwnPid || !item->onScreen) continue;
     if (!item->preferredPosition || *item->preferredPosition <= *deep) continue;
-    problems.push_back(desktop.bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName +
+    problems.push_back(desktop.processes().bundleIdOfPid(item->ownerPid).value_or("?") + "/" + item->autosaveName +
                        " (always hidden) on screen");
   }
   return problems;
@@ -78,7 +78,7 @@ std::vector<std::string> shelfProblems(sim::SimDesktop& desktop) {
 
 int countLogLines(const sim::SimDesktop& desktop, const std::string& needle, std::size_t from) {
   int count = 0;
-  const auto& lines = desktop.logLines();
+  const auto& lines = desktop.logSink().lines();
   for (std::size_t i = from; i < lines.size(); ++i) {
     if (lines[i].message.find(needle) != std::string::npos) ++count;
   }
@@ -115,7 +115,7 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   result.problems = collapseProblems(session.desktop());
   result.timersRun = session.queue().executedCount() - timersBefore;
   result.timersPending = session.queue().pendingCount();
-  result.defaults = session.desktop().simDefaults();
+  result.defaults = session.desktop().defaults();
   if (controller && result.settled) {
     controller->expandBar(ExpandDepth::normal, Initiator::user);
     session.runFor(kShelfSettle);

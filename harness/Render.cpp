@@ -101,8 +101,8 @@ std::string header(const BarSnapshot& bar, std::string_view title, int columns) 
 }
 
 std::string frontmostName(const sim::SimDesktop& desktop) {
-  if (auto bundle = desktop.frontmostBundleId()) {
-    for (const auto& app : desktop.apps()) {
+  if (auto bundle = desktop.processes().frontmostBundleId()) {
+    for (const auto& app : desktop.processes().apps()) {
       if (app.bundleId == *bundle) return app.name;
     }
   }
@@ -121,10 +121,10 @@ struct Entry {
 };
 
 std::string screenCaption(const sim::SimDesktop& desktop, std::size_t index) {
-  const sim::SimScreenSpec& config = desktop.screenSpecs()[index];
+  const sim::SimScreenSpec& config = desktop.screens().specs()[index];
   std::string caption = "  screen " + std::to_string(index + 1) + " · " + points(config.width) + "×" +
                         points(config.height) + " at " + points(config.x) + "," + points(config.y);
-  if (auto notch = desktop.screenInfos()[index].notchRect())
+  if (auto notch = desktop.screens().infos()[index].notchRect())
     caption += " · notch " + range(notch->minX(), notch->maxX());
   return caption;
 }
@@ -203,8 +203,8 @@ std::string ownGlyph(const std::string& autosave, const BarSnapshot& bar) {
 
 // The primary screen's bar at a uniform scale, between two frame bars.
 std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, const Labels& labels, int columns) {
-  const sim::SimScreenSpec& config = desktop.screenSpecs().front();
-  auto notch = desktop.screenInfos().front().notchRect();
+  const sim::SimScreenSpec& config = desktop.screens().specs().front();
+  auto notch = desktop.screens().infos().front().notchRect();
   // One scale for every screen keeps icons two columns wide; a screen too wide for the terminal
   // loses its left end, where the menus start and nothing of Tarvolo's shows.
   constexpr double scale = kPointsPerColumn;
@@ -216,7 +216,7 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
     return std::clamp(static_cast<int>(std::floor((x - originX) / scale + 1e-9)), 0, canvas.width());
   };
 
-  double menusEdge = desktop.menusRightEdge();
+  double menusEdge = desktop.bar().menusRightEdge();
   if (notch && menusEdge > notch->maxX()) {
     canvas.fill(column(config.x), column(notch->minX()), "░");
     canvas.fill(column(notch->maxX()), column(menusEdge), "░");
@@ -230,19 +230,19 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
     canvas.fill(column(notch->minX()), column(notch->maxX()), "█");
     canvas.writeCentered(column(notch->minX()), column(notch->maxX()), " notch ");
   }
-  double statusMinX = desktop.statusAreaMinX();
-  double statusMaxX = desktop.statusAreaMaxX();
+  double statusMinX = desktop.bar().statusAreaMinX();
+  double statusMaxX = desktop.bar().statusAreaMaxX();
   canvas.write(column(statusMaxX), "┊");
   canvas.writeCentered(column(statusMaxX) + 1, column(config.x + config.width), "system");
 
-  for (const sim::SimItemState* item : desktop.allItems()) {
+  for (const sim::SimItemState* item : desktop.bar().allItems()) {
     if (!item->frame || !item->onScreen) continue;
     int from = column(std::max(item->frame->minX(), statusMinX));
     int to = std::max(column(item->frame->maxX()), from + 1);
     canvas.fill(from, to, " ");
     if (item->ownerPid != sim::kOwnPid) {
       // Content is right-aligned in an item, so is the label.
-      canvas.write(std::max(from, to - 2), labels.at(desktop.bundleIdOfPid(item->ownerPid).value_or("")), from, to);
+      canvas.write(std::max(from, to - 2), labels.at(desktop.processes().bundleIdOfPid(item->ownerPid).value_or("")), from, to);
       continue;
     }
     // A separator longer than an icon is what pushes icons away: show its span.
@@ -322,10 +322,10 @@ std::string iconListing(const BarSnapshot& bar, const Labels& labels, int column
 std::string renderBar(const RenderBarInput& input) {
   std::string out = header(input.bar, input.title, input.columns) + "\n";
   if (!input.note.empty()) out += "  ↳ " + std::string(input.note) + "\n";
-  Labels labels = shortLabels(input.desktop.apps());
+  Labels labels = shortLabels(input.desktop.processes().apps());
   out += barPicture(input.desktop, input.bar, labels, input.columns);
   // The simulated desktop lays status items out on the primary screen only.
-  for (std::size_t index = 1; index < input.desktop.screenSpecs().size(); ++index) {
+  for (std::size_t index = 1; index < input.desktop.screens().specs().size(); ++index) {
     out += screenCaption(input.desktop, index) + " · no status items\n";
   }
   out += iconListing(input.bar, labels, input.columns);

@@ -21,7 +21,7 @@ using json = nlohmann::ordered_json;
 namespace {
 
 std::optional<OwnItemFrame> ownItemFrame(const sim::SimDesktop& desktop, OwnItem which) {
-  const sim::SimItemState* item = desktop.ownItem(autosaveName(which));
+  const sim::SimItemState* item = desktop.bar().ownItem(autosaveName(which));
   if (!item || !item->frame) return std::nullopt;
   return OwnItemFrame{.minX = item->frame->minX(),
                       .maxX = item->frame->maxX(),
@@ -30,7 +30,7 @@ std::optional<OwnItemFrame> ownItemFrame(const sim::SimDesktop& desktop, OwnItem
 }
 
 std::string appNameOf(const sim::SimDesktop& desktop, const std::string& bundleId) {
-  for (const auto& app : desktop.apps()) {
+  for (const auto& app : desktop.processes().apps()) {
     if (app.bundleId == bundleId) return app.name;
   }
   return bundleId;
@@ -82,9 +82,9 @@ namespace {
 
 void snapshotEveryday(BarSnapshot& bar, const sim::SimDesktop& desktop, const StatusBarController* controller,
                       AppEnvironment* environment) {
-  bar.loginItem.status = std::string(platform::rawValue(desktop.loginItemStatus()));
-  bar.loginItem.registrations = desktop.loginItemRecord().registrations;
-  bar.loginItem.unregistrations = desktop.loginItemRecord().unregistrations;
+  bar.loginItem.status = std::string(platform::rawValue(desktop.loginItems().status()));
+  bar.loginItem.registrations = desktop.loginItems().record().registrations;
+  bar.loginItem.unregistrations = desktop.loginItems().record().unregistrations;
   if (controller) {
     const AutoCollapse& timer = controller->autoCollapse();
     bar.autoCollapse = AutoCollapseState{.armed = timer.armed(),
@@ -117,7 +117,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
                         const StatusItemManager* catalog, double now, AppEnvironment* environment) {
   BarSnapshot bar;
   bar.time = now;
-  bar.tarvoloRunning = desktop.ownAppRunning();
+  bar.tarvoloRunning = desktop.processes().ownAppRunning();
   if (controller) {
     bar.state = ControllerState{.isExpanded = controller->isExpanded.get(),
                                 .isDeepExpanded = controller->isDeepExpanded.get(),
@@ -127,10 +127,10 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.separator = ownItemFrame(desktop, OwnItem::separator);
   bar.alwaysHiddenSeparator = ownItemFrame(desktop, OwnItem::alwaysHiddenSeparator);
 
-  for (const sim::SimItemState* item : desktop.allItems()) {
+  for (const sim::SimItemState* item : desktop.bar().allItems()) {
     if (item->ownerPid == sim::kOwnPid) continue;
     ForeignItemFrame foreign;
-    foreign.bundleId = desktop.bundleIdOfPid(item->ownerPid).value_or("");
+    foreign.bundleId = desktop.processes().bundleIdOfPid(item->ownerPid).value_or("");
     foreign.appName = appNameOf(desktop, foreign.bundleId);
     foreign.autosaveName = item->autosaveName;
     foreign.frame = item->frame;
@@ -153,14 +153,14 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
       for (const MenuBarAppItem& row : *rows) bar.catalog.push_back({row.bundleId, row.name, row.catalogSection});
     }
   }
-  bar.menus = MenusState{.frontmost = desktop.frontmostBundleId(),
-                         .width = desktop.frontmostMenusWidth(),
-                         .titlesDropped = desktop.menuTitlesDropped()};
+  bar.menus = MenusState{.frontmost = desktop.processes().frontmostBundleId(),
+                         .width = desktop.bar().frontmostMenusWidth(),
+                         .titlesDropped = desktop.bar().menuTitlesDropped()};
   if (controller) {
     bar.probes = controller->cliffProbesMade();
     const auto& native = controller->hidingEngines().nativeEngine();
     const auto presentation = native.presentation();
-    const auto& assessment = desktop.simAssessmentMode();
+    const auto& assessment = desktop.assessmentMode();
     bar.hiding = HidingState{.engine = std::string(rawValue(controller->hidingEngines().hidingEngine())),
                              .nativeState = std::string(rawValue(native.state())),
                              .symbol = presentation.symbol,
@@ -169,20 +169,20 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
                              .assertionsMade = static_cast<int>(assessment.assertions().size()),
                              .assertionsActivated = assessment.activations()};
   }
-  const sim::SimDefaultsStore& store = desktop.simDefaults();
+  const sim::SimDefaultsStore& store = desktop.defaults();
   auto read = [&store](const std::string& key) { return store.object(key); };
   bar.cache.cliff = decodeCliffRecord(read);
   bar.cache.perApp = decodeLengthMap(read(cliffPerAppDefaultsKey));
 
-  const sim::SimUiRecord& ui = desktop.ui();
-  bar.ui.iconShelfShown = ui.shelfShown;
-  if (ui.shelfShown && ui.shelfState) {
-    for (const auto& tier : ui.shelfState->tiers) {
+  const sim::SimUserInterface& ui = desktop.userInterface();
+  bar.ui.iconShelfShown = ui.iconShelfPanel().shown();
+  if (ui.iconShelfPanel().shown() && ui.iconShelfPanel().lastState()) {
+    for (const auto& tier : ui.iconShelfPanel().lastState()->tiers) {
       if (tier.selected) bar.ui.iconShelfTier = tier.rawValue;
     }
   }
-  if (ui.shelfShown && ui.shelfState) {
-    const auto& panel = *ui.shelfState;
+  if (ui.iconShelfPanel().shown() && ui.iconShelfPanel().lastState()) {
+    const auto& panel = *ui.iconShelfPanel().lastState();
     ShelfState shelf{.tier = bar.ui.iconShelfTier,
                      .query = panel.query,
                      .searchExpanded = panel.searchExpanded,
@@ -198,7 +198,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
     }
     bar.shelf = std::move(shelf);
   }
-  for (const auto& menu : desktop.foreignMenus()) {
+  for (const auto& menu : desktop.menus().foreignMenus()) {
     bar.foreignMenus.push_back({.bundleId = menu.ownerBundleId,
                                 .item = menu.itemName,
                                 .openedBy = menu.openedBy,
@@ -206,23 +206,23 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
                                 .closedBy = menu.closedBy,
                                 .closedAt = menu.closedAt});
   }
-  bar.postedEvents = desktop.postedEvents();
-  bar.ui.preferencesVisible = ui.preferencesVisible;
-  bar.ui.preferencesOpened = static_cast<int>(ui.preferencesOpenedAt.size());
-  if (ui.preferencesVisible) bar.ui.preferences = ui.preferences;
-  if (ui.newAppNoticeShown) bar.ui.newAppNotice = ui.newAppNotice;
-  bar.ui.newAppNotices = ui.newAppNoticeCount;
-  if (ui.reviewPromptShown) bar.ui.reviewPrompt = ui.reviewPrompt;
-  bar.ui.reviewPrompts = ui.reviewPromptCount;
-  if (ui.placementGuideShown) bar.ui.placementGuide = ui.placementGuide;
-  bar.ui.coachPresentations = desktop.coachWindow().showCount();
-  bar.ui.coachShown = desktop.coachWindow().isShown();
-  bar.ui.coach = desktop.coachWindow().lastState();
-  bar.accessibility = {.trusted = desktop.simAccessibility().isProcessTrusted(),
-                       .prompts = desktop.simAccessibility().promptsShown(),
-                       .openedURLs = desktop.openedURLs()};
-  bar.ui.contextMenuOpen = desktop.openMenu().has_value();
-  for (const auto& notice : ui.notices) {
+  bar.postedEvents = desktop.events().postedEvents();
+  bar.ui.preferencesVisible = ui.preferences().shown();
+  bar.ui.preferencesOpened = static_cast<int>(ui.preferences().openedAt().size());
+  if (ui.preferences().shown()) bar.ui.preferences = ui.preferences().lastState();
+  if (ui.newAppNotice().shown()) bar.ui.newAppNotice = ui.newAppNotice().lastState();
+  bar.ui.newAppNotices = ui.newAppNotice().showCount();
+  if (ui.reviewPrompt().shown()) bar.ui.reviewPrompt = ui.reviewPrompt().lastState();
+  bar.ui.reviewPrompts = ui.reviewPrompt().showCount();
+  if (ui.placementGuide().shown()) bar.ui.placementGuide = ui.placementGuide().lastState();
+  bar.ui.coachPresentations = desktop.userInterface().firstLaunchCoach().openCount();
+  bar.ui.coachShown = desktop.userInterface().firstLaunchCoach().isShown();
+  bar.ui.coach = desktop.userInterface().firstLaunchCoach().lastState();
+  bar.accessibility = {.trusted = desktop.accessibility().isProcessTrusted(),
+                       .prompts = desktop.accessibility().promptsShown(),
+                       .openedURLs = desktop.workspace().openedURLs()};
+  bar.ui.contextMenuOpen = desktop.menus().openMenu().has_value();
+  for (const auto& notice : ui.notices()) {
     if (!notice.dismissed) bar.ui.notices.push_back(notice.request.kind);
   }
   snapshotEveryday(bar, desktop, controller, environment);

@@ -434,7 +434,7 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     if (auto button = step.optional("button")) {
       std::string buttonName = button->string();
       if (buttonName == "right") {
-        click.button = sim::SimDesktop::MouseButton::right;
+        click.button = sim::MouseButton::right;
       } else if (buttonName != "left") {
         button->fail("unknown button " + inQuotes(buttonName) + " (expected left or right)");
       }
@@ -547,8 +547,8 @@ Action parseAction(const Field& step, std::string_view key, const Scenario& scen
     if (buttonName != "left" && buttonName != "right") {
       value.fail("unknown button " + inQuotes(buttonName) + " (expected left or right)");
     }
-    return step::MouseButtonPress{.button = buttonName == "left" ? sim::SimDesktop::MouseButton::left
-                                                                 : sim::SimDesktop::MouseButton::right,
+    return step::MouseButtonPress{.button = buttonName == "left" ? sim::MouseButton::left
+                                                                 : sim::MouseButton::right,
                                   .down = key == "mouseDown"};
   }
   if (key == "modifierDown" || key == "modifierUp") {
@@ -729,7 +729,7 @@ std::string describe(const Action& action) {
     std::string operator()(const step::ActivateApp& a) const { return "activate " + a.bundleId; }
     std::string operator()(const step::Click& a) const {
       std::string text = "click " + std::string(targetName(a.target));
-      bool right = a.button == sim::SimDesktop::MouseButton::right;
+      bool right = a.button == sim::MouseButton::right;
       std::string modifiers = modifierSymbols(a.modifiers);
       if (right || !modifiers.empty()) {
         text += " (";
@@ -842,7 +842,7 @@ std::string describe(const Action& action) {
       return "pointer to " + numberWord(a.location.x) + "," + numberWord(a.location.y);
     }
     std::string operator()(const step::MouseButtonPress& a) const {
-      return std::string(a.button == sim::SimDesktop::MouseButton::left ? "left" : "right") + " mouse " +
+      return std::string(a.button == sim::MouseButton::left ? "left" : "right") + " mouse " +
              (a.down ? "down" : "up");
     }
     std::string operator()(const step::ModifierPress& a) const {

@@ -54,7 +54,7 @@ struct ActivateApp {
 };
 struct Click {
   OwnItem target = OwnItem::toggle;
-  sim::SimDesktop::MouseButton button = sim::SimDesktop::MouseButton::left;
+  sim::MouseButton button = sim::MouseButton::left;
   platform::ModifierFlags modifiers;
 };
 // `item` is an own item's target name or a foreign app's bundle id (its first item).
@@ -151,7 +151,7 @@ struct MovePointer {
 };
 // A mouse button goes down or up where the pointer is (never on Tarvolo's items).
 struct MouseButtonPress {
-  sim::SimDesktop::MouseButton button = sim::SimDesktop::MouseButton::left;
+  sim::MouseButton button = sim::MouseButton::left;
   bool down = true;
 };
 struct ModifierPress {

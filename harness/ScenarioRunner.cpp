@@ -73,8 +73,8 @@ class Run {
     sim::SimDesktop& finalDesktop = session_->desktop();
     report_.scenario = scenario_.name;
     if (atQuit_) report_.atQuit = std::move(*atQuit_);
-    report_.defaults = finalDesktop.simDefaults().toJson();
-    report_.log = finalDesktop.logLines();
+    report_.defaults = finalDesktop.defaults().toJson();
+    report_.log = finalDesktop.logSink().lines();
     return std::move(report_);
   }
 
@@ -139,24 +139,24 @@ class Run {
     return std::nullopt;
   }
   std::optional<std::string> act(const step::Click& action) {
-    if (desktop().clickOwnItem(autosaveName(action.target), action.button, action.modifiers)) return std::nullopt;
+    if (desktop().events().clickOwnItem(autosaveName(action.target), action.button, action.modifiers)) return std::nullopt;
     return "the " + std::string(targetName(action.target)) + " is not on screen";
   }
   std::optional<std::string> act(const step::CommandDrag& action) {
     auto own = ownItemFromTargetName(action.item);
     std::string name = own ? autosaveName(*own) : action.item;
-    if (desktop().commandDragItem(name, action.toX)) return std::nullopt;
+    if (desktop().events().commandDragItem(name, action.toX)) return std::nullopt;
     return action.item + " is not on screen";
   }
   std::optional<std::string> act(const step::ChooseMenuAction& action) {
-    if (!desktop().clickOwnItem(autosaveName(OwnItem::toggle), sim::SimDesktop::MouseButton::right)) {
+    if (!desktop().events().clickOwnItem(autosaveName(OwnItem::toggle), sim::MouseButton::right)) {
       return std::string("the toggle is not on screen");
     }
     // The menu opens on the mouse-up; the item is chosen as soon as it shows.
     session_->runFor(desktop().settings().clickDuration);
-    if (!desktop().openMenu()) return std::string("no context menu opened");
-    if (desktop().chooseMenuAction(action.action)) return std::nullopt;
-    desktop().dismissMenu();
+    if (!desktop().menus().openMenu()) return std::string("no context menu opened");
+    if (desktop().menus().chooseMenuAction(action.action)) return std::nullopt;
+    desktop().menus().dismissMenu();
     return "the context menu has no " + action.action + " item";
   }
   std::optional<std::string> act(const step::ChangeScreens& action) {
@@ -179,17 +179,17 @@ class Run {
     return std::nullopt;
   }
   std::optional<std::string> act(const step::PressCoach& action) {
-    if (desktop().coachWindow().press(action.control)) return std::nullopt;
-    return std::string(desktop().coachWindow().isShown() ? "the coach does not offer that control now"
+    if (desktop().userInterface().firstLaunchCoach().press(action.control)) return std::nullopt;
+    return std::string(desktop().userInterface().firstLaunchCoach().isShown() ? "the coach does not offer that control now"
                                                           : "the coach is not shown");
   }
   std::optional<std::string> act(const step::SetAccessibility& action) {
-    desktop().simAccessibility().setTrusted(action.trusted);
+    desktop().accessibility().setTrusted(action.trusted);
     return std::nullopt;
   }
   std::optional<std::string> act(const step::ReviewPromptButton& action) {
-    if (!desktop().ui().reviewPromptShown) return std::string("no rating prompt is showing");
-    const auto& callbacks = desktop().ui().reviewPromptCallbacks;
+    if (!desktop().userInterface().reviewPrompt().shown()) return std::string("no rating prompt is showing");
+    const auto& callbacks = desktop().userInterface().reviewPrompt().controls();
     std::function<void()> press;
     switch (action.button) {
       case step::ReviewButton::rate: press = callbacks.rate; break;
@@ -200,9 +200,9 @@ class Run {
     return std::nullopt;
   }
   std::optional<std::string> act(const step::SetAppAccessibility& action) {
-    auto pid = desktop().pidOf(action.bundleId);
+    auto pid = desktop().processes().pidOf(action.bundleId);
     if (!pid || !appRunning(action.bundleId)) return action.bundleId + " is not running";
-    desktop().simAccessibility().setUnresponsive(*pid, !action.answers);
+    desktop().processes().setUnresponsive(*pid, !action.answers);
     return std::nullopt;
   }
   std::optional<std::string> act(const step::ActivateTarvolo&) {
@@ -236,8 +236,8 @@ class Run {
   }
   // The shelf's controls, called as a click or key in the panel would.
   const platform::IconShelfActions* shelfControls() {
-    const auto& ui = desktop().ui();
-    return ui.shelfShown ? &ui.shelfActions : nullptr;
+    const auto& ui = desktop().userInterface();
+    return ui.iconShelfPanel().shown() ? &ui.iconShelfPanel().controls() : nullptr;
   }
   std::optional<std::string> act(const step::ShelfType& action) {
     auto* controls = shelfControls();
@@ -266,8 +266,8 @@ class Run {
   }
   std::optional<std::string> act(const step::ShelfChoose& action) {
     auto* controls = shelfControls();
-    if (!controls || !desktop().ui().shelfState) return std::string("the Icon Shelf is not shown");
-    for (const auto& row : desktop().ui().shelfState->rows) {
+    if (!controls || !desktop().userInterface().iconShelfPanel().lastState()) return std::string("the Icon Shelf is not shown");
+    for (const auto& row : desktop().userInterface().iconShelfPanel().lastState()->rows) {
       if (row.name == action.row || row.id == action.row) {
         controls->chooseRow(row.id);
         return std::nullopt;
@@ -282,21 +282,21 @@ class Run {
     return std::nullopt;
   }
   std::optional<std::string> act(const step::CloseMenu& action) {
-    if (!desktop().foreignMenu()) return std::string("no menu of another app is open");
+    if (!desktop().menus().foreignMenu()) return std::string("no menu of another app is open");
     switch (action.how) {
-      case step::MenuCloser::escape: desktop().pressKey(kEscapeKeyCode); break;
-      case step::MenuCloser::enter: desktop().pressKey(kReturnKeyCode); break;
-      case step::MenuCloser::clickElsewhere: desktop().clickElsewhere(kDesktopPoint); break;
-      case step::MenuCloser::choose: desktop().chooseForeignMenuEntry(); break;
+      case step::MenuCloser::escape: desktop().events().pressKey(kEscapeKeyCode); break;
+      case step::MenuCloser::enter: desktop().events().pressKey(kReturnKeyCode); break;
+      case step::MenuCloser::clickElsewhere: desktop().events().clickElsewhere(kDesktopPoint); break;
+      case step::MenuCloser::choose: desktop().events().chooseForeignMenuEntry(); break;
     }
     return std::nullopt;
   }
   std::optional<std::string> act(const step::Shortcut& action) {
-    if (desktop().pressMainMenuShortcut(action.key)) return std::nullopt;
+    if (desktop().events().pressMainMenuShortcut(action.key)) return std::nullopt;
     return "Tarvolo's main menu has no ⌘" + action.key + " item";
   }
   const platform::PreferencesCallbacks* openPreferences() {
-    return desktop().ui().preferencesVisible ? &desktop().ui().preferencesCallbacks : nullptr;
+    return desktop().userInterface().preferences().shown() ? &desktop().userInterface().preferences().controls() : nullptr;
   }
   std::optional<std::string> act(const step::PreferencesTab& action) {
     auto* window = openPreferences();
@@ -307,7 +307,7 @@ class Run {
   std::optional<std::string> act(const step::PreferencesSet& action) {
     auto* window = openPreferences();
     if (!window) return std::string("Preferences is not open");
-    const auto& state = desktop().ui().preferences;
+    const auto& state = desktop().userInterface().preferences().lastState();
     const std::string& control = action.control;
     if (control == "language") window->chooseLanguage(action.value.get<std::string>());
     if (control == "autoCollapseDelay") window->chooseDelay(action.value.get<double>());
@@ -327,7 +327,7 @@ class Run {
   }
   std::optional<std::string> act(const step::PickZone& action) {
     auto* window = openPreferences();
-    const auto& state = desktop().ui().preferences;
+    const auto& state = desktop().userInterface().preferences().lastState();
     if (!window || !state) return std::string("Preferences is not open");
     if (state->tab != platform::PreferencesTab::items) return std::string("the Icons tab is not shown");
     auto listed = [&](const std::vector<platform::PreferencesItemRow>& rows) {
@@ -342,25 +342,25 @@ class Run {
     return std::nullopt;
   }
   std::optional<std::string> act(const step::NoticeButton& action) {
-    if (!desktop().ui().newAppNoticeShown) return std::string("no new-app notice is showing");
-    const auto& callbacks = desktop().ui().newAppNoticeCallbacks;
+    if (!desktop().userInterface().newAppNotice().shown()) return std::string("no new-app notice is showing");
+    const auto& callbacks = desktop().userInterface().newAppNotice().controls();
     auto press = action.arrange ? callbacks.arrange : callbacks.ignore;
     if (press) press();
     return std::nullopt;
   }
   std::optional<std::string> act(const step::Guide& action) {
-    const auto& ui = desktop().ui();
-    if (!ui.placementGuideShown || !ui.placementGuide) return std::string("the placement guide is not showing");
+    const auto& ui = desktop().userInterface();
+    if (!ui.placementGuide().shown() || !ui.placementGuide().lastState()) return std::string("the placement guide is not showing");
     switch (action.action) {
       case step::GuideAction::confirm:
-        if (auto confirm = ui.placementGuideCallbacks.confirm) confirm();
+        if (auto confirm = ui.placementGuide().controls().confirm) confirm();
         return std::nullopt;
       case step::GuideAction::cancel:
-        if (auto cancel = ui.placementGuideCallbacks.cancel) cancel();
+        if (auto cancel = ui.placementGuide().controls().cancel) cancel();
         return std::nullopt;
       case step::GuideAction::drag: break;
     }
-    auto target = ui.placementGuide->target;
+    auto target = ui.placementGuide().lastState()->target;
     PlacementGuideController* guide = session_->delegate()->environment()->placementGuide();
     if (!target || !guide) return std::string("the guide points at nothing");
     // Tarvolo's own items are put in order by dragging the toggle back to the right end.
@@ -368,12 +368,12 @@ class Run {
                                                       : guide->currentBundleID().value_or("");
     if (item.empty()) return std::string("the guide names no icon");
     double toX = guide->isShowingAnchorRepair() ? target->maxX() + 1 : target->midX();
-    if (desktop().commandDragItem(item, toX)) return std::nullopt;
+    if (desktop().events().commandDragItem(item, toX)) return std::nullopt;
     return item + " is not on screen";
   }
   std::optional<std::string> act(const step::ClosePreferences&) {
-    if (!desktop().ui().preferencesVisible) return std::string("Preferences is not open");
-    desktop().closePreferencesWindow();
+    if (!desktop().userInterface().preferences().shown()) return std::string("Preferences is not open");
+    desktop().userInterface().preferences().closeByUser();
     return std::nullopt;
   }
   std::optional<std::string> act(const step::MovePointer& action) {
@@ -381,50 +381,50 @@ class Run {
     switch (action.spot) {
       case step::MovePointer::Spot::point: break;
       case step::MovePointer::Spot::desktop: {
-        const auto& screen = desktop().screenSpecs().front();
+        const auto& screen = desktop().screens().specs().front();
         location = {screen.x + screen.width / 2, screen.y + screen.height / 2};
         break;
       }
       case step::MovePointer::Spot::emptyMenuBar: {
         // Halfway between the app menus and the first icon that stays visible.
-        const sim::SimItemState* separator = desktop().ownItem(autosaveName(OwnItem::separator));
+        const sim::SimItemState* separator = desktop().bar().ownItem(autosaveName(OwnItem::separator));
         if (!separator || !separator->frame) return std::string("the separator is not laid out");
-        double left = std::max(desktop().menusRightEdge(), desktop().statusAreaMinX());
-        double right = std::min(separator->frame->maxX(), desktop().statusAreaMaxX());
+        double left = std::max(desktop().bar().menusRightEdge(), desktop().bar().statusAreaMinX());
+        double right = std::min(separator->frame->maxX(), desktop().bar().statusAreaMaxX());
         if (right - left < 2) return std::string("the menu bar has no empty stretch");
-        const auto& screen = desktop().screenSpecs().front();
+        const auto& screen = desktop().screens().specs().front();
         location = {(left + right) / 2, screen.y + screen.height - 12};
         break;
       }
     }
-    desktop().movePointer(location);
+    desktop().events().movePointer(location);
     return std::nullopt;
   }
   std::optional<std::string> act(const step::MouseButtonPress& action) {
     if (action.down) {
-      desktop().pressMouseButton(action.button);
+      desktop().events().pressMouseButton(action.button);
     } else {
-      desktop().releaseMouseButton(action.button);
+      desktop().events().releaseMouseButton(action.button);
     }
     return std::nullopt;
   }
   std::optional<std::string> act(const step::ModifierPress& action) {
     if (action.down) {
-      desktop().pressModifiers(action.modifiers);
+      desktop().events().pressModifiers(action.modifiers);
     } else {
-      desktop().releaseModifiers(action.modifiers);
+      desktop().events().releaseModifiers(action.modifiers);
     }
     return std::nullopt;
   }
   std::optional<std::string> act(const step::TypeKey& action) {
-    desktop().typeKey(action.keyCode, action.modifiers);
+    desktop().events().typeKey(action.keyCode, action.modifiers);
     return std::nullopt;
   }
   std::optional<std::string> act(const step::MenuTracking& action) {
     if (action.begins) {
-      desktop().beginMenuTracking();
+      desktop().menus().beginMenuTracking();
     } else {
-      desktop().endMenuTracking();
+      desktop().menus().endMenuTracking();
     }
     return std::nullopt;
   }
@@ -464,7 +464,7 @@ class Run {
   bool appRunning(const std::string& bundleId) {
     const sim::SimAppSpec* listed = scenario_.app(bundleId);
     if (!listed) return false;
-    for (const auto& app : desktop().apps()) {
+    for (const auto& app : desktop().processes().apps()) {
       if (app.bundleId == listed->bundleId) return app.running;
     }
     return false;
@@ -484,9 +484,9 @@ std::unique_ptr<sim::SimDesktop> makeDesktop(const Scenario& scenario) {
   auto desktop = std::make_unique<sim::SimDesktop>(scenario.screens, scenario.apps, scenario.settings);
   if (scenario.frontmost) desktop->setFrontmost(*scenario.frontmost);
   for (const auto& [bundleId, processName] : scenario.processNames) {
-    desktop->simWindowList().setProcessName(bundleId, processName);
+    desktop->windowList().setProcessName(bundleId, processName);
   }
-  desktop->simAccessibility().setTrusted(scenario.accessibilityTrusted);
+  desktop->accessibility().setTrusted(scenario.accessibilityTrusted);
   return desktop;
 }
 

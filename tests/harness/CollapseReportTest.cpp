@@ -97,7 +97,7 @@ TEST(CollapseReport, CountsTitlesTheSystemDropped) {
   desktop->defaults().set("NSStatusItem Preferred Position spacer", DefaultsValue(1.0));
   auto spacer = desktop->statusBar().createStatusItem(16, "spacer");
   // Far edge 10 pt into the last title (30 wide), the menus ending at 166.
-  spacer->setLength(desktop->statusAreaMaxX() - 156);
+  spacer->setLength(desktop->bar().statusAreaMaxX() - 156);
   BarSnapshot bar = snapshotBar(*desktop, nullptr, nullptr, 0);
   EXPECT_EQ(bar.menus.titlesDropped, 1);
   EXPECT_EQ(bar.menus.width, 166);

@@ -241,7 +241,7 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
   ASSERT_EQ(scenario.steps.size(), 7u);
   const auto& click = std::get<step::Click>(scenario.steps[0].action);
   EXPECT_EQ(click.target, OwnItem::alwaysHiddenSeparator);
-  EXPECT_EQ(click.button, sim::SimDesktop::MouseButton::right);
+  EXPECT_EQ(click.button, sim::MouseButton::right);
   EXPECT_TRUE(click.modifiers.has(platform::Modifier::command));
   EXPECT_TRUE(click.modifiers.has(platform::Modifier::shift));
   EXPECT_FALSE(click.modifiers.has(platform::Modifier::option));

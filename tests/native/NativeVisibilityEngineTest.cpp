@@ -77,7 +77,7 @@ class NativeEngineTest : public ::testing::Test {
                                         [this](const Notification&) { ++availabilityChanges_; });
   }
   void run(double seconds) { desktop_->queue().runFor(seconds); }
-  const sim::SimAssessmentMode& mode() const { return desktop_->simAssessmentMode(); }
+  const sim::SimAssessmentMode& mode() const { return desktop_->assessmentMode(); }
 
   NotificationCenter center_;
   std::unique_ptr<sim::SimDesktop> desktop_;

@@ -10,7 +10,7 @@ namespace {
 using scenario::collapseProblems;
 using scenario::countLogLines;
 
-using MouseButton = sim::SimDesktop::MouseButton;
+using MouseButton = sim::MouseButton;
 using Verdict = MenuBarVisibilityPolicy::SeparatorLayoutVerdict;
 
 constexpr const char* kScreen = "1512x982@0,0";
@@ -45,7 +45,7 @@ class CollapseEngineTest : public SimAppTest {
  protected:
   void boot(DesktopOptions options = statusRegionLaptop()) { SimAppTest::boot(std::move(options)); }
   std::vector<std::string> problems() { return collapseProblems(desktop()); }
-  std::size_t logMark() const { return session_->desktop().logLines().size(); }
+  std::size_t logMark() const { return session_->desktop().logSink().lines().size(); }
   int linesSince(std::size_t mark, const std::string& needle) { return countLogLines(desktop(), needle, mark); }
   // Runs until nothing is scheduled any more; a procedure that loops never gets there.
   void expectQuiescent(double within) {
@@ -202,7 +202,7 @@ TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSea
   ASSERT_TRUE(controller().cliffSearchInFlight());
   controller().toggleBar(ExpandDepth::normal);
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_TRUE(desktop().ui().notices.empty());
+  EXPECT_TRUE(desktop().userInterface().notices().empty());
   EXPECT_TRUE(logged("cliff abort reason=expanded"));
   EXPECT_TRUE(controller().cliffSearchOwed());
   run(1);
@@ -223,8 +223,8 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_FALSE(controller().foldingEffective.get());
-  ASSERT_EQ(desktop().ui().notices.size(), 1u);
-  EXPECT_EQ(desktop().ui().notices[0].request.kind, "collapseStayExpanded");
+  ASSERT_EQ(desktop().userInterface().notices().size(), 1u);
+  EXPECT_EQ(desktop().userInterface().notices()[0].request.kind, "collapseStayExpanded");
   EXPECT_EQ(controller().cliffProbesMade(), 0);
   EXPECT_EQ(session().queue().pendingCount(), 0u);
 
@@ -232,11 +232,11 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   session().runUntil(30);
   controller().collapseBar(CollapseReason::menu);
   run(5);
-  EXPECT_EQ(desktop().ui().notices.size(), 1u);
+  EXPECT_EQ(desktop().userInterface().notices().size(), 1u);
   session().runUntil(70);
   controller().collapseBar(CollapseReason::menu);
   run(5);
-  EXPECT_EQ(desktop().ui().notices.size(), 2u);
+  EXPECT_EQ(desktop().userInterface().notices().size(), 2u);
   // Three give-ups start at most four retry campaigns, each bounded.
   expectQuiescent(30);
   EXPECT_LE(controller().cliffCampaigns(), 4);
@@ -297,7 +297,7 @@ TEST_F(CollapseEngineTest, OnMacOS27ThePlaceholderFillsTheRoomOneItemCannot) {
   // Up to the menus, less room for the overflow chevron.
   auto placeholder = controller().foldPlaceholder()->frame();
   ASSERT_TRUE(placeholder);
-  EXPECT_EQ(placeholder->minX(), desktop().menusRightEdge() + 52);
+  EXPECT_EQ(placeholder->minX(), desktop().bar().menusRightEdge() + 52);
   EXPECT_LT(*controller().lastAppliedNormalLength(), 3008 / 2 - 16);
 
   controller().expandBar(ExpandDepth::deep, Initiator::user);
@@ -329,8 +329,8 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
   settleFirstCollapse();
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
-  auto separator = *desktop().ownItem(StatusBarController::separatorAutosaveName)->frame;
-  ASSERT_TRUE(desktop().commandDragItem("com.example.icon3", separator.maxX() + 5));
+  auto separator = *desktop().bar().ownItem(StatusBarController::separatorAutosaveName)->frame;
+  ASSERT_TRUE(desktop().events().commandDragItem("com.example.icon3", separator.maxX() + 5));
   run(3);
   EXPECT_EQ(loggedCount("gap crossing=pinnedFolded"), 1);
   EXPECT_TRUE(logged("gap pinned remembered gap=120 was=90"));
@@ -356,7 +356,7 @@ TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenSeparatorStepsDownWhenRejected) 
   run(2);
   EXPECT_TRUE(logged(LogLine("shelf hidden verify").add("length", collapsed).add("verdict", "ejected").text()));
   EXPECT_TRUE(logged("shelf hidden step length="));
-  const auto* hidden = desktop().ownItem(StatusBarController::alwaysHiddenAutosaveName);
+  const auto* hidden = desktop().bar().ownItem(StatusBarController::alwaysHiddenAutosaveName);
   EXPECT_FALSE(hidden->rejected);
   EXPECT_FALSE(iconOnScreen("com.example.icon5"));  // the always-hidden zone stays hidden
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));

@@ -70,10 +70,10 @@ class CollapseRecoveryTest : public SimAppTest {
   void showAll() { choose("menuShowAll"); }
   void collapse() { choose("menuCollapse"); }
   void choose(const char* action) {
-    ASSERT_TRUE(desktop().clickOwnItem(scenario::autosaveName(scenario::OwnItem::toggle),
-                                       sim::SimDesktop::MouseButton::right));
+    ASSERT_TRUE(desktop().events().clickOwnItem(scenario::autosaveName(scenario::OwnItem::toggle),
+                                       sim::MouseButton::right));
     run(0.05);
-    ASSERT_TRUE(desktop().chooseMenuAction(action));
+    ASSERT_TRUE(desktop().menus().chooseMenuAction(action));
   }
   // Brings `bundle` to the front while every icon is shown, and lets the bar settle.
   void activateShowingAll(const std::string& bundle) {
@@ -82,14 +82,14 @@ class CollapseRecoveryTest : public SimAppTest {
     run(1);
   }
 
-  std::size_t mark() const { return session_->desktop().logLines().size(); }
+  std::size_t mark() const { return session_->desktop().logSink().lines().size(); }
   int linesSince(std::size_t from, const std::string& needle) const {
     return scenario::countLogLines(session_->desktop(), needle, from);
   }
   // The action of every recovery step logged since `from`.
   std::vector<std::string> recoveryActionsSince(std::size_t from) const {
     std::vector<std::string> actions;
-    const auto& lines = session_->desktop().logLines();
+    const auto& lines = session_->desktop().logSink().lines();
     for (std::size_t i = from; i < lines.size(); ++i) {
       const std::string& text = lines[i].message;
       if (text.find("collapse recovery verdict=") == std::string::npos) continue;
@@ -123,7 +123,7 @@ TEST_F(CollapseRecoveryTest, MenusThatMeetTheSeparatorMakeItStepDownOnceAndTheSh
   EXPECT_EQ(linesSince(from, "collapse length verified length=702 frontmost=com.example.wide"), 1);
   EXPECT_EQ(recoveryActionsSince(from), std::vector<std::string>{"stepDown"});
   EXPECT_FALSE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().menuTitlesDropped(), 0);
+  EXPECT_EQ(desktop().bar().menuTitlesDropped(), 0);
   EXPECT_EQ(problems(), std::vector<std::string>{});
   EXPECT_EQ(storedEntry(desktop(), cliffPerAppDefaultsKey, pairKey(kWide)), 702);
 }
@@ -185,9 +185,9 @@ TEST_F(CollapseRecoveryTest, WhenNothingClearsTheMenusTheNoticeComesWithTheNorma
   EXPECT_EQ(linesSince(from, "collapse dropped to shelf frontmost=com.example.wide"), 1);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_FALSE(controller().isDeepExpanded.get());
-  ASSERT_EQ(desktop().ui().notices.size(), 1u);
-  EXPECT_EQ(desktop().ui().notices[0].request.kind, "collapseMenus");
-  EXPECT_EQ(desktop().menuTitlesDropped(), 0);
+  ASSERT_EQ(desktop().userInterface().notices().size(), 1u);
+  EXPECT_EQ(desktop().userInterface().notices()[0].request.kind, "collapseMenus");
+  EXPECT_EQ(desktop().bar().menuTitlesDropped(), 0);
 }
 
 // ---- Ejection
@@ -214,7 +214,7 @@ TEST_F(CollapseRecoveryTest, ACachedLengthTheSystemNowEjectsIsForgottenAndSearch
   EXPECT_LE(cliff, 500);
   EXPECT_EQ(linesSince(from, "collapse length verified length=" + numberText(cliff)), 1);
   EXPECT_FALSE(controller().isExpanded.get());
-  EXPECT_TRUE(desktop().ui().notices.empty());
+  EXPECT_TRUE(desktop().userInterface().notices().empty());
   EXPECT_EQ(problems(), std::vector<std::string>{});
 }
 

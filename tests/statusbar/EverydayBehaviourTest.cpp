@@ -9,7 +9,7 @@ namespace {
 
 using platform::Modifier;
 using platform::ModifierFlags;
-using MouseButton = sim::SimDesktop::MouseButton;
+using MouseButton = sim::MouseButton;
 
 constexpr std::uint16_t kB = 11;
 constexpr std::uint16_t kK = 40;
@@ -33,9 +33,9 @@ class EverydayTest : public SimAppTest {
   HotkeyManager& hotkeys() { return environment().hotkeys(); }
   // A toggle click, then the pointer goes to the middle of the screen.
   void expandByClick(ModifierFlags modifiers = {}) {
-    desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left, modifiers);
+    desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left, modifiers);
     run(0.1);
-    desktop().movePointer({700, 400});
+    desktop().events().movePointer({700, 400});
   }
   bool expanded() { return controller().isExpanded.get(); }
 };
@@ -75,23 +75,23 @@ TEST_F(EverydayTest, StoredDelaysAreClamped) {
 TEST_F(EverydayTest, AnOpenMenuOrAHeldCommandKeyDefersAndTheReasonIsLoggedOnce) {
   start();
   expandByClick();
-  desktop().beginMenuTracking();
-  desktop().movePointer({700, 1070});  // also in the menu bar: the menu still comes first
+  desktop().menus().beginMenuTracking();
+  desktop().events().movePointer({700, 1070});  // also in the menu bar: the menu still comes first
   run(15);
   EXPECT_TRUE(expanded());
   EXPECT_EQ(loggedCount("auto-collapse deferred reason=menu"), 1);
   EXPECT_EQ(loggedCount("auto-collapse deferred"), 1);
-  desktop().endMenuTracking();
-  desktop().movePointer({700, 400});
+  desktop().menus().endMenuTracking();
+  desktop().events().movePointer({700, 400});
   run(5);
   EXPECT_FALSE(expanded());
 
   expandByClick();
-  desktop().pressModifiers(ModifierFlags{}.with(Modifier::command));
+  desktop().events().pressModifiers(ModifierFlags{}.with(Modifier::command));
   run(12);
   EXPECT_TRUE(expanded());
   EXPECT_EQ(loggedCount("auto-collapse deferred reason=command"), 1);
-  desktop().releaseModifiers(ModifierFlags{}.with(Modifier::command));
+  desktop().events().releaseModifiers(ModifierFlags{}.with(Modifier::command));
   run(1.05);
   EXPECT_FALSE(expanded());
 }
@@ -99,15 +99,15 @@ TEST_F(EverydayTest, AnOpenMenuOrAHeldCommandKeyDefersAndTheReasonIsLoggedOnce) 
 TEST_F(EverydayTest, TheDeepChordTogglesAndAnExtraModifierDoesNothing) {
   start();
   EXPECT_TRUE(hotkeys().systemHotKeyInForce());
-  desktop().typeKey(kB, kDeepChord);
+  desktop().events().typeKey(kB, kDeepChord);
   run(0.1);
   EXPECT_TRUE(controller().isDeepExpanded.get());
-  desktop().typeKey(kB, kDeepChord);
+  desktop().events().typeKey(kB, kDeepChord);
   run(0.1);
   EXPECT_TRUE(expanded());
   EXPECT_FALSE(controller().isDeepExpanded.get());
   controller().collapseBar(CollapseReason::menu);
-  desktop().typeKey(kB, kDeepChord.with(Modifier::control));
+  desktop().events().typeKey(kB, kDeepChord.with(Modifier::control));
   run(0.1);
   EXPECT_FALSE(expanded());
 }
@@ -121,28 +121,28 @@ TEST_F(EverydayTest, ATakenChordFallsBackToTheMonitorAndSetsTheConflict) {
   EXPECT_TRUE(hotkeys().hasConflictDeep.get());
   EXPECT_TRUE(hotkeys().hasHotkeyConflict.get());
   EXPECT_TRUE(hotkeys().conflictMessage.get().has_value());
-  EXPECT_EQ(desktop().logMessages("system").size(), 1u);
+  EXPECT_EQ(desktop().logSink().messages("system").size(), 1u);
 }
 
 TEST_F(EverydayTest, RecordingKeepsListeningForBareKeysAndStoresControlK) {
   start();
   controller().openPreferences(std::string("hotkeys"));
   hotkeys().beginRecording();
-  desktop().typeKey(kK, {});
+  desktop().events().typeKey(kK, {});
   EXPECT_TRUE(hotkeys().recording.get());
-  desktop().typeKey(kK, ModifierFlags{}.with(Modifier::control));
+  desktop().events().typeKey(kK, ModifierFlags{}.with(Modifier::control));
   EXPECT_FALSE(hotkeys().recording.get());
   run(0.1);
   auto stored = desktop().defaults().object(HotkeyManager::deepChordKey);
   ASSERT_TRUE(stored && stored->asDictionary());
   EXPECT_EQ(stored->asDictionary()->at("keyCode").asInteger(), 40);
   EXPECT_EQ(stored->asDictionary()->at("modifiers").asInteger(), 0x40000);
-  ASSERT_EQ(desktop().registeredHotkeys().size(), 1u);
-  EXPECT_EQ(desktop().registeredHotkeys().front().chord, (platform::KeyChord{kK, {0x40000}}));
+  ASSERT_EQ(desktop().hotkeys().registeredHotkeys().size(), 1u);
+  EXPECT_EQ(desktop().hotkeys().registeredHotkeys().front().chord, (platform::KeyChord{kK, {0x40000}}));
   EXPECT_EQ(hotkeys().display(hotkeys().deepChord.get()), "⌃K");
 
   hotkeys().beginRecording();
-  desktop().typeKey(HotkeyManager::escapeKeyCode, {});
+  desktop().events().typeKey(HotkeyManager::escapeKeyCode, {});
   EXPECT_FALSE(hotkeys().recording.get());
   EXPECT_EQ(hotkeys().deepChord.get(), (HotkeyManager::Chord{kK, 0x40000}));
 }
@@ -160,9 +160,9 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   start();
   expandByClick(ModifierFlags{}.with(Modifier::option));
   // The toggle lands left of the separator.
-  const auto* separator = desktop().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* separator = desktop().bar().ownItem(StatusBarController::separatorAutosaveName);
   ASSERT_TRUE(separator && separator->frame);
-  desktop().commandDragItem(StatusBarController::toggleAutosaveName, separator->frame->minX() - 5);
+  desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, separator->frame->minX() - 5);
   run(2);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), false);
   controller().collapseBar(CollapseReason::menu);
@@ -191,15 +191,15 @@ TEST_F(EverydayTest, LoginItemRegistersOnceAndUnregistersOneAwaitingApproval) {
   auto& login = environment().launchAtLogin();
   EXPECT_EQ(login.setEnabled(true), LoginItemApply::applied);
   EXPECT_EQ(login.setEnabled(true), LoginItemApply::applied);
-  EXPECT_EQ(desktop().loginItemRecord().registrations, 1);
+  EXPECT_EQ(desktop().loginItems().record().registrations, 1);
   EXPECT_TRUE(login.isEnabled());
 
   DesktopOptions approval = plain();
   approval.settings.loginItemStatus = platform::LoginItemStatus::requiresApproval;
   start(approval);
   EXPECT_EQ(environment().launchAtLogin().setEnabled(false), LoginItemApply::applied);
-  EXPECT_EQ(desktop().loginItemRecord().unregistrations, 1);
-  EXPECT_EQ(desktop().loginItemStatus(), platform::LoginItemStatus::notRegistered);
+  EXPECT_EQ(desktop().loginItems().record().unregistrations, 1);
+  EXPECT_EQ(desktop().loginItems().status(), platform::LoginItemStatus::notRegistered);
 
   DesktopOptions old = plain();
   old.settings.osMajor = 12;
@@ -223,15 +223,15 @@ TEST_F(EverydayTest, UrlsAndScriptCommandsRunTheTwoActions) {
 
 TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
   start();
-  const auto* separator = desktop().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* separator = desktop().bar().ownItem(StatusBarController::separatorAutosaveName);
   ASSERT_TRUE(separator && separator->frame);
-  const Point empty{(desktop().menusRightEdge() + separator->frame->maxX()) / 2, 1070};
-  desktop().movePointer(empty);
+  const Point empty{(desktop().bar().menusRightEdge() + separator->frame->maxX()) / 2, 1070};
+  desktop().events().movePointer(empty);
   run(1);
   EXPECT_FALSE(expanded());
 
   controller().autoCollapse().setRevealOnHover(true);
-  desktop().movePointer({empty.x + 20, empty.y});
+  desktop().events().movePointer({empty.x + 20, empty.y});
   run(0.3);
   EXPECT_FALSE(expanded());
   run(0.2);
@@ -240,7 +240,7 @@ TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
   // While the pointer stays on the bar the timer waits.
   run(10);
   EXPECT_TRUE(expanded());
-  desktop().movePointer({700, 400});
+  desktop().events().movePointer({700, 400});
   run(4.5);
   EXPECT_FALSE(expanded());
 }

@@ -11,7 +11,7 @@ namespace {
 
 using platform::Modifier;
 using platform::ModifierFlags;
-using MouseButton = sim::SimDesktop::MouseButton;
+using MouseButton = sim::MouseButton;
 
 // Icons 0-2 sit right of the separator, 3-4 between the separators, 5 left of both.
 constexpr const char* kVisibleIcon = "com.example.icon1";
@@ -26,7 +26,7 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
   run(3);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(controller().isDeepExpanded.get());
-  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
+  EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 1);
   EXPECT_FALSE(logged("collapse reason="));
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
@@ -39,13 +39,13 @@ TEST_F(StartupTest, OnboardingKeyWrittenByHandAsTextReadsAsABoolean) {
   launch();
   run(3);
   EXPECT_FALSE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().coachWindow().showCount(), 0);
+  EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 0);
 
   desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("NO"));
   session().relaunch();
   run(3);
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
+  EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 1);
 }
 
 TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
@@ -58,9 +58,9 @@ TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
   EXPECT_TRUE(controller().foldingEffective.get());
-  EXPECT_EQ(desktop().ownActivationPolicy(), platform::ActivationPolicy::accessory);
-  EXPECT_TRUE(desktop().ownItem(StatusBarController::toggleAutosaveName)->onScreen);
-  EXPECT_TRUE(desktop().ownItem(StatusBarController::separatorAutosaveName)->onScreen);
+  EXPECT_EQ(desktop().application().activationPolicy(), platform::ActivationPolicy::accessory);
+  EXPECT_TRUE(desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->onScreen);
+  EXPECT_TRUE(desktop().bar().ownItem(StatusBarController::separatorAutosaveName)->onScreen);
 }
 
 TEST_F(StartupTest, MissingPositionsAreSeededInTheRequiredOrder) {
@@ -116,14 +116,14 @@ TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
   EXPECT_EQ(loggedCount("collapse reason=startup"), 1);
   EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
   EXPECT_TRUE(controller().isExpanded.get());
-  ASSERT_FALSE(desktop().ui().notices.empty());
-  EXPECT_EQ(desktop().ui().notices.back().request.kind, "collapseStayExpanded");
+  ASSERT_FALSE(desktop().userInterface().notices().empty());
+  EXPECT_EQ(desktop().userInterface().notices().back().request.kind, "collapseStayExpanded");
 }
 
 TEST_F(StartupCampaignTest, CollapsesAsSoonAsTheOrderIsRight) {
   ASSERT_TRUE(controller().startupCollapsePending());
   // The user drags the toggle back to the right of both separators.
-  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, 1390));
+  ASSERT_TRUE(desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, 1390));
   run(3);
   EXPECT_FALSE(controller().isExpanded.get());
   EXPECT_FALSE(controller().startupCollapsePending());
@@ -137,24 +137,24 @@ TEST_F(StartupTest, PreferencesArgumentOpensSettingsAfterStartup) {
   boot(options);
   launch();
   run(0.29);
-  EXPECT_TRUE(desktop().ui().preferencesOpenedAt.empty());
+  EXPECT_TRUE(desktop().userInterface().preferences().openedAt().empty());
   run(0.02);
-  ASSERT_EQ(desktop().ui().preferencesOpenedAt.size(), 1u);
-  EXPECT_NEAR(desktop().ui().preferencesOpenedAt.front(), 0.3, 1e-9);
+  ASSERT_EQ(desktop().userInterface().preferences().openedAt().size(), 1u);
+  EXPECT_NEAR(desktop().userInterface().preferences().openedAt().front(), 0.3, 1e-9);
 }
 
 TEST_F(StartupTest, ReopenOpensSettingsAndReportsHandled) {
   boot();
   launch();
   EXPECT_TRUE(session().delegate()->applicationShouldHandleReopen(false));
-  EXPECT_EQ(desktop().ui().preferencesOpenedAt.size(), 1u);
+  EXPECT_EQ(desktop().userInterface().preferences().openedAt().size(), 1u);
 }
 
 TEST_F(StartupTest, StartAndExitAreAnnouncedOnStandardOutput) {
   boot();
   launch();
   session().quit();
-  auto out = desktop().logMessages("stdout");
+  auto out = desktop().logSink().messages("stdout");
   ASSERT_EQ(out.size(), 2u);
   EXPECT_EQ(out[0], AppDelegate::launchBanner);
   EXPECT_EQ(out[1], AppDelegate::exitBanner);
@@ -172,11 +172,11 @@ TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
   launch();
   run(1);
   ASSERT_EQ(reports.size(), 1u);
-  ASSERT_TRUE(desktop().simDefaults().quarantined());
-  EXPECT_TRUE(std::filesystem::exists(*desktop().simDefaults().quarantined()));
+  ASSERT_TRUE(desktop().defaults().quarantined());
+  EXPECT_TRUE(std::filesystem::exists(*desktop().defaults().quarantined()));
   // An empty store means a first launch: everything shown, coach presented.
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().coachWindow().showCount(), 1);
+  EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 1);
   std::filesystem::remove_all(dir);
 }
 
@@ -200,19 +200,19 @@ class StateMachineTest : public SimAppTest {
 };
 
 TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_FALSE(controller().isDeepExpanded.get());
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
 
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::alwaysHiddenAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::alwaysHiddenAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_TRUE(controller().isDeepExpanded.get());
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
 
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_FALSE(controller().isExpanded.get());
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
@@ -229,7 +229,7 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
         return std::optional<platform::Event>(event);
       });
   const int before = loggedCount("gaps mouseUp");
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_EQ(downs, 1);
   EXPECT_EQ(ups, 0);
@@ -239,20 +239,20 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
 // VoiceOver presses through Accessibility while the app's last event is an old right-click: that
 // event must not turn the press into a context menu.
 TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameBefore) {
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::right));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::right));
   run(0.5);
-  ASSERT_TRUE(desktop().openMenu());
-  desktop().dismissMenu();
-  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::separatorAutosaveName));
+  ASSERT_TRUE(desktop().menus().openMenu());
+  desktop().menus().dismissMenu();
+  ASSERT_TRUE(desktop().events().pressOwnItemThroughAccessibility(StatusBarController::separatorAutosaveName));
   run(0.5);
-  EXPECT_FALSE(desktop().openMenu());
+  EXPECT_FALSE(desktop().menus().openMenu());
   EXPECT_TRUE(controller().isExpanded.get());
 
   // The toggle pressed so on a notched screen opens the Icon Shelf, as a left click does.
-  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::toggleAutosaveName));
+  ASSERT_TRUE(desktop().events().pressOwnItemThroughAccessibility(StatusBarController::toggleAutosaveName));
   run(0.5);
-  EXPECT_FALSE(desktop().openMenu());
-  EXPECT_TRUE(desktop().ui().shelfShown);
+  EXPECT_FALSE(desktop().menus().openMenu());
+  EXPECT_TRUE(desktop().userInterface().iconShelfPanel().shown());
 }
 
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
@@ -268,8 +268,8 @@ TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) 
   controller().foldingEffective = false;
   controller().toggleBar(ExpandDepth::normal);
   EXPECT_FALSE(controller().isExpanded.get());
-  ASSERT_FALSE(desktop().ui().notices.empty());
-  EXPECT_EQ(desktop().ui().notices.back().request.message,
+  ASSERT_FALSE(desktop().userInterface().notices().empty());
+  EXPECT_EQ(desktop().userInterface().notices().back().request.message,
             session().delegate()->environment()->tr("folding_ineffective_banner"));
 }
 
@@ -279,13 +279,13 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
   std::vector<std::vector<std::string>> menus;
   for (const char* item : {StatusBarController::toggleAutosaveName, StatusBarController::separatorAutosaveName,
                            StatusBarController::alwaysHiddenAutosaveName}) {
-    ASSERT_TRUE(desktop().clickOwnItem(item, MouseButton::right)) << item;
+    ASSERT_TRUE(desktop().events().clickOwnItem(item, MouseButton::right)) << item;
     run(0.2);
-    ASSERT_TRUE(desktop().openMenu().has_value()) << item;
+    ASSERT_TRUE(desktop().menus().openMenu().has_value()) << item;
     std::vector<std::string> actions;
-    for (const auto& entry : desktop().openMenu()->menu.items) actions.push_back(entry.action);
+    for (const auto& entry : desktop().menus().openMenu()->menu.items) actions.push_back(entry.action);
     menus.push_back(actions);
-    desktop().dismissMenu();
+    desktop().menus().dismissMenu();
     EXPECT_TRUE(controller().isDeepExpanded.get()) << item;
   }
   EXPECT_EQ(menus[0], menus[1]);
@@ -296,14 +296,14 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
 
 TEST_F(StateMachineTest, ContextMenuActionsDriveTheBar) {
   controller().showContextMenu();
-  ASSERT_TRUE(desktop().chooseMenuAction("menuShowAll"));
+  ASSERT_TRUE(desktop().menus().chooseMenuAction("menuShowAll"));
   EXPECT_TRUE(controller().isDeepExpanded.get());
   controller().showContextMenu();
-  ASSERT_TRUE(desktop().chooseMenuAction("menuCollapse"));
+  ASSERT_TRUE(desktop().menus().chooseMenuAction("menuCollapse"));
   EXPECT_FALSE(controller().isExpanded.get());
   EXPECT_TRUE(logged("collapse reason=menu"));
   controller().showContextMenu();
-  ASSERT_TRUE(desktop().chooseMenuAction("quitApp"));
+  ASSERT_TRUE(desktop().menus().chooseMenuAction("quitApp"));
   run(0.1);
   EXPECT_FALSE(session().running());
 }
@@ -349,7 +349,7 @@ TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
 }
 
 TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
-  auto symbol = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->symbol; };
+  auto symbol = [&] { return desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->symbol; };
   EXPECT_EQ(symbol(), "chevron.left");
   controller().expandBar(ExpandDepth::normal, Initiator::user);
   EXPECT_EQ(symbol(), "chevron.down");
@@ -358,9 +358,9 @@ TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
 }
 
 TEST_F(StateMachineTest, LanguageChangesRelabelTheOwnItemsAtOnce) {
-  auto toolTip = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->toolTip; };
+  auto toolTip = [&] { return desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->toolTip; };
   auto separatorLabel = [&] {
-    return desktop().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
+    return desktop().bar().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
   };
   auto& localization = session().delegate()->environment()->localization();
   std::string english = toolTip();
@@ -385,15 +385,15 @@ TEST_F(ToggleClickTest, CommandDragOfFourPointsIsIgnoredButTwoPointsActs) {
   boot({.screens = {plainDisplay()}});
   launch();
   run(1);
-  auto toggle = *desktop().ownItem(StatusBarController::toggleAutosaveName)->frame;
+  auto toggle = *desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->frame;
   double press = toggle.maxX() - std::min(toggle.width, 30.0) / 2;
 
-  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, press - 4));
+  ASSERT_TRUE(desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, press - 4));
   run(0.5);
   EXPECT_TRUE(logged("statusItemClicked: ignored command drag or guide"));
   EXPECT_FALSE(controller().isExpanded.get());
 
-  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, press - 2));
+  ASSERT_TRUE(desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, press - 2));
   run(0.5);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(controller().isDeepExpanded.get());  // ⌘ reveals everything without a notch
@@ -403,15 +403,15 @@ TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
   boot({.screens = {notchedLaptop()}, .apps = sampleApps(3)});
   launch();
   run(1);
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
   run(0.2);
-  EXPECT_TRUE(desktop().ui().shelfShown);
-  ASSERT_TRUE(desktop().ui().shelfState.has_value());
-  EXPECT_FALSE(desktop().ui().shelfState->rows.empty());  // the hidden icons are listed
+  EXPECT_TRUE(desktop().userInterface().iconShelfPanel().shown());
+  ASSERT_TRUE(desktop().userInterface().iconShelfPanel().lastState().has_value());
+  EXPECT_FALSE(desktop().userInterface().iconShelfPanel().lastState()->rows.empty());  // the hidden icons are listed
   EXPECT_FALSE(controller().isExpanded.get());
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
   run(0.2);
-  EXPECT_FALSE(desktop().ui().shelfShown);
+  EXPECT_FALSE(desktop().userInterface().iconShelfPanel().shown());
   EXPECT_TRUE(logged("action=openShelf"));
 }
 
@@ -419,7 +419,7 @@ TEST_F(ToggleClickTest, OptionClickWithoutNotchExpandsEverything) {
   boot({.screens = {plainDisplay()}});
   launch();
   run(1);
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left,
+  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left,
                                      ModifierFlags{}.with(Modifier::option)));
   run(0.2);
   EXPECT_TRUE(controller().isDeepExpanded.get());

@@ -49,15 +49,15 @@ bool SimAppTest::logged(const std::string& needle) const { return loggedCount(ne
 
 int SimAppTest::loggedCount(const std::string& needle) const {
   int count = 0;
-  for (const auto& line : session_->desktop().logLines()) {
+  for (const auto& line : session_->desktop().logSink().lines()) {
     if (line.message.find(needle) != std::string::npos) ++count;
   }
   return count;
 }
 
 bool SimAppTest::iconOnScreen(const std::string& bundleId) {
-  for (const auto* item : desktop().allItems()) {
-    if (desktop().bundleIdOfPid(item->ownerPid) == bundleId) return item->onScreen;
+  for (const auto* item : desktop().bar().allItems()) {
+    if (desktop().processes().bundleIdOfPid(item->ownerPid) == bundleId) return item->onScreen;
   }
   ADD_FAILURE() << "no icon of " << bundleId;
   return false;

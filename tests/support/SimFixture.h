@@ -39,8 +39,8 @@ class SimAppTest : public ::testing::Test {
   sim::SimSession& session() { return *session_; }
   sim::SimDesktop& desktop() { return session_->desktop(); }
   StatusBarController& controller();
-  std::vector<std::string> menubarLog() const { return session_->desktop().logMessages("menubar"); }
-  std::vector<std::string> stateLog() const { return session_->desktop().logMessages("state"); }
+  std::vector<std::string> menubarLog() const { return session_->desktop().logSink().messages("menubar"); }
+  std::vector<std::string> stateLog() const { return session_->desktop().logSink().messages("state"); }
   bool logged(const std::string& needle) const;
   int loggedCount(const std::string& needle) const;
   // Whether a foreign app's first icon is on screen right now.

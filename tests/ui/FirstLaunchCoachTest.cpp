@@ -19,11 +19,11 @@ class CoachTest : public SimAppTest {
   void firstLaunch(DesktopOptions options = {}, Trust trust = Trust::granted) {
     options.onboardingComplete = false;
     boot(options);
-    desktop().simAccessibility().setTrusted(trust == Trust::granted);
+    desktop().accessibility().setTrusted(trust == Trust::granted);
     launch();
   }
   AppEnvironment& env() { return *session().delegate()->environment(); }
-  sim::SimFirstLaunchCoachWindow& coach() { return desktop().coachWindow(); }
+  sim::SimFirstLaunchCoachWindow& coach() { return desktop().userInterface().firstLaunchCoach(); }
   const platform::FirstLaunchCoachViewState& shown() { return *coach().lastState(); }
   std::string tr(const char* key) { return env().localization().tr(key); }
   bool onboardingStored() { return desktop().defaults().getBool(StatusBarController::onboardingKey).value_or(false); }
@@ -37,7 +37,7 @@ TEST_F(CoachTest, AppearsUnderTheToggleOnlyOnceItsFrameHoldsStill) {
   run(1);
   ASSERT_TRUE(coach().isShown());
   EXPECT_EQ(coach().showCount(), 1);
-  auto toggle = desktop().ownItem(StatusBarController::toggleAutosaveName);
+  auto toggle = desktop().bar().ownItem(StatusBarController::toggleAutosaveName);
   ASSERT_TRUE(toggle && toggle->frame && shown().anchor);
   EXPECT_DOUBLE_EQ(shown().anchor->minX(), toggle->frame->minX());
   EXPECT_GT(shown().anchor->minX(), 1000);
@@ -107,18 +107,18 @@ TEST_F(CoachTest, FollowsTheInterfaceLanguage) {
 TEST_F(CoachTest, PermissionIsAskedOnlyWhenTheUserClicksThenTheSettingsPageOpens) {
   firstLaunch({}, Trust::missing);
   run(1);
-  EXPECT_EQ(desktop().simAccessibility().promptsShown(), 0);
+  EXPECT_EQ(desktop().accessibility().promptsShown(), 0);
   EXPECT_FALSE(coach().press(Control::permission));  // not offered before its step
   for (int i = 1; i < FirstLaunchCoach::permissionStep; ++i) coach().press(Control::next);
   EXPECT_EQ(shown().permissionButtonTitle, tr("iconbar.permission"));
   EXPECT_EQ(shown().permissionNote, tr("iconbar.permission_note"));
 
   ASSERT_TRUE(coach().press(Control::permission));
-  EXPECT_EQ(desktop().simAccessibility().promptsShown(), 1);
-  EXPECT_TRUE(desktop().openedURLs().empty());
+  EXPECT_EQ(desktop().accessibility().promptsShown(), 1);
+  EXPECT_TRUE(desktop().workspace().openedURLs().empty());
   ASSERT_TRUE(coach().press(Control::permission));
-  EXPECT_EQ(desktop().simAccessibility().promptsShown(), 1);
-  EXPECT_EQ(desktop().openedURLs(), std::vector<std::string>{AccessibilityPermission::settingsURL});
+  EXPECT_EQ(desktop().accessibility().promptsShown(), 1);
+  EXPECT_EQ(desktop().workspace().openedURLs(), std::vector<std::string>{AccessibilityPermission::settingsURL});
 }
 
 // Nothing announces a changed permission: it is read again when the user comes back to the app.
@@ -133,7 +133,7 @@ TEST_F(CoachTest, AGrantMidRunReachesTheCoachAndTheCatalogueWhenTheAppBecomesAct
   auto& catalog = env().statusItemManager();
   EXPECT_TRUE(catalog.attributedBundleIDs.get().empty());
 
-  desktop().simAccessibility().setTrusted(true);
+  desktop().accessibility().setTrusted(true);
   run(1);
   EXPECT_FALSE(env().accessibilityPermission().isTrusted.get());
   EXPECT_TRUE(shown().permissionButtonTitle.has_value());

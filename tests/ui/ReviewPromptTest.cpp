@@ -27,12 +27,12 @@ class ReviewPromptTest : public SimAppTest {
     run(3);
   }
   AppEnvironment& env() { return *session().delegate()->environment(); }
-  const sim::SimUiRecord& ui() { return desktop().ui(); }
+  const sim::SimUserInterface& ui() { return desktop().userInterface(); }
   // Opens the settings and closes them the way the user does, then lets the moment settle.
   void closeSettings() {
     controller().openPreferences(std::nullopt);
     run(1);
-    desktop().closePreferencesWindow();
+    desktop().userInterface().preferences().closeByUser();
     run(ReviewPromptPolicy::settleDelay + 0.5);
   }
   std::optional<std::string> storedAnswer() {
@@ -42,45 +42,46 @@ class ReviewPromptTest : public SimAppTest {
 
 TEST_F(ReviewPromptTest, ASeasonedUserIsAskedOnceAfterClosingSettingsAndNeverAgainAfterNever) {
   bootUser(20, 9);
-  EXPECT_EQ(ui().reviewPromptCount, 0) << "never at launch";
+  EXPECT_EQ(ui().reviewPrompt().showCount(), 0) << "never at launch";
   closeSettings();
-  ASSERT_TRUE(ui().reviewPromptShown);
-  EXPECT_EQ(ui().reviewPrompt->message, env().tr("review_message"));
-  EXPECT_EQ(ui().reviewPrompt->rateTitle, env().tr("menu_rate_tarvolo"));
-  EXPECT_TRUE(ui().reviewPrompt->anchor.has_value());
+  ASSERT_TRUE(ui().reviewPrompt().shown());
+  EXPECT_EQ(ui().reviewPrompt().lastState()->message, env().tr("review_message"));
+  EXPECT_EQ(ui().reviewPrompt().lastState()->rateTitle, env().tr("menu_rate_tarvolo"));
+  EXPECT_TRUE(ui().reviewPrompt().lastState()->anchor.has_value());
   EXPECT_EQ(desktop().defaults().getString(ReviewPromptController::askedVersionKey), PreferencesController::versionText);
-  ui().reviewPromptCallbacks.never();
-  EXPECT_FALSE(ui().reviewPromptShown);
+  ui().reviewPrompt().controls().never();
+  EXPECT_FALSE(ui().reviewPrompt().shown());
   EXPECT_EQ(storedAnswer(), "declined");
   session().relaunch();
   run(3);
   closeSettings();
-  EXPECT_EQ(ui().reviewPromptCount, 1);
+  EXPECT_EQ(ui().reviewPrompt().showCount(), 1);
 }
 
 TEST_F(ReviewPromptTest, RatingOpensTheRatingPageAndLaterWaitsForAnotherVersion) {
   bootUser(30, 12);
   closeSettings();
-  ASSERT_TRUE(ui().reviewPromptShown);
-  ui().reviewPromptCallbacks.rate();
+  ASSERT_TRUE(ui().reviewPrompt().shown());
+  ui().reviewPrompt().controls().rate();
   EXPECT_EQ(storedAnswer(), "rated");
-  EXPECT_TRUE(std::count(ui().openedURLs.begin(), ui().openedURLs.end(), ReviewPromptController::ratingURL));
+  const auto& opened = desktop().application().openedURLs();
+  EXPECT_TRUE(std::count(opened.begin(), opened.end(), ReviewPromptController::ratingURL));
 
   desktop().defaults().remove(ReviewPromptController::answerKey);
   desktop().defaults().remove(ReviewPromptController::askedVersionKey);
   desktop().defaults().remove(ReviewPromptController::askedDateKey);
   closeSettings();
-  ASSERT_TRUE(ui().reviewPromptShown);
-  ui().reviewPromptCallbacks.later();
+  ASSERT_TRUE(ui().reviewPrompt().shown());
+  ui().reviewPrompt().controls().later();
   EXPECT_EQ(storedAnswer(), "later");
   closeSettings();
-  EXPECT_EQ(ui().reviewPromptCount, 2) << "once per version";
+  EXPECT_EQ(ui().reviewPrompt().showCount(), 2) << "once per version";
 }
 
 TEST_F(ReviewPromptTest, NewUsersAndBusyMomentsAreLeftAlone) {
   bootUser(5, 5);
   closeSettings();
-  EXPECT_EQ(ui().reviewPromptCount, 0);
+  EXPECT_EQ(ui().reviewPrompt().showCount(), 0);
   // The day of the moment counts as a day of use.
   EXPECT_EQ(ReviewPrompt::daysOfUse(desktop().defaults()), 6u);
 
@@ -88,11 +89,11 @@ TEST_F(ReviewPromptTest, NewUsersAndBusyMomentsAreLeftAlone) {
   bootUser(20, 9);
   controller().openPreferences(std::nullopt);
   run(1);
-  desktop().closePreferencesWindow();
+  desktop().userInterface().preferences().closeByUser();
   // The shelf comes up before the prompt would: the prompt stays away.
   env().iconShelf()->showShelf(std::nullopt);
   run(ReviewPromptPolicy::settleDelay + 0.5);
-  EXPECT_EQ(ui().reviewPromptCount, 0);
+  EXPECT_EQ(ui().reviewPrompt().showCount(), 0);
   EXPECT_TRUE(logged("review prompt withheld moment=preferences-closed reason=busy"));
 }
 
@@ -103,7 +104,7 @@ TEST_F(ReviewPromptTest, WhatIsUpAtTheMomentItselfDoesNotCountOnlyWhenThePromptW
   env().reviewPrompt()->noteEngagement("test");
   env().iconShelf()->closeShelf();
   run(ReviewPromptPolicy::settleDelay + 0.5);
-  EXPECT_TRUE(ui().reviewPromptShown);
+  EXPECT_TRUE(ui().reviewPrompt().shown());
 }
 
 TEST_F(ReviewPromptTest, AnUnreadableAnswerIsTakenAsNoAndKept) {
@@ -116,7 +117,7 @@ TEST_F(ReviewPromptTest, AnUnreadableAnswerIsTakenAsNoAndKept) {
   launch();
   run(3);
   closeSettings();
-  EXPECT_EQ(ui().reviewPromptCount, 0);
+  EXPECT_EQ(ui().reviewPrompt().showCount(), 0);
   EXPECT_EQ(defaults.getInteger(ReviewPromptController::answerKey), 7);
 }
 

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 
-#include "platform/sim/SimDesktop.h"
-#include "platform/sim/SimWindowList.h"
+#include "platform/sim/SimBar.h"
+#include "platform/sim/SimMainQueue.h"
+#include "platform/sim/SimMenus.h"
+#include "platform/sim/SimProcesses.h"
+#include "platform/sim/SimScreens.h"
+#include "platform/sim/SimWaitLedger.h"
 
 // GCC 12 misreads moving a list into the value variant as a use of uninitialized memory.
 #if defined(__GNUC__) && !defined(__clang__)
@@ -58,24 +62,19 @@ class SimAXObserver final : public platform::AXObserver {
   int id_;
 };
 
-void SimAccessibility::setUnresponsive(int pid, bool unresponsive) {
-  if (unresponsive) {
-    unresponsive_.insert(pid);
-  } else {
-    unresponsive_.erase(pid);
-  }
-}
-
-bool SimAccessibility::running(int pid) const {
-  if (pid == kOwnPid) return desktop_.ownAppRunning();
-  const SimAppSpec* app = desktop_.appOfPid(pid);
-  return app && app->running;
-}
+SimAccessibility::SimAccessibility(Parts parts)
+    : settings_(parts.settings),
+      queue_(parts.queue),
+      processes_(parts.processes),
+      bar_(parts.bar),
+      menus_(parts.menus),
+      screens_(parts.screens),
+      waits_(parts.waits) {}
 
 std::vector<const SimItemState*> SimAccessibility::treeItems(int pid) const {
-  const bool hiddenAbsent = desktop_.settings().osMajor >= kHiddenItemsAbsentFromOSMajor;
+  const bool hiddenAbsent = settings_.osMajor >= kHiddenItemsAbsentFromOSMajor;
   std::vector<const SimItemState*> out;
-  for (const SimItemState* item : desktop_.itemsOf(pid)) {
+  for (const SimItemState* item : bar_.itemsOf(pid)) {
     if (!item->visible) continue;
     if (hiddenAbsent && !item->onScreen) continue;
     out.push_back(item);
@@ -84,16 +83,16 @@ std::vector<const SimItemState*> SimAccessibility::treeItems(int pid) const {
 }
 
 std::optional<std::vector<platform::AccessibilityMenuBarItem>> SimAccessibility::extrasMenuBarItems(int pid) const {
-  if (!trusted_ || !running(pid)) return std::nullopt;
-  if (!desktop_.answersAccessibility(pid)) {
+  if (!trusted_ || !processes_.isRunning(pid)) return std::nullopt;
+  if (!processes_.answersAccessibility(pid)) {
     // The read stops at its first unanswered request.
-    desktop_.chargeBackgroundTime(platform::kAccessibilityReadTimeout);
+    waits_.charge(platform::kAccessibilityReadTimeout);
     return std::nullopt;
   }
   std::vector<platform::AccessibilityMenuBarItem> out;
   for (const SimItemState* item : treeItems(pid)) {
     platform::AccessibilityMenuBarItem element;
-    if (auto frame = desktop_.reportedFrame(*item)) element.frame = desktop_.simWindowList().topLeftFrame(*frame);
+    if (auto frame = bar_.reportedFrame(*item)) element.frame = screens_.topLeftFrame(*frame);
     element.title = item->title.empty() ? item->autosaveName : item->title;
     element.identifier = item->autosaveName;
     out.push_back(std::move(element));
@@ -113,7 +112,7 @@ AXElement SimAccessibility::applicationElement(int pid) { return make({.kind = K
 
 std::optional<int> SimAccessibility::processID(const AXElement& element) {
   const Key key = keyOf(element);
-  if (key.kind == Kind::systemWide || !running(key.pid)) return std::nullopt;
+  if (key.kind == Kind::systemWide || !processes_.isRunning(key.pid)) return std::nullopt;
   return key.pid;
 }
 
@@ -125,22 +124,21 @@ void SimAccessibility::setMessagingTimeout(const AXElement& element, double seco
 // element's time-out.
 bool SimAccessibility::answers(const Key& key) {
   if (key.kind == Kind::systemWide) return true;
-  if (desktop_.answersAccessibility(key.pid)) return true;
+  if (processes_.answersAccessibility(key.pid)) return true;
   auto timeout = timeouts_.find(key);
-  desktop_.chargeBackgroundTime(timeout == timeouts_.end() ? defaultMessagingTimeout : timeout->second);
+  waits_.charge(timeout == timeouts_.end() ? defaultMessagingTimeout : timeout->second);
   return false;
 }
 
 const SimItemState* SimAccessibility::liveItem(const Key& key) const {
-  for (const SimItemState* item : treeItems(key.pid)) {
-    if (item->id == key.itemId) return item;
-  }
-  return nullptr;
+  const auto items = treeItems(key.pid);
+  auto found = std::find_if(items.begin(), items.end(), [&](const SimItemState* item) { return item->id == key.itemId; });
+  return found == items.end() ? nullptr : *found;
 }
 
 std::vector<std::string> SimAccessibility::advertisedActions(const SimItemState& item) const {
-  if (desktop_.settings().osMajor >= kHiddenItemsAbsentFromOSMajor) return {};
-  const SimAppSpec* app = desktop_.appOfPid(item.ownerPid);
+  if (settings_.osMajor >= kHiddenItemsAbsentFromOSMajor) return {};
+  const SimAppSpec* app = processes_.appOfPid(item.ownerPid);
   if (app && app->accessibilityActions) return *app->accessibilityActions;
   return {"AXPress", "AXCancel"};
 }
@@ -149,15 +147,15 @@ AXResult<AXValue> SimAccessibility::attribute(const AXElement& element, const st
   using R = AXResult<AXValue>;
   if (!trusted_) return R::failed(ax::apiDisabled);
   const Key key = keyOf(element);
-  if (key.kind != Kind::systemWide && !running(key.pid)) return R::failed(ax::invalidElement);
+  if (key.kind != Kind::systemWide && !processes_.isRunning(key.pid)) return R::failed(ax::invalidElement);
   if (!answers(key)) return R::failed(ax::cannotComplete);
-  const bool groups = desktop_.settings().osMajor >= kHiddenItemsAbsentFromOSMajor;
+  const bool groups = settings_.osMajor >= kHiddenItemsAbsentFromOSMajor;
   switch (key.kind) {
     case Kind::systemWide:
       if (name == "AXRole") return ok(AXValue{std::string("AXSystemWide")});
       return R::failed(ax::attributeUnsupported);
     case Kind::application: {
-      const bool hasBar = !desktop_.itemsOf(key.pid).empty();
+      const bool hasBar = !bar_.itemsOf(key.pid).empty();
       if (name == "AXRole") return ok(AXValue{std::string("AXApplication")});
       if (name == "AXExtrasMenuBar") {
         if (!hasBar) return R::failed(ax::noValue);
@@ -198,15 +196,15 @@ AXResult<AXValue> SimAccessibility::attribute(const AXElement& element, const st
         return ok(AXValue{*item->description});
       }
       if (name == "AXPosition" || name == "AXSize") {
-        auto frame = desktop_.reportedFrame(*item);
+        auto frame = bar_.reportedFrame(*item);
         if (!frame) return R::failed(ax::noValue);
-        const Rect topLeft = desktop_.simWindowList().topLeftFrame(*frame);
+        const Rect topLeft = screens_.topLeftFrame(*frame);
         if (name == "AXPosition") return ok(AXValue{topLeft.origin()});
         return ok(AXValue{Size{topLeft.width, topLeft.height}});
       }
       if (name == "AXChildren") {
         AXValue::List children;
-        const auto* menu = desktop_.foreignMenu();
+        const auto* menu = menus_.foreignMenu();
         if (menu && menu->itemId == item->id) {
           children.push_back(AXValue{make({.kind = Kind::menu, .pid = key.pid, .itemId = item->id})});
         }
@@ -215,7 +213,7 @@ AXResult<AXValue> SimAccessibility::attribute(const AXElement& element, const st
       return R::failed(ax::attributeUnsupported);
     }
     case Kind::menu: {
-      const auto* menu = desktop_.foreignMenu();
+      const auto* menu = menus_.foreignMenu();
       if (!menu || menu->itemId != key.itemId) return R::failed(ax::invalidElement);
       if (name == "AXRole") return ok(AXValue{std::string("AXMenu")});
       if (name == "AXVisible") return ok(AXValue{true});
@@ -244,27 +242,27 @@ AXError SimAccessibility::performAction(const AXElement& element, const std::str
   if (!answers(key)) return ax::cannotComplete;
   const SimItemState* item = liveItem(key);
   if (!item) return ax::invalidElement;
-  const SimAppSpec* app = desktop_.appOfPid(key.pid);
+  const SimAppSpec* app = processes_.appOfPid(key.pid);
   const auto advertised = advertisedActions(*item);
   const bool offered = std::find(advertised.begin(), advertised.end(), action) != advertised.end() ||
                        (action == "AXShowMenu" && !advertised.empty());
   AXError result = ax::success;
-  const auto* open = desktop_.foreignMenu();
+  const auto* open = menus_.foreignMenu();
   const bool menuOpen = open && open->itemId == item->id;
   if ((app && app->refusesActions) || !offered) {
     result = ax::actionUnsupported;
   } else if (action == "AXCancel") {
-    desktop_.closeForeignMenu("AXCancel");
+    menus_.closeForeignMenu("AXCancel");
   } else if (action == "AXPress" && menuOpen) {
     // Pressing an item whose menu is open closes the menu.
-    desktop_.closeForeignMenu("AXPress");
+    menus_.closeForeignMenu("AXPress");
   } else if (action == "AXPress" || action == "AXShowMenu") {
-    desktop_.openForeignMenu(item->id, action);
+    menus_.openForeignMenu(item->id, action);
     // The call sits in the menu's tracking loop until its time-out and reports it could not
     // complete, although the menu is open.
     if (action == "AXPress" && app && app->pressBlocks) {
       auto timeout = timeouts_.find(key);
-      desktop_.chargeBackgroundTime(timeout == timeouts_.end() ? defaultMessagingTimeout : timeout->second);
+      waits_.charge(timeout == timeouts_.end() ? defaultMessagingTimeout : timeout->second);
       result = ax::cannotComplete;
     }
   } else {
@@ -278,7 +276,7 @@ AXResult<AXElement> SimAccessibility::elementAtPosition(const AXElement& root, P
   using R = AXResult<AXElement>;
   if (!trusted_) return R::failed(ax::apiDisabled);
   const Key rootKey = keyOf(root);
-  const SimItemState* item = desktop_.foreignItemAt(topLeft);
+  const SimItemState* item = bar_.foreignItemAt(topLeft);
   if (!item) return R::failed(ax::noValue);
   if (rootKey.kind == Kind::application && rootKey.pid != item->ownerPid) return R::failed(ax::noValue);
   const Key key{.kind = Kind::menuBarItem, .pid = item->ownerPid, .itemId = item->id};
@@ -288,7 +286,7 @@ AXResult<AXElement> SimAccessibility::elementAtPosition(const AXElement& root, P
 }
 
 std::unique_ptr<platform::AXObserver> SimAccessibility::makeObserver(int pid, platform::AXNotificationHandler handler) {
-  if (!trusted_ || !running(pid)) return nullptr;
+  if (!trusted_ || !processes_.isRunning(pid)) return nullptr;
   const int id = ++nextObserver_;
   observers_[id] = ObserverEntry{.pid = pid, .handler = std::move(handler)};
   return std::make_unique<SimAXObserver>(*this, id);
@@ -303,7 +301,7 @@ void SimAccessibility::notify(int pid, int itemId, const std::string& notificati
       auto found = entry.notifications.find(key);
       if (found == entry.notifications.end() || !found->second.contains(notification)) continue;
       // Delivered from the main run loop, after the change.
-      desktop_.queue().post(0, [this, id = id, key, notification] {
+      queue_.post(0, [this, id = id, key, notification] {
         auto observer = observers_.find(id);
         if (observer == observers_.end()) return;
         auto handler = observer->second.handler;

@@ -13,10 +13,16 @@
 #include <vector>
 
 #include "platform/Platform.h"
+#include "platform/sim/SimSpecs.h"
 
 namespace tarvolo::sim {
 
-class SimDesktop;
+class SimBar;
+class SimMainQueue;
+class SimMenus;
+class SimProcesses;
+class SimScreens;
+class SimWaitLedger;
 struct SimItemState;
 
 class SimAccessibility final : public platform::Accessibility {
@@ -24,7 +30,16 @@ class SimAccessibility final : public platform::Accessibility {
   // The system's default reply time-out for an element nobody set one on.
   static constexpr double defaultMessagingTimeout = 6.0;
 
-  explicit SimAccessibility(SimDesktop& desktop) : desktop_(desktop) {}
+  struct Parts {
+    const SimSettings& settings;
+    SimMainQueue& queue;
+    const SimProcesses& processes;
+    const SimBar& bar;
+    SimMenus& menus;
+    const SimScreens& screens;
+    SimWaitLedger& waits;
+  };
+  explicit SimAccessibility(Parts parts);
 
   bool isProcessTrusted() const override { return trusted_; }
   // The prompt changes nothing by itself: the user grants the permission later, in System
@@ -47,9 +62,6 @@ class SimAccessibility final : public platform::Accessibility {
   std::unique_ptr<platform::AXObserver> makeObserver(int pid, platform::AXNotificationHandler handler) override;
 
   void setTrusted(bool trusted) { trusted_ = trusted; }
-  // A process that does not answer Accessibility requests (busy, or hung).
-  void setUnresponsive(int pid, bool unresponsive);
-  bool isUnresponsive(int pid) const { return unresponsive_.contains(pid); }
   // Posts the notification to every observer of the element's process (the desktop calls it
   // when a foreign menu closes or an item goes away).
   void notify(int pid, int itemId, const std::string& notification);
@@ -67,16 +79,20 @@ class SimAccessibility final : public platform::Accessibility {
  private:
   platform::AXElement make(Key key) const;
   static Key keyOf(const platform::AXElement& element);
-  bool running(int pid) const;
   bool answers(const Key& key);
   const SimItemState* liveItem(const Key& key) const;
   std::vector<const SimItemState*> treeItems(int pid) const;
   std::vector<std::string> advertisedActions(const SimItemState& item) const;
 
-  SimDesktop& desktop_;
+  const SimSettings& settings_;
+  SimMainQueue& queue_;
+  const SimProcesses& processes_;
+  const SimBar& bar_;
+  SimMenus& menus_;
+  const SimScreens& screens_;
+  SimWaitLedger& waits_;
   bool trusted_ = true;
   int promptsShown_ = 0;
-  std::set<int> unresponsive_;
   std::map<Key, double> timeouts_;
   std::vector<std::string> performed_;
   struct ObserverEntry {

@@ -1,7 +1,9 @@
 #include "platform/sim/SimAssessmentMode.h"
 
+#include <algorithm>
+
 #include "base/Text.h"
-#include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimMainQueue.h"
 
 namespace tarvolo::sim {
 
@@ -12,17 +14,17 @@ constexpr int kAssessmentModeFromOSMajor = 27;
 
 class SimAssertion final : public platform::AssessmentModeAssertion {
  public:
-  SimAssertion(SimAssessmentMode& mode, SimDesktop& desktop, std::size_t index)
-      : mode_(mode), desktop_(desktop), index_(index), alive_(std::make_shared<bool>(true)) {}
+  SimAssertion(SimAssessmentMode& mode, std::size_t index)
+      : mode_(mode), index_(index), alive_(std::make_shared<bool>(true)) {}
   ~SimAssertion() override { invalidate(); }
 
   void activate(std::function<void(std::optional<std::string>)> completion) override {
-    const auto& settings = desktop_.settings().assessmentMode;
+    const auto& settings = mode_.settings().assessmentMode;
     if (settings.activation == SimActivation::neverCompletes) return;
     std::weak_ptr<bool> alive = alive_;
-    desktop_.queue().post(settings.activationDelay, [this, alive, completion = std::move(completion)] {
+    mode_.queue().post(settings.activationDelay, [this, alive, completion = std::move(completion)] {
       if (alive.expired()) return;
-      const auto& now = desktop_.settings().assessmentMode;
+      const auto& now = mode_.settings().assessmentMode;
       if (now.activation == SimActivation::fails) {
         completion("The operation couldn't be completed. (MenuBarClientCore error 3.)");
         return;
@@ -47,7 +49,6 @@ class SimAssertion final : public platform::AssessmentModeAssertion {
 
  private:
   SimAssessmentMode& mode_;
-  SimDesktop& desktop_;
   std::size_t index_;
   std::shared_ptr<bool> alive_;
 };
@@ -55,7 +56,7 @@ class SimAssertion final : public platform::AssessmentModeAssertion {
 }  // namespace
 
 bool SimAssessmentMode::offeredNow() const {
-  return desktop_.settings().assessmentMode.offered && desktop_.settings().osMajor >= kAssessmentModeFromOSMajor;
+  return settings_.assessmentMode.offered && settings_.osMajor >= kAssessmentModeFromOSMajor;
 }
 
 bool SimAssessmentMode::loadFramework() {
@@ -73,13 +74,12 @@ std::unique_ptr<platform::AssessmentModeAssertion> SimAssessmentMode::createAsse
   if (!classesAvailable()) return nullptr;
   records_.push_back({.allowedSystemItems = configuration.allowedSystemItems,
                       .allowedBundleIdentifiers = configuration.allowedBundleIdentifiers});
-  return std::make_unique<SimAssertion>(*this, desktop_, records_.size() - 1);
+  return std::make_unique<SimAssertion>(*this, records_.size() - 1);
 }
 
 int SimAssessmentMode::activations() const {
-  int count = 0;
-  for (const auto& record : records_) count += record.activated ? 1 : 0;
-  return count;
+  return static_cast<int>(
+      std::count_if(records_.begin(), records_.end(), [](const SimAssertionRecord& record) { return record.activated; }));
 }
 
 // The newest effective, live assertion decides; the system honours one at a time.
@@ -92,7 +92,7 @@ void SimAssessmentMode::restrictionChanged() {
     restriction_ = std::move(allowed);
     break;
   }
-  desktop_.relayout();
+  if (restrictionChanged_) restrictionChanged_();
 }
 
 }  // namespace tarvolo::sim

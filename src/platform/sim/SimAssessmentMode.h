@@ -5,6 +5,7 @@
 // drawn and take no room. How activation answers is a setting, so that failures, silence and a
 // success without effect can all be played.
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -12,20 +13,11 @@
 #include <vector>
 
 #include "platform/AssessmentMode.h"
+#include "platform/sim/SimSpecs.h"
 
 namespace tarvolo::sim {
 
-class SimDesktop;
-
-enum class SimActivation { succeeds, fails, neverCompletes, succeedsWithoutEffect };
-
-struct SimAssessmentModeSettings {
-  // The framework and its classes are there (only ever from macOS 27).
-  bool offered = false;
-  SimActivation activation = SimActivation::succeeds;
-  // Seconds until the system answers an activation.
-  double activationDelay = 0.1;
-};
+class SimMainQueue;
 
 // One assertion the app made, as the desktop remembers it.
 struct SimAssertionRecord {
@@ -38,7 +30,7 @@ struct SimAssertionRecord {
 
 class SimAssessmentMode final : public platform::AssessmentMode {
  public:
-  explicit SimAssessmentMode(SimDesktop& desktop) : desktop_(desktop) {}
+  SimAssessmentMode(const SimSettings& settings, SimMainQueue& queue) : settings_(settings), queue_(queue) {}
 
   bool loadFramework() override;
   bool classesAvailable() const override;
@@ -51,14 +43,21 @@ class SimAssessmentMode final : public platform::AssessmentMode {
   int frameworkLoads() const { return loads_; }
   int activations() const;
 
+  // Runs whenever the allow-list the bar honours changes.
+  void setRestrictionChangedHandler(std::function<void()> handler) { restrictionChanged_ = std::move(handler); }
+
   // Used by the assertions.
+  const SimSettings& settings() const { return settings_; }
+  SimMainQueue& queue() { return queue_; }
   SimAssertionRecord& record(std::size_t index) { return records_[index]; }
   void restrictionChanged();
 
  private:
   bool offeredNow() const;
 
-  SimDesktop& desktop_;
+  const SimSettings& settings_;
+  SimMainQueue& queue_;
+  std::function<void()> restrictionChanged_;
   std::optional<bool> loaded_;
   int loads_ = 0;
   std::vector<SimAssertionRecord> records_;

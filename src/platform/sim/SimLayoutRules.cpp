@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimSpecs.h"
 
 namespace tarvolo::sim {
 

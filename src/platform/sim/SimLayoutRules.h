@@ -25,11 +25,10 @@
 #include <vector>
 
 #include "base/Geometry.h"
+#include "platform/sim/SimSpecs.h"
 
 namespace tarvolo::sim {
 
-struct SimSettings;
-struct SimAppSpec;
 
 // Widths of an app's menu titles, left to right, the Apple menu first. Explicit widths win;
 // otherwise titles of 20-45 points, chosen deterministically from the bundle id, fill the app's

@@ -2,22 +2,24 @@
 
 #include <algorithm>
 
-#include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimMainQueue.h"
+#include "platform/sim/SimWaitLedger.h"
 
 namespace tarvolo::sim {
 
-SimSerialQueue::SimSerialQueue(SimDesktop& desktop, std::string label) : desktop_(desktop), label_(std::move(label)) {}
+SimSerialQueue::SimSerialQueue(SimMainQueue& mainQueue, SimWaitLedger& waits, std::string label)
+    : mainQueue_(mainQueue), waits_(waits), label_(std::move(label)) {}
 
 SimSerialQueue::~SimSerialQueue() {
   *alive_ = false;
-  for (const auto& [id, queued] : pending_) desktop_.queue().cancel(queued);
+  for (const auto& [id, queued] : pending_) mainQueue_.cancel(queued);
 }
 
 platform::TaskId SimSerialQueue::post(double delaySeconds, std::function<void()> task) {
   const platform::TaskId id = ++nextId_;
-  const double now = desktop_.queue().now();
+  const double now = mainQueue_.now();
   const double at = std::max(now + std::max(delaySeconds, 0.0), busyUntil_);
-  pending_[id] = desktop_.queue().post(at - now, [this, alive = alive_, id, task = std::move(task)]() mutable {
+  pending_[id] = mainQueue_.post(at - now, [this, alive = alive_, id, task = std::move(task)]() mutable {
     if (*alive) run(id, std::move(task));
   });
   return id;
@@ -26,29 +28,29 @@ platform::TaskId SimSerialQueue::post(double delaySeconds, std::function<void()>
 void SimSerialQueue::cancel(platform::TaskId id) {
   auto found = pending_.find(id);
   if (found == pending_.end()) return;
-  desktop_.queue().cancel(found->second);
+  mainQueue_.cancel(found->second);
   pending_.erase(found);
 }
 
 void SimSerialQueue::run(platform::TaskId id, std::function<void()> task) {
-  const double now = desktop_.queue().now();
+  const double now = mainQueue_.now();
   if (busyUntil_ > now) {
     // Still waiting on an earlier task's calls: run once it is done.
-    pending_[id] = desktop_.queue().post(busyUntil_ - now, [this, alive = alive_, id, task = std::move(task)]() mutable {
+    pending_[id] = mainQueue_.post(busyUntil_ - now, [this, alive = alive_, id, task = std::move(task)]() mutable {
       if (*alive) run(id, std::move(task));
     });
     return;
   }
   pending_.erase(id);
-  desktop_.takeBackgroundCharge();
+  waits_.takeBackgroundCharge();
   inTask_ = true;
-  desktop_.setInBackgroundTask(true);
+  waits_.setInBackgroundTask(true);
   task();
-  desktop_.setInBackgroundTask(false);
+  waits_.setInBackgroundTask(false);
   inTask_ = false;
-  const double cost = desktop_.takeBackgroundCharge();
+  const double cost = waits_.takeBackgroundCharge();
   busyUntil_ = now + cost;
-  for (auto& handOff : std::exchange(toMain_, {})) desktop_.queue().post(cost, std::move(handOff));
+  for (auto& handOff : std::exchange(toMain_, {})) mainQueue_.post(cost, std::move(handOff));
 }
 
 void SimSerialQueue::postToMain(std::function<void()> task) {
@@ -56,7 +58,7 @@ void SimSerialQueue::postToMain(std::function<void()> task) {
     toMain_.push_back(std::move(task));
     return;
   }
-  desktop_.queue().post(0, std::move(task));
+  mainQueue_.post(0, std::move(task));
 }
 
 }  // namespace tarvolo::sim

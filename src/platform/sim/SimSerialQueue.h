@@ -15,11 +15,12 @@
 
 namespace tarvolo::sim {
 
-class SimDesktop;
+class SimMainQueue;
+class SimWaitLedger;
 
 class SimSerialQueue final : public platform::SerialQueue {
  public:
-  SimSerialQueue(SimDesktop& desktop, std::string label);
+  SimSerialQueue(SimMainQueue& mainQueue, SimWaitLedger& waits, std::string label);
   ~SimSerialQueue() override;
 
   platform::TaskId post(double delaySeconds, std::function<void()> task) override;
@@ -32,7 +33,8 @@ class SimSerialQueue final : public platform::SerialQueue {
  private:
   void run(platform::TaskId id, std::function<void()> task);
 
-  SimDesktop& desktop_;
+  SimMainQueue& mainQueue_;
+  SimWaitLedger& waits_;
   std::string label_;
   double busyUntil_ = 0;
   bool inTask_ = false;

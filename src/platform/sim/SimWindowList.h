@@ -6,15 +6,20 @@
 // status item is reported as the system's, and from 27 on the bar is one surface with no
 // per-item windows.
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Platform.h"
+#include "platform/sim/SimSpecs.h"
 
 namespace tarvolo::sim {
 
-class SimDesktop;
+class SimBar;
+class SimMenus;
+class SimProcesses;
+class SimScreens;
 
 // Window layers as the window server numbers them.
 namespace SimWindowLayer {
@@ -54,7 +59,14 @@ inline constexpr int kFinderPid = 84;
 
 class SimWindowList final : public platform::WindowList {
  public:
-  explicit SimWindowList(const SimDesktop& desktop) : desktop_(desktop) {}
+  struct Parts {
+    const SimSettings& desktopSettings;
+    const SimScreens& screens;
+    const SimBar& bar;
+    const SimProcesses& processes;
+    const SimMenus& menus;
+  };
+  explicit SimWindowList(Parts parts);
 
   std::optional<std::vector<platform::WindowInfo>> onScreenWindows(
       platform::DesktopElements desktopElements) const override;
@@ -67,17 +79,18 @@ class SimWindowList final : public platform::WindowList {
   void setProcessName(const std::string& bundleId, std::string processName);
   std::string processName(const std::string& bundleId, const std::string& displayName) const;
 
-  // Converts a frame of AppKit's bottom-left space into the list's top-left space.
-  Rect topLeftFrame(const Rect& frame) const;
-
  private:
   void appendStatusItemWindows(std::vector<platform::WindowInfo>& out) const;
   void appendSystemItemWindows(std::vector<platform::WindowInfo>& out) const;
 
-  const SimDesktop& desktop_;
+  const SimSettings& desktopSettings_;
+  const SimScreens& screens_;
+  const SimBar& bar_;
+  const SimProcesses& processes_;
+  const SimMenus& menus_;
   SimWindowListSettings settings_;
   std::vector<SimWindowSpec> extraWindows_;
-  std::vector<std::pair<std::string, std::string>> processNames_;
+  std::map<std::string, std::string> processNames_;
 };
 
 }  // namespace tarvolo::sim

@@ -75,8 +75,8 @@ TEST(MenuBarWindowProbe, SnapshotOfASimulatedDesktopSkipsDesktopAndDocumentWindo
     sim::SimDesktop desktop({sim::SimScreenSpec{.width = 1512, .height = 982}}, apps, {.osMajor = os});
     desktop.queue().runFor(1);
     // A tall window hugging the bar and a zero-width one in it.
-    desktop.simWindowList().addWindow({.ownerName = "Notes", .bounds = Rect{500, 0, 30, 300}});
-    desktop.simWindowList().addWindow({.ownerName = "Notes", .bounds = Rect{500, 0, 0, 24}, .layer = 25});
+    desktop.windowList().addWindow({.ownerName = "Notes", .bounds = Rect{500, 0, 30, 300}});
+    desktop.windowList().addWindow({.ownerName = "Notes", .bounds = Rect{500, 0, 0, 24}, .layer = 25});
     auto windows = MenuBarWindowProbe::snapshot(desktop.windowList(), desktop.screens());
     std::size_t notes = 0;
     for (const auto& window : windows) {
@@ -87,7 +87,7 @@ TEST(MenuBarWindowProbe, SnapshotOfASimulatedDesktopSkipsDesktopAndDocumentWindo
     EXPECT_EQ(windows.size(), os >= 27 ? 1u : 5u) << os;
     EXPECT_EQ(notes, os < 26 ? 1u : 0u) << os;
 
-    desktop.simWindowList().settings().available = false;
+    desktop.windowList().settings().available = false;
     EXPECT_TRUE(MenuBarWindowProbe::snapshot(desktop.windowList(), desktop.screens()).empty());
   }
 }

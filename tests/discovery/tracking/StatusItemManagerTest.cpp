@@ -264,7 +264,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   // The user drags the always-hidden icon into the visible zone while everything shows.
   expandAndSettle();
   const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
-  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(1);
   catalog().refreshObservedZones();
   EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_visible");
@@ -283,7 +283,7 @@ TEST_F(CatalogTest, FromVersion26IconsAreTiedToAppsThroughAccessibility) {
   EXPECT_EQ(catalog().attributedBundleIDs.get().size(), 6u);
 
   // Without the permission the window list alone cannot tell whose icon is whose.
-  desktop().simAccessibility().setTrusted(false);
+  desktop().accessibility().setTrusted(false);
   session().relaunch();
   run(1);
   expandAndSettle();
@@ -313,7 +313,7 @@ TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread)
 
   // The others' icons arrive as soon as the hung app's read gives up, not after the system's 6 s.
   const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
-  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();
   run(platform::kAccessibilityReadTimeout / 2);
@@ -329,7 +329,7 @@ TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread)
   EXPECT_FALSE(controller().isExpanded.get());
   expandAndSettle();
   EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_EQ(desktop().mainThreadWaited(), 0.0);
+  EXPECT_EQ(desktop().waits().mainThreadWaited(), 0.0);
 }
 
 TEST_F(CatalogTest, AReadingOvertakenByANewerOneIsDropped) {
@@ -339,13 +339,14 @@ TEST_F(CatalogTest, AReadingOvertakenByANewerOneIsDropped) {
   expandAndSettle();
   ASSERT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
   const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
-  const double originalX = desktop().itemsOf(*desktop().pidOf(kAlwaysHiddenIcon)).front()->frame->midX();
+  const int hiddenPid = *desktop().processes().pidOf(kAlwaysHiddenIcon);
+  const double originalX = desktop().bar().itemsOf(hiddenPid).front()->frame->midX();
 
   // The first reading sees the icon moved; the icon goes back before the second one starts.
-  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();
-  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, originalX - 40));
+  ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, originalX - 40));
   run(0.1);
   catalog().refreshObservedZones();
   const int dropped = loggedCount("catalog read dropped");
@@ -377,7 +378,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
   // Skipped, it costs the reading nothing: the others arrive at once.
   expandAndSettle();
   const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
-  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
+  ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();
   run(0.01);
@@ -388,7 +389,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
 
   // Past the limit the one that never finished is read too, and its time-out is waited out.
   run(StatusItemManager::launchingSkipLimit);
-  ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 40));
+  ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 40));
   run(0.1);
   const auto before = catalog().observedZones.get();
   catalog().refreshObservedZones();
@@ -396,7 +397,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
   EXPECT_EQ(catalog().observedZones.get(), before);
   run(platform::kAccessibilityReadTimeout);
   EXPECT_NE(catalog().observedZones.get(), before);
-  EXPECT_EQ(desktop().mainThreadWaited(), 0.0);
+  EXPECT_EQ(desktop().waits().mainThreadWaited(), 0.0);
 }
 
 // --- a whole session ----------------------------------------------------------------------------------

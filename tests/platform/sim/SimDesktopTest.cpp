@@ -15,8 +15,8 @@ SimAppSpec iconApp(const std::string& bundle, double width, std::optional<double
 }
 
 const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) {
-  for (const auto* item : desktop.allItems()) {
-    if (desktop.bundleIdOfPid(item->ownerPid) == bundle) return *item;
+  for (const auto* item : desktop.bar().allItems()) {
+    if (desktop.processes().bundleIdOfPid(item->ownerPid) == bundle) return *item;
   }
   throw std::logic_error("no item of " + bundle);
 }
@@ -42,14 +42,14 @@ TEST(SimMenuBar, NotchAndAppMenusHideItemsThatReachThem) {
   for (int i = 0; i < 25; ++i) apps.push_back(iconApp("icon" + std::to_string(i), 30, 10.0 * (i + 1)));
   SimDesktop desktop({SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}}, apps, {});
   desktop.setFrontmost("com.example.app");
-  auto notch = desktop.screenInfos().front().notchRect();
+  auto notch = desktop.screens().infos().front().notchRect();
   ASSERT_TRUE(notch);
   EXPECT_EQ(notch->width, 185);
-  EXPECT_EQ(desktop.screenInfos().front().menuBarHeight, 37);
+  EXPECT_EQ(desktop.screens().infos().front().menuBarHeight, 37);
   // Menus too wide for the left of the notch continue right of it.
-  EXPECT_DOUBLE_EQ(desktop.menusRightEdge(), notch->maxX() + (700 - notch->minX()));
-  for (const auto* item : desktop.allItems()) {
-    bool clear = item->frame->minX() >= desktop.statusAreaMinX();
+  EXPECT_DOUBLE_EQ(desktop.bar().menusRightEdge(), notch->maxX() + (700 - notch->minX()));
+  for (const auto* item : desktop.bar().allItems()) {
+    bool clear = item->frame->minX() >= desktop.bar().statusAreaMinX();
     EXPECT_EQ(item->onScreen, clear) << item->frame->minX();
   }
   EXPECT_FALSE(firstItemOf(desktop, "icon24").onScreen);
@@ -65,7 +65,7 @@ TEST(SimMenuBar, LongItemPushesEverythingLeftOfItOffScreen) {
   item->setLength(600);
   EXPECT_FALSE(firstItemOf(desktop, "left").onScreen);
   EXPECT_TRUE(firstItemOf(desktop, "right").onScreen);
-  EXPECT_TRUE(desktop.ownItem("sep")->onScreen);  // its right end still shows
+  EXPECT_TRUE(desktop.bar().ownItem("sep")->onScreen);  // its right end still shows
   item->setLength(16);
   EXPECT_TRUE(firstItemOf(desktop, "left").onScreen);
 }
@@ -92,24 +92,24 @@ TEST(SimMenuBar, CommandDragPastANeighbourReordersAndStoresThePosition) {
   desktop.defaults().set("NSStatusItem Preferred Position mine", DefaultsValue(5.0));
   auto mine = desktop.statusBar().createStatusItem(20, "mine");
   double yMid = firstItemOf(desktop, "y").frame->midX();
-  ASSERT_TRUE(desktop.commandDragItem("mine", yMid - 5));
+  ASSERT_TRUE(desktop.events().commandDragItem("mine", yMid - 5));
   auto stored = desktop.defaults().getDouble("NSStatusItem Preferred Position mine");
   ASSERT_TRUE(stored);
   EXPECT_GT(*stored, 20);
-  EXPECT_LT(desktop.ownItem("mine")->frame->maxX(), firstItemOf(desktop, "y").frame->minX() + 1e-9);
+  EXPECT_LT(desktop.bar().ownItem("mine")->frame->maxX(), firstItemOf(desktop, "y").frame->minX() + 1e-9);
 }
 
 TEST(SimWorkspace, LaunchAndTerminateChangeRunningAppsAndItems) {
   SimAppSpec later = iconApp("later", 30, 10);
   later.running = false;
   SimDesktop desktop({SimScreenSpec{}}, {later}, {});
-  EXPECT_TRUE(desktop.allItems().empty());
+  EXPECT_TRUE(desktop.bar().allItems().empty());
   desktop.launchApp("later");
-  EXPECT_EQ(desktop.allItems().size(), 1u);
+  EXPECT_EQ(desktop.bar().allItems().size(), 1u);
   auto running = desktop.workspace().runningApplications();
   EXPECT_EQ(running.size(), 1u);  // the app's own process is not running yet
   desktop.terminateApp("LATER");
-  EXPECT_TRUE(desktop.allItems().empty());
+  EXPECT_TRUE(desktop.bar().allItems().empty());
 }
 
 // What the desktop reports to the app, in order.
@@ -151,6 +151,60 @@ TEST(SimWorkspace, LaunchAndTerminateAreReportedForRegularAndAccessoryAppsOnly) 
                                                    "terminate regular"}));
   desktop.setSystemEventSink(nullptr);
 }
+// The app's windows keep what they last drew; a scenario reads them and presses their controls.
+TEST(SimWindows, ARecordCountsEveryShowAndEachOpeningAndKeepsTheLastState) {
+  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  auto& prompt = desktop.userInterface().reviewPrompt();
+  int later = 0;
+  prompt.show({.message = "first"}, {.later = [&] { ++later; }});
+  desktop.queue().runFor(2);
+  prompt.show({.message = "again"}, {.later = [&] { ++later; }});
+  prompt.close();
+  prompt.update({.message = "while closed"});
+  EXPECT_FALSE(prompt.shown());
+  EXPECT_EQ(prompt.showing(), nullptr);
+  EXPECT_EQ(prompt.lastState()->message, "again");
+  EXPECT_EQ(prompt.showCount(), 2);
+  EXPECT_EQ(prompt.openedAt(), std::vector<double>{0});
+  prompt.show({.message = "third"}, {});
+  EXPECT_EQ(prompt.openedAt(), (std::vector<double>{0, 2}));
+  EXPECT_EQ(later, 0);
+}
+
+// The windows that belong to the process go when it ends; a click can no longer reach them.
+TEST(SimWindows, TheAppsProcessEndingClosesItsWindowsAndDropsTheirControls) {
+  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  desktop.launchOwnApp();
+  auto& shelf = desktop.userInterface().iconShelfPanel();
+  auto& settings = desktop.userInterface().preferences();
+  shelf.show({.title = "Shelf"}, {.escape = [] {}});
+  settings.show({.windowTitle = "Settings"}, {.closed = [] {}});
+  settings.keepFront();
+  ASSERT_TRUE(settings.keptFront());
+  desktop.ownProcessExited();
+  EXPECT_FALSE(shelf.shown());
+  EXPECT_FALSE(shelf.controls().escape);
+  EXPECT_FALSE(settings.shown());
+  EXPECT_FALSE(settings.keptFront());
+  EXPECT_FALSE(settings.controls().closed);
+  EXPECT_EQ(settings.lastState()->windowTitle, "Settings");
+}
+
+// The settings window's close button tells the app; closing it from the app does not.
+TEST(SimWindows, OnlyTheUsersCloseButtonCallsTheSettingsBack) {
+  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  auto& settings = desktop.userInterface().preferences();
+  int closed = 0;
+  settings.show({}, {.closed = [&] { ++closed; }});
+  settings.close();
+  settings.closeByUser();
+  EXPECT_EQ(closed, 0);
+  settings.show({}, {.closed = [&] { ++closed; }});
+  settings.closeByUser();
+  EXPECT_EQ(closed, 1);
+  EXPECT_FALSE(settings.shown());
+}
+
 class SimDefaultsFileTest : public ::testing::Test {
  protected:
   void SetUp() override {

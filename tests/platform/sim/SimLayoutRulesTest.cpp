@@ -14,8 +14,8 @@ SimAppSpec iconApp(const std::string& bundle, double position) {
 }
 
 const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) {
-  for (const auto* item : desktop.allItems()) {
-    if (desktop.bundleIdOfPid(item->ownerPid) == bundle) return *item;
+  for (const auto* item : desktop.bar().allItems()) {
+    if (desktop.processes().bundleIdOfPid(item->ownerPid) == bundle) return *item;
   }
   throw std::logic_error("no item of " + bundle);
 }
@@ -32,7 +32,7 @@ struct Bar {
     desktop.defaults().set("NSStatusItem Preferred Position sep", DefaultsValue(20.0));
     item = desktop.statusBar().createStatusItem(16, "sep");
   }
-  const SimItemState& spacer() { return *desktop.ownItem("sep"); }
+  const SimItemState& spacer() { return *desktop.bar().ownItem("sep"); }
   // The spacer's right edge is pinned by its right neighbour.
   double pinnedRight() { return firstItemOf(desktop, "right").frame->minX(); }
 
@@ -62,25 +62,25 @@ TEST(SimMenuTitles, AreDeterministicPerAppAndFillTheMenusWidth) {
 
 TEST(SimMenuTitles, ALongItemEndingAmongTheTitlesDropsThemFromTheRightOneAtATime) {
   Bar bar({.width = 1440, .height = 900});
-  auto titles = bar.desktop.frontmostMenuTitles();
+  auto titles = bar.desktop.bar().frontmostMenuTitles();
   const double menusRight = 400;
   const double pinnedRight = bar.pinnedRight();
   // Ten points into the last title: that title goes, and the spacer stands its width further left.
   bar.item->setLength(pinnedRight - (menusRight - 10));
-  EXPECT_EQ(bar.desktop.menuTitlesDropped(), 1);
-  EXPECT_DOUBLE_EQ(bar.desktop.droppedMenuTitlesWidth(), titles.back());
-  EXPECT_DOUBLE_EQ(bar.desktop.menusRightEdge(), menusRight - titles.back());
+  EXPECT_EQ(bar.desktop.bar().menuTitlesDropped(), 1);
+  EXPECT_DOUBLE_EQ(bar.desktop.bar().droppedMenuTitlesWidth(), titles.back());
+  EXPECT_DOUBLE_EQ(bar.desktop.bar().menusRightEdge(), menusRight - titles.back());
   EXPECT_DOUBLE_EQ(bar.spacer().frame->maxX(), pinnedRight - titles.back());
   EXPECT_TRUE(bar.spacer().onScreen);
 
   // Deeper: as many titles as it takes, right to left.
   double deeper = titles.back() + titles[titles.size() - 2] - 5;
   bar.item->setLength(pinnedRight - (menusRight - deeper));
-  EXPECT_EQ(bar.desktop.menuTitlesDropped(), 2);
+  EXPECT_EQ(bar.desktop.bar().menuTitlesDropped(), 2);
 
   // Shorter again: the titles come back.
   bar.item->setLength(200);
-  EXPECT_EQ(bar.desktop.menuTitlesDropped(), 0);
+  EXPECT_EQ(bar.desktop.bar().menuTitlesDropped(), 0);
   EXPECT_DOUBLE_EQ(bar.spacer().frame->maxX(), pinnedRight);
 }
 
@@ -90,7 +90,7 @@ TEST(SimMenuTitles, ASpacerThatNoDroppingCanFitIsEjectedAndTheTitlesStay) {
   bar.item->setLength(bar.pinnedRight() - 10);
   EXPECT_TRUE(bar.spacer().rejected);
   EXPECT_FALSE(bar.spacer().onScreen);
-  EXPECT_EQ(bar.desktop.menuTitlesDropped(), 0);
+  EXPECT_EQ(bar.desktop.bar().menuTitlesDropped(), 0);
   EXPECT_TRUE(firstItemOf(bar.desktop, "left").onScreen);  // it pushes nothing
 }
 
@@ -98,7 +98,7 @@ TEST(SimMenuTitles, AFarEdgePastTheLeftScreenEdgeDisturbsNoTitle) {
   Bar bar({.width = 1440, .height = 900});
   bar.item->setLength(3000);
   EXPECT_FALSE(bar.spacer().rejected);
-  EXPECT_EQ(bar.desktop.menuTitlesDropped(), 0);
+  EXPECT_EQ(bar.desktop.bar().menuTitlesDropped(), 0);
   EXPECT_FALSE(firstItemOf(bar.desktop, "left").onScreen);
   EXPECT_TRUE(bar.spacer().onScreen);
   // Before macOS 27 frames keep their negative origin.
@@ -110,7 +110,7 @@ TEST(SimMenuTitles, OrdinaryIconsRunningIntoTheMenusAreHiddenNotMadeRoomFor) {
   for (int i = 0; i < 10; ++i) apps.push_back(iconApp("icon" + std::to_string(i), 10.0 * (i + 1)));
   SimDesktop desktop({SimScreenSpec{.width = 1440, .height = 900}}, apps, {});
   desktop.setFrontmost("com.example.editor");
-  EXPECT_EQ(desktop.menuTitlesDropped(), 0);
+  EXPECT_EQ(desktop.bar().menuTitlesDropped(), 0);
   EXPECT_FALSE(firstItemOf(desktop, "icon9").onScreen);
 }
 
@@ -175,19 +175,19 @@ TEST(SimDisplacement, ItemsWithoutRoomAreParkedAtTheLeftEndOfTheVisibleStretch) 
   const auto& left = firstItemOf(bar.desktop, "left");
   EXPECT_TRUE(left.displaced);
   EXPECT_FALSE(left.onScreen);
-  EXPECT_DOUBLE_EQ(left.reported->maxX(), bar.desktop.statusAreaMinX());
-  EXPECT_DOUBLE_EQ(bar.desktop.statusAreaMinX(), 848);  // the notch's right edge
-  EXPECT_FALSE(bar.desktop.overflowChevronShown());
+  EXPECT_DOUBLE_EQ(left.reported->maxX(), bar.desktop.bar().statusAreaMinX());
+  EXPECT_DOUBLE_EQ(bar.desktop.bar().statusAreaMinX(), 848);  // the notch's right edge
+  EXPECT_FALSE(bar.desktop.bar().overflowChevronShown());
 }
 
 TEST(SimDisplacement, FromMacOS27TheOverflowChevronTakesRoomAtTheLeftEnd) {
   Bar bar({.width = 1512, .height = 982, .notchWidth = 185}, onSystem(27));
   bar.item->setLength(500);
-  EXPECT_TRUE(bar.desktop.overflowChevronShown());
-  EXPECT_DOUBLE_EQ(bar.desktop.statusAreaMinX(), 848 + 44);
+  EXPECT_TRUE(bar.desktop.bar().overflowChevronShown());
+  EXPECT_DOUBLE_EQ(bar.desktop.bar().statusAreaMinX(), 848 + 44);
   EXPECT_DOUBLE_EQ(firstItemOf(bar.desktop, "left").reported->maxX(), 848 + 44);
   bar.item->setLength(16);
-  EXPECT_FALSE(bar.desktop.overflowChevronShown());
+  EXPECT_FALSE(bar.desktop.bar().overflowChevronShown());
 }
 
 TEST(SimWindows, ASharedWindowAlsoHoldsTheRightNeighbour) {

@@ -60,7 +60,7 @@ TEST(SimWindowList, StatusItemsSitAtLayer25AboveOneMenuBarPerScreenInTopLeftSpac
 
   const WindowInfo* notes = ownedBy(windows, "Notes", SimWindowLayer::statusItem);
   ASSERT_NE(notes, nullptr);
-  const SimItemState* item = desktop->itemsOf(*desktop->pidOf("com.example.notes")).front();
+  const SimItemState* item = desktop->bar().itemsOf(*desktop->processes().pidOf("com.example.notes")).front();
   EXPECT_EQ(notes->ownerPid, item->ownerPid);
   EXPECT_EQ(notes->bounds, (Rect{item->frame->x, 0, 30, 24}));
   EXPECT_NE(ownedBy(windows, "Control Center", SimWindowLayer::statusItem), nullptr);
@@ -81,16 +81,16 @@ TEST(SimWindowList, DesktopElementsOnlyWhenAskedAndNothingWhenUnavailable) {
   EXPECT_NE(ownedBy(with, "Dock", SimWindowLayer::desktop), nullptr);
   EXPECT_EQ(ownedBy(without, "Finder", SimWindowLayer::desktopIcons), nullptr);
 
-  desktop->simWindowList().addWindow(
+  desktop->windowList().addWindow(
       {.ownerName = "Finder", .bounds = Rect{0, 0, 50, 50}, .layer = -100, .desktopElement = true});
   EXPECT_EQ(desktop->windowList().onScreenWindows(DesktopElements::exclude)->size(), without.size());
-  desktop->simWindowList().settings().available = false;
+  desktop->windowList().settings().available = false;
   EXPECT_EQ(desktop->windowList().onScreenWindows(DesktopElements::exclude), std::nullopt);
 }
 
 TEST(SimWindowList, FromVersion26EveryItemIsTheSystemsAndFrom27ThereAreNoItemWindows) {
   auto uniform = makeDesktop(26);
-  uniform->simWindowList().settings().systemItemsOwner = "Control Centre";
+  uniform->windowList().settings().systemItemsOwner = "Control Centre";
   auto windows = layer(*uniform->windowList().onScreenWindows(DesktopElements::exclude), SimWindowLayer::statusItem);
   ASSERT_FALSE(windows.empty());
   for (const auto& window : windows) {
@@ -98,8 +98,8 @@ TEST(SimWindowList, FromVersion26EveryItemIsTheSystemsAndFrom27ThereAreNoItemWin
     EXPECT_EQ(window.title, std::nullopt);
   }
   // The pid still tells the processes apart, even if the names do not.
-  EXPECT_TRUE(std::any_of(windows.begin(), windows.end(),
-                          [&](const WindowInfo& w) { return w.ownerPid == uniform->pidOf("com.example.clip"); }));
+  const auto clip = uniform->processes().pidOf("com.example.clip");
+  EXPECT_TRUE(std::any_of(windows.begin(), windows.end(), [&](const WindowInfo& w) { return w.ownerPid == clip; }));
 
   auto surface = makeDesktop(27);
   auto all = *surface->windowList().onScreenWindows(DesktopElements::exclude);
@@ -109,7 +109,7 @@ TEST(SimWindowList, FromVersion26EveryItemIsTheSystemsAndFrom27ThereAreNoItemWin
 
 TEST(SimWindowList, ProcessNamesCanDifferFromDisplayNames) {
   auto desktop = makeDesktop(15);
-  desktop->simWindowList().setProcessName("com.example.notes", "notes-agent");
+  desktop->windowList().setProcessName("com.example.notes", "notes-agent");
   auto windows = *desktop->windowList().onScreenWindows(DesktopElements::exclude);
   EXPECT_NE(ownedBy(windows, "notes-agent", SimWindowLayer::statusItem), nullptr);
   EXPECT_EQ(ownedBy(windows, "Notes", SimWindowLayer::statusItem), nullptr);
@@ -117,20 +117,20 @@ TEST(SimWindowList, ProcessNamesCanDifferFromDisplayNames) {
 
 TEST(SimAccessibility, ItemsMatchTheWindowListAndNeedTrust) {
   auto desktop = makeDesktop(15);
-  int pid = *desktop->pidOf("com.example.notes");
+  int pid = *desktop->processes().pidOf("com.example.notes");
   auto items = desktop->accessibility().extrasMenuBarItems(pid);
   ASSERT_TRUE(items && items->size() == 1);
   auto windows = *desktop->windowList().onScreenWindows(DesktopElements::exclude);
   EXPECT_EQ(items->front().frame, ownedBy(windows, "Notes", SimWindowLayer::statusItem)->bounds);
 
   EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(9999), std::nullopt);
-  desktop->simAccessibility().setUnresponsive(pid, true);
+  desktop->processes().setUnresponsive(pid, true);
   EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(pid), std::nullopt);
-  desktop->simAccessibility().setUnresponsive(pid, false);
-  desktop->simAccessibility().setTrusted(false);
+  desktop->processes().setUnresponsive(pid, false);
+  desktop->accessibility().setTrusted(false);
   EXPECT_FALSE(desktop->accessibility().isProcessTrusted());
   EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(pid), std::nullopt);
-  desktop->simAccessibility().setTrusted(true);
+  desktop->accessibility().setTrusted(true);
   desktop->terminateApp("com.example.notes");
   EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(pid), std::nullopt);
 }
@@ -140,9 +140,9 @@ TEST(SimAccessibility, AReadOfAHungOrLaunchingAppTimesOutOnItsQueueAndIsCountedO
   SimAppSpec slow = iconApp("com.example.slow", "Slow", 30);
   slow.launchDuration = 2;
   desktop->addApp(slow);
-  const int hung = *desktop->pidOf("com.example.notes");
-  const int launching = *desktop->pidOf("com.example.slow");
-  desktop->simAccessibility().setUnresponsive(hung, true);
+  const int hung = *desktop->processes().pidOf("com.example.notes");
+  const int launching = *desktop->processes().pidOf("com.example.slow");
+  desktop->processes().setUnresponsive(hung, true);
   auto running = desktop->workspace().runningApplications();
   auto slowApp = std::find_if(running.begin(), running.end(), [&](const auto& app) { return app.pid == launching; });
   ASSERT_NE(slowApp, running.end());
@@ -160,18 +160,18 @@ TEST(SimAccessibility, AReadOfAHungOrLaunchingAppTimesOutOnItsQueueAndIsCountedO
   desktop->queue().runFor(1);
   ASSERT_EQ(answeredAt.size(), 1u);
   EXPECT_DOUBLE_EQ(answeredAt.front() - start, 2 * platform::kAccessibilityReadTimeout);
-  EXPECT_EQ(desktop->mainThreadWaited(), 0.0);
+  EXPECT_EQ(desktop->waits().mainThreadWaited(), 0.0);
 
   // The same read on the main thread blocks it.
   EXPECT_EQ(desktop->accessibility().extrasMenuBarItems(hung), std::nullopt);
-  EXPECT_DOUBLE_EQ(desktop->mainThreadWaited(), platform::kAccessibilityReadTimeout);
+  EXPECT_DOUBLE_EQ(desktop->waits().mainThreadWaited(), platform::kAccessibilityReadTimeout);
 
   // Launched, it answers; and while the frontmost app is hung its menus' end is unknown.
   desktop->queue().runFor(2);
   EXPECT_TRUE(desktop->accessibility().extrasMenuBarItems(launching).has_value());
   desktop->setFrontmost("com.example.editor");
   EXPECT_TRUE(desktop->workspace().applicationMenusMaxX().has_value());
-  desktop->simAccessibility().setUnresponsive(*desktop->pidOf("com.example.editor"), true);
+  desktop->processes().setUnresponsive(*desktop->processes().pidOf("com.example.editor"), true);
   EXPECT_EQ(desktop->workspace().applicationMenusMaxX(), std::nullopt);
 }
 
@@ -182,7 +182,7 @@ TEST(SimAccessibility, FromVersion27HiddenItemsAreAbsent) {
     SimDesktop desktop({{.width = 1920, .height = 1080}}, apps, SimSettings{.osMajor = os});
     desktop.setFrontmost("com.example.wide");  // the menus leave no room for the icon
     desktop.queue().runFor(1);
-    auto items = desktop.accessibility().extrasMenuBarItems(*desktop.pidOf("com.example.crowded"));
+    auto items = desktop.accessibility().extrasMenuBarItems(*desktop.processes().pidOf("com.example.crowded"));
     ASSERT_TRUE(items);
     EXPECT_EQ(items->size(), os >= 27 ? 0u : 1u) << os;
   }

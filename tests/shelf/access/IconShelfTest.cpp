@@ -20,7 +20,7 @@ class IconShelfTest : public SimAppTest {
     run(1);
   }
   MenuBarAccessController& shelf() { return *session().delegate()->environment()->iconShelf(); }
-  const platform::IconShelfViewState& panel() { return *desktop().ui().shelfState; }
+  const platform::IconShelfViewState& panel() { return *desktop().userInterface().iconShelfPanel().lastState(); }
   std::vector<std::string> rowNames() {
     std::vector<std::string> names;
     for (const auto& row : panel().rows) names.push_back(row.name);
@@ -42,7 +42,7 @@ TEST_F(IconShelfTest, TypingFindsByNameAndPinyinAndTheTierPersists) {
   ASSERT_EQ(panel().rows.size(), 1u);
   EXPECT_TRUE(panel().rows.front().selected);  // Return opens the best match at once
   shelf().selectTier(MenuBarAccessTier::hidden);
-  EXPECT_EQ(desktop().simDefaults().getString("iconShelfSelectedTier"), "hidden");
+  EXPECT_EQ(desktop().defaults().getString("iconShelfSelectedTier"), "hidden");
   EXPECT_TRUE(rowNames().empty());  // no saved zones: a zone tier lists nothing
   // Esc clears the query, then closes the field, then the shelf.
   shelf().escape();
@@ -61,7 +61,7 @@ TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   run(0.1);
   shelf().choose(panel().rows.front().id);
   run(3);
-  ASSERT_NE(desktop().foreignMenu(), nullptr);
+  ASSERT_NE(desktop().menus().foreignMenu(), nullptr);
   EXPECT_TRUE(logged("action=AXPress result=-25204 menuVisible=true accepted=true"));
   EXPECT_FALSE(logged("iconShelf attempt bundle=com.example.block action=AXShowMenu"));
   EXPECT_TRUE(shelf().menuSessionActive());
@@ -75,29 +75,29 @@ TEST_F(IconShelfTest, AnItemWithoutPressGetsShowMenuFirst) {
   run(0.1);
   shelf().choose(panel().rows.front().id);
   run(1);
-  ASSERT_FALSE(desktop().simAccessibility().performed().empty());
-  EXPECT_EQ(desktop().simAccessibility().performed().front().rfind("AXShowMenu", 0), 0u);
+  ASSERT_FALSE(desktop().accessibility().performed().empty());
+  EXPECT_EQ(desktop().accessibility().performed().front().rfind("AXShowMenu", 0), 0u);
 }
 
 TEST_F(IconShelfTest, TheGuardedClickCarriesTheMarkerAndPutsTheCursorBack) {
   auto refusing = app("com.example.refuse", "Refuser", 40);
   refusing.refusesActions = true;
   start({refusing});
-  const Point before = desktop().cursorTopLeft();
+  const Point before = desktop().events().cursorTopLeft();
   shelf().showShelf(std::nullopt);
   run(0.1);
   shelf().choose(panel().rows.front().id);
   run(2);
-  ASSERT_EQ(desktop().postedEvents().size(), 2u);
-  for (const auto& posted : desktop().postedEvents()) {
+  ASSERT_EQ(desktop().events().postedEvents().size(), 2u);
+  for (const auto& posted : desktop().events().postedEvents()) {
     EXPECT_EQ(posted.event.userData, NativeStatusItemClick::eventMarker);
     EXPECT_EQ(posted.event.clickState, 1);
     EXPECT_EQ(posted.event.modifierFlags.raw, 0u);
   }
-  EXPECT_NEAR(desktop().postedEvents()[1].time - desktop().postedEvents()[0].time, 0.04, 1e-9);
-  EXPECT_EQ(desktop().cursorTopLeft(), before);
-  ASSERT_NE(desktop().foreignMenu(), nullptr);
-  EXPECT_EQ(desktop().foreignMenu()->openedBy, "click");
+  EXPECT_NEAR(desktop().events().postedEvents()[1].time - desktop().events().postedEvents()[0].time, 0.04, 1e-9);
+  EXPECT_EQ(desktop().events().cursorTopLeft(), before);
+  ASSERT_NE(desktop().menus().foreignMenu(), nullptr);
+  EXPECT_EQ(desktop().menus().foreignMenu()->openedBy, "click");
 }
 
 TEST_F(IconShelfTest, NoClickWithoutThePostEventPermission) {
@@ -108,7 +108,7 @@ TEST_F(IconShelfTest, NoClickWithoutThePostEventPermission) {
   run(0.1);
   shelf().choose(panel().rows.front().id);
   run(2);
-  EXPECT_TRUE(desktop().postedEvents().empty());
+  EXPECT_TRUE(desktop().events().postedEvents().empty());
   EXPECT_EQ(panel().errorText, "This menu could not be opened.");
 }
 
@@ -120,10 +120,10 @@ TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain)
   run(1);
   ASSERT_TRUE(shelf().menuSessionActive());
   EXPECT_TRUE(controller().isExpanded.get());
-  desktop().pressKey(49);  // Space: no check
+  desktop().events().pressKey(49);  // Space: no check
   run(1);
   EXPECT_TRUE(shelf().menuSessionActive());
-  desktop().pressKey(53);  // Escape closes the menu; the check 0.2 s later ends the session
+  desktop().events().pressKey(53);  // Escape closes the menu; the check 0.2 s later ends the session
   run(0.1);
   EXPECT_TRUE(shelf().menuSessionActive());
   run(0.3);
@@ -135,7 +135,8 @@ TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain)
 TEST_F(IconShelfTest, StopIsIdempotentAndEndsOnce) {
   start({app("com.example.a", "Alpha", 40)});
   auto& accessibility = desktop().accessibility();
-  auto bar = accessibility.attribute(accessibility.applicationElement(*desktop().pidOf("com.example.a")), "AXExtrasMenuBar");
+  const int pid = *desktop().processes().pidOf("com.example.a");
+  auto bar = accessibility.attribute(accessibility.applicationElement(pid), "AXExtrasMenuBar");
   auto children = accessibility.attribute(*bar.value->element(), "AXChildren");
   int ended = 0;
   ExternalMenuAccessSession session(desktop(), *children.value->list()->front().element(), [&] { ++ended; });

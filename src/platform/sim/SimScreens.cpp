@@ -1,0 +1,59 @@
+#include "platform/sim/SimScreens.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarvolo::sim {
+
+namespace {
+
+constexpr double kNotchBarHeight = 37;
+constexpr double kPlainBarHeight = 24;
+
+}  // namespace
+
+SimScreens::SimScreens(std::vector<SimScreenSpec> specs) : specs_(std::move(specs)) {
+  if (specs_.empty()) specs_.push_back(SimScreenSpec{});
+}
+
+bool SimScreens::replace(std::vector<SimScreenSpec> specs) {
+  if (specs.empty()) return false;
+  specs_ = std::move(specs);
+  return true;
+}
+
+std::vector<platform::ScreenInfo> SimScreens::infos() const {
+  std::vector<platform::ScreenInfo> out;
+  for (const auto& config : specs_) {
+    platform::ScreenInfo info;
+    info.frame = Rect{config.x, config.y, config.width, config.height};
+    bool notched = config.notchWidth && *config.notchWidth > 0;
+    info.menuBarHeight = notched ? kNotchBarHeight : kPlainBarHeight;
+    info.visibleFrame = Rect{config.x, config.y, config.width, config.height - info.menuBarHeight - 1};
+    if (notched) {
+      double notchMinX = config.x + std::floor((config.width - *config.notchWidth) / 2);
+      double top = config.y + config.height - info.menuBarHeight;
+      info.auxiliaryTopLeftArea = Rect{config.x, top, notchMinX - config.x, info.menuBarHeight};
+      double rightMinX = notchMinX + *config.notchWidth;
+      info.auxiliaryTopRightArea = Rect{rightMinX, top, config.x + config.width - rightMinX, info.menuBarHeight};
+      info.safeAreaTop = 32;
+    }
+    out.push_back(info);
+  }
+  return out;
+}
+
+// Top-left space has its origin at the top-left of the screen whose origin is AppKit's.
+Rect SimScreens::topLeftFrame(const Rect& frame) const {
+  auto origin = std::find_if(specs_.begin(), specs_.end(),
+                             [](const SimScreenSpec& screen) { return screen.x == 0 && screen.y == 0; });
+  const double height = origin == specs_.end() ? specs_.front().height : origin->height;
+  return Rect{frame.x, height - frame.maxY(), frame.width, frame.height};
+}
+
+// The cursor's two spaces meet at the primary screen's top edge.
+Point SimScreens::topLeftPoint(Point bottomLeft) const { return {bottomLeft.x, primarySpec().height - bottomLeft.y}; }
+
+Point SimScreens::bottomLeftPoint(Point topLeft) const { return {topLeft.x, primarySpec().height - topLeft.y}; }
+
+}  // namespace tarvolo::sim

@@ -1,0 +1,167 @@
+#pragma once
+
+// The app's own windows on the simulated desktop. Each keeps what it was last asked to draw and
+// what its controls call (SimWindowRecord.h); a scenario step or a test presses them as a click
+// would.
+
+#include <string>
+#include <vector>
+
+#include "platform/windows/UserInterface.h"
+#include "platform/sim/SimWindowRecord.h"
+
+namespace tarvolo::sim {
+
+class SimScreens;
+
+class SimFirstLaunchCoachWindow final
+    : public platform::FirstLaunchCoachWindow,
+      public SimWindowRecord<platform::FirstLaunchCoachViewState, platform::FirstLaunchCoachActions> {
+ public:
+  enum class Control { next, done, dismiss, permission };
+
+  explicit SimFirstLaunchCoachWindow(const Clock& clock) : SimWindowRecord(clock) {}
+  void show(const platform::FirstLaunchCoachViewState& state, platform::FirstLaunchCoachActions actions) override {
+    recordShow(state, std::move(actions));
+  }
+  void update(const platform::FirstLaunchCoachViewState& state) override { recordUpdate(state); }
+  void close() override { recordClose(); }
+  bool isShown() const override { return shown(); }
+
+  // A click on one of the panel's controls, which runs what the button in AppKit runs; false
+  // when the panel is closed or does not offer the control now.
+  bool press(Control control);
+};
+
+class SimPreferencesWindow final
+    : public platform::PreferencesWindow,
+      public SimWindowRecord<platform::PreferencesViewState, platform::PreferencesCallbacks> {
+ public:
+  explicit SimPreferencesWindow(const Clock& clock) : SimWindowRecord(clock) {}
+  void show(const platform::PreferencesViewState& state, platform::PreferencesCallbacks callbacks) override {
+    recordShow(state, std::move(callbacks));
+  }
+  void update(const platform::PreferencesViewState& state) override { recordUpdate(state); }
+  void close() override {
+    recordClose();
+    keptFront_ = false;
+  }
+  bool isShown() const override { return shown(); }
+  void keepFront() override {
+    if (shown()) keptFront_ = true;
+  }
+  bool keptFront() const { return keptFront_; }
+
+  // The user closes the window with its close button, which tells the app.
+  void closeByUser();
+  void ownProcessExited() {
+    recordProcessExit();
+    keptFront_ = false;
+  }
+
+ private:
+  bool keptFront_ = false;
+};
+
+class SimNewAppNoticeWindow final
+    : public platform::NewAppNoticeWindow,
+      public SimWindowRecord<platform::NewAppNoticeViewState, platform::NewAppNoticeCallbacks> {
+ public:
+  explicit SimNewAppNoticeWindow(const Clock& clock) : SimWindowRecord(clock) {}
+  void show(const platform::NewAppNoticeViewState& state, platform::NewAppNoticeCallbacks callbacks) override {
+    recordShow(state, std::move(callbacks));
+  }
+  void close() override { recordClose(); }
+  bool isShown() const override { return shown(); }
+  void ownProcessExited() { recordProcessExit(); }
+};
+
+class SimReviewPromptWindow final
+    : public platform::ReviewPromptWindow,
+      public SimWindowRecord<platform::ReviewPromptViewState, platform::ReviewPromptCallbacks> {
+ public:
+  explicit SimReviewPromptWindow(const Clock& clock) : SimWindowRecord(clock) {}
+  void show(const platform::ReviewPromptViewState& state, platform::ReviewPromptCallbacks callbacks) override {
+    recordShow(state, std::move(callbacks));
+  }
+  void update(const platform::ReviewPromptViewState& state) override { recordUpdate(state); }
+  void close() override { recordClose(); }
+  bool isShown() const override { return shown(); }
+};
+
+class SimPlacementGuideWindow final
+    : public platform::PlacementGuideWindow,
+      public SimWindowRecord<platform::PlacementGuideViewState, platform::PlacementGuideCallbacks> {
+ public:
+  SimPlacementGuideWindow(const Clock& clock, const SimScreens& screens) : SimWindowRecord(clock), screens_(screens) {}
+  void show(const platform::PlacementGuideViewState& state, platform::PlacementGuideCallbacks callbacks) override {
+    recordShow(state, std::move(callbacks));
+  }
+  void update(const platform::PlacementGuideViewState& state) override { recordUpdate(state); }
+  void close() override { recordClose(); }
+  bool isShown() const override { return shown(); }
+  std::vector<Rect> chromeFrames() const override;
+  void ownProcessExited() { recordProcessExit(); }
+
+ private:
+  const SimScreens& screens_;
+};
+
+class SimIconShelfPanel final
+    : public platform::IconShelfPanel,
+      public SimWindowRecord<platform::IconShelfViewState, platform::IconShelfActions> {
+ public:
+  explicit SimIconShelfPanel(const Clock& clock) : SimWindowRecord(clock) {}
+  void show(const platform::IconShelfViewState& state, platform::IconShelfActions actions) override {
+    recordShow(state, std::move(actions));
+  }
+  void update(const platform::IconShelfViewState& state) override { recordUpdate(state); }
+  void close() override { recordClose(); }
+  bool isShown() const override { return shown(); }
+  void ownProcessExited() { recordProcessExit(); }
+};
+
+struct SimNoticeRecord {
+  platform::NoticeRequest request;
+  double shownAt = 0;
+  bool dismissed = false;
+};
+
+class SimUserInterface final : public platform::UserInterface {
+ public:
+  SimUserInterface(const Clock& clock, const SimScreens& screens);
+
+  SimFirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
+  SimPreferencesWindow& preferences() override { return preferences_; }
+  SimNewAppNoticeWindow& newAppNotice() override { return newAppNotice_; }
+  SimPlacementGuideWindow& placementGuide() override { return placementGuide_; }
+  SimIconShelfPanel& iconShelfPanel() override { return iconShelf_; }
+  SimReviewPromptWindow& reviewPrompt() override { return reviewPrompt_; }
+  const SimFirstLaunchCoachWindow& firstLaunchCoach() const { return coach_; }
+  const SimPreferencesWindow& preferences() const { return preferences_; }
+  const SimNewAppNoticeWindow& newAppNotice() const { return newAppNotice_; }
+  const SimPlacementGuideWindow& placementGuide() const { return placementGuide_; }
+  const SimIconShelfPanel& iconShelfPanel() const { return iconShelf_; }
+  const SimReviewPromptWindow& reviewPrompt() const { return reviewPrompt_; }
+
+  // A new notice replaces one of its kind.
+  void presentNotice(platform::NoticeRequest notice) override;
+  void dismissNotice(const std::string& kind) override;
+  const std::vector<SimNoticeRecord>& notices() const { return notices_; }
+
+  // The app's process ended. The coach and the rating prompt keep their state into the next
+  // launch, a gap of this model; the other windows close with the process.
+  void ownProcessExited();
+
+ private:
+  const Clock& clock_;
+  SimFirstLaunchCoachWindow coach_;
+  SimPreferencesWindow preferences_;
+  SimNewAppNoticeWindow newAppNotice_;
+  SimPlacementGuideWindow placementGuide_;
+  SimIconShelfPanel iconShelf_;
+  SimReviewPromptWindow reviewPrompt_;
+  std::vector<SimNoticeRecord> notices_;
+};
+
+}  // namespace tarvolo::sim
