@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
 #include "harness/Corpus.h"
 #include "harness/SimSession.h"

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "harness/Render.h"
+#include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
 
 namespace tarvolo::scenario {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "harness/ScenarioParser.h"
+
 namespace tarvolo::scenario {
 
 namespace fs = std::filesystem;

@@ -1,7 +1,5 @@
 #include "harness/Render.h"
 
-#include "harness/Windows.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -71,22 +69,32 @@ std::string points(double value) {
 
 std::string range(double minX, double maxX) { return points(minX) + "–" + points(maxX); }
 
+// The order headlines have always named the windows in; windows added since follow in the order
+// of their entries.
+constexpr std::string_view kHeadlineOrder[] = {"shelf",          "contextMenu",    "preferences", "newAppNotice",
+                                               "reviewPrompt",   "placementGuide", "coach",       "notices"};
+
+std::string windowHeadlines(const std::vector<WindowShot>& windows) {
+  std::string text;
+  auto listed = [](std::string_view name) {
+    return std::find(std::begin(kHeadlineOrder), std::end(kHeadlineOrder), name) != std::end(kHeadlineOrder);
+  };
+  for (std::string_view name : kHeadlineOrder) {
+    auto window =
+        std::find_if(windows.begin(), windows.end(), [&](const WindowShot& shot) { return shot.name == name; });
+    if (window != windows.end()) text += window->view->headline();
+  }
+  for (const WindowShot& window : windows) {
+    if (!listed(window.name)) text += window.view->headline();
+  }
+  return text;
+}
+
 std::string stateText(const BarSnapshot& bar) {
   if (!bar.tarvoloRunning || !bar.state) return "Tarvolo not running";
   std::string text = !bar.state->isExpanded ? "collapsed" : bar.state->isDeepExpanded ? "deep expanded" : "expanded";
   if (!bar.state->foldingEffective) text += " · folding not effective";
-  if (bar.ui.iconShelfShown) text += " · Icon Shelf open";
-  if (bar.ui.contextMenuOpen) text += " · context menu open";
-  if (bar.ui.preferencesVisible) text += " · Preferences open";
-  if (bar.ui.newAppNotice) text += " · new-app notice";
-  if (bar.ui.reviewPrompt) text += " · rating prompt";
-  if (bar.ui.placementGuide) text += " · placement guide";
-  if (bar.ui.coachShown && bar.ui.coach) {
-    text += " · coach " + bar.ui.coach->progress + " “" + bar.ui.coach->title + "”";
-    if (bar.ui.coach->permissionButtonTitle) text += " [" + *bar.ui.coach->permissionButtonTitle + "]";
-  }
-  for (const auto& notice : bar.ui.notices) text += " · notice " + notice;
-  return text;
+  return text + windowHeadlines(bar.windows);
 }
 
 std::string header(const BarSnapshot& bar, std::string_view title, int columns) {
@@ -242,7 +250,8 @@ std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, c
     canvas.fill(from, to, " ");
     if (item->ownerPid != sim::kOwnPid) {
       // Content is right-aligned in an item, so is the label.
-      canvas.write(std::max(from, to - 2), labels.at(desktop.processes().bundleIdOfPid(item->ownerPid).value_or("")), from, to);
+      const std::string& label = labels.at(desktop.processes().bundleIdOfPid(item->ownerPid).value_or(""));
+      canvas.write(std::max(from, to - 2), label, from, to);
       continue;
     }
     // A separator longer than an icon is what pushes icons away: show its span.
@@ -329,33 +338,8 @@ std::string renderBar(const RenderBarInput& input) {
     out += screenCaption(input.desktop, index) + " · no status items\n";
   }
   out += iconListing(input.bar, labels, input.columns);
-  if (input.bar.shelf) out += renderShelf(*input.bar.shelf);
-  if (!input.bar.foreignMenus.empty() && !input.bar.foreignMenus.back().closedBy) {
-    const auto& menu = input.bar.foreignMenus.back();
-    out += "  open menu        " + menu.bundleId + " " + menu.item + " (opened by " + menu.openedBy + ")\n";
-  }
-  if (input.bar.ui.placementGuide) out += renderWindow(*input.bar.ui.placementGuide);
-  if (input.bar.ui.newAppNotice) out += renderWindow(*input.bar.ui.newAppNotice);
-  if (input.bar.ui.reviewPrompt) out += renderWindow(*input.bar.ui.reviewPrompt);
-  if (input.bar.ui.preferences) out += renderWindow(*input.bar.ui.preferences);
+  for (const WindowShot& window : input.bar.windows) out += window.view->render();
   return out;
-}
-
-std::string renderShelf(const ShelfState& shelf) {
-  std::string out = "  ┌ Icon Shelf · " + shelf.tier.value_or("all");
-  if (shelf.searchExpanded || !shelf.query.empty()) out += " · search \"" + shelf.query + "\"";
-  if (shelf.loading) out += " · scanning";
-  if (shelf.discovering) out += " · identifying";
-  out += "\n";
-  if (shelf.permissionRequested) out += "  │ needs the Accessibility permission\n";
-  if (shelf.empty) out += "  │ " + *shelf.empty + "\n";
-  for (const auto& row : shelf.rows) {
-    out += std::string("  │ ") + (row.selected ? "▸ " : "  ") + row.name;
-    if (row.label) out += " (" + *row.label + ")";
-    out += "   " + row.id + "\n";
-  }
-  if (shelf.error) out += "  │ ⚠ " + *shelf.error + "\n";
-  return out + "  └\n";
 }
 
 }  // namespace tarvolo::scenario

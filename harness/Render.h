@@ -27,8 +27,7 @@ struct RenderBarInput {
   int columns = kRenderColumns;
 };
 
+// The bar, what is off screen, every icon by zone, then each window that is up.
 std::string renderBar(const RenderBarInput& input);
-// The Icon Shelf's panel: tier, query, rows (the selection marked) and the error line.
-std::string renderShelf(const ShelfState& shelf);
 
 }  // namespace tarvolo::scenario

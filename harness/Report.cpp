@@ -1,6 +1,5 @@
 #include "harness/Report.h"
 
-#include "harness/Windows.h"
 #include "app/AppEnvironment.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
@@ -41,24 +40,25 @@ json frameJson(const std::optional<OwnItemFrame>& frame) {
   return {{"minX", frame->minX}, {"maxX", frame->maxX}, {"length", frame->length}, {"onScreen", frame->onScreen}};
 }
 
-json optionalText(const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); }
+// The order the report has always listed the windows' keys of "ui" in; keys of windows added
+// since follow in the order of their entries.
+constexpr std::string_view kUiKeyOrder[] = {
+    "iconShelfShown",    "iconShelfTier", "preferencesVisible", "coachPresentations", "contextMenuOpen",
+    "notices",           "preferencesOpened", "preferences",    "newAppNotice",       "newAppNotices",
+    "reviewPrompt",      "reviewPrompts", "placementGuide",     "coach"};
 
-// The coach's panel as it last stood; null if it never opened.
-json coachJson(const UiState& ui) {
-  if (!ui.coach) return nullptr;
-  const auto& coach = *ui.coach;
-  json anchor = nullptr;
-  if (coach.anchor) anchor = {{"minX", coach.anchor->minX()}, {"maxX", coach.anchor->maxX()}};
-  return {{"shown", ui.coachShown},
-          {"step", coach.stepNumber},
-          {"stepCount", coach.stepCount},
-          {"title", coach.title},
-          {"body", coach.body},
-          {"next", optionalText(coach.nextTitle)},
-          {"done", optionalText(coach.doneTitle)},
-          {"dismiss", coach.dismissTitle},
-          {"permission", optionalText(coach.permissionButtonTitle)},
-          {"anchor", std::move(anchor)}};
+json uiJson(const std::vector<WindowShot>& windows) {
+  json keys = json::object();
+  for (const WindowShot& window : windows) window.view->report(keys);
+  json ui = json::object();
+  for (std::string_view key : kUiKeyOrder) {
+    auto found = keys.find(std::string(key));
+    if (found == keys.end()) continue;
+    ui[std::string(key)] = std::move(*found);
+    keys.erase(found);
+  }
+  for (auto& [key, value] : keys.items()) ui[key] = std::move(value);
+  return ui;
 }
 
 }  // namespace
@@ -174,57 +174,11 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.cache.cliff = decodeCliffRecord(read);
   bar.cache.perApp = decodeLengthMap(read(cliffPerAppDefaultsKey));
 
-  const sim::SimUserInterface& ui = desktop.userInterface();
-  bar.ui.iconShelfShown = ui.iconShelfPanel().shown();
-  if (ui.iconShelfPanel().shown() && ui.iconShelfPanel().lastState()) {
-    for (const auto& tier : ui.iconShelfPanel().lastState()->tiers) {
-      if (tier.selected) bar.ui.iconShelfTier = tier.rawValue;
-    }
-  }
-  if (ui.iconShelfPanel().shown() && ui.iconShelfPanel().lastState()) {
-    const auto& panel = *ui.iconShelfPanel().lastState();
-    ShelfState shelf{.tier = bar.ui.iconShelfTier,
-                     .query = panel.query,
-                     .searchExpanded = panel.searchExpanded,
-                     .error = panel.errorText,
-                     .empty = panel.emptyText,
-                     .permissionRequested = panel.permissionText.has_value(),
-                     .loading = panel.loading,
-                     .discovering = panel.discovering,
-                     .panelHeight = panel.panelHeight};
-    for (const auto& row : panel.rows) {
-      shelf.rows.push_back({.id = row.id, .name = row.name, .label = row.systemLabel, .selected = row.selected});
-      if (row.selected) shelf.selection = row.id;
-    }
-    bar.shelf = std::move(shelf);
-  }
-  for (const auto& menu : desktop.menus().foreignMenus()) {
-    bar.foreignMenus.push_back({.bundleId = menu.ownerBundleId,
-                                .item = menu.itemName,
-                                .openedBy = menu.openedBy,
-                                .openedAt = menu.openedAt,
-                                .closedBy = menu.closedBy,
-                                .closedAt = menu.closedAt});
-  }
+  for (const WindowEntry* entry : windowEntries()) bar.windows.push_back({entry->name, entry->view(desktop)});
   bar.postedEvents = desktop.events().postedEvents();
-  bar.ui.preferencesVisible = ui.preferences().shown();
-  bar.ui.preferencesOpened = static_cast<int>(ui.preferences().openedAt().size());
-  if (ui.preferences().shown()) bar.ui.preferences = ui.preferences().lastState();
-  if (ui.newAppNotice().shown()) bar.ui.newAppNotice = ui.newAppNotice().lastState();
-  bar.ui.newAppNotices = ui.newAppNotice().showCount();
-  if (ui.reviewPrompt().shown()) bar.ui.reviewPrompt = ui.reviewPrompt().lastState();
-  bar.ui.reviewPrompts = ui.reviewPrompt().showCount();
-  if (ui.placementGuide().shown()) bar.ui.placementGuide = ui.placementGuide().lastState();
-  bar.ui.coachPresentations = desktop.userInterface().firstLaunchCoach().openCount();
-  bar.ui.coachShown = desktop.userInterface().firstLaunchCoach().isShown();
-  bar.ui.coach = desktop.userInterface().firstLaunchCoach().lastState();
   bar.accessibility = {.trusted = desktop.accessibility().isProcessTrusted(),
                        .prompts = desktop.accessibility().promptsShown(),
                        .openedURLs = desktop.workspace().openedURLs()};
-  bar.ui.contextMenuOpen = desktop.menus().openMenu().has_value();
-  for (const auto& notice : ui.notices()) {
-    if (!notice.dismissed) bar.ui.notices.push_back(notice.request.kind);
-  }
   snapshotEveryday(bar, desktop, controller, environment);
   return bar;
 }
@@ -279,53 +233,13 @@ json toJson(const BarSnapshot& bar) {
   json perApp = json::object();
   for (const auto& [key, length] : bar.cache.perApp) perApp[key] = length;
   out["cache"] = {{"cliff", std::move(cliff)}, {"perApp", std::move(perApp)}};
-  out["ui"] = {{"iconShelfShown", bar.ui.iconShelfShown},
-               {"iconShelfTier", bar.ui.iconShelfTier ? json(*bar.ui.iconShelfTier) : json(nullptr)},
-               {"preferencesVisible", bar.ui.preferencesVisible},
-               {"coachPresentations", bar.ui.coachPresentations},
-               {"contextMenuOpen", bar.ui.contextMenuOpen},
-               {"notices", bar.ui.notices},
-               {"preferencesOpened", bar.ui.preferencesOpened},
-               {"preferences", bar.ui.preferences ? toJson(*bar.ui.preferences) : json(nullptr)},
-               {"newAppNotice", bar.ui.newAppNotice ? toJson(*bar.ui.newAppNotice) : json(nullptr)},
-               {"newAppNotices", bar.ui.newAppNotices},
-               {"reviewPrompt", bar.ui.reviewPrompt ? toJson(*bar.ui.reviewPrompt) : json(nullptr)},
-               {"reviewPrompts", bar.ui.reviewPrompts},
-               {"placementGuide", bar.ui.placementGuide ? toJson(*bar.ui.placementGuide) : json(nullptr)},
-               {"coach", coachJson(bar.ui)}};
+  out["ui"] = uiJson(bar.windows);
   out["accessibility"] = {{"trusted", bar.accessibility.trusted},
                           {"prompts", bar.accessibility.prompts},
                           {"openedURLs", bar.accessibility.openedURLs}};
-  auto optionalText = [](const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); };
-  json shelf = nullptr;
-  if (bar.shelf) {
-    json rows = json::array();
-    for (const auto& row : bar.shelf->rows) {
-      rows.push_back({{"id", row.id}, {"name", row.name}, {"label", optionalText(row.label)}, {"selected", row.selected}});
-    }
-    shelf = {{"tier", optionalText(bar.shelf->tier)},
-             {"query", bar.shelf->query},
-             {"searchExpanded", bar.shelf->searchExpanded},
-             {"rows", std::move(rows)},
-             {"selection", optionalText(bar.shelf->selection)},
-             {"error", optionalText(bar.shelf->error)},
-             {"empty", optionalText(bar.shelf->empty)},
-             {"permissionRequested", bar.shelf->permissionRequested},
-             {"loading", bar.shelf->loading},
-             {"discovering", bar.shelf->discovering},
-             {"panelHeight", bar.shelf->panelHeight}};
+  for (const WindowShot& window : bar.windows) {
+    if (auto section = window.view->section()) out[std::string(window.name)] = std::move(*section);
   }
-  out["shelf"] = std::move(shelf);
-  json menus = json::array();
-  for (const auto& menu : bar.foreignMenus) {
-    menus.push_back({{"bundleId", menu.bundleId},
-                     {"item", menu.item},
-                     {"openedBy", menu.openedBy},
-                     {"openedAt", menu.openedAt},
-                     {"closedBy", optionalText(menu.closedBy)},
-                     {"closedAt", menu.closedAt ? json(*menu.closedAt) : json(nullptr)}});
-  }
-  out["foreignMenus"] = std::move(menus);
   json posted = json::array();
   for (const auto& event : bar.postedEvents) {
     const bool down = event.event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;

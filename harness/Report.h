@@ -4,6 +4,7 @@
 // and what became of each step, as one JSON document.
 
 #include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -11,8 +12,8 @@
 
 #include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/PlacementTypes.h"
+#include "harness/WindowEntry.h"
 #include "platform/sim/SimDesktop.h"
-#include "platform/windows/UserInterface.h"
 #include "visibility/CollapseLengthCache.h"
 
 namespace tarvolo {
@@ -57,57 +58,6 @@ struct ControllerState {
   bool isExpanded = false;
   bool isDeepExpanded = false;
   bool foldingEffective = false;
-};
-
-struct UiState {
-  bool iconShelfShown = false;
-  std::optional<std::string> iconShelfTier;
-  bool preferencesVisible = false;
-  int preferencesOpened = 0;  // times the settings window opened from closed
-  // What each of these windows shows, while it is up.
-  std::optional<platform::PreferencesViewState> preferences;
-  std::optional<platform::NewAppNoticeViewState> newAppNotice;
-  int newAppNotices = 0;  // notices shown since start-up
-  std::optional<platform::ReviewPromptViewState> reviewPrompt;
-  int reviewPrompts = 0;  // rating prompts shown since start-up
-  std::optional<platform::PlacementGuideViewState> placementGuide;
-  int coachPresentations = 0;  // times the coach's panel opened
-  bool coachShown = false;
-  // What the coach's panel last showed (kept after it closed); absent if it never opened.
-  std::optional<platform::FirstLaunchCoachViewState> coach;
-  bool contextMenuOpen = false;
-  std::vector<std::string> notices;  // kinds of notices still showing
-};
-
-// The Icon Shelf's panel as it shows.
-struct ShelfRowState {
-  std::string id;
-  std::string name;
-  std::optional<std::string> label;  // what a system item is
-  bool selected = false;
-};
-struct ShelfState {
-  std::optional<std::string> tier;
-  std::string query;
-  bool searchExpanded = false;
-  std::vector<ShelfRowState> rows;
-  std::optional<std::string> selection;
-  std::optional<std::string> error;  // the text under the rows
-  std::optional<std::string> empty;
-  bool permissionRequested = false;  // the Accessibility row shows
-  bool loading = false;
-  bool discovering = false;
-  double panelHeight = 0;
-};
-
-// A menu of another app's status item that was opened, and how it closed.
-struct ForeignMenuState {
-  std::string bundleId;
-  std::string item;
-  std::string openedBy;
-  double openedAt = 0;
-  std::optional<std::string> closedBy;
-  std::optional<double> closedAt;
 };
 
 // The frontmost app's menus as the bar shows them.
@@ -172,6 +122,11 @@ struct AccessibilityState {
   std::vector<std::string> openedURLs;
 };
 
+struct WindowShot {
+  std::string_view name;  // the entry's
+  std::shared_ptr<const WindowView> view;
+};
+
 struct BarSnapshot {
   double time = 0;
   bool tarvoloRunning = false;
@@ -185,11 +140,9 @@ struct BarSnapshot {
   MenusState menus;
   std::optional<int> probes;  // cliff probes made since Tarvolo started; absent when it is not running
   CollapseCacheState cache;
-  UiState ui;
+  // Each window as its entry sees it (WindowEntry.h), in the entries' order.
+  std::vector<WindowShot> windows;
   std::optional<HidingState> hiding;  // absent when Tarvolo is not running
-  // Absent while the shelf is not shown.
-  std::optional<ShelfState> shelf;
-  std::vector<ForeignMenuState> foreignMenus;  // oldest first
   std::vector<sim::SimPostedEvent> postedEvents;
   // Absent while Tarvolo is not running.
   std::optional<AutoCollapseState> autoCollapse;

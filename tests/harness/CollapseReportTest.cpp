@@ -5,6 +5,7 @@
 #include "harness/Report.h"
 #include "harness/Corpus.h"
 #include "harness/Scenario.h"
+#include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
 #include "statusbar/StatusBarController.h"
 

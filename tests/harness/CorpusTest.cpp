@@ -6,6 +6,7 @@
 
 #include "harness/CollapseSettling.h"
 #include "harness/Corpus.h"
+#include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
 #include "native/engine/VisibilityAssertionSession.h"
 

@@ -3,15 +3,27 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 
-#include "harness/Scenario.h"
+#include "harness/AppSteps.h"
 #include "harness/Corpus.h"
+#include "harness/InputSteps.h"
+#include "harness/ScenarioParser.h"
+#include "harness/StepTable.h"
 
 namespace tarvolo::scenario {
 namespace {
 
 using json = nlohmann::json;
+
+// The step's values as its kind; fails the test when it is of another kind.
+template <typename Kind>
+const Kind& as(const Step& step) {
+  const Kind* data = actionData<Kind>(step.action);
+  if (!data) throw std::logic_error("a step of another kind: " + step.action->describe());
+  return *data;
+}
 
 json validScenario() {
   return json::parse(R"({
@@ -239,26 +251,38 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
   EXPECT_FALSE(scenario.accessibilityTrusted);
   EXPECT_EQ(scenario.processNames, (std::map<std::string, std::string>{{"com.getdropbox.dropbox", "dropbox-agent"}}));
   ASSERT_EQ(scenario.steps.size(), 7u);
-  const auto& click = std::get<step::Click>(scenario.steps[0].action);
+  const auto& click = as<step::Click>(scenario.steps[0]);
   EXPECT_EQ(click.target, OwnItem::alwaysHiddenSeparator);
   EXPECT_EQ(click.button, sim::MouseButton::right);
   EXPECT_TRUE(click.modifiers.has(platform::Modifier::command));
   EXPECT_TRUE(click.modifiers.has(platform::Modifier::shift));
   EXPECT_FALSE(click.modifiers.has(platform::Modifier::option));
   EXPECT_EQ(scenario.steps[0].note, "n");
-  EXPECT_EQ(describe(scenario.steps[0].action), "click alwaysHiddenSeparator (right ⇧⌘)");
-  EXPECT_DOUBLE_EQ(std::get<step::CommandDrag>(scenario.steps[1].action).toX, 900.5);
-  EXPECT_DOUBLE_EQ(std::get<step::ChangeScreens>(scenario.steps[2].action).screens.at(0).x, -1920);
-  EXPECT_EQ(std::get<step::ChangeLanguages>(scenario.steps[3].action).languages, std::vector<std::string>{"fr-FR"});
-  EXPECT_TRUE(std::holds_alternative<step::Relaunch>(scenario.steps[4].action));
-  const auto& placed = std::get<step::AssignCategory>(scenario.steps[5].action);
+  EXPECT_EQ(scenario.steps[0].action->describe(), "click alwaysHiddenSeparator (right ⇧⌘)");
+  EXPECT_DOUBLE_EQ(as<step::CommandDrag>(scenario.steps[1]).toX, 900.5);
+  EXPECT_DOUBLE_EQ(as<step::ChangeScreens>(scenario.steps[2]).screens.at(0).x, -1920);
+  EXPECT_EQ(as<step::ChangeLanguages>(scenario.steps[3]).languages, std::vector<std::string>{"fr-FR"});
+  EXPECT_NE(actionData<step::Relaunch>(scenario.steps[4].action), nullptr);
+  const auto& placed = as<step::AssignCategory>(scenario.steps[5]);
   EXPECT_EQ(placed.category, ItemCategory::alwaysVisible);
   EXPECT_TRUE(placed.confirm);
-  EXPECT_EQ(describe(scenario.steps[5].action), "category com.getdropbox.dropbox always_visible (confirmed)");
-  EXPECT_EQ(std::get<step::AssignCategory>(scenario.steps[6].action).category, std::nullopt);
-  EXPECT_EQ(describe(scenario.steps[6].action), "category COM.APPLE.SAFARI none");
+  EXPECT_EQ(scenario.steps[5].action->describe(), "category com.getdropbox.dropbox always_visible (confirmed)");
+  EXPECT_EQ(as<step::AssignCategory>(scenario.steps[6]).category, std::nullopt);
+  EXPECT_EQ(scenario.steps[6].action->describe(), "category COM.APPLE.SAFARI none");
   EXPECT_FALSE(scenario.endsByQuitting());
   EXPECT_TRUE(parseScenario(validScenario()).endsByQuitting());
+}
+
+// A window's entry that reused a key would shadow the other step silently.
+TEST(ScenarioParserTest, EveryKindOfStepHasAKeyOfItsOwnAndNoKeyIsAlsoAParameter) {
+  std::set<std::string_view> keys;
+  std::set<std::string_view> parameters = {"at", "note"};
+  for (const StepKind& kind : stepKinds()) {
+    EXPECT_TRUE(keys.insert(kind.key).second) << kind.key;
+    parameters.insert(kind.parameters.begin(), kind.parameters.end());
+  }
+  for (std::string_view key : keys) EXPECT_FALSE(parameters.contains(key)) << key;
+  EXPECT_TRUE(keys.contains("reviewPrompt")) << "the windows' steps are in the table";
 }
 
 TEST(ScenarioParserTest, ShippedScenariosAreValid) {

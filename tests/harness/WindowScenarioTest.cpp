@@ -6,6 +6,7 @@
 #include <string>
 
 #include "harness/Corpus.h"
+#include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
 #include "localization/StringFormat.h"
 
@@ -36,7 +37,7 @@ TEST(WindowScenarioTest, NewAppsGetOneNoticeOnlyWhenTheirIconMayBeHidden) {
   Report report = runScenario(loadScenario(scenariosDirectory() / "new-app-notices.json"));
   EXPECT_TRUE(report.warnings.empty());
   // Clipper (accessory) and Meter (regular, gaps moved) each once; Tally and Writer silently.
-  EXPECT_EQ(report.atQuit.ui.newAppNotices, 2);
+  EXPECT_EQ(toJson(report.atQuit)["ui"]["newAppNotices"], 2);
   EXPECT_TRUE(logged(report, "newApp noticed bundle=com.example.clipper outcome=shown"));
   EXPECT_TRUE(logged(report, "newApp noticed bundle=com.example.meter outcome=shown"));
   EXPECT_TRUE(logged(report, "newApp noticed bundle=com.example.tally outcome=expired"));
@@ -57,7 +58,7 @@ TEST(WindowScenarioTest, ShowAllAndArrangeSeatsTheIconAndCollapsesWithItVisible)
   EXPECT_TRUE(clipper->onScreen);
   EXPECT_EQ(report.defaults["com.ostrand.tarvolo.placement_seated"]["com.example.clipper"], "always_visible");
   EXPECT_TRUE(logged(report, "collapse reason=placement-guide"));
-  EXPECT_FALSE(report.atQuit.ui.placementGuide);
+  EXPECT_TRUE(toJson(report.atQuit)["ui"]["placementGuide"].is_null());
 }
 
 TEST(WindowScenarioTest, PreferencesChoicesPersistAndEveryWayOpensTheOneWindow) {
@@ -65,17 +66,18 @@ TEST(WindowScenarioTest, PreferencesChoicesPersistAndEveryWayOpensTheOneWindow) 
   EXPECT_TRUE(report.warnings.empty());
   for (const auto& step : report.steps) EXPECT_TRUE(step.performed) << step.action << ": " << step.note;
   // -p, reopen, ⌘, the menu, -p again after the relaunch, and the menu once more.
-  EXPECT_EQ(report.atQuit.ui.preferencesOpened, 5);
-  ASSERT_TRUE(report.atQuit.ui.preferences);
-  const auto& prefs = *report.atQuit.ui.preferences;
-  EXPECT_EQ(prefs.windowTitle, "Tarvolo-Einstellungen");
-  EXPECT_EQ(prefs.general.selectedLanguage, "de");
-  EXPECT_EQ(prefs.general.selectedDelay, "15");
-  ASSERT_TRUE(prefs.general.launchAtLogin);
-  EXPECT_TRUE(prefs.general.launchAtLogin->on);
+  const auto ui = toJson(report.atQuit)["ui"];
+  EXPECT_EQ(ui["preferencesOpened"], 5);
+  const auto& prefs = ui["preferences"];
+  ASSERT_FALSE(prefs.is_null());
+  EXPECT_EQ(prefs["title"], "Tarvolo-Einstellungen");
+  EXPECT_EQ(prefs["general"]["language"], "de");
+  EXPECT_EQ(prefs["general"]["autoCollapseDelay"], 15);
+  ASSERT_FALSE(prefs["general"]["launchAtLogin"].is_null());
+  EXPECT_EQ(prefs["general"]["launchAtLogin"]["on"], true);
   auto zoneOf = [&](const std::string& bundleId) {
-    for (const auto& row : prefs.items.rows) {
-      if (row.bundleId == bundleId) return row.zone;
+    for (const auto& row : prefs["items"]["rows"]) {
+      if (row["bundleId"] == bundleId) return row["zone"].get<std::string>();
     }
     return std::string("missing");
   };
@@ -143,12 +145,12 @@ TEST(WindowScenarioTest, AnAlwaysVisibleZoneAppliesAtOnceOnlyWhileTheSystemHides
   Report native = pickAlwaysVisible(27);
   for (const auto& step : native.steps) EXPECT_TRUE(step.performed) << step.action << ": " << step.note;
   EXPECT_TRUE(logged(native, "preferences zone bundle=com.spotify.client zone=always_visible native=true"));
-  EXPECT_FALSE(native.atQuit.ui.placementGuide);
+  EXPECT_TRUE(toJson(native.atQuit)["ui"]["placementGuide"].is_null());
   EXPECT_EQ(native.defaults["com.ostrand.tarvolo.categories"]["com.spotify.client"], "always_visible");
 
   Report own = pickAlwaysVisible(15);
   EXPECT_TRUE(logged(own, "preferences zone bundle=com.spotify.client zone=always_visible native=false"));
-  EXPECT_TRUE(own.atQuit.ui.placementGuide);
+  EXPECT_FALSE(toJson(own.atQuit)["ui"]["placementGuide"].is_null());
 }
 
 TEST(WindowScenarioTest, TheShelfNamesTheSystemsOwnItems) {
@@ -177,10 +179,13 @@ TEST(WindowScenarioTest, TheShelfNamesTheSystemsOwnItems) {
         {"NSStatusItem Preferred Position tarvolo_always_hidden_separator", 600}}},
       {"steps", {{{"at", 3}, {"openShelf", "all"}}, {{"at", 4}, {"quit", true}}}}};
   Report report = runScenario(parseScenario(document));
-  ASSERT_TRUE(report.atQuit.shelf);
+  const auto shelf = toJson(report.atQuit)["shelf"];
+  ASSERT_FALSE(shelf.is_null());
   std::map<std::string, std::optional<std::string>> labels;
-  for (const auto& row : report.atQuit.shelf->rows) labels[row.name] = row.label;
-  ASSERT_TRUE(labels.count("Dropbox")) << report.atQuit.shelf->rows.size() << " rows";
+  for (const auto& row : shelf["rows"]) {
+    labels[row["name"]] = row["label"].is_null() ? std::nullopt : std::optional<std::string>(row["label"]);
+  }
+  ASSERT_TRUE(labels.count("Dropbox")) << shelf["rows"].size() << " rows";
   EXPECT_EQ(labels["Dropbox"], std::nullopt);
   bool input = false, vpn = false;
   for (const auto& [name, label] : labels) {

@@ -1,0 +1,24 @@
+#include "harness/WindowEntry.h"
+
+namespace tarvolo::scenario {
+
+// Each defined in harness/windows/.
+const WindowEntry& iconShelfEntry();
+const WindowEntry& foreignMenusEntry();
+const WindowEntry& placementGuideEntry();
+const WindowEntry& newAppNoticeEntry();
+const WindowEntry& reviewPromptEntry();
+const WindowEntry& preferencesEntry();
+const WindowEntry& contextMenuEntry();
+const WindowEntry& coachEntry();
+const WindowEntry& noticesEntry();
+
+const std::vector<const WindowEntry*>& windowEntries() {
+  static const std::vector<const WindowEntry*> entries = {
+      &iconShelfEntry(),     &foreignMenusEntry(), &placementGuideEntry(), &newAppNoticeEntry(), &reviewPromptEntry(),
+      &preferencesEntry(),   &contextMenuEntry(),  &coachEntry(),          &noticesEntry(),
+  };
+  return entries;
+}
+
+}  // namespace tarvolo::scenario

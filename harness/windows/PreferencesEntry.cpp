@@ -1,0 +1,297 @@
+// The settings window: choosing a tab, setting a control, picking an icon's zone, recording the
+// chord and closing the window, and what it shows.
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/AppEnvironment.h"
+#include "base/Text.h"
+#include "harness/Scenario.h"
+#include "harness/SimSession.h"
+#include "harness/WindowEntry.h"
+#include "ui/PreferencesController.h"
+
+namespace tarvolo::scenario {
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+constexpr const char* kNotOpen = "Preferences is not open";
+
+// The controls a `preferencesSet` step may set, with the JSON type each takes.
+const std::vector<std::string>& knownControls() {
+  static const std::vector<std::string> controls = {"language",     "autoCollapseDelay", "launchAtLogin",
+                                                    "revealOnHover", "newAppNotices",     "search",
+                                                    "showOtherRunning", "pin", "unpin"};
+  return controls;
+}
+
+// The window's controls while it is open.
+const platform::PreferencesCallbacks* openWindow(StepContext& context) {
+  const auto& window = context.desktop().userInterface().preferences();
+  return window.shown() ? &window.controls() : nullptr;
+}
+
+struct PreferencesTab {
+  platform::PreferencesTab tab = platform::PreferencesTab::general;
+  std::string describe() const { return "preferences tab " + std::string(platform::rawValue(tab)); }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    if (!window || !window->selectTab) return std::string(kNotOpen);
+    press(window->selectTab, tab);
+    return std::nullopt;
+  }
+};
+
+// Sets a control of the open window, as a click or a typed text would.
+struct PreferencesSet {
+  std::string control;
+  nlohmann::json value;
+  std::string describe() const { return "preferences " + control + " = " + value.dump(); }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    if (!window) return std::string(kNotOpen);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (control == "language") press(window->chooseLanguage, value.get<std::string>());
+    if (control == "autoCollapseDelay") press(window->chooseDelay, value.get<double>());
+    if (control == "launchAtLogin") {
+      if (!state || !state->general.launchAtLogin) return std::string("Preferences offers no login item");
+      press(window->setLaunchAtLogin, value.get<bool>());
+    }
+    if (control == "revealOnHover") {
+      if (!state || !state->general.revealOnHover) return std::string("Preferences offers no reveal on hover");
+      press(window->setRevealOnHover, value.get<bool>());
+    }
+    if (control == "newAppNotices") press(window->setNewAppNotices, value.get<bool>());
+    if (control == "search") press(window->search, value.get<std::string>());
+    if (control == "showOtherRunning") press(window->setOtherRunningShown, value.get<bool>());
+    if (control == "pin" || control == "unpin") press(window->setPinned, value.get<std::string>(), control == "pin");
+    return std::nullopt;
+  }
+};
+
+// Picks a zone for an app in the window's list of icons.
+struct PickZone {
+  std::string bundleId;
+  ItemCategory zone = ItemCategory::hidden;
+  std::string describe() const { return "pick zone " + bundleId + " " + std::string(rawValue(zone)); }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::items) return std::string("the Icons tab is not shown");
+    auto listed = [&](const std::vector<platform::PreferencesItemRow>& rows) {
+      return std::any_of(rows.begin(), rows.end(),
+                         [&](const auto& row) { return text::equalsIgnoringCase(row.bundleId, bundleId); });
+    };
+    if (!listed(state->items.rows) && !listed(state->items.otherRunningRows)) return bundleId + " is not listed";
+    press(window->pickZone, bundleId, std::string(rawValue(zone)));
+    return std::nullopt;
+  }
+};
+
+struct ClosePreferences {
+  std::string describe() const { return "close preferences"; }
+  std::optional<std::string> perform(StepContext& context) const {
+    auto& window = context.desktop().userInterface().preferences();
+    if (!window.shown()) return std::string(kNotOpen);
+    window.closeByUser();
+    return std::nullopt;
+  }
+};
+
+// The chord recorder starts listening; it lives in the window, which comes to the front and
+// takes the keys while it listens.
+struct RecordHotkey {
+  std::string describe() const { return "record the chord"; }
+  std::optional<std::string> perform(StepContext& context) const {
+    AppEnvironment* environment = context.environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("hotkeys"));
+    preferences->startRecordingHotkey();
+    return std::nullopt;
+  }
+};
+
+Action parseTab(const StepInput& in) {
+  std::string name = in.value.string();
+  auto tab = platform::preferencesTabFromRaw(name);
+  if (!tab) in.value.fail("unknown tab " + inQuotes(name) + " (expected general, items, hotkeys or about)");
+  return makeAction(PreferencesTab{*tab});
+}
+
+Action parseSet(const StepInput& in) {
+  std::string control = in.value.string();
+  const auto& known = knownControls();
+  if (std::find(known.begin(), known.end(), control) == known.end()) {
+    in.value.fail("unknown control " + inQuotes(control) + " (expected " + joined(known) + ")");
+  }
+  Field setting = in.step.required("value");
+  const bool wantsBool = control == "launchAtLogin" || control == "revealOnHover" || control == "newAppNotices" ||
+                         control == "showOtherRunning";
+  if (wantsBool) setting.boolean();
+  if (control == "autoCollapseDelay") setting.nonNegative();
+  if (control == "language" || control == "search" || control == "pin" || control == "unpin") setting.string();
+  if (control == "pin" || control == "unpin") knownAppId(setting, in.scenario);
+  return makeAction(PreferencesSet{.control = control, .value = setting.value()});
+}
+
+Action parsePickZone(const StepInput& in) {
+  PickZone pick{.bundleId = knownAppId(in.value, in.scenario)};
+  Field tier = in.step.required("tier");
+  auto zone = itemCategoryFromRaw(tier.string());
+  if (!zone) {
+    tier.fail("unknown tier " + inQuotes(tier.string()) + " (expected always_visible, hidden or always_hidden)");
+  }
+  pick.zone = *zone;
+  return makeAction(pick);
+}
+
+template <typename Data>
+Action parseTrue(const StepInput& in) {
+  expectTrue(in.value);
+  return makeAction(Data{});
+}
+
+json switchJson(const std::optional<platform::PreferencesSwitch>& control) {
+  if (!control) return nullptr;
+  return {{"title", control->title}, {"on", control->on}, {"enabled", control->enabled}};
+}
+
+json rowJson(const platform::PreferencesItemRow& row) {
+  return {{"bundleId", row.bundleId},
+          {"name", row.name},
+          {"zone", row.zone},
+          {"pinned", row.pinned},
+          {"outOfPlace", row.outOfPlaceNote.has_value()}};
+}
+
+std::string titleOf(const std::vector<platform::PreferencesChoice>& choices, const std::string& id) {
+  auto found = std::find_if(choices.begin(), choices.end(), [&](const auto& choice) { return choice.id == id; });
+  return found == choices.end() ? id : found->title;
+}
+
+std::string onOff(bool on) { return on ? "on" : "off"; }
+
+json stateJson(const platform::PreferencesViewState& state) {
+  const auto& general = state.general;
+  const auto& items = state.items;
+  const json delay = general.selectedDelay.empty() ? json(nullptr) : json(std::stod(general.selectedDelay));
+  json rows = json::array();
+  for (const auto& row : items.rows) rows.push_back(rowJson(row));
+  json other = json::array();
+  for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
+  return {{"title", state.windowTitle},
+          {"tab", platform::rawValue(state.tab)},
+          {"tabTitle", titleOf(state.tabs, std::string(platform::rawValue(state.tab)))},
+          {"general",
+           {{"language", general.selectedLanguage},
+            {"autoCollapseDelay", delay},
+            {"launchAtLogin", switchJson(general.launchAtLogin)},
+            {"launchAtLoginNote", textOrNull(general.launchAtLoginNote)},
+            {"revealOnHover", switchJson(general.revealOnHover)},
+            {"newAppNotices", general.newAppNotices.on}}},
+          {"items",
+           {{"search", items.searchText},
+            {"rows", std::move(rows)},
+            {"otherRunningShown", items.otherRunningShown},
+            {"otherRunning", std::move(other)},
+            {"empty", textOrNull(items.emptyText)},
+            {"toast", textOrNull(items.toast)}}},
+          {"hotkeys",
+           {{"chord", state.hotkeys.chord},
+            {"recording", state.hotkeys.recording},
+            {"conflict", textOrNull(state.hotkeys.conflict)}}},
+          {"about", {{"version", state.about.version}}}};
+}
+
+std::string renderState(const platform::PreferencesViewState& state) {
+  std::string out = "  ▣ " + state.windowTitle + " —";
+  for (const auto& tab : state.tabs) {
+    out += tab.id == platform::rawValue(state.tab) ? " [" + tab.title + "]" : " " + tab.title;
+  }
+  out += "\n";
+  switch (state.tab) {
+    case platform::PreferencesTab::general: {
+      const auto& general = state.general;
+      out += "    " + general.languageTitle + ": " + titleOf(general.languages, general.selectedLanguage);
+      if (!general.selectedDelay.empty()) {
+        out += " · " + general.delayTitle + ": " + titleOf(general.delays, general.selectedDelay);
+      }
+      out += "\n    ";
+      if (general.launchAtLogin) out += general.launchAtLogin->title + ": " + onOff(general.launchAtLogin->on) + " · ";
+      if (general.revealOnHover) out += general.revealOnHover->title + ": " + onOff(general.revealOnHover->on) + " · ";
+      out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on) + "\n";
+      if (general.launchAtLoginNote) out += "    " + *general.launchAtLoginNote + "\n";
+      break;
+    }
+    case platform::PreferencesTab::items: {
+      const auto& items = state.items;
+      if (!items.searchText.empty()) out += "    🔍 " + items.searchText + "\n";
+      auto rowLine = [&](const platform::PreferencesItemRow& row) {
+        std::string line = "    " + row.name + " — " + titleOf(items.zones, row.zone);
+        if (row.pinned) line += " · " + items.pinnedBadge;
+        if (row.outOfPlaceNote) line += " · ⚠ " + *row.outOfPlaceNote;
+        return line + "\n";
+      };
+      for (const auto& row : items.rows) out += rowLine(row);
+      if (items.emptyText) out += "    " + *items.emptyText + "\n";
+      for (const auto& row : items.otherRunningRows) out += rowLine(row);
+      if (items.toast) out += "    » " + *items.toast + "\n";
+      break;
+    }
+    case platform::PreferencesTab::hotkeys:
+      out += "    " + state.hotkeys.actionTitle + ": " + state.hotkeys.chord + "\n";
+      if (state.hotkeys.conflict) out += "    ⚠ " + *state.hotkeys.conflict + "\n";
+      break;
+    case platform::PreferencesTab::about:
+      out += "    " + state.about.appName + " " + state.about.version + " · " + state.about.privacyTitle + "\n";
+      break;
+  }
+  return out;
+}
+
+class PreferencesView final : public WindowView {
+ public:
+  explicit PreferencesView(const sim::SimPreferencesWindow& window)
+      : visible_(window.shown()), opened_(window.openCount()) {
+    if (const auto* state = window.showing()) state_ = *state;
+  }
+
+  void report(json& ui) const override {
+    ui["preferencesVisible"] = visible_;
+    // Times the window opened from closed.
+    ui["preferencesOpened"] = opened_;
+    ui["preferences"] = state_ ? stateJson(*state_) : json(nullptr);
+  }
+
+  std::string headline() const override { return visible_ ? " · Preferences open" : ""; }
+
+  std::string render() const override { return state_ ? renderState(*state_) : ""; }
+
+ private:
+  bool visible_ = false;
+  int opened_ = 0;
+  std::optional<platform::PreferencesViewState> state_;
+};
+
+}  // namespace
+
+const WindowEntry& preferencesEntry() {
+  static const WindowEntry entry{
+      .name = "preferences",
+      .steps = {{"preferencesTab", {}, parseTab},
+                {"preferencesSet", {"value"}, parseSet},
+                {"pickZone", {"tier"}, parsePickZone},
+                {"closePreferences", {}, parseTrue<ClosePreferences>},
+                {"recordHotkey", {}, parseTrue<RecordHotkey>}},
+      .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
+        return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
+      }};
+  return entry;
+}
+
+}  // namespace tarvolo::scenario
