@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/macos/MacBackend.h"
+#include "platform/macos/MacWindows.h"
 
 using namespace tarvolo;
 using namespace tarvolo::platform;

@@ -1,7 +1,8 @@
 #pragma once
 
 // Objective-C++ internals of the Mac backend; include only from .mm files in this directory
-// (and the backend's own tests). MacPlatform.h is the plain C++ face of all this.
+// (and the backend's own tests). MacPlatform.h is the plain C++ face of all this; the app's own
+// windows are declared in MacWindows.h.
 
 #import <AppKit/AppKit.h>
 #include <os/log.h>
@@ -18,7 +19,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
-#include "platform/windows/UserInterface.h"
+#include "platform/macos/MacPendingTasks.h"
 
 // Forwards an AppKit target/action message to a C++ closure.
 @interface TRVActionTarget : NSObject
@@ -77,18 +78,10 @@ class MacMainQueue final : public MainQueue {
   void cancel(TaskId id) override;
 
  private:
-  struct Pending {
-    std::mutex mutex;
-    TaskId lastId = 0;
-    std::unordered_map<TaskId, std::function<void()>> tasks;
-    // Tasks due within a second (probes, verifications) and the activity that keeps App Nap
-    // from delaying them while any is pending.
-    std::unordered_set<TaskId> prompt;
-    id activity = nil;
-    void forget(TaskId id);  // under `mutex`
-  };
-  // Shared with the dispatched blocks, which hold it weakly.
-  std::shared_ptr<Pending> pending_;
+  // Tasks due within a second (probes, verifications) and the activity that keeps App Nap from
+  // delaying them while any is pending.
+  struct PromptTasks;
+  std::shared_ptr<MacPendingTasks> pending_;
 };
 
 class MacLogSink final : public LogSink {
@@ -165,14 +158,8 @@ class MacSerialQueue final : public SerialQueue {
   void postToMain(std::function<void()> task) override;
 
  private:
-  struct Pending {
-    std::mutex mutex;
-    TaskId lastId = 0;
-    std::unordered_map<TaskId, std::function<void()>> tasks;
-  };
   dispatch_queue_t queue_;
-  // Shared with the dispatched blocks, which hold it weakly.
-  std::shared_ptr<Pending> pending_;
+  std::shared_ptr<MacPendingTasks> pending_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -298,61 +285,6 @@ class MacAccessibility final : public Accessibility {
 };
 
 // ---------------------------------------------------------------------------------------------
-// The Icon Shelf's panel (MacIconShelfPanel.mm)
-
-class MacIconShelfPanel final : public IconShelfPanel {
- public:
-  MacIconShelfPanel();
-  ~MacIconShelfPanel() override;
-  void show(const IconShelfViewState& state, IconShelfActions actions) override;
-  void update(const IconShelfViewState& state) override;
-  void close() override;
-  bool isShown() const override;
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
-
-// ---------------------------------------------------------------------------------------------
-// The first-launch coach's panel (MacFirstLaunchCoachWindow.mm)
-
-class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
- public:
-  MacFirstLaunchCoachWindow();
-  ~MacFirstLaunchCoachWindow() override;
-  MacFirstLaunchCoachWindow(const MacFirstLaunchCoachWindow&) = delete;
-  MacFirstLaunchCoachWindow& operator=(const MacFirstLaunchCoachWindow&) = delete;
-
-  void show(const FirstLaunchCoachViewState& state, FirstLaunchCoachActions actions) override;
-  void update(const FirstLaunchCoachViewState& state) override;
-  void close() override;
-  bool isShown() const override;
-
- private:
-  void build();
-  void fill(const FirstLaunchCoachViewState& state);
-  void place(const std::optional<Rect>& anchor);
-
-  NSPanel* panel_ = nil;
-  NSTextField* progress_ = nil;
-  NSTextField* title_ = nil;
-  NSTextField* body_ = nil;
-  NSTextField* note_ = nil;
-  NSTextField* hint_ = nil;
-  NSButton* permission_ = nil;
-  NSButton* next_ = nil;
-  NSButton* done_ = nil;
-  NSButton* dismiss_ = nil;
-  // Buttons hold their targets weakly.
-  TRVActionTarget* nextTarget_ = nil;
-  TRVActionTarget* doneTarget_ = nil;
-  TRVActionTarget* dismissTarget_ = nil;
-  TRVActionTarget* permissionTarget_ = nil;
-  FirstLaunchCoachActions actions_;
-};
-
-// ---------------------------------------------------------------------------------------------
 // The system's assessment mode (MacAssessmentMode.mm)
 
 class MacAssessmentMode final : public AssessmentMode {
@@ -364,106 +296,6 @@ class MacAssessmentMode final : public AssessmentMode {
  private:
   std::optional<bool> loaded_;
   void* handle_ = nullptr;
-};
-
-// ---------------------------------------------------------------------------------------------
-// The app's own windows (MacUserInterface.mm)
-
-// The settings window (MacPreferencesWindow.mm): a toolbar-style tabbed window drawn from the
-// core's state; every control calls back into the core.
-class MacPreferencesWindow final : public PreferencesWindow {
- public:
-  MacPreferencesWindow();
-  ~MacPreferencesWindow() override;
-  void show(const PreferencesViewState& state, PreferencesCallbacks callbacks) override;
-  void update(const PreferencesViewState& state) override;
-  void close() override;
-  bool isShown() const override;
-  void keepFront() override;
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
-
-// The new-app notice (MacNewAppNoticeWindow.mm): a non-activating panel below the menu bar.
-class MacNewAppNoticeWindow final : public NewAppNoticeWindow {
- public:
-  MacNewAppNoticeWindow();
-  ~MacNewAppNoticeWindow() override;
-  void show(const NewAppNoticeViewState& state, NewAppNoticeCallbacks callbacks) override;
-  void close() override;
-  bool isShown() const override;
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
-
-// The placement guide (MacPlacementGuideWindow.mm): a panel with the instructions and a ring
-// around the target zone of the bar.
-class MacPlacementGuideWindow final : public PlacementGuideWindow {
- public:
-  MacPlacementGuideWindow();
-  ~MacPlacementGuideWindow() override;
-  void show(const PlacementGuideViewState& state, PlacementGuideCallbacks callbacks) override;
-  void update(const PlacementGuideViewState& state) override;
-  void close() override;
-  bool isShown() const override;
-  std::vector<Rect> chromeFrames() const override;
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
-
-// The rating prompt (MacReviewPromptWindow.mm): a small panel under the toggle.
-class MacReviewPromptWindow final : public ReviewPromptWindow {
- public:
-  MacReviewPromptWindow();
-  ~MacReviewPromptWindow() override;
-  void show(const ReviewPromptViewState& state, ReviewPromptCallbacks callbacks) override;
-  void update(const ReviewPromptViewState& state) override;
-  void close() override;
-  bool isShown() const override;
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
-
-class MacUserInterface final : public UserInterface {
- public:
-  MacUserInterface();
-  ~MacUserInterface() override;
-
-  FirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
-  IconShelfPanel& iconShelfPanel() override { return shelfPanel_; }
-  PreferencesWindow& preferences() override { return preferences_; }
-  NewAppNoticeWindow& newAppNotice() override { return newAppNotice_; }
-  PlacementGuideWindow& placementGuide() override { return placementGuide_; }
-  void presentNotice(NoticeRequest notice) override;
-  void dismissNotice(const std::string& kind) override;
-  ReviewPromptWindow& reviewPrompt() override { return reviewPrompt_; }
-
- private:
-  // Drops notices the user closed by hand; every listed notice has been shown.
-  void forgetClosedNotices();
-  void layoutNotices();
-
-  MacFirstLaunchCoachWindow coach_;
-  MacIconShelfPanel shelfPanel_;
-  MacPreferencesWindow preferences_;
-  MacNewAppNoticeWindow newAppNotice_;
-  MacPlacementGuideWindow placementGuide_;
-  MacReviewPromptWindow reviewPrompt_;
-  struct Notice {
-    std::string kind;
-    NSPanel* panel;
-    TRVActionTarget* actionTarget;  // the button holds it weakly
-  };
-  // Oldest first.
-  std::vector<Notice> notices_;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -12,7 +12,7 @@
 
 #include <algorithm>
 
-#include "platform/macos/MacBackend.h"
+#include "platform/macos/MacWindows.h"
 #include "platform/macos/MacWindowKit.h"
 
 namespace tarvolo::platform::mac {

@@ -10,7 +10,7 @@
 // - Key equivalents reach the panel only while it is key; arrows, Return, Esc and ⌘F are
 //   handled in keyDown: and in the search field's command hook, so they work from either.
 
-#include "platform/macos/MacBackend.h"
+#include "platform/macos/MacWindows.h"
 
 using tarvolo::platform::IconShelfActions;
 using tarvolo::platform::IconShelfViewState;

@@ -8,6 +8,7 @@
 //   so the panel is only ordered out and kept for reuse.
 
 #include "platform/macos/MacWindowKit.h"
+#include "platform/macos/MacWindows.h"
 
 namespace tarvolo::platform::mac {
 

@@ -9,6 +9,7 @@
 // - Escape and Return reach the panel only when it is key; it becomes key only on a click in it.
 
 #include "platform/macos/MacWindowKit.h"
+#include "platform/macos/MacWindows.h"
 
 @interface TRVRingView : NSView
 @end

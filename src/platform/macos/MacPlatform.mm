@@ -7,6 +7,7 @@
 #include "platform/macos/MacPlatform.h"
 
 #include "platform/macos/MacBackend.h"
+#include "platform/macos/MacWindows.h"
 
 namespace tarvolo::platform {
 

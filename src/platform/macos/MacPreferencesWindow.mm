@@ -12,6 +12,7 @@
 //   the text being typed.
 
 #include "platform/macos/MacWindowKit.h"
+#include "platform/macos/MacWindows.h"
 
 @interface TRVPreferencesTabController : NSTabViewController
 @property(nonatomic) std::function<void(NSInteger)> onSelect;

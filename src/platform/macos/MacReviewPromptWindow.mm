@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "platform/macos/MacWindowKit.h"
+#include "platform/macos/MacWindows.h"
 
 namespace tarvolo::platform::mac {
 

@@ -3,8 +3,7 @@
 // OS quirks handled here:
 // - Clock::now() reads the uptime clock that NSEvent timestamps and dispatch_after use, so event
 //   times and scheduled delays compare directly; it stands still while the Mac sleeps.
-// - dispatch_after cannot be revoked once submitted. Each block looks its task up by id when it
-//   fires and finds nothing if the task was cancelled or the queue object is gone.
+// - dispatch_after cannot be revoked once submitted; MacPendingTasks keeps the tasks by id.
 // - The unified log stores dynamic strings as <private> unless the format marks them public.
 // - NSUserDefaults reads fall through to the global domain and registered defaults; the key
 //   list is taken from the app's own persistent domain only.
@@ -17,6 +16,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <unordered_set>
 
 #include "platform/macos/MacBackend.h"
 
@@ -36,65 +36,37 @@ constexpr double kPromptTaskDelay = 1.0;
 
 }  // namespace
 
-void MacMainQueue::Pending::forget(TaskId id) {
-  if (prompt.erase(id) == 0 || !prompt.empty() || !activity) return;
-  [NSProcessInfo.processInfo endActivity:activity];
-  activity = nil;
-}
+struct MacMainQueue::PromptTasks {
+  std::unordered_set<TaskId> ids;
+  id activity = nil;
 
-MacMainQueue::MacMainQueue() : pending_(std::make_shared<Pending>()) {}
+  void added(TaskId id, double delaySeconds) {
+    if (delaySeconds <= 0 || delaySeconds > kPromptTaskDelay) return;
+    ids.insert(id);
+    if (activity) return;
+    activity = [NSProcessInfo.processInfo beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                                                            reason:@"Measuring the menu bar after a change"];
+  }
+
+  void removed(TaskId id) {
+    if (ids.erase(id) == 0 || !ids.empty() || !activity) return;
+    [NSProcessInfo.processInfo endActivity:activity];
+    activity = nil;
+  }
+};
+
+MacMainQueue::MacMainQueue() {
+  // The table runs the hooks under its lock; they share the prompt tasks with it.
+  auto prompt = std::make_shared<PromptTasks>();
+  pending_ = MacPendingTasks::create({.added = [prompt](TaskId id, double delay) { prompt->added(id, delay); },
+                                      .removed = [prompt](TaskId id) { prompt->removed(id); }});
+}
 
 TaskId MacMainQueue::post(double delaySeconds, std::function<void()> task) {
-  TaskId id = 0;
-  {
-    std::lock_guard lock(pending_->mutex);
-    id = ++pending_->lastId;
-    pending_->tasks.emplace(id, std::move(task));
-    if (delaySeconds > 0 && delaySeconds <= kPromptTaskDelay) {
-      pending_->prompt.insert(id);
-      if (!pending_->activity) {
-        pending_->activity = [NSProcessInfo.processInfo
-            beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
-                              reason:@"Measuring the menu bar after a change"];
-      }
-    }
-  }
-  std::weak_ptr<Pending> weakPending = pending_;
-  dispatch_block_t block = ^{
-    std::shared_ptr<Pending> pending = weakPending.lock();
-    if (!pending) return;
-    std::function<void()> run;
-    {
-      std::lock_guard lock(pending->mutex);
-      auto it = pending->tasks.find(id);
-      if (it == pending->tasks.end()) return;
-      run = std::move(it->second);
-      pending->tasks.erase(it);
-      pending->forget(id);
-    }
-    if (run) run();
-  };
-  if (delaySeconds <= 0) {
-    dispatch_async(dispatch_get_main_queue(), block);
-  } else {
-    auto nanoseconds = static_cast<int64_t>(delaySeconds * static_cast<double>(NSEC_PER_SEC));
-    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, nanoseconds), dispatch_get_main_queue(), block);
-  }
-  return id;
+  return pending_->post(dispatch_get_main_queue(), delaySeconds, std::move(task));
 }
 
-void MacMainQueue::cancel(TaskId id) {
-  std::function<void()> dropped;
-  {
-    std::lock_guard lock(pending_->mutex);
-    auto it = pending_->tasks.find(id);
-    if (it == pending_->tasks.end()) return;
-    dropped = std::move(it->second);
-    pending_->tasks.erase(it);
-    pending_->forget(id);
-  }
-  // `dropped` dies here, outside the lock: its captures may cancel other tasks.
-}
+void MacMainQueue::cancel(TaskId id) { pending_->cancel(id); }
 
 MacLogSink::MacLogSink()
     : menubar_(os_log_create("com.ostrand.tarvolo", "menubar")), state_(os_log_create("com.ostrand.tarvolo", "state")) {}

@@ -1,4 +1,5 @@
-// The app's own windows: Preferences, Icon Shelf panel and notices (the coach has its own file).
+// The app's own windows as the core reaches them, and the notices it posts; each window is drawn
+// in a file of its own (MacWindows.h).
 //
 // OS quirks handled here:
 // - An accessory app (LSUIElement) has no Dock icon and is not active after launch, so a normal
@@ -10,12 +11,11 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// These windows draw only what the core hands over. The coach, Preferences, the new-app notice
-// and the placement guide have files of their own.
+// The notices draw only what the core hands over.
 
 #include <algorithm>
 
-#include "platform/macos/MacBackend.h"
+#include "platform/macos/MacWindows.h"
 
 namespace tarvolo::platform::mac {
 
