@@ -47,15 +47,6 @@ std::vector<Rect> SimPlacementGuideWindow::chromeFrames() const {
   return frames;
 }
 
-SimUserInterface::SimUserInterface(const Clock& clock, const SimScreens& screens)
-    : clock_(clock),
-      coach_(clock),
-      preferences_(clock),
-      newAppNotice_(clock),
-      placementGuide_(clock, screens),
-      iconShelf_(clock),
-      reviewPrompt_(clock) {}
-
 void SimUserInterface::presentNotice(platform::NoticeRequest notice) {
   dismissNotice(notice.kind);
   notices_.push_back(SimNoticeRecord{std::move(notice), clock_.now(), false});
@@ -65,13 +56,6 @@ void SimUserInterface::dismissNotice(const std::string& kind) {
   for (auto& shown : notices_) {
     if (shown.request.kind == kind) shown.dismissed = true;
   }
-}
-
-void SimUserInterface::ownProcessExited() {
-  iconShelf_.ownProcessExited();
-  preferences_.ownProcessExited();
-  newAppNotice_.ownProcessExited();
-  placementGuide_.ownProcessExited();
 }
 
 }  // namespace tarvolo::sim

@@ -129,7 +129,7 @@ struct SimNoticeRecord {
 
 class SimUserInterface final : public platform::UserInterface {
  public:
-  SimUserInterface(const Clock& clock, const SimScreens& screens);
+  SimUserInterface(const Clock& clock, const SimScreens& screens) : clock_(clock), screens_(screens) {}
 
   SimFirstLaunchCoachWindow& firstLaunchCoach() override { return coach_; }
   SimPreferencesWindow& preferences() override { return preferences_; }
@@ -151,16 +151,22 @@ class SimUserInterface final : public platform::UserInterface {
 
   // The app's process ended. The coach and the rating prompt keep their state into the next
   // launch, a gap of this model; the other windows close with the process.
-  void ownProcessExited();
+  void ownProcessExited() {
+    iconShelf_.ownProcessExited();
+    preferences_.ownProcessExited();
+    newAppNotice_.ownProcessExited();
+    placementGuide_.ownProcessExited();
+  }
 
  private:
   const Clock& clock_;
-  SimFirstLaunchCoachWindow coach_;
-  SimPreferencesWindow preferences_;
-  SimNewAppNoticeWindow newAppNotice_;
-  SimPlacementGuideWindow placementGuide_;
-  SimIconShelfPanel iconShelf_;
-  SimReviewPromptWindow reviewPrompt_;
+  const SimScreens& screens_;
+  SimFirstLaunchCoachWindow coach_{clock_};
+  SimPreferencesWindow preferences_{clock_};
+  SimNewAppNoticeWindow newAppNotice_{clock_};
+  SimPlacementGuideWindow placementGuide_{clock_, screens_};
+  SimIconShelfPanel iconShelf_{clock_};
+  SimReviewPromptWindow reviewPrompt_{clock_};
   std::vector<SimNoticeRecord> notices_;
 };
 
