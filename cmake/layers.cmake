@@ -8,7 +8,7 @@
 
 # tarvolo_layer(<folder under src/> [USES <targets>...] [EXTERNAL <targets>...]
 #               [EXCLUDE <source file names>...] [ROOT <directory>])
-# Defines the target tarvolo_<folder, "/" as "_">, e.g. tarvolo_discovery_tracking, from the
+# Defines the target tarvolo_<folder, "/" as "_">, e.g. tarvolo_discovery_owners, from the
 # folder's .cpp (and, for the Mac, .mm) files. ROOT places the folder elsewhere than src/.
 function(tarvolo_layer folder)
   cmake_parse_arguments(LAYER "" "ROOT" "USES;EXTERNAL;EXCLUDE" ${ARGN})

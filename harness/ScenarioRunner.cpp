@@ -10,13 +10,13 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "statusbar/StatusBarController.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
-#include "shelf/access/MenuBarAccessController.h"
+#include "shelf/owners/MenuBarAccessController.h"
 
 namespace tarvolo::scenario {
 

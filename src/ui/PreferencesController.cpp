@@ -6,7 +6,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "discovery/PlacementPolicy.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/AppLanguage.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"

@@ -12,7 +12,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {

@@ -1,4 +1,4 @@
-#include "native/engine/SystemVisibilityAssertion.h"
+#include "native/owners/SystemVisibilityAssertion.h"
 
 #include "base/Log.h"
 

@@ -1,4 +1,4 @@
-#include "shelf/access/MenuVisibilityProbe.h"
+#include "shelf/owners/MenuVisibilityProbe.h"
 
 #include <algorithm>
 

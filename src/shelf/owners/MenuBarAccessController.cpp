@@ -1,4 +1,4 @@
-#include "shelf/access/MenuBarAccessController.h"
+#include "shelf/owners/MenuBarAccessController.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Text.h"
 #include "discovery/MenuBarCatalogPolicy.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "shelf/MenuBarAccessPolicy.h"
 #include "statusbar/StatusBarController.h"

@@ -1,4 +1,4 @@
-#include "native/engine/VisibilityAssertionSession.h"
+#include "native/owners/VisibilityAssertionSession.h"
 
 #include "base/Log.h"
 

@@ -19,13 +19,13 @@
 #include "base/Published.h"
 #include "base/WeakHandle.h"
 #include "base/Subscription.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "permissions/AccessibilityPermission.h"
 #include "platform/Platform.h"
 #include "shelf/DrawerSearch.h"
 #include "shelf/MenuBarAccessEntry.h"
-#include "shelf/access/NativeStatusItemClick.h"
-#include "shelf/access/ShelfOperation.h"
+#include "shelf/owners/NativeStatusItemClick.h"
+#include "shelf/owners/ShelfOperation.h"
 
 namespace tarvolo {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
-#include "shelf/access/ShelfOperation.h"
+#include "shelf/owners/ShelfOperation.h"
 
 namespace tarvolo::NativeStatusItemClick {
 

@@ -10,7 +10,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "native/NativeVisibilityRequestState.h"
-#include "native/engine/SystemVisibilityAssertion.h"
+#include "native/owners/SystemVisibilityAssertion.h"
 #include "platform/AssessmentMode.h"
 
 namespace tarvolo {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
 #include "discovery/PlacementPolicy.h"
 #include "platform/sim/SimDefaultsStore.h"
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "app/AppEnvironment.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
 #include "support/SimFixture.h"
 

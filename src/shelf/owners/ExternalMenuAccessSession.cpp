@@ -1,7 +1,7 @@
-#include "shelf/access/ExternalMenuAccessSession.h"
+#include "shelf/owners/ExternalMenuAccessSession.h"
 
 #include "base/Log.h"
-#include "shelf/access/MenuVisibilityProbe.h"
+#include "shelf/owners/MenuVisibilityProbe.h"
 
 namespace tarvolo {
 

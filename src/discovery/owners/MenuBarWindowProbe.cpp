@@ -1,4 +1,4 @@
-#include "discovery/tracking/MenuBarWindowProbe.h"
+#include "discovery/owners/MenuBarWindowProbe.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "shelf/access/MenuBarAccessModel.h"
+#include "shelf/owners/MenuBarAccessModel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include "base/Text.h"
 #include "shelf/DrawerSearch.h"
 #include "shelf/MenuBarAccessPolicy.h"
-#include "shelf/access/MenuVisibilityProbe.h"
+#include "shelf/owners/MenuVisibilityProbe.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo {

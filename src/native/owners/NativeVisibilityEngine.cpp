@@ -1,4 +1,4 @@
-#include "native/engine/NativeVisibilityEngine.h"
+#include "native/owners/NativeVisibilityEngine.h"
 
 #include <algorithm>
 #include <set>

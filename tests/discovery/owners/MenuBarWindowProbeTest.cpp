@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "discovery/tracking/MenuBarWindowProbe.h"
+#include "discovery/owners/MenuBarWindowProbe.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimWindowList.h"
 

@@ -1,8 +1,8 @@
-#include "discovery/tracking/NewAppLaunchCenter.h"
+#include "discovery/owners/NewAppLaunchCenter.h"
 
 #include "base/Log.h"
 #include "base/Text.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
 

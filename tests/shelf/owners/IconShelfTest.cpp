@@ -2,9 +2,9 @@
 
 #include "app/AppEnvironment.h"
 #include "platform/sim/SimAccessibility.h"
-#include "shelf/access/ExternalMenuAccessSession.h"
-#include "shelf/access/MenuBarAccessController.h"
-#include "shelf/access/NativeStatusItemClick.h"
+#include "shelf/owners/ExternalMenuAccessSession.h"
+#include "shelf/owners/MenuBarAccessController.h"
+#include "shelf/owners/NativeStatusItemClick.h"
 #include "support/SimFixture.h"
 
 namespace tarvolo::testing {

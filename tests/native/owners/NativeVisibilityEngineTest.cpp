@@ -3,7 +3,7 @@
 #include "base/NotificationCenter.h"
 #include "native/NativeVisibilityRequestState.h"
 #include "native/SystemStatusPresentation.h"
-#include "native/engine/NativeVisibilityEngine.h"
+#include "native/owners/NativeVisibilityEngine.h"
 #include "platform/sim/SimDesktop.h"
 #include "support/SimFixture.h"
 

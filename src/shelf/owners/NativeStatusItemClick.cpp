@@ -1,9 +1,9 @@
-#include "shelf/access/NativeStatusItemClick.h"
+#include "shelf/owners/NativeStatusItemClick.h"
 
 #include <cmath>
 
 #include "base/Log.h"
-#include "shelf/access/MenuVisibilityProbe.h"
+#include "shelf/owners/MenuVisibilityProbe.h"
 
 namespace tarvolo::NativeStatusItemClick {
 

@@ -1,4 +1,4 @@
-#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
 
 #include <algorithm>
 #include <cassert>

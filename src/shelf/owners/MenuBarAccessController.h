@@ -17,8 +17,8 @@
 #include "platform/Platform.h"
 #include "shelf/MenuBarAccessEntry.h"
 #include "shelf/MenuBarDiscoverySession.h"
-#include "shelf/access/ExternalMenuAccessSession.h"
-#include "shelf/access/MenuBarAccessModel.h"
+#include "shelf/owners/ExternalMenuAccessSession.h"
+#include "shelf/owners/MenuBarAccessModel.h"
 #include "statusbar/IconShelfPresenter.h"
 
 namespace tarvolo {

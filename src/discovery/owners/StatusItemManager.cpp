@@ -1,4 +1,4 @@
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 
 #include <algorithm>
 #include <array>
@@ -6,8 +6,8 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "base/NotificationCenter.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/MenuBarWindowProbe.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
+#include "discovery/owners/MenuBarWindowProbe.h"
 #include "discovery/NewAppNoticePolicy.h"
 #include "discovery/PlacementPolicy.h"
 #include "permissions/AccessibilityPermission.h"

@@ -10,7 +10,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "native/SystemStatusPresentation.h"
-#include "native/engine/VisibilityAssertionSession.h"
+#include "native/owners/VisibilityAssertionSession.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
