@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "discovery/PlacementTypes.h"
+#include "discovery/PlacementPolicy.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 
 namespace tarvolo::MenuBarWindowProbe {

@@ -5,6 +5,7 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
+#include "base/vocabulary/OwnBundle.h"
 #include "base/NotificationCenter.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "discovery/owners/MenuBarWindowProbe.h"
@@ -16,7 +17,7 @@ namespace tarvolo {
 
 namespace {
 
-constexpr std::array<std::string_view, 2> kOwnBundleIDs = {"com.ostrand.tarvolo", "com.ostrand.tarvolo.direct"};
+constexpr std::array<std::string_view, 2> kOwnBundleIDs = {ownBundleID, ownDirectBundleID};
 constexpr std::string_view kSystemPrefix = "com.apple.";
 // Identifiers of updaters, services, renderers and helpers, which never own an icon worth
 // offering.

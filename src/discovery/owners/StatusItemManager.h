@@ -21,7 +21,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "discovery/MenuBarCatalogPolicy.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 

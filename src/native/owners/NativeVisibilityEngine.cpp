@@ -6,6 +6,7 @@
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
 #include "base/Text.h"
+#include "base/vocabulary/OwnBundle.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo {
@@ -48,7 +49,7 @@ void NativeVisibilityEngine::collapse(const std::vector<std::string>& allowedBun
   auto add = [&](std::string id) {
     if (seen.insert(text::lowercased(id)).second) list.push_back(std::move(id));
   };
-  add(own.empty() ? std::string(fallbackOwnBundleID) : own);
+  add(own.empty() ? std::string(ownBundleID) : own);
   for (const auto& id : allowedBundleIds) add(id);
   for (auto id : MenuBarVisibilityPolicy::alwaysOnSystemBundleIDs) add(std::string(id));
   session().collapse(std::move(list), [weak = weakFactory_.handle(), completion = std::move(completion)](bool success) {

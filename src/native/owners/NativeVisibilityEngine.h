@@ -23,7 +23,6 @@ class NotificationCenter;
 // `nativeVisibilityAvailabilityDidChange`. Main thread only.
 class NativeVisibilityEngine {
  public:
-  static constexpr const char* fallbackOwnBundleID = "com.ostrand.tarvolo";
   // How long after a successful activation the bar is read to confirm the effect.
   static constexpr double effectCheckDelay = 0.4;
 

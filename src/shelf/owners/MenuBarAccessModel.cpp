@@ -5,6 +5,7 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
+#include "base/vocabulary/OwnBundle.h"
 #include "shelf/DrawerSearch.h"
 #include "shelf/MenuBarAccessPolicy.h"
 #include "shelf/owners/MenuVisibilityProbe.h"
@@ -16,8 +17,6 @@ using platform::AXElement;
 namespace ax = platform::ax;
 
 namespace {
-
-constexpr const char* kOwnBundleID = "com.ostrand.tarvolo";
 
 std::optional<std::string> textAttribute(platform::Accessibility& accessibility, const AXElement& element,
                                          const std::string& name) {
@@ -213,7 +212,7 @@ std::vector<MenuBarAccessModel::ScanTarget> MenuBarAccessModel::scanTargets() co
   for (const auto& app : platform_.workspace().runningApplications()) {
     if (!app.bundleIdentifier || app.pid <= 0 || app.isTerminated) continue;
     const std::string key = text::lowercased(*app.bundleIdentifier);
-    if (key == kOwnBundleID || !seen.insert(key).second) continue;
+    if (key == ownBundleID || !seen.insert(key).second) continue;
     out.push_back({.pid = app.pid, .bundleID = *app.bundleIdentifier, .name = app.localizedName, .iconPath = app.bundlePath});
   }
   return out;

@@ -1,9 +1,10 @@
 #pragma once
 
+// The words every layer uses for where an icon belongs and where it sits: the zone the user chose,
+// the zone an icon is in, the own items' extents and a foreign status-item window.
+
 #include <array>
-#include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -54,17 +55,6 @@ struct ForeignMenuBarWindow {
   double width = 0;
   double height = 0;
   friend bool operator==(const ForeignMenuBarWindow&, const ForeignMenuBarWindow&) = default;
-};
-
-// What the placement ledger remembers. Keys are lower-cased bundle identifiers.
-struct PlacementLedgerSnapshot {
-  // Raw categories the user confirmed (in practice always-visible placements).
-  std::map<std::string, std::string> confirmed;
-  // Confirmed always-visible applications that were relaunched and must be checked again.
-  std::set<std::string> attention;
-  // Confirmed always-visible applications that quit and have not started again; never persisted.
-  std::set<std::string> awaitingRelaunch;
-  friend bool operator==(const PlacementLedgerSnapshot&, const PlacementLedgerSnapshot&) = default;
 };
 
 }  // namespace tarvolo

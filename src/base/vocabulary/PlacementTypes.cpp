@@ -1,4 +1,4 @@
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 
 namespace tarvolo {
 
