@@ -20,6 +20,7 @@
 
 namespace tarvolo {
 
+class CategoryStore;
 class LocalizationManager;
 class MenuBarPlacementLedger;
 class StatusBarController;
@@ -39,6 +40,7 @@ class PlacementGuideController {
     platform::Platform& platform;
     LocalizationManager& localization;
     StatusItemManager& catalog;
+    CategoryStore& categories;
     MenuBarPlacementLedger& ledger;
     StatusBarController& statusBar;
   };
@@ -102,6 +104,7 @@ class PlacementGuideController {
   platform::Platform& platform_;
   LocalizationManager& localization_;
   StatusItemManager& catalog_;
+  CategoryStore& categories_;
   MenuBarPlacementLedger& ledger_;
   StatusBarController& statusBar_;
 

@@ -17,7 +17,9 @@
 
 namespace tarvolo {
 
+class CategoryStore;
 class LocalizationManager;
+class NewAppNoticeLedger;
 class PlacementGuideController;
 class StatusItemManager;
 struct MenuBarAppItem;
@@ -56,6 +58,8 @@ class PreferencesController {
     NotificationCenter& defaultCenter;
     LocalizationManager& localization;
     StatusItemManager& catalog;
+    CategoryStore& categories;
+    NewAppNoticeLedger& notices;
     MenuBarPlacementLedger& ledger;
     PlacementGuideController& guide;
     Behaviour behaviour;
@@ -113,6 +117,8 @@ class PreferencesController {
   platform::Platform& platform_;
   LocalizationManager& localization_;
   StatusItemManager& catalog_;
+  CategoryStore& categories_;
+  NewAppNoticeLedger& notices_;
   MenuBarPlacementLedger& ledger_;
   PlacementGuideController& guide_;
   Behaviour behaviour_;

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
+#include "discovery/owners/NewAppNoticeLedger.h"
 #include "discovery/owners/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
@@ -13,6 +14,7 @@ namespace Policy = NewAppNoticePolicy;
 NewAppLaunchCenter::NewAppLaunchCenter(Dependencies dependencies)
     : platform_(dependencies.platform),
       catalog_(dependencies.catalog),
+      notices_(dependencies.notices),
       localization_(dependencies.localization),
       arrangeWork_(dependencies.platform.mainQueue()),
       dismissWork_(dependencies.platform.mainQueue()) {
@@ -36,11 +38,11 @@ void NewAppLaunchCenter::noteLaunch(const platform::RunningApplication& app) {
   const std::string id = text::lowercased(*app.bundleIdentifier);
   if (id.empty()) return;
   // Known before this launch: it ran before, so its icon is no news.
-  const bool alreadySeen = catalog_.launchNoticeAlreadySeen(id) || catalog_.isKnown(id);
+  const bool alreadySeen = notices_.launchNoticeAlreadySeen(id) || notices_.isKnown(id);
   const auto action = Policy::launchAction({.kind = activationKind(app.activationPolicy),
                                             .bundlePath = app.bundlePath,
                                             .alreadySeen = alreadySeen,
-                                            .noticesEnabled = catalog_.newAppNoticesEnabled(),
+                                            .noticesEnabled = notices_.newAppNoticesEnabled(),
                                             .homeDirectory = platform_.system().homeDirectory()});
   MenuBarLog::log(LogLine("newApp launch").add("bundle", id).add("action", rawValue(action)));
   names_[id] = app.localizedName;
@@ -179,7 +181,7 @@ void NewAppLaunchCenter::presentNext() {
 }
 
 void NewAppLaunchCenter::markNoticed(const std::string& bundleID, std::string_view outcome) {
-  catalog_.markLaunchNoticeSeen(bundleID);
+  notices_.markLaunchNoticeSeen(bundleID);
   MenuBarLog::log(LogLine("newApp noticed").add("bundle", bundleID).add("outcome", outcome));
 }
 

@@ -22,6 +22,7 @@
 namespace tarvolo {
 
 class LocalizationManager;
+class NewAppNoticeLedger;
 class StatusItemManager;
 
 class NewAppLaunchCenter {
@@ -34,6 +35,8 @@ class NewAppLaunchCenter {
     platform::Platform& platform;
     NotificationCenter& workspaceCenter;
     StatusItemManager& catalog;
+    // Which apps are known, which had their notice, and whether notices are on.
+    NewAppNoticeLedger& notices;
     LocalizationManager& localization;
   };
   // Starts the placement guide for the app's icon, the bar held expanded; false when it could
@@ -80,6 +83,7 @@ class NewAppLaunchCenter {
 
   platform::Platform& platform_;
   StatusItemManager& catalog_;
+  NewAppNoticeLedger& notices_;
   LocalizationManager& localization_;
   ArrangeStarter startArrange_;
 

@@ -7,10 +7,11 @@
 #include "base/Text.h"
 #include "base/vocabulary/OwnBundle.h"
 #include "base/NotificationCenter.h"
+#include "discovery/PlacementPolicy.h"
+#include "discovery/owners/CategoryStore.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "discovery/owners/MenuBarWindowProbe.h"
-#include "discovery/NewAppNoticePolicy.h"
-#include "discovery/PlacementPolicy.h"
+#include "discovery/owners/NewAppNoticeLedger.h"
 #include "permissions/AccessibilityPermission.h"
 
 namespace tarvolo {
@@ -53,12 +54,6 @@ bool catalogOrder(const MenuBarAppItem& a, const MenuBarAppItem& b) {
   return text::lowercased(a.bundleId) < text::lowercased(b.bundleId);
 }
 
-std::string joined(const std::set<std::string>& values) {
-  std::string out;
-  for (const auto& value : values) out += (out.empty() ? "" : ",") + value;
-  return out.empty() ? "none" : out;
-}
-
 }  // namespace
 
 MenuBarActivationKind activationKind(platform::ActivationPolicy policy) {
@@ -73,15 +68,19 @@ MenuBarActivationKind activationKind(platform::ActivationPolicy policy) {
 StatusItemManager::StatusItemManager(Dependencies dependencies)
     : platform_(dependencies.platform),
       defaultCenter_(dependencies.defaultCenter),
-      workspaceCenter_(dependencies.workspaceCenter),
       ledger_(dependencies.ledger),
+      categories_(dependencies.categories),
+      notices_(dependencies.notices),
       accessibilityPermission_(dependencies.accessibilityPermission),
-      accessibilityQueue_(dependencies.platform.makeSerialQueue(std::string(accessibilityQueueLabel))),
+      iconReader_(AccessibleIconReader::Dependencies{
+          .platform = dependencies.platform,
+          .targets = [this] { return readingTargets(); },
+          .wanted = [this] { return readsIconsThroughAccessibility(); },
+          .delivered = [this] { accessibleIconsRead(); },
+      }),
       membershipRescanWork_(dependencies.platform.mainQueue()),
-      zoneRefreshWork_(dependencies.platform.mainQueue()),
-      launchingRereadWork_(dependencies.platform.mainQueue()) {
-  loadStoredState();
-  subscribe();
+      zoneRefreshWork_(dependencies.platform.mainQueue()) {
+  subscribe(dependencies.workspaceCenter);
 }
 
 StatusItemManager::~StatusItemManager() = default;
@@ -91,75 +90,10 @@ void StatusItemManager::setOwnItemAnchors(AnchorSource anchors, double expandedS
   expandedSeparatorLength_ = expandedSeparatorLength;
 }
 
-// --- stored state --------------------------------------------------------------------------------
-
-void StatusItemManager::loadStoredState() {
-  auto& defaults = platform_.defaults();
-  const std::string categories(categoriesKey);
-  std::map<std::string, std::string> stored;
-  if (auto value = defaults.object(categories)) {
-    if (auto map = value->asStringDictionary()) {
-      stored = std::move(*map);
-    } else {
-      MenuBarLog::log(LogLine("catalog load ignored").add("key", categories).add("reason", "type"));
-    }
-  }
-  saved_ = PlacementPolicy::migrateStoredCategories(stored, ledger_.snapshot().confirmed);
-  if (saved_.size() != stored.size()) {
-    const auto dropped = stored.size() - saved_.size();
-    MenuBarLog::log(LogLine("catalog categories migrated").add("kept", saved_.size()).add("dropped", dropped));
-  }
-
-  const std::string pins(pinsKey);
-  if (auto value = defaults.object(pins)) {
-    if (auto list = value->asStringArray()) {
-      for (const auto& id : *list) pins_.insert(text::lowercased(id));
-    } else {
-      MenuBarLog::log(LogLine("catalog load ignored").add("key", pins).add("reason", "type"));
-    }
-  }
-
-  const std::string known(knownBundleIDsKey);
-  if (auto value = defaults.object(known)) {
-    if (auto list = value->asStringArray()) {
-      knownStored_ = true;
-      std::set<std::string> unique;
-      for (const auto& id : *list) {
-        std::string key = text::lowercased(id);
-        if (!key.empty() && unique.insert(key).second) known_.push_back(key);
-      }
-    } else {
-      // Treated as a first run: everything running now becomes known without a notice.
-      MenuBarLog::log(LogLine("catalog load ignored").add("key", known).add("reason", "type"));
-    }
-  }
-
-  const std::string noticed(noticedBundleIDsKey);
-  if (auto value = defaults.object(noticed)) {
-    if (auto list = value->asStringArray()) {
-      noticed_ = NewAppNoticePolicy::normalizedUnique(*list);
-    } else {
-      MenuBarLog::log(LogLine("catalog load ignored").add("key", noticed).add("reason", "type"));
-    }
-  }
-
-  const std::string firstLaunch(firstLaunchDateKey);
-  if (!defaults.contains(firstLaunch)) defaults.set(firstLaunch, DefaultsValue(platform_.clock().currentDate()));
-}
-
-void StatusItemManager::storeCategories() {
-  platform_.defaults().set(std::string(categoriesKey), DefaultsValue::fromStringMap(saved_));
-}
-
-void StatusItemManager::storePins() {
-  platform_.defaults().set(std::string(pinsKey), DefaultsValue::fromStrings({pins_.begin(), pins_.end()}));
-}
-
 // --- workspace ---------------------------------------------------------------------------------------
 
-void StatusItemManager::subscribe() {
+void StatusItemManager::subscribe(NotificationCenter& workspace) {
   auto& queue = platform_.mainQueue();
-  auto& workspace = workspaceCenter_;
   auto weak = weakFactory_.handle();
   auto bundleOf = [](const Notification& notification) -> std::optional<std::string> {
     const auto* app = notification.objectAs<platform::RunningApplication>();
@@ -179,8 +113,11 @@ void StatusItemManager::subscribe() {
     auto* self = weak.get();
     if (!self) return;
     // What was read while trusted says nothing once the permission is gone.
-    if (!trusted) self->accessibleIcons_.clear();
+    if (!trusted) self->iconReader_.forget();
     self->refreshObservedZones();
+  }));
+  cancellables_.push_back(categories_.observeChanges([weak] {
+    if (auto* self = weak.get()) self->publishCatalog();
   }));
 }
 
@@ -238,10 +175,10 @@ MenuBarAppItem StatusItemManager::makeItem(const platform::RunningApplication& a
 }
 
 void StatusItemManager::decorate(MenuBarAppItem& item) const {
-  const auto saved = savedCategory(item.bundleId);
+  const auto saved = categories_.savedCategory(item.bundleId);
   item.hasSavedTier = saved.has_value();
-  item.category = saved.value_or(defaultCategory);
-  item.isPinned = isPinned(item.bundleId);
+  item.category = saved.value_or(CategoryStore::defaultCategory);
+  item.isPinned = categories_.isPinned(item.bundleId);
   const bool accessible = hasAccessibleMenuBarItem(item.bundleId);
   const bool detected = accessible || attributedBundleIDs.get().contains(text::lowercased(item.bundleId));
   item.needsDiscovery = !item.hasSavedTier && !accessible;
@@ -270,7 +207,7 @@ void StatusItemManager::scanRunningApplications() {
     found.push_back(text::lowercased(*app.bundleIdentifier));
   }
   scanned_ = std::move(accepted);
-  noteFoundBundleIDs(found);
+  notices_.noteFound(found);
 
   // Zones of applications that quit say nothing any more.
   auto zones = observedZones.get();
@@ -287,23 +224,6 @@ void StatusItemManager::scanRunningApplications() {
                       .add("items", items.get().size())
                       .add("other", otherRunningItems.get().size())
                       .add("skipped", skippedText.empty() ? "none" : skippedText));
-}
-
-void StatusItemManager::noteFoundBundleIDs(const std::vector<std::string>& found) {
-  std::optional<std::vector<std::string>> stored;
-  if (knownStored_) stored = known_;
-  const auto plan = NewAppNoticePolicy::plan(found, stored, newAppNoticesEnabled());
-  // A first run takes what runs now as the starting point, not as news.
-  if (!plan.firstRun && plan.newBundleIDs.empty()) return;
-  known_ = plan.known;
-  knownStored_ = true;
-  platform_.defaults().set(std::string(knownBundleIDsKey), DefaultsValue::fromStrings(known_));
-  auto pending = pendingNewAppBundleIds.get();
-  for (const auto& id : plan.newBundleIDs) MenuBarLog::log(LogLine("catalog new").add("bundle", id));
-  for (const auto& id : plan.noticeBundleIDs) {
-    if (std::find(pending.begin(), pending.end(), id) == pending.end()) pending.push_back(id);
-  }
-  if (pending != pendingNewAppBundleIds.get()) pendingNewAppBundleIds = std::move(pending);
 }
 
 void StatusItemManager::publishCatalog() {
@@ -335,74 +255,16 @@ std::vector<ForeignMenuBarWindow> StatusItemManager::attributionWindows() const 
   if (!readsIconsThroughAccessibility()) {
     return MenuBarWindowProbe::snapshot(platform_.windowList(), platform_.screens());
   }
-  return MenuBarWindowProbe::menuBarWindows(accessibleIcons_, platform_.screens().screens());
+  return MenuBarWindowProbe::menuBarWindows(iconReader_.lastReading(), platform_.screens().screens());
 }
 
-void StatusItemManager::readAccessibleIcons() {
-  mainThread_.check();
-  if (!readsIconsThroughAccessibility()) return;
-  const std::uint64_t generation = ++readGeneration_;
-  latestRead_->store(generation);
-
-  struct Target {
-    int pid = 0;
-    std::string bundleID;
-  };
-  // One still setting itself up may not answer for a while; it is read once it has finished.
-  const double now = platform_.clock().currentDate();
-  std::set<int> stillLaunching;
-  for (const auto& app : platform_.workspace().runningApplications()) {
-    if (!app.finishedLaunching && app.launchDate && now - *app.launchDate < launchingSkipLimit) {
-      stillLaunching.insert(app.pid);
-    }
-  }
-  std::vector<Target> targets;
-  std::vector<std::string> launching;
-  for (const auto& item : scanned_) {
-    if (stillLaunching.contains(item.pid)) {
-      launching.push_back(text::lowercased(item.bundleId));
-      continue;
-    }
-    targets.push_back({.pid = item.pid, .bundleID = item.bundleId});
-  }
-  if (launching != launchingSkipped_ && !launching.empty()) {
-    MenuBarLog::log(LogLine("catalog read deferred").add("launching", joined(std::set<std::string>(launching.begin(), launching.end()))));
-  }
-  launchingSkipped_ = launching;
-  if (launching.empty()) {
-    launchingRereadWork_.cancel();
-  } else {
-    launchingRereadWork_.schedule(launchingRereadDelay,
-                                  bindWeak(weakFactory_.handle(), &StatusItemManager::readAccessibleIcons));
-  }
-
-  accessibilityQueue_->post(0, [queue = accessibilityQueue_, &accessibility = platform_.accessibility(),
-                                latest = latestRead_, generation, targets = std::move(targets),
-                                done = bindWeak(weakFactory_.handle(), &StatusItemManager::accessibleIconsRead,
-                                                generation)] {
-    // Superseded before it started: the newer reading is already queued behind it.
-    if (latest->load() != generation) return;
-    std::vector<platform::WindowInfo> windows;
-    for (const auto& target : targets) {
-      auto elements = accessibility.extrasMenuBarItems(target.pid);
-      if (!elements) continue;
-      for (const auto& element : *elements) {
-        if (!element.frame) continue;
-        // Owned by the identifier, so that matching is exact.
-        windows.push_back({.ownerName = target.bundleID, .ownerPid = target.pid, .bounds = element.frame});
-      }
-    }
-    queue->postToMain([done, windows = std::move(windows)]() mutable { done(std::move(windows)); });
-  });
+std::vector<AccessibleIconReader::Target> StatusItemManager::readingTargets() const {
+  std::vector<AccessibleIconReader::Target> targets;
+  for (const auto& item : scanned_) targets.push_back({.pid = item.pid, .bundleID = item.bundleId});
+  return targets;
 }
 
-void StatusItemManager::accessibleIconsRead(std::uint64_t generation, std::vector<platform::WindowInfo> windows) {
-  mainThread_.check();
-  if (generation != readGeneration_ || !readsIconsThroughAccessibility()) {
-    MenuBarLog::log(LogLine("catalog read dropped").add("generation", generation).add("current", readGeneration_));
-    return;
-  }
-  accessibleIcons_ = std::move(windows);
+void StatusItemManager::accessibleIconsRead() {
   attributeFromWindows();
   if (std::exchange(zonesWanted_, false)) observeZonesFromWindows();
 }
@@ -410,7 +272,7 @@ void StatusItemManager::accessibleIconsRead(std::uint64_t generation, std::vecto
 void StatusItemManager::refreshAttributedMenuBarApps() {
   mainThread_.check();
   if (readsIconsThroughAccessibility()) {
-    readAccessibleIcons();
+    iconReader_.read();
     return;
   }
   attributeFromWindows();
@@ -426,7 +288,7 @@ void StatusItemManager::attributeFromWindows() {
     if (found) attributed.insert(text::lowercased(item.bundleId));
   }
   if (attributed == attributedBundleIDs.get()) return;
-  MenuBarLog::log(LogLine("catalog attributed").add("count", attributed.size()).add("bundles", joined(attributed)));
+  MenuBarLog::log(LogLine("catalog attributed").add("count", attributed.size()).add("bundles", attributed));
   attributedBundleIDs = std::move(attributed);
   publishCatalog();
 }
@@ -435,7 +297,7 @@ void StatusItemManager::refreshObservedZones() {
   mainThread_.check();
   if (readsIconsThroughAccessibility()) {
     zonesWanted_ = true;
-    readAccessibleIcons();
+    iconReader_.read();
     return;
   }
   attributeFromWindows();
@@ -508,94 +370,6 @@ void StatusItemManager::updateAccessibleMenuBarCatalog(const std::vector<std::st
   if (changed) publishCatalog();
 }
 
-// --- categories and pins ---------------------------------------------------------------------------
-
-std::optional<ItemCategory> StatusItemManager::savedCategory(std::string_view bundleID) const {
-  auto raw = MenuBarVisibilityPolicy::lookupRaw(bundleID, saved_);
-  return raw ? itemCategoryFromRaw(*raw) : std::nullopt;
-}
-
-ItemCategory StatusItemManager::category(std::string_view bundleID) const {
-  return savedCategory(bundleID).value_or(defaultCategory);
-}
-
-void StatusItemManager::setCategory(std::string_view bundleID, ItemCategory category) {
-  mainThread_.check();
-  if (bundleID.empty()) return;
-  const std::string raw(rawValue(category));
-  // One entry per application, whatever spelling it was saved under first.
-  std::string key(bundleID);
-  for (const auto& [savedKey, value] : saved_) {
-    if (text::equalsIgnoringCase(savedKey, bundleID)) key = savedKey;
-  }
-  if (auto existing = saved_.find(key); existing != saved_.end() && existing->second == raw) return;
-  saved_[key] = raw;
-  storeCategories();
-  MenuBarLog::log(LogLine("category assign").add("bundle", bundleID).add("category", raw));
-  publishCatalog();
-  defaultCenter_.post(Notification{.name = Notifications::itemCategoryDidChange,
-                                         .userInfo = {{"bundleID", std::string(bundleID)}, {"category", raw}}});
-}
-
-void StatusItemManager::removeCategory(std::string_view bundleID) {
-  mainThread_.check();
-  const auto removed =
-      std::erase_if(saved_, [&](const auto& entry) { return text::equalsIgnoringCase(entry.first, bundleID); });
-  if (removed == 0) return;
-  storeCategories();
-  MenuBarLog::log(LogLine("category remove").add("bundle", bundleID));
-  publishCatalog();
-  defaultCenter_.post(
-      Notification{.name = Notifications::itemCategoryDidChange, .userInfo = {{"bundleID", std::string(bundleID)}}});
-}
-
-bool StatusItemManager::isPinned(std::string_view bundleID) const { return pins_.contains(text::lowercased(bundleID)); }
-
-void StatusItemManager::setPinned(std::string_view bundleID, bool pinned) {
-  mainThread_.check();
-  const std::string key = text::lowercased(bundleID);
-  if (key.empty() || isPinned(key) == pinned) return;
-  if (pinned) {
-    pins_.insert(key);
-  } else {
-    pins_.erase(key);
-  }
-  storePins();
-  publishCatalog();
-}
-
-// --- new-app notices -------------------------------------------------------------------------------
-
-bool StatusItemManager::isKnown(std::string_view bundleID) const {
-  const std::string key = text::lowercased(bundleID);
-  return std::find(known_.begin(), known_.end(), key) != known_.end();
-}
-
-bool StatusItemManager::launchNoticeAlreadySeen(std::string_view bundleID) const {
-  const std::string key = text::lowercased(bundleID);
-  return std::find(noticed_.begin(), noticed_.end(), key) != noticed_.end();
-}
-
-void StatusItemManager::markLaunchNoticeSeen(std::string_view bundleID) {
-  mainThread_.check();
-  const std::string key = text::lowercased(bundleID);
-  if (key.empty()) return;
-  auto pending = pendingNewAppBundleIds.get();
-  if (std::erase(pending, key) > 0) pendingNewAppBundleIds = std::move(pending);
-  if (launchNoticeAlreadySeen(key)) return;
-  noticed_.push_back(key);
-  platform_.defaults().set(std::string(noticedBundleIDsKey), DefaultsValue::fromStrings(noticed_));
-}
-
-bool StatusItemManager::newAppNoticesEnabled() const {
-  return platform_.defaults().getBool(std::string(newAppNoticesKey)).value_or(true);
-}
-
-void StatusItemManager::setNewAppNoticesEnabled(bool enabled) {
-  platform_.defaults().set(std::string(newAppNoticesKey), DefaultsValue(enabled));
-  MenuBarLog::log(LogLine("newApp notices").add("enabled", enabled));
-}
-
 // --- placement -------------------------------------------------------------------------------------
 
 std::optional<std::string> StatusItemManager::observedZone(std::string_view bundleID) const {
@@ -606,7 +380,7 @@ std::optional<std::string> StatusItemManager::observedZone(std::string_view bund
 }
 
 bool StatusItemManager::isOutOfPlace(std::string_view bundleID) const {
-  return ledger_.isOutOfPlace(bundleID, category(bundleID), observedZone(bundleID));
+  return ledger_.isOutOfPlace(bundleID, categories_.category(bundleID), observedZone(bundleID));
 }
 
 std::optional<bool> StatusItemManager::iconInZone(std::string_view bundleID, PlacementZone target) const {

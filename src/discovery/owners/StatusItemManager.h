@@ -1,12 +1,10 @@
 #pragma once
 
-// The catalogue of other applications that may own a menu-bar icon, their saved categories and
-// pins, where their icons were last seen, and which of them the window server or Accessibility
+// The catalogue of other applications that may own a menu-bar icon, each with its category and
+// pin, where their icons were last seen, and which of them the window server or Accessibility
 // could tie to an icon. Main thread only; one per run, owned by the environment.
 
 #include <functional>
-#include <atomic>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -20,15 +18,18 @@
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
-#include "discovery/MenuBarCatalogPolicy.h"
 #include "base/vocabulary/PlacementTypes.h"
+#include "discovery/MenuBarCatalogPolicy.h"
+#include "discovery/owners/AccessibleIconReader.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo {
 
 class AccessibilityPermission;
+class CategoryStore;
 class MenuBarPlacementLedger;
+class NewAppNoticeLedger;
 class NotificationCenter;
 
 // One catalogue row.
@@ -58,15 +59,6 @@ MenuBarActivationKind activationKind(platform::ActivationPolicy policy);
 
 class StatusItemManager {
  public:
-  static constexpr std::string_view categoriesKey = "com.ostrand.tarvolo.categories";
-  static constexpr std::string_view pinsKey = "com.ostrand.tarvolo.pins";
-  static constexpr std::string_view knownBundleIDsKey = "com.ostrand.tarvolo.known_bundle_ids";
-  static constexpr std::string_view firstLaunchDateKey = "tarvolo_first_launch_date";
-  static constexpr std::string_view noticedBundleIDsKey = "com.ostrand.tarvolo.noticed_bundle_ids";
-  // Whether newly started apps get their notice (a Boolean, on when absent).
-  static constexpr std::string_view newAppNoticesKey = "com.ostrand.tarvolo.new_app_notices";
-  // The category of an application the user has not placed: it folds with the hidden zone.
-  static constexpr ItemCategory defaultCategory = ItemCategory::hidden;
   // After a launch or quit, the catalogue is rebuilt once the burst has settled.
   static constexpr double membershipRescanDelay = 0.5;
   // After the separators change length, icons are read again once the frames have settled.
@@ -74,12 +66,6 @@ class StatusItemManager {
   // From this major version the window list attributes every icon to the system; icons are then
   // tied to their applications through Accessibility, read on a background queue.
   static constexpr int accessibilityAttributionFromOSMajor = 26;
-  // Applications still launching are read again this long after a reading that skipped them.
-  static constexpr double launchingRereadDelay = 1.0;
-  // Some applications never say they have finished launching: this long after their start they
-  // are read all the same.
-  static constexpr double launchingSkipLimit = 10.0;
-  static constexpr std::string_view accessibilityQueueLabel = "com.ostrand.tarvolo.catalog-accessibility";
 
   struct Dependencies {
     platform::Platform& platform;
@@ -87,6 +73,10 @@ class StatusItemManager {
     NotificationCenter& defaultCenter;
     NotificationCenter& workspaceCenter;
     MenuBarPlacementLedger& ledger;
+    // Each row's category and pin; a change rebuilds the rows.
+    CategoryStore& categories;
+    // What a scan finds for the first time is news for the new-app notices.
+    NewAppNoticeLedger& notices;
     // Whether icons can be tied to their apps through Accessibility; a grant fills the catalogue.
     AccessibilityPermission& accessibilityPermission;
   };
@@ -107,8 +97,6 @@ class StatusItemManager {
   Published<std::set<std::string>> accessibleMenuBarBundleIDs;
   Published<bool> accessibleMenuBarCatalogReady{false};
   Published<std::set<std::string>> attributedBundleIDs;
-  // Newly found applications, lower-cased, oldest first, waiting for their notice.
-  Published<std::vector<std::string>> pendingNewAppBundleIds;
 
   // Zones are computed against the own items, which exist only after the catalogue: the owner
   // of the items hands their anchors in once it has made them.
@@ -132,25 +120,6 @@ class StatusItemManager {
   void invalidateAccessibleMenuBarCatalog();
   void updateAccessibleMenuBarCatalog(const std::vector<std::string>& bundleIDs);
 
-  // --- categories and pins
-  // The saved categories as loaded (always-visible only where it was confirmed) and assigned.
-  const std::map<std::string, std::string>& menuBarAssignments() const { return saved_; }
-  std::optional<ItemCategory> savedCategory(std::string_view bundleID) const;
-  ItemCategory category(std::string_view bundleID) const;
-  void setCategory(std::string_view bundleID, ItemCategory category);
-  // Back to the default tier.
-  void removeCategory(std::string_view bundleID);
-  bool isPinned(std::string_view bundleID) const;
-  void setPinned(std::string_view bundleID, bool pinned);
-  const std::vector<std::string>& knownBundleIDs() const { return known_; }
-  bool isKnown(std::string_view bundleID) const;
-
-  // --- new-app notices
-  bool launchNoticeAlreadySeen(std::string_view bundleID) const;
-  void markLaunchNoticeSeen(std::string_view bundleID);
-  bool newAppNoticesEnabled() const;
-  void setNewAppNoticesEnabled(bool enabled);
-
   // --- placement
   std::optional<std::string> observedZone(std::string_view bundleID) const;
   bool isOutOfPlace(std::string_view bundleID) const;
@@ -165,15 +134,7 @@ class StatusItemManager {
   const MenuBarAppItem* item(std::string_view bundleID) const;
 
  private:
-  struct Candidate {
-    MenuBarAppItem item;
-    bool hasSavedTier = false;
-  };
-
-  void subscribe();
-  void loadStoredState();
-  void storeCategories();
-  void storePins();
+  void subscribe(NotificationCenter& workspace);
   void applicationLaunched(const std::optional<std::string>& bundleID);
   void applicationTerminated(const std::optional<std::string>& bundleID);
   std::optional<std::string> skipReason(const platform::RunningApplication& app, std::set<std::string>& seen) const;
@@ -181,47 +142,31 @@ class StatusItemManager {
   void decorate(MenuBarAppItem& item) const;
   // Rebuilds both sections from the last scan; posts the catalogue notification on a change.
   void publishCatalog();
-  void noteFoundBundleIDs(const std::vector<std::string>& found);
   std::vector<ForeignMenuBarWindow> attributionWindows() const;
-  // Starts a reading of every catalogued app's Accessibility items; a newer one supersedes it.
-  void readAccessibleIcons();
-  void accessibleIconsRead(std::uint64_t generation, std::vector<platform::WindowInfo> windows);
+  std::vector<AccessibleIconReader::Target> readingTargets() const;
+  void accessibleIconsRead();
   void attributeFromWindows();
   void observeZonesFromWindows();
   std::vector<const MenuBarAppItem*> allItems() const;
 
   platform::Platform& platform_;
   NotificationCenter& defaultCenter_;
-  NotificationCenter& workspaceCenter_;
   MenuBarPlacementLedger& ledger_;
+  CategoryStore& categories_;
+  NewAppNoticeLedger& notices_;
   AccessibilityPermission& accessibilityPermission_;
   AnchorSource anchors_;
   double expandedSeparatorLength_ = 0;
   MainThreadChecker mainThread_;
 
-  std::map<std::string, std::string> saved_;
-  std::set<std::string> pins_;
-  std::vector<std::string> known_;
-  bool knownStored_ = false;
-  std::vector<std::string> noticed_;
   // Every application the last scan accepted, in workspace order.
   std::vector<MenuBarAppItem> scanned_;
-
-  // The last Accessibility reading of other apps' icons, as window descriptions owned by each
-  // app's bundle identifier.
-  std::vector<platform::WindowInfo> accessibleIcons_;
-  std::uint64_t readGeneration_ = 0;
-  // The newest generation, for the queue to skip readings already superseded.
-  std::shared_ptr<std::atomic<std::uint64_t>> latestRead_ = std::make_shared<std::atomic<std::uint64_t>>(0);
+  AccessibleIconReader iconReader_;
   // A reading was asked for zones too, not only for attribution.
   bool zonesWanted_ = false;
-  // Apps the last reading left out because they were still launching.
-  std::vector<std::string> launchingSkipped_;
-  std::shared_ptr<platform::SerialQueue> accessibilityQueue_;
 
   WorkItem membershipRescanWork_;
   WorkItem zoneRefreshWork_;
-  WorkItem launchingRereadWork_;
   Cancellables cancellables_;
   WeakHandleFactory<StatusItemManager> weakFactory_{this};
 };

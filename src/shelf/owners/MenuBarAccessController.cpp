@@ -38,7 +38,10 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
       defaultCenter_(dependencies.defaultCenter),
       systemSymbol_(std::move(dependencies.systemSymbol)),
       model_(std::make_unique<MenuBarAccessModel>(MenuBarAccessModel::Dependencies{
-          .platform = dependencies.platform, .catalog = dependencies.catalog, .permission = dependencies.permission})),
+          .platform = dependencies.platform,
+          .catalog = dependencies.catalog,
+          .categories = dependencies.categories,
+          .permission = dependencies.permission})),
       panelUpdateWork_(dependencies.platform.mainQueue()),
       revealWork_(dependencies.platform.mainQueue()) {
   auto weak = weakFactory_.handle();

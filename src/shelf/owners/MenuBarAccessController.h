@@ -23,6 +23,7 @@
 
 namespace tarvolo {
 
+class CategoryStore;
 class LocalizationManager;
 class StatusBarController;
 class StatusItemManager;
@@ -35,6 +36,7 @@ class MenuBarAccessController final : public IconShelfPresenter {
   struct Dependencies {
     platform::Platform& platform;
     StatusItemManager& catalog;
+    const CategoryStore& categories;
     StatusBarController& bar;
     LocalizationManager& localization;
     NotificationCenter& defaultCenter;

@@ -153,22 +153,23 @@ void resolveStep(const ActionRunPtr& run, int attempt) {
 MenuBarAccessModel::MenuBarAccessModel(Dependencies dependencies)
     : platform_(dependencies.platform),
       catalog_(dependencies.catalog),
+      categories_(dependencies.categories),
       permission_(dependencies.permission),
       scanQueue_(platform_.makeSerialQueue("com.ostrand.tarvolo.shelf-scan")),
       actionQueue_(platform_.makeSerialQueue("com.ostrand.tarvolo.shelf-action")) {
   auto stored = platform_.defaults().getString(std::string(selectedTierKey));
   selectedTier = stored ? menuBarAccessTier(*stored).value_or(MenuBarAccessTier::all) : MenuBarAccessTier::all;
   trusted = permission_.isTrusted.get();
-  trustSubscription_ = permission_.isTrusted.subscribe([weak = weakFactory_.handle()](const bool& isTrusted) {
+  subscriptions_.push_back(permission_.isTrusted.subscribe([weak = weakFactory_.handle()](const bool& isTrusted) {
     if (auto* self = weak.get()) self->trusted = isTrusted;
-  });
-  itemsSubscription_ = items.subscribe([weak = weakFactory_.handle()](const std::vector<AccessibleStatusItem>& rows) {
+  }));
+  subscriptions_.push_back(items.subscribe([weak = weakFactory_.handle()](const std::vector<AccessibleStatusItem>& rows) {
     auto* self = weak.get();
     if (!self) return;
     self->searchKeys_.clear();
     self->searchKeys_.reserve(rows.size());
     for (const auto& row : rows) self->searchKeys_.push_back(DrawerSearch::searchKey(row.ownerName, row.ownerBundleID));
-  });
+  }));
 }
 
 MenuBarAccessModel::~MenuBarAccessModel() { cancel(); }
@@ -376,7 +377,7 @@ void MenuBarAccessModel::cancel() {
 }
 
 std::optional<std::string> MenuBarAccessModel::savedTier(std::string_view bundleID) const {
-  return MenuBarVisibilityPolicy::lookupRaw(bundleID, catalog_.menuBarAssignments());
+  return MenuBarVisibilityPolicy::lookupRaw(bundleID, categories_.menuBarAssignments());
 }
 
 std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {

@@ -19,6 +19,7 @@
 #include "base/Published.h"
 #include "base/WeakHandle.h"
 #include "base/Subscription.h"
+#include "discovery/owners/CategoryStore.h"
 #include "discovery/owners/StatusItemManager.h"
 #include "permissions/AccessibilityPermission.h"
 #include "platform/Platform.h"
@@ -50,6 +51,8 @@ class MenuBarAccessModel {
   struct Dependencies {
     platform::Platform& platform;
     StatusItemManager& catalog;
+    // The saved zones the tier filter reads.
+    const CategoryStore& categories;
     AccessibilityPermission& permission;
   };
   explicit MenuBarAccessModel(Dependencies dependencies);
@@ -127,11 +130,11 @@ class MenuBarAccessModel {
 
   platform::Platform& platform_;
   StatusItemManager& catalog_;
+  const CategoryStore& categories_;
   AccessibilityPermission& permission_;
-  Subscription trustSubscription_;
   // `items` in comparison form, rebuilt whenever the rows change, so typing only compares.
   std::vector<DrawerSearch::SearchKey> searchKeys_;
-  Subscription itemsSubscription_;
+  Cancellables subscriptions_;
   MainThreadChecker mainThread_;
   std::shared_ptr<platform::SerialQueue> scanQueue_;
   std::shared_ptr<platform::SerialQueue> actionQueue_;

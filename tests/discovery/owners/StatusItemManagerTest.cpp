@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "app/AppEnvironment.h"
+#include "discovery/owners/CategoryStore.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
+#include "discovery/owners/NewAppNoticeLedger.h"
 #include "discovery/owners/StatusItemManager.h"
 #include "platform/sim/SimAccessibility.h"
 #include "support/SimFixture.h"
@@ -17,9 +19,9 @@ using platform::ActivationPolicy;
 constexpr const char* kVisibleIcon = "com.example.icon1";
 constexpr const char* kHiddenIcon = "com.example.icon3";
 constexpr const char* kAlwaysHiddenIcon = "com.example.icon5";
-const std::string kCategories(StatusItemManager::categoriesKey);
-const std::string kPins(StatusItemManager::pinsKey);
-const std::string kKnown(StatusItemManager::knownBundleIDsKey);
+const std::string kCategories(CategoryStore::categoriesKey);
+const std::string kPins(CategoryStore::pinsKey);
+const std::string kKnown(NewAppNoticeLedger::knownBundleIDsKey);
 const std::string kSeated(MenuBarPlacementLedger::seatedKey);
 
 sim::SimAppSpec app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
@@ -43,6 +45,8 @@ class CatalogTest : public SimAppTest {
  protected:
   AppEnvironment& env() { return *session().delegate()->environment(); }
   StatusItemManager& catalog() { return env().statusItemManager(); }
+  CategoryStore& categories() { return env().categoryStore(); }
+  NewAppNoticeLedger& notices() { return env().newAppNotices(); }
   MenuBarPlacementLedger& ledger() { return env().placementLedger(); }
   const MenuBarAppItem& row(const std::string& bundle) {
     const MenuBarAppItem* found = catalog().item(bundle);
@@ -105,7 +109,7 @@ TEST_F(CatalogTest, ScanOffersOnlyTopLevelApplicationsThatMayOwnAnIcon) {
   EXPECT_EQ(row("com.example.login").iconPath, "/Applications/Host.app");
   EXPECT_EQ(row("com.example.paint").category, ItemCategory::alwaysHidden);
   EXPECT_TRUE(row("com.example.paint").hasSavedTier);
-  EXPECT_EQ(row("com.example.chat").category, StatusItemManager::defaultCategory);
+  EXPECT_EQ(row("com.example.chat").category, CategoryStore::defaultCategory);
   EXPECT_FALSE(row("com.example.chat").hasSavedTier);
 }
 
@@ -118,7 +122,7 @@ TEST_F(CatalogTest, HelpersInheritTheirParentsSavedCategory) {
   desktop().defaults().set(kCategories, DefaultsValue::fromStringMap({{"com.example.notes", "always_hidden"}}));
   launch();
   EXPECT_EQ(row("com.example.Notes.login").category, ItemCategory::alwaysHidden);
-  EXPECT_EQ(catalog().savedCategory("COM.EXAMPLE.NOTES"), ItemCategory::alwaysHidden);
+  EXPECT_EQ(categories().savedCategory("COM.EXAMPLE.NOTES"), ItemCategory::alwaysHidden);
 }
 
 // --- categories, pins and what survives a restart ----------------------------------------------------
@@ -126,12 +130,12 @@ TEST_F(CatalogTest, HelpersInheritTheirParentsSavedCategory) {
 TEST_F(CatalogTest, CategoriesPinsAndConfirmationsSurviveARestart) {
   boot();
   launch();
-  catalog().setCategory(kHiddenIcon, ItemCategory::alwaysHidden);
-  catalog().setCategory(kVisibleIcon, ItemCategory::alwaysVisible);
+  categories().setCategory(kHiddenIcon, ItemCategory::alwaysHidden);
+  categories().setCategory(kVisibleIcon, ItemCategory::alwaysVisible);
   ledger().confirm(kVisibleIcon, ItemCategory::alwaysVisible);
   // Always-visible without a confirmation is only an intention: it does not survive a load.
-  catalog().setCategory("com.example.icon2", ItemCategory::alwaysVisible);
-  catalog().setPinned("com.example.Icon0", true);
+  categories().setCategory("com.example.icon2", ItemCategory::alwaysVisible);
+  categories().setPinned("com.example.Icon0", true);
   run(1);
 
   session().relaunch();
@@ -163,7 +167,7 @@ TEST_F(CatalogTest, ACorruptStoredValueIsIgnoredWithoutDestroyingTheOthers) {
   EXPECT_EQ(ledger().confirmedCategory(kVisibleIcon), "always_visible");
   EXPECT_EQ(defaults.object(kCategories), DefaultsValue(42));
   // An unreadable known list counts as a first run: nothing running now is news.
-  EXPECT_TRUE(catalog().pendingNewAppBundleIds.get().empty());
+  EXPECT_TRUE(notices().pendingNewAppBundleIds.get().empty());
   EXPECT_EQ(defaults.getStringArray(kKnown)->size(), 7u);
 
   // Single unreadable entries are dropped, readable ones kept.
@@ -176,22 +180,23 @@ TEST_F(CatalogTest, ACorruptStoredValueIsIgnoredWithoutDestroyingTheOthers) {
   EXPECT_FALSE(row(kAlwaysHiddenIcon).hasSavedTier);
 }
 
-TEST_F(CatalogTest, AssignmentsNotifyOncePerRealChange) {
+TEST_F(CatalogTest, TheRowsFollowEveryChangeOfCategoryOrPin) {
   boot();
   launch();
   run(1);
   countNotifications();
-  catalog().setCategory(kHiddenIcon, ItemCategory::alwaysHidden);
-  catalog().setCategory("COM.example.icon3", ItemCategory::alwaysHidden);  // same app, same tier
-  EXPECT_EQ(categoryPosts, 1);
-  EXPECT_EQ(catalog().menuBarAssignments(), (std::map<std::string, std::string>{{kHiddenIcon, "always_hidden"}}));
-  catalog().setCategory("COM.example.icon3", ItemCategory::hidden);
+  categories().setCategory(kHiddenIcon, ItemCategory::alwaysHidden);
+  EXPECT_EQ(row(kHiddenIcon).category, ItemCategory::alwaysHidden);
+  EXPECT_TRUE(row(kHiddenIcon).hasSavedTier);
+  EXPECT_EQ(catalogPosts, 1);
+  categories().setPinned(kHiddenIcon, true);
+  EXPECT_TRUE(row(kHiddenIcon).isPinned);
+  EXPECT_EQ(catalogPosts, 2);
+  categories().removeCategory(kHiddenIcon);
+  EXPECT_FALSE(row(kHiddenIcon).hasSavedTier);
+  EXPECT_EQ(row(kHiddenIcon).category, CategoryStore::defaultCategory);
+  EXPECT_EQ(catalogPosts, 3);
   EXPECT_EQ(categoryPosts, 2);
-  // Re-saved under the first spelling, not a second entry.
-  EXPECT_EQ(catalog().menuBarAssignments(), (std::map<std::string, std::string>{{kHiddenIcon, "hidden"}}));
-  catalog().removeCategory(kHiddenIcon);
-  catalog().removeCategory(kHiddenIcon);
-  EXPECT_EQ(categoryPosts, 3);
 
   catalogPosts = 0;
   catalog().scanRunningApplications();
@@ -254,7 +259,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   // The default tier folds: an uncategorised icon in the visible zone shows although it should hide.
   EXPECT_TRUE(catalog().isOutOfPlace(kVisibleIcon));
   EXPECT_FALSE(catalog().isOutOfPlace(kHiddenIcon));
-  catalog().setCategory(kAlwaysHiddenIcon, ItemCategory::alwaysVisible);
+  categories().setCategory(kAlwaysHiddenIcon, ItemCategory::alwaysVisible);
   EXPECT_TRUE(catalog().isOutOfPlace(kAlwaysHiddenIcon));
 
   controller().collapseBar(CollapseReason::explicitToggle);
@@ -387,7 +392,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
   EXPECT_TRUE(catalog().attributedBundleIDs.get().contains("com.example.slow"));
 
   // Past the limit the one that never finished is read too, and its time-out is waited out.
-  run(StatusItemManager::launchingSkipLimit);
+  run(AccessibleIconReader::launchingSkipLimit);
   ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 40));
   run(0.1);
   const auto before = catalog().observedZones.get();
@@ -415,10 +420,10 @@ TEST_F(CatalogTest, AppLaunchedQuitAndRelaunchedIsFlaggedOnceAndTheCatalogueFoll
   desktop().launchApp("com.example.late");
   run(1);
   ASSERT_NE(catalog().item("com.example.late"), nullptr);
-  EXPECT_EQ(catalog().pendingNewAppBundleIds.get(), std::vector<std::string>{"com.example.late"});
+  EXPECT_EQ(notices().pendingNewAppBundleIds.get(), std::vector<std::string>{"com.example.late"});
   expandAndSettle();
   EXPECT_EQ(catalog().observedZone("com.example.late"), "always_visible");
-  catalog().setCategory("com.example.late", ItemCategory::alwaysVisible);
+  categories().setCategory("com.example.late", ItemCategory::alwaysVisible);
   ledger().confirm("com.example.late", ItemCategory::alwaysVisible);
   EXPECT_FALSE(catalog().isOutOfPlace("com.example.late"));
 
@@ -437,15 +442,15 @@ TEST_F(CatalogTest, AppLaunchedQuitAndRelaunchedIsFlaggedOnceAndTheCatalogueFoll
   EXPECT_EQ(catalog().observedZone("com.example.late"), "always_visible");
   EXPECT_TRUE(catalog().isOutOfPlace("com.example.late"));
   // Its one notice is settled, so it no longer waits for one.
-  EXPECT_TRUE(catalog().launchNoticeAlreadySeen("com.example.late"));
-  EXPECT_TRUE(catalog().pendingNewAppBundleIds.get().empty());
+  EXPECT_TRUE(notices().launchNoticeAlreadySeen("com.example.late"));
+  EXPECT_TRUE(notices().pendingNewAppBundleIds.get().empty());
 
   // The flag outlives a restart of the app itself; the unconfirmed always-visible tier does not.
   session().relaunch();
   run(1);
   EXPECT_EQ(ledger().attentionBundleIDs(), std::vector<std::string>{"com.example.late"});
   EXPECT_FALSE(row("com.example.late").hasSavedTier);
-  EXPECT_TRUE(catalog().pendingNewAppBundleIds.get().empty());
+  EXPECT_TRUE(notices().pendingNewAppBundleIds.get().empty());
 }
 
 }  // namespace
