@@ -25,9 +25,6 @@ constexpr std::string_view kSystemPrefix = "com.apple.";
 constexpr std::array<std::string_view, 13> kSkippedIdentifierFragments = {
     "updater",  "autoupdate", "service",      "daemon", "sparkle", "xplayer",        "appex",
     "renderer", "qqexdoc",    "tencent.flue", "weapp",  "helper",  "betterandbetter"};
-// Embedded helpers, extensions and services, compared lower-cased.
-constexpr std::array<std::string_view, 4> kEmbeddedBundleFolders = {"/xpcservices/", "/plugins/", "/frameworks/",
-                                                                    "/contents/helpers/"};
 
 bool containsAny(std::string_view text, std::span<const std::string_view> fragments) {
   return std::any_of(fragments.begin(), fragments.end(),
@@ -158,7 +155,7 @@ std::optional<std::string> StatusItemManager::skipReason(const platform::Running
   if (id == own || std::find(kOwnBundleIDs.begin(), kOwnBundleIDs.end(), id) != kOwnBundleIDs.end()) return "own";
   if (id.starts_with(kSystemPrefix)) return "system";
   if (containsAny(id, kSkippedIdentifierFragments)) return "identifier";
-  if (app.bundlePath && containsAny(text::lowercased(*app.bundlePath), kEmbeddedBundleFolders)) return "embedded";
+  if (app.bundlePath && MenuBarCatalogPolicy::isInEmbeddedFolder(text::lowercased(*app.bundlePath))) return "embedded";
   if (app.activationPolicy == platform::ActivationPolicy::prohibited) return "background";
   return std::nullopt;
 }
