@@ -34,6 +34,7 @@ NewAppLaunchCenter::~NewAppLaunchCenter() {
 }
 
 void NewAppLaunchCenter::noteLaunch(const platform::RunningApplication& app) {
+  mainThread_.check();
   if (!app.bundleIdentifier) return;
   const std::string id = text::lowercased(*app.bundleIdentifier);
   if (id.empty()) return;
@@ -70,6 +71,7 @@ void NewAppLaunchCenter::schedule(const std::string& bundleID, double delay,
 void NewAppLaunchCenter::cancelWork(const std::string& bundleID) { pendingWork_.erase(bundleID); }
 
 void NewAppLaunchCenter::noteGapChange() {
+  mainThread_.check();
   const double now = platform_.clock().now();
   for (auto& [id, watch] : watches_) {
     if (watch.gapChanged) continue;
@@ -107,6 +109,7 @@ void NewAppLaunchCenter::recheckRegular(const std::string& bundleID) {
 }
 
 void NewAppLaunchCenter::offer(const std::string& bundleID) {
+  mainThread_.check();
   cancelWork(bundleID);
   // An icon the user can already see needs no word.
   if (catalog_.iconInZone(bundleID, PlacementZone::alwaysVisible) == true) {
@@ -151,6 +154,7 @@ void NewAppLaunchCenter::panelTimedOut() {
 }
 
 void NewAppLaunchCenter::arrangeClicked() {
+  mainThread_.check();
   if (!queue_.showing) return;
   const std::string bundleID = *queue_.showing;
   MenuBarLog::log(LogLine("newApp arrange").add("bundle", bundleID));
@@ -161,6 +165,7 @@ void NewAppLaunchCenter::arrangeClicked() {
 }
 
 void NewAppLaunchCenter::ignoreClicked() {
+  mainThread_.check();
   if (!queue_.showing) return;
   MenuBarLog::log(LogLine("newApp ignore").add("bundle", *queue_.showing));
   closePanel();
@@ -168,6 +173,7 @@ void NewAppLaunchCenter::ignoreClicked() {
 }
 
 void NewAppLaunchCenter::noteGuideEnded() {
+  mainThread_.check();
   if (!holdingForArrange_) return;
   holdingForArrange_ = false;
   presentNext();

@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 
+#include "base/MainThreadChecker.h"
 #include "base/NotificationCenter.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
@@ -94,6 +95,7 @@ class NewAppLaunchCenter {
   WorkItem arrangeWork_;
   WorkItem dismissWork_;
   bool holdingForArrange_ = false;
+  MainThreadChecker mainThread_;
   Cancellables cancellables_;
   WeakHandleFactory<NewAppLaunchCenter> weakFactory_{this};
 };

@@ -38,6 +38,7 @@ VisibilityAssertionSession& NativeVisibilityEngine::session() {
 
 void NativeVisibilityEngine::collapse(const std::vector<std::string>& allowedBundleIds,
                                       std::function<void(bool)> completion) {
+  mainThread_.check();
   if (!isAvailable()) {
     if (completion) completion(false);
     return;
@@ -59,11 +60,13 @@ void NativeVisibilityEngine::collapse(const std::vector<std::string>& allowedBun
 }
 
 void NativeVisibilityEngine::expand() {
+  mainThread_.check();
   effectCheck_.cancel();
   if (session_) session_->expand();
 }
 
 void NativeVisibilityEngine::activationFinished(bool success) {
+  mainThread_.check();
   if (!success || !session_ || !session_->isActive()) return;
   effectCheck_.schedule(effectCheckDelay, bindWeak(weakFactory_.handle(), &NativeVisibilityEngine::checkEffect,
                                                    session_->requestState().generation()));
@@ -72,6 +75,7 @@ void NativeVisibilityEngine::activationFinished(bool success) {
 // A success reply does not prove an effect: read the bar, and treat a list the system ignores
 // like a failed activation.
 void NativeVisibilityEngine::checkEffect(NativeVisibilityRequestState::Generation generation) {
+  mainThread_.check();
   if (!session_ || !session_->isActive() || session_->requestState().generation() != generation) return;
   auto outsiders = visibleOutsiders();
   if (!outsiders || outsiders->empty()) return;
@@ -101,6 +105,7 @@ std::optional<std::vector<std::string>> NativeVisibilityEngine::visibleOutsiders
 }
 
 void NativeVisibilityEngine::sessionFailed() {
+  mainThread_.check();
   effectCheck_.cancel();
   MenuBarLog::log(LogLine("native activation failed or timed out; restrictions released"));
   failedForSession = true;

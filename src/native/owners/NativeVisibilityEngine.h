@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/MainThreadChecker.h"
 #include "base/Published.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
@@ -61,6 +62,7 @@ class NativeVisibilityEngine {
   platform::Platform& platform_;
   NotificationCenter& defaultCenter_;
   bool frameworkLoaded_ = false;
+  MainThreadChecker mainThread_;
   std::unique_ptr<VisibilityAssertionSession> session_;
   WorkItem effectCheck_;
   WeakHandleFactory<NativeVisibilityEngine> weakFactory_{this};

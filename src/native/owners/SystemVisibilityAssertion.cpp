@@ -28,6 +28,7 @@ SystemVisibilityAssertion::SystemVisibilityAssertion(std::unique_ptr<platform::A
 SystemVisibilityAssertion::~SystemVisibilityAssertion() { invalidate(); }
 
 void SystemVisibilityAssertion::activate(std::function<void(bool)> completion) {
+  mainThread_.check();
   assertion_->activate(
       [weak = weakFactory_.handle(), completion = std::move(completion)](std::optional<std::string> error) {
         auto* self = weak.get();
@@ -39,6 +40,7 @@ void SystemVisibilityAssertion::activate(std::function<void(bool)> completion) {
 
 void SystemVisibilityAssertion::activated(const std::function<void(bool)>& completion,
                                           const std::optional<std::string>& error) {
+  mainThread_.check();
   MenuBarLog::log(LogLine("native activation completed").add("success", !error.has_value()));
   if (error) MenuBarLog::log(LogLine("native activation error").add("message", *error));
   if (invalidated_) return;

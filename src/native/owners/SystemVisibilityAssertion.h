@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "platform/AssessmentMode.h"
 
@@ -36,6 +37,7 @@ class SystemVisibilityAssertion {
 
   std::unique_ptr<platform::AssessmentModeAssertion> assertion_;
   bool invalidated_ = false;
+  MainThreadChecker mainThread_;
   WeakHandleFactory<SystemVisibilityAssertion> weakFactory_{this};
 };
 

@@ -12,6 +12,7 @@ VisibilityAssertionSession::~VisibilityAssertionSession() { retire(detach()); }
 
 void VisibilityAssertionSession::collapse(std::vector<std::string> allowedBundleIDs,
                                           std::function<void(bool)> completion) {
+  mainThread_.check();
   auto generation = state_.request(std::move(allowedBundleIDs));
   if (!generation) {
     // The same list: it holds already, or its activation is still on its way (a list is only
@@ -52,6 +53,7 @@ void VisibilityAssertionSession::collapse(std::vector<std::string> allowedBundle
 
 void VisibilityAssertionSession::activationAnswered(NativeVisibilityRequestState::Generation generation,
                                                     bool success) {
+  mainThread_.check();
   if (!state_.accepts(generation, assertion_ != nullptr)) return;
   timeout_.cancel();
   if (!success) {
@@ -63,6 +65,7 @@ void VisibilityAssertionSession::activationAnswered(NativeVisibilityRequestState
 }
 
 void VisibilityAssertionSession::expand() {
+  mainThread_.check();
   timeout_.cancel();
   retire(detach());
   state_.expand();
@@ -71,6 +74,7 @@ void VisibilityAssertionSession::expand() {
 }
 
 void VisibilityAssertionSession::fail(NativeVisibilityRequestState::Generation generation) {
+  mainThread_.check();
   if (!request_ || generation != state_.generation()) return;
   timeout_.cancel();
   state_.expand();

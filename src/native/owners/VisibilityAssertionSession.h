@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/MainThreadChecker.h"
 #include "base/MainQueue.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
@@ -58,6 +59,7 @@ class VisibilityAssertionSession {
   std::optional<Request> request_;
   std::unique_ptr<SystemVisibilityAssertion> assertion_;
   bool active_ = false;
+  MainThreadChecker mainThread_;
   std::vector<std::function<void(bool)>> waiters_;
   WorkItem timeout_;
   WeakHandleFactory<VisibilityAssertionSession> weakFactory_{this};
