@@ -94,7 +94,7 @@ bool HotkeyManager::registerCarbonHotKeys() {
       hotKeyIDToggleDeep, platform::KeyChord{chord.keyCode, {modifierMask(chord)}},
       bindWeak(weakFactory_.handle(), &HotkeyManager::hotKeyFired));
   if (failure && failure->stage == platform::HotkeyFailureStage::handlerInstallation) {
-    MenuBarLog::log(LogLine("Tarvolo: InstallEventHandler failed with OSStatus=" + std::to_string(failure->status)));
+    MenuBarLog::log(LogLine("Tarvolo: InstallEventHandler failed with").add("OSStatus", failure->status));
   }
   hotKeyRegistered_ = !failure;
   recordConflict(failure);
@@ -122,7 +122,7 @@ void HotkeyManager::unregisterHotkeys() {
 
 void HotkeyManager::hotKeyFired(std::uint32_t id) {
   mainThread_.check();
-  Diag::log(LogLine("carbon hotkey fired, id=" + std::to_string(id)));
+  Diag::log(LogLine("carbon hotkey fired,").add("id", id));
   if (id == hotKeyIDToggleDeep) postToggle();
 }
 

@@ -380,7 +380,8 @@ void MenuBarAccessController::discoveryFinished(MenuBarDiscoverySession::Outcome
   std::sort(reached.begin(), reached.end());
   reached.erase(std::unique(reached.begin(), reached.end()), reached.end());
   catalog_.updateAccessibleMenuBarCatalog(reached);
-  MenuBarLog::log(LogLine("iconShelf discovery finished outcome=" + std::string(MenuBarDiscoverySession::rawValue(outcome)))
+  MenuBarLog::log(LogLine("iconShelf discovery finished")
+                      .add("outcome", MenuBarDiscoverySession::rawValue(outcome))
                       .add("total", reached.size()));
   expandedForDiscovery_ = false;
   bar_.collapseBar(CollapseReason::iconShelfDiscovery);

@@ -301,7 +301,7 @@ void MenuBarAccessModel::finishScan(unsigned long long generation, ScanResult re
       std::map<std::string, int> perOwner;
       for (const auto& item : next) ++perOwner[text::lowercased(item.ownerBundleID)];
       for (const auto& [owner, count] : perOwner) {
-        MenuBarLog::log(LogLine("iconShelf owner=" + owner).add("items", count));
+        MenuBarLog::log(LogLine("iconShelf").add("owner", owner).add("items", count));
       }
       break;
     }
