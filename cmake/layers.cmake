@@ -1,6 +1,6 @@
 # One library per folder of src/, each declaring the layers it may use:
 #
-#   base ← platform ← pure policies ← owners ← app
+#   base ← vocabulary, platform ← pure policies ← owners ← app
 #
 # A layer's headers are staged (as links) under build/layers/<target>/, and a target's include
 # path holds only its own staged headers and those of the layers it uses, so an include that
