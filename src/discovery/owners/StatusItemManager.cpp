@@ -69,6 +69,7 @@ StatusItemManager::StatusItemManager(Dependencies dependencies)
       categories_(dependencies.categories),
       notices_(dependencies.notices),
       accessibilityPermission_(dependencies.accessibilityPermission),
+      // A member, the reader never calls a catalogue that is gone.
       iconReader_(AccessibleIconReader::Dependencies{
           .platform = dependencies.platform,
           .targets = [this] { return readingTargets(); },
