@@ -1,8 +1,8 @@
 #include "harness/AppSteps.h"
 
 #include "app/AppEnvironment.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/CategoryStore.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
 #include "harness/Scenario.h"
 #include "harness/SimSession.h"
 #include "harness/StepContext.h"
@@ -65,12 +65,12 @@ std::string AssignCategory::describe() const {
 
 std::optional<std::string> AssignCategory::perform(StepContext& context) const {
   AppEnvironment& environment = *context.environment();
-  StatusItemManager& catalog = environment.statusItemManager();
+  CategoryStore& categories = environment.categoryStore();
   if (!category) {
-    catalog.removeCategory(bundleId);
+    categories.removeCategory(bundleId);
     return std::nullopt;
   }
-  catalog.setCategory(bundleId, *category);
+  categories.setCategory(bundleId, *category);
   if (confirm) environment.placementLedger().confirm(bundleId, *category);
   return std::nullopt;
 }

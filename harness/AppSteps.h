@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "harness/Step.h"
 #include "platform/sim/SimSpecs.h"
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "discovery/MenuBarCatalogPolicy.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "harness/WindowEntry.h"
 #include "platform/sim/SimDesktop.h"
 #include "visibility/CollapseLengthCache.h"

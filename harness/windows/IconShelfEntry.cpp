@@ -6,7 +6,7 @@
 #include "app/AppEnvironment.h"
 #include "harness/SimSession.h"
 #include "harness/WindowEntry.h"
-#include "shelf/access/MenuBarAccessController.h"
+#include "shelf/owners/MenuBarAccessController.h"
 
 namespace tarvolo::scenario {
 

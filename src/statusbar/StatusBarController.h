@@ -13,7 +13,7 @@
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"

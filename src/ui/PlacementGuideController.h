@@ -15,12 +15,13 @@
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "platform/windows/PlacementGuideWindow.h"
 
 namespace tarvolo {
 
+class CategoryStore;
 class LocalizationManager;
 class MenuBarPlacementLedger;
 class StatusBarController;
@@ -40,6 +41,7 @@ class PlacementGuideController {
     platform::Platform& platform;
     LocalizationManager& localization;
     StatusItemManager& catalog;
+    CategoryStore& categories;
     MenuBarPlacementLedger& ledger;
     StatusBarController& statusBar;
   };
@@ -103,6 +105,7 @@ class PlacementGuideController {
   platform::Platform& platform_;
   LocalizationManager& localization_;
   StatusItemManager& catalog_;
+  CategoryStore& categories_;
   MenuBarPlacementLedger& ledger_;
   StatusBarController& statusBar_;
 

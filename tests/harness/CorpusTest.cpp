@@ -8,7 +8,7 @@
 #include "harness/Corpus.h"
 #include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
-#include "native/engine/VisibilityAssertionSession.h"
+#include "native/owners/VisibilityAssertionSession.h"
 
 namespace tarvolo::scenario {
 namespace {

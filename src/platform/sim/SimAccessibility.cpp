@@ -132,7 +132,8 @@ bool SimAccessibility::answers(const Key& key) {
 
 const SimItemState* SimAccessibility::liveItem(const Key& key) const {
   const auto items = treeItems(key.pid);
-  auto found = std::find_if(items.begin(), items.end(), [&](const SimItemState* item) { return item->id == key.itemId; });
+  auto found =
+      std::find_if(items.begin(), items.end(), [&](const SimItemState* item) { return item->id == key.itemId; });
   return found == items.end() ? nullptr : *found;
 }
 

@@ -78,8 +78,8 @@ std::unique_ptr<platform::AssessmentModeAssertion> SimAssessmentMode::createAsse
 }
 
 int SimAssessmentMode::activations() const {
-  return static_cast<int>(
-      std::count_if(records_.begin(), records_.end(), [](const SimAssertionRecord& record) { return record.activated; }));
+  auto activated = [](const SimAssertionRecord& record) { return record.activated; };
+  return static_cast<int>(std::count_if(records_.begin(), records_.end(), activated));
 }
 
 // The newest effective, live assertion decides; the system honours one at a time.

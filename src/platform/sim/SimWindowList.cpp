@@ -80,7 +80,10 @@ void SimWindowList::appendSystemItemWindows(std::vector<platform::WindowInfo>& o
     Rect frame{right - width, barY, width, bar.menuBarHeight};
     right -= width;
     platform::WindowInfo window{
-        .ownerName = owner, .ownerPid = pid, .bounds = screens_.topLeftFrame(frame), .layer = SimWindowLayer::statusItem};
+        .ownerName = owner,
+        .ownerPid = pid,
+        .bounds = screens_.topLeftFrame(frame),
+        .layer = SimWindowLayer::statusItem};
     if (desktopSettings_.osMajor < kUniformOwnerFromOSMajor) window.title = title;
     out.push_back(std::move(window));
   };
