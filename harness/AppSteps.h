@@ -10,7 +10,7 @@
 
 #include "base/vocabulary/PlacementTypes.h"
 #include "harness/Step.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::scenario::step {
 

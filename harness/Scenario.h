@@ -12,7 +12,7 @@
 #include "base/DefaultsValue.h"
 #include "harness/ScenarioFields.h"
 #include "harness/Step.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::scenario {
 

@@ -16,7 +16,7 @@
 
 #include "platform/MenuBarAccessTier.h"
 #include "platform/Platform.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::scenario {
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "platform/AssessmentMode.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::sim {
 

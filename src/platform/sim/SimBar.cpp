@@ -60,16 +60,16 @@ int SimBar::createOwnItem(double length, const std::string& autosaveName) {
   return id;
 }
 
-void SimBar::spawn(int pid, const std::vector<SimItemSpec>& specs) {
-  for (const auto& spec : specs) {
+void SimBar::spawn(int pid, const std::vector<SimItemSpec>& items) {
+  for (const auto& itemSpec : items) {
     auto state = std::make_unique<SimItemState>();
     state->ownerPid = pid;
-    state->autosaveName = spec.autosaveName;
-    state->length = spec.width;
-    state->contentWidth = spec.width;
-    state->preferredPosition = spec.position;
-    state->title = spec.title;
-    state->description = spec.description;
+    state->autosaveName = itemSpec.autosaveName;
+    state->length = itemSpec.width;
+    state->contentWidth = itemSpec.width;
+    state->preferredPosition = itemSpec.position;
+    state->title = itemSpec.title;
+    state->description = itemSpec.description;
     addItem(std::move(state));
   }
   relayout();
@@ -174,8 +174,8 @@ void SimBar::storePosition(const SimItemState& item, double position) {
   auto bundle = processes_.bundleIdOfPid(item.ownerPid);
   SimAppSpec* app = bundle ? processes_.find(*bundle) : nullptr;
   if (!app) return;
-  for (auto& spec : app->items) {
-    if (spec.autosaveName == item.autosaveName) spec.position = position;
+  for (auto& itemSpec : app->items) {
+    if (itemSpec.autosaveName == item.autosaveName) itemSpec.position = position;
   }
 }
 

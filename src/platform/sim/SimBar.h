@@ -13,7 +13,7 @@
 
 #include "base/Geometry.h"
 #include "platform/Platform.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::sim {
 
@@ -78,7 +78,7 @@ class SimBar {
   // One of the app's own items, at its stored position unless the system disregards it.
   int createOwnItem(double length, const std::string& autosaveName);
   // Another process's items, as it creates them when it starts.
-  void spawn(int pid, const std::vector<SimItemSpec>& specs);
+  void spawn(int pid, const std::vector<SimItemSpec>& items);
   SimItemState* item(int id);
   const SimItemState* item(int id) const;
   void remove(int id, StoredPosition position);

@@ -3,7 +3,7 @@
 // A simulated macOS desktop: screens with an optional notch, the menu bar with the frontmost
 // application's menus, the system's own items and every process's status items, running
 // applications, events and the app's defaults domain, all on a virtual clock. Its behaviour
-// follows what real Macs do; every choice real Macs leave open is a setting (SimSpecs.h).
+// follows what real Macs do; every choice real Macs leave open is a setting (SimSetup.h).
 //
 // The desktop puts its parts together and plays what happens to the whole of it (an app
 // launches, the screens change, the app's own process starts and ends). Each part owns its own
@@ -30,7 +30,7 @@
 #include "platform/sim/SimScreens.h"
 #include "platform/sim/SimServices.h"
 #include "platform/sim/SimSinkSlot.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 #include "platform/sim/SimStatusBar.h"
 #include "platform/sim/SimUserInterface.h"
 #include "platform/sim/SimWaitLedger.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::sim {
 

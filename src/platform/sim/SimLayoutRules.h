@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "base/Geometry.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::sim {
 

@@ -7,7 +7,7 @@
 
 #include "base/Geometry.h"
 #include "platform/Platform.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::sim {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/Platform.h"
-#include "platform/sim/SimSpecs.h"
+#include "platform/sim/SimSetup.h"
 
 namespace tarvolo::sim {
 
