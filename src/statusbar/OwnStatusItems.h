@@ -8,7 +8,7 @@
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
-#include "visibility/engine/SeparatorItems.h"
+#include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
 

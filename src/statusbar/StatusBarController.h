@@ -25,8 +25,8 @@
 #include "statusbar/StartupCollapseCampaign.h"
 #include "visibility/CollapseReasons.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
-#include "visibility/engine/CollapseEngine.h"
-#include "visibility/engine/CollapseHost.h"
+#include "visibility/owners/CollapseEngine.h"
+#include "visibility/owners/CollapseHost.h"
 
 namespace tarvolo {
 

@@ -1,4 +1,4 @@
-#include "visibility/engine/CollapseLengthStore.h"
+#include "visibility/owners/CollapseLengthStore.h"
 
 #include <utility>
 

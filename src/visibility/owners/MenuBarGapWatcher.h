@@ -10,14 +10,14 @@
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarGapPolicy.h"
-#include "visibility/engine/CliffSearch.h"
-#include "visibility/engine/CollapseHost.h"
-#include "visibility/engine/CollapseLengthStore.h"
-#include "visibility/engine/CollapseScreens.h"
-#include "visibility/engine/CollapseVerifier.h"
-#include "visibility/engine/FoldTails.h"
-#include "visibility/engine/SeparatorItems.h"
-#include "visibility/engine/ShelfHiddenLength.h"
+#include "visibility/owners/CliffSearch.h"
+#include "visibility/owners/CollapseHost.h"
+#include "visibility/owners/CollapseLengthStore.h"
+#include "visibility/owners/CollapseScreens.h"
+#include "visibility/owners/CollapseVerifier.h"
+#include "visibility/owners/FoldTails.h"
+#include "visibility/owners/SeparatorItems.h"
+#include "visibility/owners/ShelfHiddenLength.h"
 
 namespace tarvolo {
 

@@ -1,4 +1,4 @@
-#include "visibility/engine/CollapseEngine.h"
+#include "visibility/owners/CollapseEngine.h"
 
 #include <algorithm>
 

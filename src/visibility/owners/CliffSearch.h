@@ -9,11 +9,11 @@
 #include "platform/Platform.h"
 #include "visibility/CollapseLengthSearch.h"
 #include "visibility/CollapseReasons.h"
-#include "visibility/engine/CollapseHost.h"
-#include "visibility/engine/CollapseLengthStore.h"
-#include "visibility/engine/CollapseScreens.h"
-#include "visibility/engine/FoldTails.h"
-#include "visibility/engine/SeparatorItems.h"
+#include "visibility/owners/CollapseHost.h"
+#include "visibility/owners/CollapseLengthStore.h"
+#include "visibility/owners/CollapseScreens.h"
+#include "visibility/owners/FoldTails.h"
+#include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
 

@@ -1,5 +1,5 @@
 #include "app/AppEnvironment.h"
-#include "visibility/engine/FoldPlaceholderController.h"
+#include "visibility/owners/FoldPlaceholderController.h"
 #include "harness/CollapseSettling.h"
 #include "support/SimFixture.h"
 #include "visibility/CollapseLengthCache.h"

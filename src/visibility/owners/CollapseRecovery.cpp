@@ -1,4 +1,4 @@
-#include "visibility/engine/CollapseRecovery.h"
+#include "visibility/owners/CollapseRecovery.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "visibility/engine/CollapseVerifier.h"
+#include "visibility/owners/CollapseVerifier.h"
 
 #include "base/Log.h"
 

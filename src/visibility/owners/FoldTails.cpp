@@ -1,4 +1,4 @@
-#include "visibility/engine/FoldTails.h"
+#include "visibility/owners/FoldTails.h"
 
 #include <algorithm>
 

@@ -8,7 +8,7 @@
 
 #include "platform/Platform.h"
 #include "visibility/CollapseLengthCache.h"
-#include "visibility/engine/CollapseScreens.h"
+#include "visibility/owners/CollapseScreens.h"
 
 namespace tarvolo {
 

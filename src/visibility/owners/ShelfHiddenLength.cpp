@@ -1,4 +1,4 @@
-#include "visibility/engine/ShelfHiddenLength.h"
+#include "visibility/owners/ShelfHiddenLength.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "visibility/engine/CliffSearch.h"
+#include "visibility/owners/CliffSearch.h"
 
 #include <algorithm>
 #include <utility>

@@ -6,7 +6,7 @@
 
 #include "platform/Platform.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
-#include "visibility/engine/SeparatorItems.h"
+#include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
 

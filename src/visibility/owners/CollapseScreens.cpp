@@ -1,4 +1,4 @@
-#include "visibility/engine/CollapseScreens.h"
+#include "visibility/owners/CollapseScreens.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "visibility/engine/MenuBarGapWatcher.h"
+#include "visibility/owners/MenuBarGapWatcher.h"
 
 #include <algorithm>
 #include <cmath>

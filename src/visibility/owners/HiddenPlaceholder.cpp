@@ -1,4 +1,4 @@
-#include "visibility/engine/HiddenPlaceholder.h"
+#include "visibility/owners/HiddenPlaceholder.h"
 
 #include "base/Log.h"
 

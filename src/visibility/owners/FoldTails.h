@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "platform/Platform.h"
-#include "visibility/engine/CollapseHost.h"
-#include "visibility/engine/CollapseLengthStore.h"
-#include "visibility/engine/CollapseScreens.h"
-#include "visibility/engine/FoldPlaceholderController.h"
-#include "visibility/engine/SeparatorItems.h"
+#include "visibility/owners/CollapseHost.h"
+#include "visibility/owners/CollapseLengthStore.h"
+#include "visibility/owners/CollapseScreens.h"
+#include "visibility/owners/FoldPlaceholderController.h"
+#include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
 

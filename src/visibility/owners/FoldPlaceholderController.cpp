@@ -1,4 +1,4 @@
-#include "visibility/engine/FoldPlaceholderController.h"
+#include "visibility/owners/FoldPlaceholderController.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,8 +5,8 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
-#include "visibility/engine/CollapseHost.h"
-#include "visibility/engine/SeparatorItems.h"
+#include "visibility/owners/CollapseHost.h"
+#include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
 
