@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "base/Log.h"
+#include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {
 

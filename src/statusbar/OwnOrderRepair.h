@@ -7,7 +7,7 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
-#include "visibility/MenuBarVisibilityPolicy.h"
+#include "statusbar/OrderRepairPolicy.h"
 
 namespace tarvolo {
 

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "localization/LocalizationManager.h"
+#include "statusbar/OrderRepairPolicy.h"
 #include "visibility/CollapseVerdicts.h"
 
 namespace tarvolo {

@@ -301,13 +301,13 @@ void StatusBarController::collapseBar(CollapseReason reason) {
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
     stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
     if (reason == CollapseReason::startup) campaign_.noteWithheld(StayExpandedReason::order);
-    if (Policy::collapseAttemptReopensRepair(reasonText)) orderRepair_.considerRepairForUserCollapse();
+    if (Policy::collapseAttemptReopensRepair(reason)) orderRepair_.considerRepairForUserCollapse();
     return;
   }
   // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
   engine_.shelf().noteShelfCapBeforeCollapse();
   // Guard 4: a collapse the user asked for may show its notices again.
-  if (Policy::collapseResetsMenusNotice(reasonText)) engine_.recovery().resetCollapseNotices();
+  if (Policy::collapseResetsMenusNotice(reason)) engine_.recovery().resetCollapseNotices();
   engine_.verifier().cancelCollapseRebaseline();
   auto frontmost = frontmostBundleID();
   double length = collapseLength(frontmost);
@@ -569,7 +569,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
       .hiddenDividerDistance = engine_.shelf().dividerDistance(),
   });
   if (hidingEngine == MenuBarHidingEngine::nativeAllowList) {
-    hiding_.apply(plan, Policy::usesPhysicalDividers(true, manualPlacement_, false), std::move(completion));
+    hiding_.apply(plan, Policy::usesPhysicalDividers(Policy::NativeEngine::available, placementMode(), Policy::PlacementHighlight::hidden), std::move(completion));
     lastAppliedNormal_ = items_.separatorLength();
     lastAppliedHidden_ = items_.alwaysHiddenSeparatorLength();
     return publishFoldingEffective();

@@ -24,6 +24,7 @@
 #include "statusbar/OwnStatusItems.h"
 #include "statusbar/StartupCollapseCampaign.h"
 #include "visibility/CollapseReasons.h"
+#include "statusbar/ClickPolicy.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/owners/CollapseEngine.h"
 #include "visibility/owners/CollapseHost.h"
@@ -254,6 +255,10 @@ class StatusBarController final : private CollapseHost,
     return windowHooks_.pointerOverGuide && windowHooks_.pointerOverGuide(pointer);
   }
   bool menuTracking() const override { return menuTrackingCount_ > 0; }
+  MenuBarVisibilityPolicy::PlacementMode placementMode() const {
+    return manualPlacement_ ? MenuBarVisibilityPolicy::PlacementMode::manual
+                            : MenuBarVisibilityPolicy::PlacementMode::automatic;
+  }
   std::optional<Rect> toggleFrame() const override { return items_.toggleFrame(); }
   std::optional<double> visibleIconsMinX() const override;
   std::optional<platform::ScreenInfo> statusItemScreen() const override { return items_.statusItemScreen(); }

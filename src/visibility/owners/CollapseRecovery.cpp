@@ -99,9 +99,9 @@ void CollapseRecovery::noteRejectedLength(const std::string& pairKey, SeparatorL
   }
   // A remembered length the system has just thrown out is no longer the screen's cliff.
   auto record = lengths_.cliffRecordForCurrentScreens();
-  bool dragging = platform_.events().pressedMouseButtons() != 0;
+  const auto drag = platform_.events().pressedMouseButtons() != 0 ? Policy::Drag::inProgress : Policy::Drag::none;
   if (verdict == SeparatorLayoutVerdict::ejected && record && record->length <= length + 0.5 &&
-      Policy::shouldInvalidateCachedLength(true, true, dragging)) {
+      Policy::shouldInvalidateCachedLength(Policy::ScreenMatch::same, Policy::Ejection::proven, drag)) {
     MenuBarLog::log(LogLine("cliff forgotten").add("length", record->length).add("screen", record->screenKey));
     lengths_.forgetCliffRecord();
   }

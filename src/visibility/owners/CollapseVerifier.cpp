@@ -98,7 +98,7 @@ CollapseVerifier::SeparatorLayoutVerdict CollapseVerifier::collapseVerdict(const
         .buttonWidth = m.buttonWidth,
     });
   }
-  return Policy::verdictWhenGapUnknown(false, false).value_or(SeparatorLayoutVerdict::unknown);
+  return Policy::verdictWhenGapUnknown(Policy::ShortReference::none, Policy::GapKnowledge::unknown).value_or(SeparatorLayoutVerdict::unknown);
 }
 
 void CollapseVerifier::verifyCollapseLayout(unsigned long long generation) {
@@ -173,8 +173,9 @@ void CollapseVerifier::acceptVerifiedCollapse(double length, std::optional<doubl
   host_.noteAlwaysVisibleAnchorReady();
   const auto bundle = recovery_.collapseRecoveryTrigger();
   const std::string key = screens_.collapsePairKey(bundle);
-  const bool layoutA = observedGap && Policy::recordsVerifiedLayoutA(SeparatorLayoutVerdict::laidOut,
-                                                                    collapseReference_.has_value());
+  const bool layoutA = observedGap && Policy::recordsVerifiedLayoutA(
+                                           SeparatorLayoutVerdict::laidOut,
+                                           collapseReference_ ? Policy::ShortReference::fresh : Policy::ShortReference::none);
   if (layoutA) {
     lengths_.recordCollapseLength(length, bundle, true, observedGap);
     fold_.rememberVerifiedCollapseFoldTail(key);
