@@ -17,7 +17,7 @@ constexpr double kWatchStep = 0.05;
 constexpr double kShelfSettle = 1.0;
 
 std::optional<double> ownPosition(sim::SimDesktop& desktop, const char* autosaveName) {
-  return desktop.defaults().getDouble(StatusBarController::preferredPositionKey(autosaveName));
+  return desktop.defaults().getDouble(OwnStatusItems::preferredPositionKey(autosaveName));
 }
 
 // The system's engine stands verified once the system holds the list; the own separators once
@@ -26,8 +26,8 @@ bool collapseConfirmed(const StatusBarController& controller) {
   if (controller.hidingEngines().hidingEngine() == MenuBarHidingEngine::nativeAllowList) {
     return controller.hidingEngines().nativeEngine().state() == NativeEngineState::active;
   }
-  return !controller.cliffSearchInFlight() &&
-         controller.lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
+  return !controller.collapseEngine().cliff().cliffSearchInFlight() &&
+         controller.collapseEngine().verifier().lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
 }
 
 bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* controller) {
@@ -39,8 +39,8 @@ bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* control
 
 std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
-  const auto* toggle = desktop.ownItem(StatusBarController::toggleAutosaveName);
-  const auto* separator = desktop.ownItem(StatusBarController::separatorAutosaveName);
+  const auto* toggle = desktop.ownItem(OwnStatusItems::toggleAutosaveName);
+  const auto* separator = desktop.ownItem(OwnStatusItems::separatorAutosaveName);
   if (!toggle || !toggle->onScreen) problems.push_back("toggle off screen");
   // Under the system's allow-list the separators take no room and may stand anywhere.
   const bool systemHides = desktop.simAssessmentMode().restriction().has_value();
@@ -48,7 +48,7 @@ std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
   if (desktop.menuTitlesDropped() > 0) {
     problems.push_back(std::to_string(desktop.menuTitlesDropped()) + " menu titles dropped");
   }
-  auto fold = ownPosition(desktop, StatusBarController::separatorAutosaveName);
+  auto fold = ownPosition(desktop, OwnStatusItems::separatorAutosaveName);
   if (!fold) {
     problems.push_back("separator has no stored position");
     return problems;
@@ -65,7 +65,7 @@ std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
 
 std::vector<std::string> shelfProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
-  auto deep = ownPosition(desktop, StatusBarController::alwaysHiddenAutosaveName);
+  auto deep = ownPosition(desktop, OwnStatusItems::alwaysHiddenAutosaveName);
   if (!deep) return {"always-hidden separator has no stored position"};
   for (const auto* item : desktop.allItems()) {
     if (item->ownerPid == sim::kOwnPid || !item->onScreen) continue;
@@ -97,8 +97,8 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   while (session.now() - start < limit - 1e-9) {
     session.runFor(std::min(kWatchStep, limit - (session.now() - start)));
     auto* controller = session.controller();
-    if (!result.verifiedAfter && controller && controller->collapseVerifiedAt()) {
-      result.verifiedAfter = *controller->collapseVerifiedAt() - start;
+    if (!result.verifiedAfter && controller && controller->collapseEngine().verifier().collapseVerifiedAt()) {
+      result.verifiedAfter = *controller->collapseEngine().verifier().collapseVerifiedAt() - start;
     }
     if (!result.verifiedAfter && controller && !controller->isExpanded.get() && collapseConfirmed(*controller)) {
       result.verifiedAfter = session.now() - start;
@@ -109,8 +109,8 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   result.settled = standsVerified(session.desktop(), controller);
   result.seconds = settledAt.value_or(limit);
   if (controller) {
-    result.probes = controller->cliffProbesMade();
-    result.searches = controller->cliffSearchesStarted();
+    result.probes = controller->collapseEngine().cliff().cliffProbesMade();
+    result.searches = controller->collapseEngine().cliff().cliffSearchesStarted();
   }
   result.problems = collapseProblems(session.desktop());
   result.timersRun = session.queue().executedCount() - timersBefore;

@@ -157,7 +157,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
                          .width = desktop.frontmostMenusWidth(),
                          .titlesDropped = desktop.menuTitlesDropped()};
   if (controller) {
-    bar.probes = controller->cliffProbesMade();
+    bar.probes = controller->collapseEngine().cliff().cliffProbesMade();
     const auto& native = controller->hidingEngines().nativeEngine();
     const auto presentation = native.presentation();
     const auto& assessment = desktop.simAssessmentMode();

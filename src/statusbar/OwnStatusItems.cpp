@@ -1,5 +1,7 @@
 #include "statusbar/OwnStatusItems.h"
 
+#include <algorithm>
+
 #include "base/Log.h"
 #include "localization/LocalizationManager.h"
 #include "statusbar/OrderRepairPolicy.h"
@@ -15,6 +17,9 @@ constexpr double kSymbolPointSize = 13;
 // A window edge this far past the button's belongs to another item.
 constexpr double kSharedHostSlack = 1;
 constexpr double kOrderTolerance = 1;
+// Wider than this a separator still stands at a collapse length, and says nothing of the order.
+constexpr double kUnlaidSeparatorWidth = 64;
+constexpr double kAnchorTolerance = 1;
 }  // namespace
 
 OwnStatusItems::OwnStatusItems(platform::Platform& platform, const LocalizationManager& localization,
@@ -207,6 +212,20 @@ std::optional<PlacementAnchors> OwnStatusItems::currentPlacementAnchors() const 
                           .hiddenMinX = hidden->minX(),
                           .hiddenMaxX = hidden->maxX(),
                           .hiddenWidth = hidden->width};
+}
+
+std::optional<bool> OwnStatusItems::ownItemsInOrder() const {
+  auto anchors = currentPlacementAnchors();
+  if (!anchors) return std::nullopt;
+  if (anchors->toggleMinX == 0 || anchors->normalMinX == 0 || anchors->hiddenMinX == 0) return std::nullopt;
+  if (anchors->normalWidth > kUnlaidSeparatorWidth || anchors->hiddenWidth > kUnlaidSeparatorWidth) {
+    return std::nullopt;
+  }
+  double lo = std::min({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
+  double hi = std::max({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
+  if (hi - lo <= kAnchorTolerance) return std::nullopt;
+  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance && anchors->normalMinX < anchors->toggleMinX &&
+         anchors->hiddenMinX < anchors->toggleMinX;
 }
 
 std::optional<platform::ScreenInfo> OwnStatusItems::statusItemScreen() const {

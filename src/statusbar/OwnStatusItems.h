@@ -84,6 +84,7 @@ class OwnStatusItems final : public SeparatorItems {
   double separatorLength() const override;
   void setSeparatorLength(double length) override;
   void setSeparatorTitle(const std::string& title) override;
+  std::optional<bool> ownItemsInOrder() const override;
   std::optional<platform::ScreenInfo> statusItemScreen() const override;
 
  private:

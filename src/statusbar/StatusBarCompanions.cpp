@@ -34,9 +34,10 @@ void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::Repair
   // new positions are written, and the items made, on the next one; written now they would be lost.
   recreateItemsWork_.schedule(0, bindWeak(weak(), [positions](StatusBarController& self) {
     auto& defaults = self.platform_.defaults();
-    defaults.set(preferredPositionKey(toggleAutosaveName), DefaultsValue(positions.toggle));
-    defaults.set(preferredPositionKey(separatorAutosaveName), DefaultsValue(positions.separator));
-    defaults.set(preferredPositionKey(alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
+    using Items = OwnStatusItems;
+    defaults.set(Items::preferredPositionKey(Items::toggleAutosaveName), DefaultsValue(positions.toggle));
+    defaults.set(Items::preferredPositionKey(Items::separatorAutosaveName), DefaultsValue(positions.separator));
+    defaults.set(Items::preferredPositionKey(Items::alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
     self.items_.createOwnItems(self.currentPresentation(), self.itemActions(),
                                [&self](OwnStatusItems::Item created) { self.companionAfterOwnItem(created); });
     self.updateLanguageStrings();
@@ -57,7 +58,7 @@ void StatusBarController::orderRepairFinished(bool inOrder) {
 void StatusBarController::systemStateChanged() {
   hiding_.expandIfAvailable();
   scheduleApply();
-  scheduleOrderRepairCheck();
+  orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic);
 }
 
 // The system's engine failed for the run: a collapsed bar collapses again, with the own

@@ -19,8 +19,6 @@ namespace {
 constexpr double kApplyCoalesceDelay = 0.15;
 constexpr double kArrowPressWindow = 1.0;
 constexpr double kDragTolerance = 3.0;
-constexpr double kAnchorTolerance = 1.0;
-constexpr double kUnlaidSeparatorWidth = 64;
 constexpr const char* kStayExpandedNoticeKind = "collapseStayExpanded";
 
 // A notification handler that runs `method` on the controller, if it still exists.
@@ -39,6 +37,7 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       items_(dependencies.platform, dependencies.localization, expandedSeparatorLength_),
       engine_({.platform = dependencies.platform,
                .workspaceCenter = dependencies.workspaceCenter,
+               .localization = dependencies.localization,
                .items = items_,
                .host = *this}),
       hiding_({.engine = dependencies.nativeEngine,
@@ -69,7 +68,7 @@ StatusBarController::StatusBarController(Dependencies dependencies)
   catalog_.setOwnItemAnchors(
       [weak = weak()]() -> std::optional<PlacementAnchors> {
         auto* self = weak.get();
-        return self ? self->currentPlacementAnchors() : std::nullopt;
+        return self ? self->items_.currentPlacementAnchors() : std::nullopt;
       },
       expandedSeparatorLength_);
   catalog_.refreshAttributedMenuBarApps();
@@ -147,11 +146,12 @@ void StatusBarController::subscribe() {
   cancellables_.push_back(workspace.addObserver(Notifications::didLaunchApplication, membership));
   cancellables_.push_back(workspace.addObserver(Notifications::didTerminateApplication, membership));
   cancellables_.push_back(center.addObserver(
-      Notifications::menuDidBeginTracking,
-      bindWeak(weak(), [](StatusBarController& self, const Notification&) { ++self.menuTrackingCount_; })));
+      Notifications::menuDidBeginTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
+        self.noteMenuTracking(self.menuTrackingCount_ + 1);
+      })));
   cancellables_.push_back(center.addObserver(
       Notifications::menuDidEndTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
-        self.menuTrackingCount_ = std::max(0, self.menuTrackingCount_ - 1);
+        self.noteMenuTracking(std::max(0, self.menuTrackingCount_ - 1));
       })));
   cancellables_.push_back(center.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
                                              onMain(&StatusBarController::nativeAvailabilityChanged)));
@@ -159,9 +159,14 @@ void StatusBarController::subscribe() {
                                              onMain(&StatusBarController::updateLanguageStrings)));
 }
 
+void StatusBarController::noteMenuTracking(int count) {
+  menuTrackingCount_ = count;
+  engine_.noteMenuTracking(count > 0);
+}
+
 void StatusBarController::screenParametersChanged() {
   if (!hiding_.nativeAvailable()) return engine_.screenParametersChanged();
-  pruneCollapseLengthsToConnectedScreens();
+  engine_.pruneCollapseLengthsToConnectedScreens();
   hiding_.expandIfAvailable();
   scheduleApply();
 }
@@ -182,8 +187,7 @@ void StatusBarController::completeOnboarding() {
 }
 
 void StatusBarController::showEverything() {
-  isExpanded = true;
-  isDeepExpanded = true;
+  setShown(true, true);
   manualPlacement_ = false;
   updateButtonAppearance();
   applyVisibilityNow();
@@ -191,7 +195,7 @@ void StatusBarController::showEverything() {
 
 void StatusBarController::finishStartup() {
   mainThread_.check();
-  scheduleOrderRepairCheck();
+  orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic);
   startupCollapseAllowed_ = true;
   if (!onboardingComplete()) {
     showEverything();
@@ -213,25 +217,20 @@ void StatusBarController::startupCollapseGaveUp() {
 }
 
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
-  // A probe's length says nothing about the order.
   if (engine_.cliff().cliffSearchInFlight()) return std::nullopt;
-  auto anchors = currentPlacementAnchors();
-  if (!anchors) return std::nullopt;
-  if (anchors->toggleMinX == 0 || anchors->normalMinX == 0 || anchors->hiddenMinX == 0) return std::nullopt;
-  if (anchors->normalWidth > kUnlaidSeparatorWidth || anchors->hiddenWidth > kUnlaidSeparatorWidth) {
-    return std::nullopt;
-  }
-  double lo = std::min({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
-  double hi = std::max({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
-  if (hi - lo <= kAnchorTolerance) return std::nullopt;
-  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance && anchors->normalMinX < anchors->toggleMinX &&
-         anchors->hiddenMinX < anchors->toggleMinX;
+  return items_.ownItemsInOrder();
 }
 
 // --- state machine -----------------------------------------------------------------------------
 
 MenuBarPresentation StatusBarController::currentPresentation() const {
   return Policy::presentationFor(isExpanded.get(), isDeepExpanded.get());
+}
+
+void StatusBarController::setShown(bool expanded, bool deep) {
+  isExpanded = expanded;
+  isDeepExpanded = deep;
+  engine_.notePresentation(currentPresentation());
 }
 
 void StatusBarController::toggleBar(ExpandDepth depth) {
@@ -273,8 +272,7 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
     if (platform_.userInterface().preferences().isShown()) keepPreferencesVisible_ = true;
   }
   Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
-  isExpanded = true;
-  isDeepExpanded = deep;
+  setShown(true, deep);
   updateButtonAppearance();
   applyVisibilityNow();
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
@@ -299,37 +297,21 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   if (Policy::shouldWithholdCollapse(hiding_.nativeAvailable(), order)) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
-    stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
+    stayExpandedBecauseFoldingFailed(StayExpandedReason::order, RepairOffer::none);
     if (reason == CollapseReason::startup) campaign_.noteWithheld(StayExpandedReason::order);
     if (Policy::collapseAttemptReopensRepair(reason)) orderRepair_.considerRepairForUserCollapse();
     return;
   }
-  // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
-  engine_.shelf().noteShelfCapBeforeCollapse();
-  // Guard 4: a collapse the user asked for may show its notices again.
-  if (Policy::collapseResetsMenusNotice(reason)) engine_.recovery().resetCollapseNotices();
-  engine_.verifier().cancelCollapseRebaseline();
-  auto frontmost = frontmostBundleID();
-  double length = collapseLength(frontmost);
-  MenuBarLog::log(LogLine("collapse")
-                      .add("reason", reasonText)
-                      .add("length", length)
-                      .add("frontmost", frontmost)
-                      .add("screen", collapseScreenKey()));
-
-  engine_.verifier().captureCollapseReferenceIfShort();
-  engine_.shelf().captureDividerDistanceIfShort();
-  isExpanded = false;
-  isDeepExpanded = false;
+  // Guards 3 and 4, and the attempt: made once, then handed along.
+  const CollapseAttempt attempt = engine_.beginCollapse(reason);
+  setShown(false, false);
   updateButtonAppearance();
-  applyVisibilityNow();
+  applyVisibility(attempt.length, nullptr);
   if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
   autoCollapse_.barCollapsed();
   // The system hides by list: no length to remember, search or recover.
   if (hiding_.nativeAvailable()) return;
-  recordCollapseLength(length, frontmost, false, std::nullopt);
-  beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
-  engine_.cliff().startCliffSearchIfNeeded();
+  engine_.collapsed(attempt);
   orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
 }
 
@@ -339,6 +321,7 @@ void StatusBarController::setDeepExpanded(bool deep) {
     return;
   }
   isDeepExpanded = deep;
+  engine_.notePresentation(currentPresentation());
 }
 
 // --- clicks --------------------------------------------------------------------------------------
@@ -530,23 +513,21 @@ void StatusBarController::updateLanguageStrings() { items_.updateLanguageStrings
 
 // --- applying lengths --------------------------------------------------------------------------------
 
-std::optional<std::string> StatusBarController::frontmostBundleID() const {
-  auto app = platform_.workspace().frontmostApplication();
-  if (!app || !app->bundleIdentifier) return std::nullopt;
-  return *app->bundleIdentifier;
-}
-
-double StatusBarController::collapseLength(const std::optional<std::string>& bundleID) const {
-  return engine_.collapseLength(bundleID);
-}
-
 void StatusBarController::scheduleApply() {
   categorySyncWorkItem_.schedule(kApplyCoalesceDelay, bindWeak(weak(), [](StatusBarController& self) {
                                    self.applyVisibilityNow();
                                  }));
 }
 
+std::function<void()> StatusBarController::repairAction() {
+  return bindWeak(weak(), &StatusBarController::repairMenuBarOrder);
+}
+
 void StatusBarController::applyVisibilityNow(std::function<void(bool)> completion) {
+  applyVisibility(lengthForFrontmost(), std::move(completion));
+}
+
+void StatusBarController::applyVisibility(double collapseLength, std::function<void(bool)> completion) {
   mainThread_.check();
   ++applyGeneration_;
   auto presentation = currentPresentation();
@@ -554,7 +535,6 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   // While the cliff search runs it owns the normal separator's length.
   const bool searching = engine_.cliff().cliffSearchInFlight();
   auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
-  auto frontmost = frontmostBundleID();
   auto& catalog = catalog_;
   const auto hidingEngine = hiding_.hidingEngine();
   auto plan = Policy::plan({
@@ -562,7 +542,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
       .engine = hidingEngine,
       .presentation = presentation,
       .expandedLength = expandedSeparatorLength_,
-      .collapsedLength = collapseLength(frontmost),
+      .collapsedLength = collapseLength,
       .ownBundleIDs = {platform_.system().ownBundleIdentifier()},
       .runningBundleIDs = catalog.runningBundleIDs(),
       .publicCollapseSizing = sizing,
@@ -570,9 +550,8 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   });
   if (hidingEngine == MenuBarHidingEngine::nativeAllowList) {
     hiding_.apply(plan, Policy::usesPhysicalDividers(Policy::NativeEngine::available, placementMode(), Policy::PlacementHighlight::hidden), std::move(completion));
-    lastAppliedNormal_ = items_.separatorLength();
-    lastAppliedHidden_ = items_.alwaysHiddenSeparatorLength();
-    return publishFoldingEffective();
+    engine_.noteApplied(items_.separatorLength(), items_.alwaysHiddenSeparatorLength());
+    return publishFoldingEffective(collapseLength);
   }
   auto shelfCap = engine_.shelf().shelfHiddenCap();
   if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
@@ -583,8 +562,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   items_.setAlwaysHiddenSeparatorLength(plan.alwaysHiddenSeparatorLength);
   double readBackNormal = items_.separatorLength();
   double readBackHidden = items_.alwaysHiddenSeparatorLength();
-  lastAppliedNormal_ = plan.normalSeparatorLength;
-  lastAppliedHidden_ = plan.alwaysHiddenSeparatorLength;
+  engine_.noteApplied(plan.normalSeparatorLength, plan.alwaysHiddenSeparatorLength);
   MenuBarLog::log(LogLine("apply")
                       .add("presentation", rawValue(presentation))
                       .add("requestedNormal", plan.normalSeparatorLength)
@@ -598,7 +576,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   items_.styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
   engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
   engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
-  publishFoldingEffective();
+  publishFoldingEffective(collapseLength);
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
   if (presentation == MenuBarPresentation::shelfExpanded &&
       plan.alwaysHiddenSeparatorLength > expandedSeparatorLength_) {
@@ -611,7 +589,9 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   if (completion) completion(true);
 }
 
-void StatusBarController::publishFoldingEffective() {
+void StatusBarController::publishFoldingEffective() { publishFoldingEffective(lengthForFrontmost()); }
+
+void StatusBarController::publishFoldingEffective(double collapseLength) {
   // The order can only be judged while the separators are short; a collapse is judged by its
   // verification.
   if (auto order = readAlwaysVisibleAnchor()) alwaysVisibleAnchorReady = *order;
@@ -619,7 +599,7 @@ void StatusBarController::publishFoldingEffective() {
       .nativeEngineAvailable = hiding_.nativeAvailable(),
       .anchorReady = alwaysVisibleAnchorReady.get(),
       .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
-      .collapseLength = collapseLength(frontmostBundleID()),
+      .collapseLength = collapseLength,
   });
 }
 
@@ -637,11 +617,11 @@ void StatusBarController::scheduleFoldingCheck() {
 
 // --- when folding fails ------------------------------------------------------------------------------
 
-void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair) {
-  MenuBarLog::log(
-      LogLine("collapse stays expanded").add("reason", rawValue(reason)).add("offerRepair", offerAutomaticRepair));
-  isExpanded = true;
-  isDeepExpanded = true;
+void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, RepairOffer offer) {
+  MenuBarLog::log(LogLine("collapse stays expanded")
+                      .add("reason", rawValue(reason))
+                      .add("offerRepair", offer == RepairOffer::collapseAgain));
+  setShown(true, true);
   updateButtonAppearance();
   applyVisibilityNow();
 
@@ -660,7 +640,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
   if (order) {
     notice.actionTitle = text("menu_repair_order");
     notice.onAction = repairAction();
-  } else if (offerAutomaticRepair) {
+  } else if (offer == RepairOffer::collapseAgain) {
     // Measuring again later may succeed where this attempt could not.
     notice.actionTitle = text("menu_collapse");
     notice.onAction = bindWeak(weak(), &StatusBarController::collapseBar, CollapseReason::menu);
@@ -670,9 +650,8 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
 }
 
 void StatusBarController::dropToNormalExpandedShelf() {
-  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", frontmostBundleID()));
-  isExpanded = true;
-  isDeepExpanded = false;
+  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", engine_.chooser().frontmostBundleID()));
+  setShown(true, false);
   updateButtonAppearance();
   applyVisibilityNow();
   if (!manualPlacement_) autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
@@ -685,7 +664,7 @@ void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string
   hiding_.expandIfAvailable();
   if (bundleID) {
     const std::string lowered = text::lowercased(*bundleID);
-    clearCollapseBudget(lowered);
+    engine_.clearCollapseBudget(lowered);
     MenuBarLog::log(LogLine("collapse budget cleared").add("bundle", lowered));
   }
   if (currentPresentation() == MenuBarPresentation::collapsed) {

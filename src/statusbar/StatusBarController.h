@@ -47,15 +47,7 @@ class StatusBarController final : private CollapseHost,
                                   private FrontmostTracker::Host,
                                   private OwnOrderRepair::Host {
  public:
-  static constexpr const char* toggleAutosaveName = OwnStatusItems::toggleAutosaveName;
-  static constexpr const char* separatorAutosaveName = OwnStatusItems::separatorAutosaveName;
-  static constexpr const char* alwaysHiddenAutosaveName = OwnStatusItems::alwaysHiddenAutosaveName;
   static constexpr const char* onboardingKey = "com.ostrand.tarvolo.onboarding.v1";
-  static std::string preferredPositionKey(const std::string& autosaveName) {
-    return OwnStatusItems::preferredPositionKey(autosaveName);
-  }
-  using SeparatorMeasurement = ::tarvolo::SeparatorMeasurement;
-  using CliffRecord = ::tarvolo::CliffRecord;
 
   struct Dependencies {
     platform::Platform& platform;
@@ -93,27 +85,23 @@ class StatusBarController final : private CollapseHost,
   void setWindowHooks(WindowHooks hooks) { windowHooks_ = std::move(hooks); }
   // Told whenever a gap between the own items moved (an icon arrived, left or was dragged).
   [[nodiscard]] Subscription observeMenuBarGapChanges(std::function<void()> observer) {
-    return engine_.gaps().observeGapChanges(std::move(observer));
+    return gapChanges_.add(std::move(observer));
   }
 
   // --- start-up
   void finishStartup();
   // The coach was finished or dismissed: stores that, and collapses at once as start-up would.
   void completeOnboarding();
-  void scheduleStartupCollapseRetry(const std::string& reason) { campaign_.scheduleStartupCollapseRetry(reason); }
-  void performStartupCollapseRetry(const std::string& reason) { campaign_.performStartupCollapseRetry(reason); }
-  void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }
-  void cancelStartupCollapseRetry() { campaign_.cancelStartupCollapseRetry(); }
+  // Whether the own items stand in order; absent while that cannot be told (a probe's length
+  // says nothing about the order).
   std::optional<bool> readAlwaysVisibleAnchor() const override;
-  void scheduleOrderRepairCheck() { orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic); }
-  std::optional<PlacementAnchors> currentPlacementAnchors() const { return items_.currentPlacementAnchors(); }
 
   // --- state machine
   void expandBar(ExpandDepth depth, Initiator initiator);
   void toggleBar(ExpandDepth depth);
   void collapseBar(CollapseReason reason) override;
   void setDeepExpanded(bool deep);
-  MenuBarPresentation currentPresentation() const override;
+  MenuBarPresentation currentPresentation() const;
 
   // --- clicks and the context menu
   // With the event that sent the click; absent when pressed through Accessibility, which acts
@@ -134,23 +122,19 @@ class StatusBarController final : private CollapseHost,
   void menuPreferences();
   void openPreferences(std::optional<std::string> focusing);
   void quitApp();
-  void repairMenuBarOrder() { orderRepair_.repairMenuBarOrder(); }
 
   // --- applying lengths
   void updateButtonAppearance();
   void applyVisibilityNow(std::function<void(bool)> completion = nullptr);
   void scheduleApply() override;
   void publishFoldingEffective() override;
+  // The frontmost app's collapse length now.
+  double lengthForFrontmost() const { return engine_.chooser().lengthForFrontmost(); }
 
   // --- membership, and when folding fails
   void noteMenuBarMembershipChanged(std::optional<std::string> bundleID);
-  void stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair) override;
+  void stayExpandedBecauseFoldingFailed(StayExpandedReason reason, RepairOffer offer) override;
   void dropToNormalExpandedShelf() override;
-
-  // --- reading the world
-  std::optional<std::string> frontmostBundleID() const override;
-  double collapseLength(const std::optional<std::string>& bundleID) const override;
-  std::optional<double> lastAppliedNormalLength() const override { return lastAppliedNormal_; }
 
   // --- companions: auto-collapse, frontmost tracking, order repair
   AutoCollapse& autoCollapse() { return autoCollapse_; }
@@ -163,59 +147,10 @@ class StatusBarController final : private CollapseHost,
   const OwnStatusItems& ownItems() const { return items_; }
   const CollapseEngine& collapseEngine() const { return engine_; }
   const HidingEngineSwitch& hidingEngines() const { return hiding_; }
-  SeparatorMeasurement measureSeparator(double requestedLength) const {
-    return items_.measureSeparator(requestedLength);
-  }
-  bool beginCliffSearch(bool force) { return engine_.cliff().beginCliffSearch(force); }
-  void recordCollapseLength(double length, const std::optional<std::string>& bundleID, bool knownGood,
-                            std::optional<double> pinnedGap) {
-    engine_.lengths().recordCollapseLength(length, bundleID, knownGood, pinnedGap);
-  }
-  void beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {
-    engine_.beginCollapseRecovery(bundleID, allowOneStep);
-  }
-  void clearCollapseBudget(const std::string& bundleID) { engine_.clearCollapseBudget(bundleID); }
-  void pruneCollapseLengthsToConnectedScreens() { engine_.pruneCollapseLengthsToConnectedScreens(); }
-  std::vector<std::string> connectedScreenKeys() const { return engine_.screens().connectedScreenKeys(); }
-  std::string screenConfigKey() const { return engine_.screens().screenConfigKey(); }
-  std::string collapseScreenKey() const { return engine_.screens().collapseScreenKey(); }
-  double widestScreenWidth() const { return engine_.screens().widestScreenWidth(); }
-
-  const std::optional<CliffRecord>& cliffCache() const { return engine_.lengths().cliffCache(); }
-  const MenuBarVisibilityPolicy::CollapseLengthCache& perAppLengths() const {
-    return engine_.lengths().perAppLengths();
-  }
-  const std::set<std::string>& collapseMenuLimitedKeys() const { return engine_.lengths().collapseMenuLimitedKeys(); }
-  const std::map<std::string, double>& collapseFoldTailByPair() const {
-    return engine_.fold().collapseFoldTailByPair();
-  }
-  bool cliffSearchInFlight() const { return engine_.cliff().cliffSearchInFlight(); }
-  int cliffProbeCount() const { return engine_.cliff().cliffProbeCount(); }
-  // Probes made by every search of this run.
-  int cliffProbesMade() const { return engine_.cliff().cliffProbesMade(); }
-  int cliffSearchesStarted() const { return engine_.cliff().cliffSearchesStarted(); }
-  int cliffGiveUps() const { return engine_.cliff().cliffGiveUps(); }
-  int cliffCampaigns() const { return engine_.cliff().cliffCampaigns(); }
-  bool cliffSearchGaveUp() const { return engine_.cliff().cliffSearchGaveUp(); }
-  bool cliffSearchOwed() const { return engine_.cliff().cliffSearchOwed(); }
-  std::optional<MenuBarVisibilityPolicy::SeparatorLayoutVerdict> lastCollapseVerdict() const {
-    return engine_.verifier().lastCollapseVerdict();
-  }
-  // When the last collapse was judged laid out, in clock seconds.
-  std::optional<double> collapseVerifiedAt() const { return engine_.verifier().collapseVerifiedAt(); }
-  MenuBarVisibilityPolicy::CollapseRecoveryPhase collapseRecoveryPhase() const {
-    return engine_.recovery().collapseRecoveryPhase();
-  }
-  const FoldPlaceholderController* foldPlaceholder() const { return engine_.fold().foldPlaceholder(); }
-  const MenuBarGapTracker& menuBarGapTracker() const { return engine_.gaps().menuBarGapTracker(); }
+  const StartupCollapseCampaign& startupCampaign() const { return campaign_; }
 
   // --- state read by tests, the runner and other owners
   bool startupCollapseAllowed() const { return startupCollapseAllowed_; }
-  bool startupCollapsePending() const { return campaign_.startupCollapsePending(); }
-  int startupCollapseRetryAttempt() const { return campaign_.startupCollapseRetryAttempt(); }
-  std::optional<StayExpandedReason> startupCollapseWithheldReason() const {
-    return campaign_.startupCollapseWithheldReason();
-  }
   int menuTrackingCount() const { return menuTrackingCount_; }
   bool manualPlacement() const { return manualPlacement_; }
   bool onboardingComplete() const;
@@ -224,11 +159,16 @@ class StatusBarController final : private CollapseHost,
 
  private:
   // CollapseHost, the rest of it
-  std::optional<double> lastAppliedHiddenLength() const override { return lastAppliedHidden_; }
-  bool menuIsTracking() const override { return menuTrackingCount_ > 0; }
-  std::string localizedText(std::string_view key) const override;
   void reapplyVisibility() override { applyVisibilityNow(); }
   void noteAlwaysVisibleAnchorReady() override { alwaysVisibleAnchorReady = true; }
+  void menuBarGapsChanged() override { gapChanges_.notify(); }
+
+  // Both flags at once, told to the engine.
+  void setShown(bool expanded, bool deep);
+  void noteMenuTracking(int count);
+  // Applies the plan for the current presentation with `collapseLength` as the collapse length.
+  void applyVisibility(double collapseLength, std::function<void(bool)> completion);
+  void publishFoldingEffective(double collapseLength);
 
   OwnStatusItems::Actions itemActions();
   void noteOwnItemMouseUp(const std::optional<platform::Event>& event);
@@ -266,6 +206,12 @@ class StatusBarController final : private CollapseHost,
   void expandForHover() override { expandBar(ExpandDepth::normal, Initiator::user); }
   // FrontmostTracker::Host
   bool barCollapsed() const override { return currentPresentation() == MenuBarPresentation::collapsed; }
+  double collapseLength(const std::optional<std::string>& bundleID) const override {
+    return engine_.collapseLength(bundleID);
+  }
+  std::optional<double> lastAppliedNormalLength() const override {
+    return engine_.presentedBar().lastAppliedNormalLength;
+  }
   void commitFrontmostLength() override;
   // OwnOrderRepair::Host
   MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const override;
@@ -276,7 +222,9 @@ class StatusBarController final : private CollapseHost,
     windowHooks_.startAnchorRepair(openedByCollapseAttempt, userInitiated);
     return true;
   }
-  std::function<void()> repairAction() { return bindWeak(weak(), &StatusBarController::repairMenuBarOrder); }
+  std::string localizedText(std::string_view key) const override;
+  std::function<void()> repairAction();
+  void repairMenuBarOrder() { orderRepair_.repairMenuBarOrder(); }
 
   void recordArrowPress();
   void clearArrowPress();
@@ -312,8 +260,6 @@ class StatusBarController final : private CollapseHost,
   bool startupCollapseAllowed_ = false;
   int menuTrackingCount_ = 0;
   std::optional<double> menuBarMembershipChangedAt_;
-  std::optional<double> lastAppliedNormal_;
-  std::optional<double> lastAppliedHidden_;
   std::optional<double> collapseRefusedNoticeAt_;
   unsigned long long applyGeneration_ = 0;
 
@@ -326,6 +272,7 @@ class StatusBarController final : private CollapseHost,
   WorkItem recreateItemsWork_;
 
   Cancellables cancellables_;
+  ObserverList<> gapChanges_;
 
   WeakHandleFactory<StatusBarController> weakFactory_{this};
 };

@@ -300,7 +300,7 @@ std::optional<std::string> PlacementGuideController::currentBundleID() const {
 }
 
 std::optional<Rect> PlacementGuideController::targetRect() const {
-  const auto anchors = statusBar_.currentPlacementAnchors();
+  const auto anchors = statusBar_.ownItems().currentPlacementAnchors();
   const auto toggle = statusBar_.ownItems().toggleFrame();
   if (!anchors || !toggle || !mode_ || index_ >= steps_.size()) return std::nullopt;
   auto span = [&](double minX, double maxX) -> std::optional<Rect> {

@@ -33,7 +33,7 @@ class EverydayTest : public SimAppTest {
   HotkeyManager& hotkeys() { return environment().hotkeys(); }
   // A toggle click, then the pointer goes to the middle of the screen.
   void expandByClick(ModifierFlags modifiers = {}) {
-    desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left, modifiers);
+    desktop().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left, modifiers);
     run(0.1);
     desktop().movePointer({700, 400});
   }
@@ -160,26 +160,26 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   start();
   expandByClick(ModifierFlags{}.with(Modifier::option));
   // The toggle lands left of the separator.
-  const auto* separator = desktop().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* separator = desktop().ownItem(OwnStatusItems::separatorAutosaveName);
   ASSERT_TRUE(separator && separator->frame);
-  desktop().commandDragItem(StatusBarController::toggleAutosaveName, separator->frame->minX() - 5);
+  desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, separator->frame->minX() - 5);
   run(2);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), false);
   controller().collapseBar(CollapseReason::menu);
   EXPECT_TRUE(logged("collapse withheld reason=order trigger=menu"));
-  controller().repairMenuBarOrder();
+  controller().orderRepair().repairMenuBarOrder();
   run(2);
   EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), 1);
   EXPECT_EQ(loggedCount("own-order repair arrow="), 1);
   auto position = [&](const char* name) {
-    auto stored = desktop().defaults().getDouble(StatusBarController::preferredPositionKey(name));
+    auto stored = desktop().defaults().getDouble(OwnStatusItems::preferredPositionKey(name));
     EXPECT_TRUE(stored) << name << " lost the position its repair wrote";
     return stored.value_or(-1);
   };
-  EXPECT_GE(position(StatusBarController::separatorAutosaveName),
-            position(StatusBarController::toggleAutosaveName) + 1);
-  EXPECT_GE(position(StatusBarController::alwaysHiddenAutosaveName),
-            position(StatusBarController::separatorAutosaveName) + 1);
+  EXPECT_GE(position(OwnStatusItems::separatorAutosaveName),
+            position(OwnStatusItems::toggleAutosaveName) + 1);
+  EXPECT_GE(position(OwnStatusItems::alwaysHiddenAutosaveName),
+            position(OwnStatusItems::separatorAutosaveName) + 1);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), true);
   controller().collapseBar(CollapseReason::menu);
   run(1);
@@ -223,7 +223,7 @@ TEST_F(EverydayTest, UrlsAndScriptCommandsRunTheTwoActions) {
 
 TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
   start();
-  const auto* separator = desktop().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* separator = desktop().ownItem(OwnStatusItems::separatorAutosaveName);
   ASSERT_TRUE(separator && separator->frame);
   const Point empty{(desktop().menusRightEdge() + separator->frame->maxX()) / 2, 1070};
   desktop().movePointer(empty);

@@ -59,18 +59,18 @@ TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
   EXPECT_TRUE(controller().foldingEffective.get());
   EXPECT_EQ(desktop().ownActivationPolicy(), platform::ActivationPolicy::accessory);
-  EXPECT_TRUE(desktop().ownItem(StatusBarController::toggleAutosaveName)->onScreen);
-  EXPECT_TRUE(desktop().ownItem(StatusBarController::separatorAutosaveName)->onScreen);
+  EXPECT_TRUE(desktop().ownItem(OwnStatusItems::toggleAutosaveName)->onScreen);
+  EXPECT_TRUE(desktop().ownItem(OwnStatusItems::separatorAutosaveName)->onScreen);
 }
 
 TEST_F(StartupTest, MissingPositionsAreSeededInTheRequiredOrder) {
   boot({.ownPositions = std::nullopt});
   launch();
   auto& defaults = desktop().defaults();
-  auto arrow = defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::toggleAutosaveName));
-  auto fold = defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::separatorAutosaveName));
+  auto arrow = defaults.getDouble(OwnStatusItems::preferredPositionKey(OwnStatusItems::toggleAutosaveName));
+  auto fold = defaults.getDouble(OwnStatusItems::preferredPositionKey(OwnStatusItems::separatorAutosaveName));
   auto hidden =
-      defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::alwaysHiddenAutosaveName));
+      defaults.getDouble(OwnStatusItems::preferredPositionKey(OwnStatusItems::alwaysHiddenAutosaveName));
   ASSERT_TRUE(arrow && fold && hidden);
   EXPECT_LT(*arrow, *fold);
   EXPECT_LT(*fold, *hidden);
@@ -88,7 +88,7 @@ class StartupCampaignTest : public SimAppTest {
   void SetUp() override {
     DesktopOptions options;
     options.settings.frameLatency = 0;
-    options.settings.ignorePreferredPositionsOf = {StatusBarController::toggleAutosaveName};
+    options.settings.ignorePreferredPositionsOf = {OwnStatusItems::toggleAutosaveName};
     boot(options);
     environment_ = std::make_unique<AppEnvironment>(desktop());
     environment_->makeStatusBarController().expandBar(ExpandDepth::deep, Initiator::automatic);
@@ -102,14 +102,14 @@ class StartupCampaignTest : public SimAppTest {
 
 TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
   EXPECT_TRUE(logged("collapse withheld reason=order trigger=startup"));
-  ASSERT_TRUE(controller().startupCollapsePending());
+  ASSERT_TRUE(controller().startupCampaign().startupCollapsePending());
   desktop().mutableSettings().framesReadable = false;
   run(10);
   for (int attempt = 1; attempt <= 4; ++attempt) {
     EXPECT_EQ(loggedCount("collapse retry reason=order attempt=" + std::to_string(attempt)), 1) << attempt;
   }
   EXPECT_FALSE(logged("attempt=5"));
-  EXPECT_FALSE(controller().startupCollapsePending());
+  EXPECT_FALSE(controller().startupCampaign().startupCollapsePending());
   EXPECT_TRUE(logged("collapse retry gave up"));
   // The last try ignores the unknown anchor and collapses; with nothing readable its cliff
   // search gives up, and the bar stays expanded with a notice.
@@ -121,12 +121,12 @@ TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
 }
 
 TEST_F(StartupCampaignTest, CollapsesAsSoonAsTheOrderIsRight) {
-  ASSERT_TRUE(controller().startupCollapsePending());
+  ASSERT_TRUE(controller().startupCampaign().startupCollapsePending());
   // The user drags the toggle back to the right of both separators.
-  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, 1390));
+  ASSERT_TRUE(desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, 1390));
   run(3);
   EXPECT_FALSE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().startupCollapsePending());
+  EXPECT_FALSE(controller().startupCampaign().startupCollapsePending());
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
 }
@@ -188,6 +188,7 @@ TEST_F(StartupTest, CollapseBeforeStartupFinishedShowsEverything) {
   EXPECT_TRUE(early.isExpanded.get());
   EXPECT_TRUE(early.isDeepExpanded.get());
   EXPECT_TRUE(logged("collapse blocked reason=explicit"));
+  EXPECT_EQ(early.collapseEngine().collapseAttempts(), 0u);
 }
 
 class StateMachineTest : public SimAppTest {
@@ -200,19 +201,19 @@ class StateMachineTest : public SimAppTest {
 };
 
 TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_FALSE(controller().isDeepExpanded.get());
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
 
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::alwaysHiddenAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::alwaysHiddenAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_TRUE(controller().isDeepExpanded.get());
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
 
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_FALSE(controller().isExpanded.get());
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
@@ -229,7 +230,7 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
         return std::optional<platform::Event>(event);
       });
   const int before = loggedCount("gaps mouseUp");
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_EQ(downs, 1);
   EXPECT_EQ(ups, 0);
@@ -239,17 +240,17 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
 // VoiceOver presses through Accessibility while the app's last event is an old right-click: that
 // event must not turn the press into a context menu.
 TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameBefore) {
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::right));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::right));
   run(0.5);
   ASSERT_TRUE(desktop().openMenu());
   desktop().dismissMenu();
-  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::separatorAutosaveName));
+  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(OwnStatusItems::separatorAutosaveName));
   run(0.5);
   EXPECT_FALSE(desktop().openMenu());
   EXPECT_TRUE(controller().isExpanded.get());
 
   // The toggle pressed so on a notched screen opens the Icon Shelf, as a left click does.
-  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(StatusBarController::toggleAutosaveName));
+  ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(OwnStatusItems::toggleAutosaveName));
   run(0.5);
   EXPECT_FALSE(desktop().openMenu());
   EXPECT_TRUE(desktop().ui().shelfShown);
@@ -277,8 +278,8 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
   controller().expandBar(ExpandDepth::deep, Initiator::user);  // every own item is clickable only while shown
   run(0.2);
   std::vector<std::vector<std::string>> menus;
-  for (const char* item : {StatusBarController::toggleAutosaveName, StatusBarController::separatorAutosaveName,
-                           StatusBarController::alwaysHiddenAutosaveName}) {
+  for (const char* item : {OwnStatusItems::toggleAutosaveName, OwnStatusItems::separatorAutosaveName,
+                           OwnStatusItems::alwaysHiddenAutosaveName}) {
     ASSERT_TRUE(desktop().clickOwnItem(item, MouseButton::right)) << item;
     run(0.2);
     ASSERT_TRUE(desktop().openMenu().has_value()) << item;
@@ -349,7 +350,7 @@ TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
 }
 
 TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
-  auto symbol = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->symbol; };
+  auto symbol = [&] { return desktop().ownItem(OwnStatusItems::toggleAutosaveName)->symbol; };
   EXPECT_EQ(symbol(), "chevron.left");
   controller().expandBar(ExpandDepth::normal, Initiator::user);
   EXPECT_EQ(symbol(), "chevron.down");
@@ -358,9 +359,9 @@ TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
 }
 
 TEST_F(StateMachineTest, LanguageChangesRelabelTheOwnItemsAtOnce) {
-  auto toolTip = [&] { return desktop().ownItem(StatusBarController::toggleAutosaveName)->toolTip; };
+  auto toolTip = [&] { return desktop().ownItem(OwnStatusItems::toggleAutosaveName)->toolTip; };
   auto separatorLabel = [&] {
-    return desktop().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
+    return desktop().ownItem(OwnStatusItems::separatorAutosaveName)->accessibilityLabel;
   };
   auto& localization = session().delegate()->environment()->localization();
   std::string english = toolTip();
@@ -385,15 +386,15 @@ TEST_F(ToggleClickTest, CommandDragOfFourPointsIsIgnoredButTwoPointsActs) {
   boot({.screens = {plainDisplay()}});
   launch();
   run(1);
-  auto toggle = *desktop().ownItem(StatusBarController::toggleAutosaveName)->frame;
+  auto toggle = *desktop().ownItem(OwnStatusItems::toggleAutosaveName)->frame;
   double press = toggle.maxX() - std::min(toggle.width, 30.0) / 2;
 
-  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, press - 4));
+  ASSERT_TRUE(desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, press - 4));
   run(0.5);
   EXPECT_TRUE(logged("statusItemClicked: ignored command drag or guide"));
   EXPECT_FALSE(controller().isExpanded.get());
 
-  ASSERT_TRUE(desktop().commandDragItem(StatusBarController::toggleAutosaveName, press - 2));
+  ASSERT_TRUE(desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, press - 2));
   run(0.5);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(controller().isDeepExpanded.get());  // ⌘ reveals everything without a notch
@@ -403,13 +404,13 @@ TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
   boot({.screens = {notchedLaptop()}, .apps = sampleApps(3)});
   launch();
   run(1);
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left));
   run(0.2);
   EXPECT_TRUE(desktop().ui().shelfShown);
   ASSERT_TRUE(desktop().ui().shelfState.has_value());
   EXPECT_FALSE(desktop().ui().shelfState->rows.empty());  // the hidden icons are listed
   EXPECT_FALSE(controller().isExpanded.get());
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left));
   run(0.2);
   EXPECT_FALSE(desktop().ui().shelfShown);
   EXPECT_TRUE(logged("action=openShelf"));
@@ -419,7 +420,7 @@ TEST_F(ToggleClickTest, OptionClickWithoutNotchExpandsEverything) {
   boot({.screens = {plainDisplay()}});
   launch();
   run(1);
-  ASSERT_TRUE(desktop().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left,
+  ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left,
                                      ModifierFlags{}.with(Modifier::option)));
   run(0.2);
   EXPECT_TRUE(controller().isDeepExpanded.get());

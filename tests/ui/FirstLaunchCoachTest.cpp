@@ -37,7 +37,7 @@ TEST_F(CoachTest, AppearsUnderTheToggleOnlyOnceItsFrameHoldsStill) {
   run(1);
   ASSERT_TRUE(coach().isShown());
   EXPECT_EQ(coach().showCount(), 1);
-  auto toggle = desktop().ownItem(StatusBarController::toggleAutosaveName);
+  auto toggle = desktop().ownItem(OwnStatusItems::toggleAutosaveName);
   ASSERT_TRUE(toggle && toggle->frame && shown().anchor);
   EXPECT_DOUBLE_EQ(shown().anchor->minX(), toggle->frame->minX());
   EXPECT_GT(shown().anchor->minX(), 1000);

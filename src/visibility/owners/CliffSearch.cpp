@@ -35,6 +35,8 @@ CliffSearch::CliffSearch(Dependencies dependencies)
       screens_(dependencies.screens),
       lengths_(dependencies.lengths),
       fold_(dependencies.fold),
+      chooser_(dependencies.chooser),
+      bar_(dependencies.bar),
       host_(dependencies.host),
       listener_(dependencies.listener),
       cliffStepWork_(dependencies.platform.mainQueue()),
@@ -44,30 +46,34 @@ CliffSearch::CliffSearch(Dependencies dependencies)
 // --- starting ------------------------------------------------------------------------------------------
 
 std::optional<std::string> CliffSearch::calibrationBlockedReason() const {
-  if (host_.menuIsTracking()) return std::string("menu-open");
+  if (bar_.menuTracking) return std::string("menu-open");
   if (platform_.events().pressedMouseButtons() != 0) return std::string("mouse-down");
   if (!items_.canMeasure()) return std::string("no-items");
   return std::nullopt;
 }
 
-void CliffSearch::startCliffSearchIfNeeded() {
-  if (cliffProbeInFlight_ || host_.currentPresentation() != MenuBarPresentation::collapsed) return;
-  const std::string screen = screens_.collapseScreenKey();
-  const std::string bundle = host_.frontmostBundleID().value_or("");
-  const auto& lengths = lengths_.perAppLengths();
-  bool remembered = lengths_.cliffRecordForCurrentScreens() || lengths.length(screen, bundle) ||
-                    lengths.knownGoodMin(screen);
-  if (remembered && !cliffSearchOwed_) return;
-  beginCliffSearch(cliffSearchForced_);
+void CliffSearch::startCliffSearchIfNeeded(const CollapseAttempt& attempt) {
+  searchUnlessRemembered({.screen = attempt.screenKey, .bundleID = attempt.frontmostBundleID});
 }
 
-bool CliffSearch::beginCliffSearch(bool force) {
+void CliffSearch::searchUnlessRemembered(const CollapsePair& pair) {
+  if (cliffProbeInFlight_ || bar_.presentation != MenuBarPresentation::collapsed) return;
+  const std::string bundle = pair.bundleID.value_or("");
+  const auto& lengths = lengths_.perAppLengths();
+  bool remembered = lengths_.cliffRecordForCurrentScreens() || lengths.length(pair.screen, bundle) ||
+                    lengths.knownGoodMin(pair.screen);
+  if (remembered && !cliffSearchOwed_) return;
+  beginCliffSearch(pendingStart());
+}
+
+bool CliffSearch::beginCliffSearch(Start start) {
   mainThread_.check();
+  const bool force = start == Start::forced;
   if (force) cliffSearchForced_ = true;
   auto floor = std::exchange(collapseSearchFloor_, std::nullopt);
   if (cliffProbeInFlight_ || cliffGiveUps_ >= Policy::cliffGiveUpLimit) return false;
   if (!force && lengths_.cliffRecordForCurrentScreens()) return false;
-  if (host_.currentPresentation() != MenuBarPresentation::collapsed) {
+  if (bar_.presentation != MenuBarPresentation::collapsed) {
     oweSearchAfterInterruption();
     return false;
   }
@@ -80,7 +86,7 @@ bool CliffSearch::beginCliffSearch(bool force) {
     }
     // A forced search stays forced across the wait.
     cliffDeferWork_.schedule(kCliffDeferDelay, bindWeak(weak(), [](CliffSearch& self) {
-                               self.beginCliffSearch(self.cliffSearchForced_);
+                               self.beginCliffSearch(self.pendingStart());
                              }));
     return false;
   }
@@ -93,7 +99,7 @@ bool CliffSearch::beginCliffSearch(bool force) {
   const double high = screens_.searchUpperBound();
   cliffSearch_ = Policy::CollapseLengthSearch::starting(high, floor);
   cliffScreenKeyPending_ = screens_.screenConfigKey();
-  cliffSearchBundle_ = host_.frontmostBundleID();
+  cliffSearchBundle_ = chooser_.frontmostBundleID();
   cliffBaselineEdge_.reset();
   cliffBaselineLeading_.reset();
   cliffBaselineToggle_.reset();
@@ -298,7 +304,7 @@ void CliffSearch::finishCliffSearch(double length) {
 void CliffSearch::giveUpCliffSearch(StayExpandedReason reason, std::optional<double> applyLength) {
   ++cliffGiveUps_;
   cliffSearchGaveUp_ = true;
-  double fallback = applyLength.value_or(host_.collapseLength(host_.frontmostBundleID()));
+  double fallback = applyLength.value_or(chooser_.lengthForFrontmost());
   MenuBarLog::log(LogLine("cliff gave up")
                       .add("reason", rawValue(reason))
                       .add("attempts", cliffProbeCount_)
@@ -307,7 +313,7 @@ void CliffSearch::giveUpCliffSearch(StayExpandedReason reason, std::optional<dou
                       .raw(fold_.ownFramesSummary()));
   abortCliffSearch();
   host_.reapplyVisibility();
-  host_.stayExpandedBecauseFoldingFailed(reason, true);
+  host_.stayExpandedBecauseFoldingFailed(reason, RepairOffer::collapseAgain);
   scheduleCliffRetryIfNeeded();
 }
 
@@ -343,7 +349,10 @@ void CliffSearch::abortIfScreensChanged() {
 }
 
 void CliffSearch::searchAfterScreenChange() {
-  cliffDeferWork_.schedule(kScreenChangeSearchDelay, bindWeak(weak(), &CliffSearch::startCliffSearchIfNeeded));
+  cliffDeferWork_.schedule(kScreenChangeSearchDelay, bindWeak(weak(), [](CliffSearch& self) {
+                             self.searchUnlessRemembered(
+                                 {.screen = self.screens_.collapseScreenKey(), .bundleID = self.chooser_.frontmostBundleID()});
+                           }));
 }
 
 void CliffSearch::noteCollapseVerified(bool verifiedLayoutA) {
@@ -364,7 +373,8 @@ void CliffSearch::scheduleCliffRetryIfNeeded() {
 void CliffSearch::retryCampaign(int campaign) {
   if (cliffCampaigns_ != campaign) return;
   if (lengths_.cliffRecordForCurrentScreens() || cliffProbeInFlight_) return;
-  if (host_.readAlwaysVisibleAnchor() == false) return;
+  // Out of order, a collapse would only be withheld again.
+  if (items_.ownItemsInOrder() == false) return;
   cliffGiveUps_ = 0;
   cliffSearchGaveUp_ = false;
   host_.collapseBar(CollapseReason::cliffRetry);

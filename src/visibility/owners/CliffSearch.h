@@ -9,7 +9,9 @@
 #include "platform/Platform.h"
 #include "visibility/CollapseLengthSearch.h"
 #include "visibility/CollapseReasons.h"
+#include "visibility/owners/CollapseAttempt.h"
 #include "visibility/owners/CollapseHost.h"
+#include "visibility/owners/CollapseLengthChooser.h"
 #include "visibility/owners/CollapseLengthStore.h"
 #include "visibility/owners/CollapseScreens.h"
 #include "visibility/owners/FoldTails.h"
@@ -40,8 +42,16 @@ class CliffSearch {
     const CollapseScreens& screens;
     CollapseLengthStore& lengths;
     const FoldTails& fold;
+    const CollapseLengthChooser& chooser;
+    const PresentedBar& bar;
     CollapseHost& host;
     CliffSearchListener& listener;
+  };
+
+  // Whether a search runs although the screens' cliff is known.
+  enum class Start {
+    unlessKnown,  // only without a cliff for the screens connected now
+    forced,       // also with one: a remembered length failed
   };
 
   explicit CliffSearch(Dependencies dependencies);
@@ -49,9 +59,9 @@ class CliffSearch {
   CliffSearch& operator=(const CliffSearch&) = delete;
 
   // Whether a search started; one that must wait is owed, or retried shortly.
-  bool beginCliffSearch(bool force);
-  // After a collapse: searches unless a length is remembered for the screen and the app.
-  void startCliffSearchIfNeeded();
+  bool beginCliffSearch(Start start);
+  // After a collapse: searches unless a length is remembered for the attempt's screen and app.
+  void startCliffSearchIfNeeded(const CollapseAttempt& attempt);
   // The search that recovery asks for starts from a length already known to hide.
   void setCollapseSearchFloor(std::optional<double> floor) { collapseSearchFloor_ = floor; }
   // Expanding the bar ends a search, which is then owed to the next collapse.
@@ -76,6 +86,8 @@ class CliffSearch {
 
  private:
   std::optional<std::string> calibrationBlockedReason() const;
+  void searchUnlessRemembered(const CollapsePair& pair);
+  Start pendingStart() const { return cliffSearchForced_ ? Start::forced : Start::unlessKnown; }
   void readCliffBaseline(unsigned long long generation);
   void retryCliffBaseline(unsigned long long generation, SeparatorReadFailure reason);
   void probeCliff(unsigned long long generation);
@@ -96,6 +108,8 @@ class CliffSearch {
   const CollapseScreens& screens_;
   CollapseLengthStore& lengths_;
   const FoldTails& fold_;
+  const CollapseLengthChooser& chooser_;
+  const PresentedBar& bar_;
   CollapseHost& host_;
   CliffSearchListener& listener_;
   MainThreadChecker mainThread_;

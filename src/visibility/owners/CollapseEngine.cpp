@@ -7,7 +7,6 @@
 namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
-using Policy::CollapseLengthCache;
 
 namespace {
 // The short separator's far edge and the always-hidden separator's right edge may differ by this
@@ -22,12 +21,15 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
       screens_(dependencies.platform.screens(), dependencies.platform.system(), dependencies.items),
       lengths_(dependencies.platform.defaults(), screens_),
       fold_({.platform = platform_, .items = items_, .screens = screens_, .lengths = lengths_, .host = host_}),
-      shelf_(platform_, items_, host_),
+      chooser_({.platform = platform_, .screens = screens_, .lengths = lengths_, .fold = fold_, .budgets = budgets_}),
+      shelf_({.platform = platform_, .items = items_, .chooser = chooser_, .bar = bar_, .host = host_}),
       cliff_({.platform = platform_,
               .items = items_,
               .screens = screens_,
               .lengths = lengths_,
               .fold = fold_,
+              .chooser = chooser_,
+              .bar = bar_,
               .host = host_,
               .listener = *this}),
       recovery_({.platform = platform_,
@@ -35,7 +37,9 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
                  .screens = screens_,
                  .lengths = lengths_,
                  .fold = fold_,
+                 .budgets = budgets_,
                  .cliff = cliff_,
+                 .localization = dependencies.localization,
                  .host = host_}),
       verifier_({.platform = platform_,
                  .items = items_,
@@ -43,8 +47,10 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
                  .lengths = lengths_,
                  .fold = fold_,
                  .shelf = shelf_,
+                 .budgets = budgets_,
                  .cliff = cliff_,
                  .recovery = recovery_,
+                 .bar = bar_,
                  .host = host_}),
       gaps_({.platform = platform_,
              .workspaceCenter = dependencies.workspaceCenter,
@@ -55,6 +61,7 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
              .shelf = shelf_,
              .cliff = cliff_,
              .verifier = verifier_,
+             .bar = bar_,
              .host = host_}) {}
 
 // --- start-up and screens ------------------------------------------------------------------------------
@@ -77,12 +84,12 @@ void CollapseEngine::logLaunchState() {
                       .add("knownGood", gap)
                       .add("cliff", record ? std::optional<double>(record->length) : std::nullopt)
                       .add("cliffGap", record ? std::optional<double>(record->gap) : std::nullopt));
-  MenuBarLog::log(LogLine("launch").add("frontmost", host_.frontmostBundleID()));
+  MenuBarLog::log(LogLine("launch").add("frontmost", chooser_.frontmostBundleID()));
 }
 
 void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
   auto keeping = screens_.connectedScreenKeys();
-  recovery_.pruneCollapseBudgets(keeping);
+  budgets_.pruneCollapseBudgets(keeping);
   const bool lengthsPruned = lengths_.pruneToScreens(keeping);
   const bool tailsPruned = fold_.pruneToScreens(keeping);
   if (!lengthsPruned && !tailsPruned) return;
@@ -97,51 +104,46 @@ void CollapseEngine::screenParametersChanged() {
   shelf_.forgetDividerDistance();
   cliff_.abortIfScreensChanged();
   host_.scheduleApply();
-  if (host_.currentPresentation() == MenuBarPresentation::collapsed) cliff_.searchAfterScreenChange();
+  if (bar_.presentation == MenuBarPresentation::collapsed) cliff_.searchAfterScreenChange();
 }
 
 // --- collapsing ----------------------------------------------------------------------------------------
 
-double CollapseEngine::collapseLength(const std::optional<std::string>& bundleID) const {
-  const std::string screen = screens_.collapseScreenKey();
-  const std::string bundle = bundleID.value_or("");
-  const std::string key = CollapseLengthCache::key(screen, bundle);
-  const double width = screens_.collapseScreenWidth();
-  double length = lengths_.perAppLengths().lengthForCollapse(screen, bundle, lengths_.collapseLowerBound());
-  length = Policy::rememberedFoldTail({
-      .preferredLength = length,
-      .storedTail = fold_.storedTail(key),
-      .tailRejected = fold_.tailRejected(key),
-      .menuLimited = lengths_.isMenuLimited(key),
-      .screenWidth = width,
-      .sizing = screens_.sizing(),
-  });
-  if (auto bad = recovery_.badUpperBound(key)) {
-    bool retry = Policy::shouldRetryCollapsedLength({
-        .length = length,
-        .badUpperBound = bad->length,
-        .badUpperBoundRecordedAt = bad->recordedAt,
-        .now = platform_.clock().now(),
-    });
-    if (!retry) {
-      auto below = Policy::lengthAfterBadUpperBound({
-          .current = length,
-          .badUpperBound = bad->length,
-          .knownGoodMax = lengths_.perAppLengths().knownGoodMax(screen, bundle),
-      });
-      if (below) length = *below;
-    }
-  }
-  return std::min(length, screens_.tailCeiling());
+void CollapseEngine::noteApplied(std::optional<double> normalLength, std::optional<double> hiddenLength) {
+  bar_.lastAppliedNormalLength = normalLength;
+  bar_.lastAppliedHiddenLength = hiddenLength;
 }
 
-void CollapseEngine::beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {
-  recovery_.beginCollapseRecovery(bundleID, allowOneStep);
+CollapseAttempt CollapseEngine::beginCollapse(CollapseReason reason) {
+  const auto frontmost = chooser_.frontmostBundleID();
+  const CollapseAttempt attempt{.reason = reason,
+                                .frontmostBundleID = frontmost,
+                                .screenKey = screens_.collapseScreenKey(),
+                                .length = chooser_.collapseLength(frontmost),
+                                .generation = ++attemptGeneration_};
+  shelf_.noteShelfCapBeforeCollapse(attempt);
+  if (Policy::collapseResetsMenusNotice(reason)) budgets_.resetCollapseNotices();
+  verifier_.cancelCollapseRebaseline();
+  MenuBarLog::log(LogLine("collapse")
+                      .add("reason", rawValue(reason))
+                      .add("length", attempt.length)
+                      .add("frontmost", attempt.frontmostBundleID)
+                      .add("screen", attempt.screenKey));
+  verifier_.captureCollapseReferenceIfShort();
+  shelf_.captureDividerDistanceIfShort();
+  return attempt;
+}
+
+void CollapseEngine::collapsed(const CollapseAttempt& attempt) {
+  lengths_.recordCollapseLength(attempt.length, attempt.frontmostBundleID, CollapseLengthStore::Proof::pending,
+                                std::nullopt);
+  recovery_.beginCollapseRecovery(attempt);
   verifier_.resetUnreadRetries();
+  cliff_.startCliffSearchIfNeeded(attempt);
 }
 
 void CollapseEngine::clearCollapseBudget(const std::string& bundleID) {
-  recovery_.clearCollapseBudget(bundleID);
+  budgets_.clearCollapseBudget(bundleID);
   fold_.forgetRejectedTails(bundleID);
 }
 

@@ -57,9 +57,9 @@ double CollapseLengthStore::collapseLowerBound() const {
 }
 
 void CollapseLengthStore::recordCollapseLength(double length, const std::optional<std::string>& bundleID,
-                                               bool knownGood, std::optional<double> pinnedGap) {
+                                               Proof proof, std::optional<double> pinnedGap) {
   const std::string screen = screens_.collapseScreenKey();
-  if (!knownGood) {
+  if (proof == Proof::pending) {
     // This one is judged 0.4 s from now.
     MenuBarLog::log(LogLine("collapse length pending")
                         .add("length", length)

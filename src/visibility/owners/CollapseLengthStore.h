@@ -42,8 +42,13 @@ class CollapseLengthStore {
   // What a collapse uses when nothing is remembered for the app: the cliff, else a safe guess.
   double collapseLowerBound() const;
 
-  // Only a verified length is remembered; an unverified one is only traced.
-  void recordCollapseLength(double length, const std::optional<std::string>& bundleID, bool knownGood,
+  // Whether a collapse length has been seen to hold.
+  enum class Proof {
+    pending,   // just applied: judged a moment later
+    verified,  // the verification saw it lay out
+  };
+  // Only a verified length is remembered; a pending one is only traced.
+  void recordCollapseLength(double length, const std::optional<std::string>& bundleID, Proof proof,
                             std::optional<double> pinnedGap);
   // A finished search's result for the screens, and for the app whose menus were in play.
   void settleScreenCliff(const CliffRecord& settled, bool menuLimited);

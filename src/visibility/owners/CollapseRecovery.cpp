@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "base/Log.h"
+#include "localization/LocalizationManager.h"
 
 namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
-using Policy::CollapseLengthCache;
 using Policy::CollapseRecoveryAction;
 using Policy::SeparatorLayoutVerdict;
 
@@ -22,20 +22,26 @@ CollapseRecovery::CollapseRecovery(Dependencies dependencies)
       screens_(dependencies.screens),
       lengths_(dependencies.lengths),
       fold_(dependencies.fold),
+      budgets_(dependencies.budgets),
       cliff_(dependencies.cliff),
+      localization_(dependencies.localization),
       host_(dependencies.host) {}
 
-void CollapseRecovery::beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {
+void CollapseRecovery::beginCollapseRecovery(const CollapseAttempt& attempt) {
+  const CollapsePair pair{.screen = attempt.screenKey, .bundleID = attempt.frontmostBundleID};
   collapseRecoveryPhase_ = Phase::observing;
-  collapseSessionDidStep_ = !allowOneStep;
+  collapseSessionDidStep_ = !budgets_.mayStepDown(pair.key());
   collapseSessionDidSearch_ = false;
-  collapseRecoveryTrigger_ = bundleID;
+  attempt_ = attempt;
   collapseRecoverySearch_ = false;
 }
 
-bool CollapseRecovery::mayStepDown(const std::optional<std::string>& bundleID) const {
-  auto budget = collapseBudgets_.find(screens_.collapsePairKey(bundleID));
-  return budget == collapseBudgets_.end() || budget->second.stepDowns < Policy::menuEvictionStepLimit;
+std::optional<std::string> CollapseRecovery::collapseRecoveryTrigger() const {
+  return attempt_ ? attempt_->frontmostBundleID : std::nullopt;
+}
+
+CollapsePair CollapseRecovery::currentPair() const {
+  return {.screen = screens_.collapseScreenKey(), .bundleID = collapseRecoveryTrigger()};
 }
 
 void CollapseRecovery::stopCollapseRecovery() {
@@ -46,55 +52,16 @@ void CollapseRecovery::stopCollapseRecovery() {
   collapseRecoverySearch_ = false;
 }
 
-// --- budgets -------------------------------------------------------------------------------------------
-
-std::optional<CollapseBudget::BadUpperBound> CollapseRecovery::badUpperBound(const std::string& pairKey) const {
-  auto budget = collapseBudgets_.find(pairKey);
-  if (budget == collapseBudgets_.end()) return std::nullopt;
-  return budget->second.badUpperBound;
-}
-
-void CollapseRecovery::tidyBudget(std::map<std::string, CollapseBudget>::iterator budget) {
-  if (budget != collapseBudgets_.end() && budget->second.isEmpty()) collapseBudgets_.erase(budget);
-}
-
-void CollapseRecovery::noteLaidOut(const std::string& pairKey) {
-  auto budget = collapseBudgets_.find(pairKey);
-  if (budget == collapseBudgets_.end()) return;
-  budget->second.stepDowns = 0;
-  tidyBudget(budget);
-}
-
-void CollapseRecovery::clearCollapseBudget(const std::string& bundleID) {
-  std::erase_if(collapseBudgets_,
-                [&bundleID](const auto& entry) { return CollapseLengthCache::bundlePart(entry.first) == bundleID; });
-}
-
-void CollapseRecovery::pruneCollapseBudgets(const std::vector<std::string>& keeping) {
-  std::erase_if(collapseBudgets_, [&keeping](const auto& entry) {
-    auto screen = CollapseLengthCache::screenPart(entry.first);
-    return std::find(keeping.begin(), keeping.end(), screen) == keeping.end();
-  });
-}
-
-void CollapseRecovery::resetCollapseNotices() {
-  for (auto& [key, budget] : collapseBudgets_) {
-    budget.menusNoticeShown = false;
-    budget.ejectedNoticeShown = false;
-  }
-  std::erase_if(collapseBudgets_, [](const auto& entry) { return entry.second.isEmpty(); });
-}
-
 // --- recovering ----------------------------------------------------------------------------------------
 
 void CollapseRecovery::noteRejectedLength(const std::string& pairKey, SeparatorLayoutVerdict verdict,
                                           double length) {
   fold_.revertCollapseFoldTailIfRejected(pairKey, length);
-  auto known = badUpperBound(pairKey);
+  auto known = budgets_.badUpperBound(pairKey);
   auto existing = known ? std::optional<double>(known->length) : std::nullopt;
   auto noted = Policy::notedBadUpperBound(existing, length);
   if (noted && (!existing || *noted != *existing)) {
-    collapseBudgets_[pairKey].badUpperBound =
+    budgets_[pairKey].badUpperBound =
         CollapseBudget::BadUpperBound{.length = *noted, .recordedAt = platform_.clock().now()};
   }
   // A remembered length the system has just thrown out is no longer the screen's cliff.
@@ -133,9 +100,9 @@ bool CollapseRecovery::answerUnderfold(const std::string& pairKey, double length
 
 void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, double length,
                                                 const SeparatorMeasurement& measurement) {
-  const auto bundle = collapseRecoveryTrigger_;
-  const std::string screen = screens_.collapseScreenKey();
-  const std::string key = screens_.collapsePairKey(bundle);
+  const CollapsePair pair = currentPair();
+  const std::string& screen = pair.screen;
+  const std::string key = pair.key();
 
   if (verdict == SeparatorLayoutVerdict::ejected || verdict == SeparatorLayoutVerdict::menusEvicted) {
     noteRejectedLength(key, verdict, length);
@@ -147,7 +114,7 @@ void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, 
       .length = length,
       .phase = collapseRecoveryPhase_,
       .knownGoodMin = lengths_.perAppLengths().knownGoodMin(screen),
-      .sessionDidStep = collapseSessionDidStep_ || !mayStepDown(bundle),
+      .sessionDidStep = collapseSessionDidStep_ || !budgets_.mayStepDown(key),
       .sessionDidSearch = collapseSessionDidSearch_,
       .lowerBound = Policy::collapseSearchLowerBound,
       .step = Policy::menuEvictionStep,
@@ -165,12 +132,12 @@ void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, 
   using Kind = CollapseRecoveryAction::Kind;
   switch (decision.action.kind) {
     case Kind::stepDown:
-      ++collapseBudgets_[key].stepDowns;
-      applyRecoveredLength(key, *decision.action.length, length);
+      ++budgets_[key].stepDowns;
+      applyRecoveredLength(pair, *decision.action.length, length);
       return;
     case Kind::applyKnownGood:
       if (decision.phase == Phase::searched) collapseSessionDidSearch_ = true;
-      applyRecoveredLength(key, *decision.action.length, length);
+      applyRecoveredLength(pair, *decision.action.length, length);
       return;
     case Kind::hold:
       host_.publishFoldingEffective();
@@ -180,9 +147,10 @@ void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, 
       collapseRecoverySearch_ = true;
       // The pair's length failed: the search finds a new one, from a floor known to work.
       cliff_.setCollapseSearchFloor(Policy::usableKnownGoodMin(lengths_.perAppLengths().knownGoodMin(screen), length));
-      lengths_.forgetLength(screen, bundle.value_or(""));
-      if (!cliff_.beginCliffSearch(true) && !cliff_.cliffSearchInFlight() && !cliff_.cliffSearchOwed()) {
-        stopEjectedRecovery(key);
+      lengths_.forgetLength(screen, pair.bundleID.value_or(""));
+      if (!cliff_.beginCliffSearch(CliffSearch::Start::forced) && !cliff_.cliffSearchInFlight() &&
+          !cliff_.cliffSearchOwed()) {
+        stopEjectedRecovery(pair);
       }
       return;
     case Kind::noticeMenus:
@@ -191,33 +159,31 @@ void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, 
       host_.dropToNormalExpandedShelf();
       return;
     case Kind::noticeEjected:
-      collapseBudgets_[key].ejectedNoticeShown = true;
-      stopEjectedRecovery(key);
+      budgets_[key].ejectedNoticeShown = true;
+      stopEjectedRecovery(pair);
       return;
   }
 }
 
-void CollapseRecovery::applyRecoveredLength(const std::string& pairKey, double length, double rejected) {
-  lengths_.recordLength(CollapseLengthCache::screenPart(pairKey),
-                        CollapseLengthCache::bundlePart(pairKey).value_or(""), length);
+void CollapseRecovery::applyRecoveredLength(const CollapsePair& pair, double length, double rejected) {
+  lengths_.recordLength(pair.screen, pair.bundleID.value_or(""), length);
   MenuBarLog::log(LogLine("collapse recovery apply").add("length", length).add("rejected", rejected));
   host_.reapplyVisibility();
 }
 
-void CollapseRecovery::stopEjectedRecovery(const std::string& pairKey) {
-  lengths_.forgetLength(CollapseLengthCache::screenPart(pairKey),
-                        CollapseLengthCache::bundlePart(pairKey).value_or(""));
+void CollapseRecovery::stopEjectedRecovery(const CollapsePair& pair) {
+  lengths_.forgetLength(pair.screen, pair.bundleID.value_or(""));
   collapseRecoveryPhase_ = Phase::capped;
-  host_.stayExpandedBecauseFoldingFailed(StayExpandedReason::ejected, true);
+  host_.stayExpandedBecauseFoldingFailed(StayExpandedReason::ejected, RepairOffer::collapseAgain);
 }
 
 void CollapseRecovery::presentMenusNotice(const std::string& pairKey) {
-  auto& budget = collapseBudgets_[pairKey];
+  auto& budget = budgets_[pairKey];
   if (budget.menusNoticeShown) return;
   budget.menusNoticeShown = true;
   MenuBarLog::log(LogLine("collapse notice").add("kind", kMenusNoticeKind).add("message", kMenusNoticeMessage));
   platform_.userInterface().presentNotice(platform::NoticeRequest{
-      .message = host_.localizedText(kMenusNoticeMessage),
+      .message = localization_.tr(kMenusNoticeMessage),
       .actionTitle = std::nullopt,
       .kind = kMenusNoticeKind,
   });

@@ -20,8 +20,10 @@ CollapseVerifier::CollapseVerifier(Dependencies dependencies)
       lengths_(dependencies.lengths),
       fold_(dependencies.fold),
       shelf_(dependencies.shelf),
+      budgets_(dependencies.budgets),
       cliff_(dependencies.cliff),
       recovery_(dependencies.recovery),
+      bar_(dependencies.bar),
       host_(dependencies.host),
       collapseVerifyWork_(dependencies.platform.mainQueue()),
       collapseRebaselineWork_(dependencies.platform.mainQueue()) {}
@@ -103,8 +105,8 @@ CollapseVerifier::SeparatorLayoutVerdict CollapseVerifier::collapseVerdict(const
 
 void CollapseVerifier::verifyCollapseLayout(unsigned long long generation) {
   if (generation != collapseVerifyGeneration_) return;
-  auto applied = host_.lastAppliedNormalLength();
-  if (host_.currentPresentation() != MenuBarPresentation::collapsed || cliff_.cliffSearchInFlight() || !applied) return;
+  auto applied = bar_.lastAppliedNormalLength;
+  if (bar_.presentation != MenuBarPresentation::collapsed || cliff_.cliffSearchInFlight() || !applied) return;
   const double length = *applied;
   auto m = items_.measureSeparator(length);
   std::optional<double> observedGap;
@@ -171,15 +173,16 @@ void CollapseVerifier::verifyCollapseLayout(unsigned long long generation) {
 void CollapseVerifier::acceptVerifiedCollapse(double length, std::optional<double> observedGap) {
   collapseVerifiedAt_ = platform_.clock().now();
   host_.noteAlwaysVisibleAnchorReady();
-  const auto bundle = recovery_.collapseRecoveryTrigger();
-  const std::string key = screens_.collapsePairKey(bundle);
+  // The length just judged is the one in force on the screen as it is now, for the collapse's app.
+  const CollapsePair pair = recovery_.currentPair();
+  const std::string key = pair.key();
   const bool layoutA = observedGap && Policy::recordsVerifiedLayoutA(
                                            SeparatorLayoutVerdict::laidOut,
                                            collapseReference_ ? Policy::ShortReference::fresh : Policy::ShortReference::none);
   if (layoutA) {
-    lengths_.recordCollapseLength(length, bundle, true, observedGap);
+    lengths_.recordCollapseLength(length, pair.bundleID, CollapseLengthStore::Proof::verified, observedGap);
     fold_.rememberVerifiedCollapseFoldTail(key);
-    recovery_.noteLaidOut(key);
+    budgets_.noteLaidOut(key);
   }
   cliff_.noteCollapseVerified(layoutA);
   recovery_.stopCollapseRecovery();
@@ -193,7 +196,7 @@ void CollapseVerifier::scheduleCollapseRebaseline() {
 }
 
 void CollapseVerifier::rebaseline() {
-  if (host_.currentPresentation() != MenuBarPresentation::collapsed || cliff_.cliffSearchInFlight()) return;
+  if (bar_.presentation != MenuBarPresentation::collapsed || cliff_.cliffSearchInFlight()) return;
   // The always-visible zone may have changed width: its gap no longer proves anything.
   const std::string screen = screens_.collapseScreenKey();
   if (!lengths_.perAppLengths().knownGoodGap(screen)) return;

@@ -7,6 +7,8 @@
 #include "platform/Platform.h"
 #include "visibility/CollapseVerdicts.h"
 #include "visibility/owners/CliffSearch.h"
+#include "visibility/owners/CollapseAttempt.h"
+#include "visibility/owners/CollapseBudgets.h"
 #include "visibility/owners/CollapseHost.h"
 #include "visibility/owners/CollapseLengthStore.h"
 #include "visibility/owners/CollapseRecovery.h"
@@ -31,8 +33,10 @@ class CollapseVerifier {
     CollapseLengthStore& lengths;
     FoldTails& fold;
     ShelfHiddenLength& shelf;
+    CollapseBudgets& budgets;
     CliffSearch& cliff;
     CollapseRecovery& recovery;
+    const PresentedBar& bar;
     CollapseHost& host;
   };
 
@@ -76,8 +80,10 @@ class CollapseVerifier {
   CollapseLengthStore& lengths_;
   FoldTails& fold_;
   ShelfHiddenLength& shelf_;
+  CollapseBudgets& budgets_;
   CliffSearch& cliff_;
   CollapseRecovery& recovery_;
+  const PresentedBar& bar_;
   CollapseHost& host_;
 
   std::optional<SeparatorReference> collapseReference_;

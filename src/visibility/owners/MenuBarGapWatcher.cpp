@@ -26,6 +26,7 @@ MenuBarGapWatcher::MenuBarGapWatcher(Dependencies dependencies)
       shelf_(dependencies.shelf),
       cliff_(dependencies.cliff),
       verifier_(dependencies.verifier),
+      bar_(dependencies.bar),
       host_(dependencies.host),
       gapSampleWork_(dependencies.platform.mainQueue()) {}
 
@@ -76,7 +77,7 @@ void MenuBarGapWatcher::noteMenuBarGaps() {
 
   verifier_.captureCollapseReferenceIfShort();
   shelf_.captureDividerDistanceIfShort();
-  if (fold_.checkFoldPlaceholderFromSample(host_.currentPresentation(), *normal, *hidden)) scheduleMenuBarSample();
+  if (fold_.checkFoldPlaceholderFromSample(bar_.presentation, *normal, *hidden)) scheduleMenuBarSample();
 
   const auto sample = MenuBarGapPolicy::sample(*toggle, *normal, *hidden);
   const auto previous = gapTracker_.baseline;
@@ -105,7 +106,7 @@ void MenuBarGapWatcher::noteMenuBarGaps() {
     rememberPinnedGap(sample.pinnedGap);
     gapTracker_.acknowledgeMovement();
   }
-  if (changed || moved || crossed) gapChanges_.notify();
+  if (changed || moved || crossed) host_.menuBarGapsChanged();
 }
 
 void MenuBarGapWatcher::logDragEndGaps() {

@@ -4,13 +4,13 @@
 #include <optional>
 
 #include "base/NotificationCenter.h"
-#include "base/ObserverList.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarGapPolicy.h"
 #include "visibility/owners/CliffSearch.h"
+#include "visibility/owners/CollapseAttempt.h"
 #include "visibility/owners/CollapseHost.h"
 #include "visibility/owners/CollapseLengthStore.h"
 #include "visibility/owners/CollapseScreens.h"
@@ -36,6 +36,7 @@ class MenuBarGapWatcher {
     ShelfHiddenLength& shelf;
     const CliffSearch& cliff;
     CollapseVerifier& verifier;
+    const PresentedBar& bar;
     CollapseHost& host;
   };
 
@@ -48,8 +49,6 @@ class MenuBarGapWatcher {
   // A sample once the bar has settled after a change.
   void scheduleMenuBarSample();
   const MenuBarGapTracker& menuBarGapTracker() const { return gapTracker_; }
-  // Told whenever a gap between the own items moved: an icon arrived, left or was dragged.
-  [[nodiscard]] Subscription observeGapChanges(std::function<void()> observer) { return gapChanges_.add(std::move(observer)); }
   // A mouse-up on one of the own items, which only their actions see.
   void noteMouseUp();
 
@@ -70,6 +69,7 @@ class MenuBarGapWatcher {
   ShelfHiddenLength& shelf_;
   const CliffSearch& cliff_;
   CollapseVerifier& verifier_;
+  const PresentedBar& bar_;
   CollapseHost& host_;
 
   MenuBarGapTracker gapTracker_;
@@ -80,7 +80,6 @@ class MenuBarGapWatcher {
   std::unique_ptr<platform::Registration> ownMouseUpMonitor_;
   Cancellables samplingSubscriptions_;
   WorkItem gapSampleWork_;
-  ObserverList<> gapChanges_;
 
   WeakHandleFactory<MenuBarGapWatcher> weakFactory_{this};
 };

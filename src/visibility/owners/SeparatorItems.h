@@ -55,6 +55,10 @@ class SeparatorItems {
   virtual void setSeparatorLength(double length) = 0;
   virtual void setSeparatorTitle(const std::string& title) = 0;
 
+  // Whether the three items stand in order, always-hidden separator left of the separator left of
+  // the toggle; absent while their frames cannot tell (unread, or a separator still long).
+  virtual std::optional<bool> ownItemsInOrder() const = 0;
+
   // The screen whose menu bar holds the items: the toggle's, else the primary one.
   virtual std::optional<platform::ScreenInfo> statusItemScreen() const = 0;
 };

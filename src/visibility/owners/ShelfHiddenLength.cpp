@@ -15,8 +15,13 @@ constexpr double kPinTolerance = Policy::collapsePinTolerance;
 constexpr double kShelfFloorLength = Policy::defaultExpandedSeparatorLength;
 }  // namespace
 
-ShelfHiddenLength::ShelfHiddenLength(platform::Platform& platform, const SeparatorItems& items, CollapseHost& host)
-    : platform_(platform), items_(items), host_(host), shelfVerifyWork_(platform.mainQueue()) {}
+ShelfHiddenLength::ShelfHiddenLength(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      items_(dependencies.items),
+      chooser_(dependencies.chooser),
+      bar_(dependencies.bar),
+      host_(dependencies.host),
+      shelfVerifyWork_(dependencies.platform.mainQueue()) {}
 
 void ShelfHiddenLength::captureDividerDistanceIfShort() {
   // Only two short separators give a distance, which rules out a probe's reading.
@@ -35,16 +40,16 @@ void ShelfHiddenLength::captureDividerDistanceIfShort() {
                                              .length = hidden->width};
 }
 
-std::optional<double> ShelfHiddenLength::shelfHiddenRoom() const {
+std::optional<double> ShelfHiddenLength::shelfHiddenRoom(double collapseLength) const {
   if (!dividerDistance_) return std::nullopt;
-  return Policy::shelfHiddenSeparatorLength({.cliffLimit = host_.collapseLength(host_.frontmostBundleID()),
+  return Policy::shelfHiddenSeparatorLength({.cliffLimit = collapseLength,
                                              .dividerDistance = dividerDistance_,
                                              .floorLength = kShelfFloorLength});
 }
 
-void ShelfHiddenLength::noteShelfCapBeforeCollapse() {
+void ShelfHiddenLength::noteShelfCapBeforeCollapse(const CollapseAttempt& attempt) {
   if (platform_.system().osMajorVersion() <= 26 || !shelfHiddenCap_) return;
-  auto room = shelfHiddenRoom();
+  auto room = shelfHiddenRoom(attempt.length);
   if (!room) return;
   if (!Policy::shelfRoomGrew({.cap = shelfHiddenCap_, .room = *room, .capRoom = shelfCapRoom_})) return;
   MenuBarLog::log(LogLine("shelf cap cleared").add("room", *room).add("cap", *shelfHiddenCap_));
@@ -62,10 +67,8 @@ void ShelfHiddenLength::scheduleShelfHiddenVerify() {
 }
 
 void ShelfHiddenLength::verifyShelfHiddenLength(unsigned long long generation) {
-  if (generation != shelfVerifyGeneration_ || host_.currentPresentation() != MenuBarPresentation::shelfExpanded) {
-    return;
-  }
-  auto applied = host_.lastAppliedHiddenLength();
+  if (generation != shelfVerifyGeneration_ || bar_.presentation != MenuBarPresentation::shelfExpanded) return;
+  auto applied = bar_.lastAppliedHiddenLength;
   if (!shelfHiddenReference_ || !applied) return;
   const double length = *applied;
   auto button = items_.alwaysHiddenSeparatorFrame();
@@ -112,14 +115,14 @@ void ShelfHiddenLength::stepDownShelfHidden(double ejected) {
                   : std::nullopt;
   if (!next) {
     shelfHiddenCap_ = shelfHiddenAccepted_.value_or(kShelfFloorLength);
-    shelfCapRoom_ = shelfHiddenRoom();
+    shelfCapRoom_ = shelfHiddenRoom(chooser_.lengthForFrontmost());
     MenuBarLog::log(LogLine("shelf hidden settled").add("cap", *shelfHiddenCap_));
     host_.dropToNormalExpandedShelf();
     return;
   }
   ++shelfStepDowns_;
   shelfHiddenCap_ = next;
-  shelfCapRoom_ = shelfHiddenRoom();
+  shelfCapRoom_ = shelfHiddenRoom(chooser_.lengthForFrontmost());
   MenuBarLog::log(LogLine("shelf hidden step").add("length", *next).add("ejected", ejected));
   host_.reapplyVisibility();
 }

@@ -5,7 +5,9 @@
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
+#include "visibility/owners/CollapseAttempt.h"
 #include "visibility/owners/CollapseHost.h"
+#include "visibility/owners/CollapseLengthChooser.h"
 #include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
@@ -15,7 +17,15 @@ namespace tarvolo {
 // system ejects it. Main thread only.
 class ShelfHiddenLength {
  public:
-  ShelfHiddenLength(platform::Platform& platform, const SeparatorItems& items, CollapseHost& host);
+  struct Dependencies {
+    platform::Platform& platform;
+    const SeparatorItems& items;
+    const CollapseLengthChooser& chooser;
+    const PresentedBar& bar;
+    CollapseHost& host;
+  };
+
+  explicit ShelfHiddenLength(Dependencies dependencies);
   ShelfHiddenLength(const ShelfHiddenLength&) = delete;
   ShelfHiddenLength& operator=(const ShelfHiddenLength&) = delete;
 
@@ -34,17 +44,20 @@ class ShelfHiddenLength {
   std::optional<double> shelfHiddenCap() const { return shelfHiddenCap_; }
 
   // Before a collapse: a grown room lifts the cap.
-  void noteShelfCapBeforeCollapse();
+  void noteShelfCapBeforeCollapse(const CollapseAttempt& attempt);
   void scheduleShelfHiddenVerify();
 
  private:
-  std::optional<double> shelfHiddenRoom() const;
+  // The room left of the always-hidden separator when a collapse would take `collapseLength`.
+  std::optional<double> shelfHiddenRoom(double collapseLength) const;
   void verifyShelfHiddenLength(unsigned long long generation);
   void stepDownShelfHidden(double ejected);
   WeakHandle<ShelfHiddenLength> weak() const { return weakFactory_.handle(); }
 
   platform::Platform& platform_;
   const SeparatorItems& items_;
+  const CollapseLengthChooser& chooser_;
+  const PresentedBar& bar_;
   CollapseHost& host_;
 
   std::optional<double> dividerDistance_;

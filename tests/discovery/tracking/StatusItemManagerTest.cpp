@@ -263,7 +263,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
 
   // The user drags the always-hidden icon into the visible zone while everything shows.
   expandAndSettle();
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(1);
   catalog().refreshObservedZones();
@@ -312,7 +312,7 @@ TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread)
   EXPECT_EQ(catalog().observedZone(kHiddenIcon), "hidden");
 
   // The others' icons arrive as soon as the hung app's read gives up, not after the system's 6 s.
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();
@@ -338,7 +338,7 @@ TEST_F(CatalogTest, AReadingOvertakenByANewerOneIsDropped) {
   run(1);
   expandAndSettle();
   ASSERT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   const double originalX = desktop().itemsOf(*desktop().pidOf(kAlwaysHiddenIcon)).front()->frame->midX();
 
   // The first reading sees the icon moved; the icon goes back before the second one starts.
@@ -376,7 +376,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
 
   // Skipped, it costs the reading nothing: the others arrive at once.
   expandAndSettle();
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   ASSERT_TRUE(desktop().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();

@@ -61,7 +61,7 @@ class CollapseEngineTest : public SimAppTest {
   void settleFirstCollapse() {
     launch();
     run(3);
-    ASSERT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+    ASSERT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
   }
 };
 
@@ -71,15 +71,15 @@ TEST_F(CollapseEngineTest, FirstCollapseSearchesTheCliffThenVerifiesAndRemembers
   EXPECT_TRUE(logged("search begin low=32 high=724 readBack=16 screen=1512x982@0,0"));
   run(3);
   EXPECT_EQ(problems(), std::vector<std::string>{});
-  EXPECT_LE(controller().cliffProbesMade(), 7);
-  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
-  ASSERT_TRUE(controller().collapseVerifiedAt());
-  EXPECT_LE(*controller().collapseVerifiedAt(), 3.0);
+  EXPECT_LE(controller().collapseEngine().cliff().cliffProbesMade(), 7);
+  EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
+  ASSERT_TRUE(controller().collapseEngine().verifier().collapseVerifiedAt());
+  EXPECT_LE(*controller().collapseEngine().verifier().collapseVerifiedAt(), 3.0);
   EXPECT_TRUE(controller().foldingEffective.get());
 
   auto& d = desktop();
-  ASSERT_TRUE(controller().cliffCache());
-  double cliff = controller().cliffCache()->length;
+  ASSERT_TRUE(controller().collapseEngine().lengths().cliffCache());
+  double cliff = controller().collapseEngine().lengths().cliffCache()->length;
   EXPECT_GT(cliff, 700);
   EXPECT_LE(cliff, 724);
   EXPECT_EQ(d.defaults().getString("com.ostrand.tarvolo.cliff.screen"), std::string(kScreen));
@@ -95,16 +95,16 @@ TEST_F(CollapseEngineTest, FirstCollapseSearchesTheCliffThenVerifiesAndRemembers
 TEST_F(CollapseEngineTest, SecondLaunchUsesTheRememberedLengthWithoutProbingAndVerifiesAtOnce) {
   boot();
   settleFirstCollapse();
-  double cliff = controller().cliffCache()->length;
+  double cliff = controller().collapseEngine().lengths().cliffCache()->length;
   session().relaunch();
   const double launchedAt = session().now();
   auto mark = logMark();
   run(3);
-  EXPECT_EQ(controller().cliffProbesMade(), 0);
+  EXPECT_EQ(controller().collapseEngine().cliff().cliffProbesMade(), 0);
   EXPECT_EQ(linesSince(mark, "search begin"), 0);
-  EXPECT_EQ(controller().lastAppliedNormalLength(), cliff);
-  ASSERT_TRUE(controller().collapseVerifiedAt());
-  EXPECT_LE(*controller().collapseVerifiedAt() - launchedAt, 0.5);
+  EXPECT_EQ(controller().collapseEngine().presentedBar().lastAppliedNormalLength, cliff);
+  ASSERT_TRUE(controller().collapseEngine().verifier().collapseVerifiedAt());
+  EXPECT_LE(*controller().collapseEngine().verifier().collapseVerifiedAt() - launchedAt, 0.5);
   EXPECT_EQ(problems(), std::vector<std::string>{});
 }
 
@@ -126,7 +126,7 @@ TEST_F(CollapseEngineTest, RestoredLengthsAreFilteredByTheirScreenAndPrunedToCon
   defaults.set("com.ostrand.tarvolo.cliff.gap", DefaultsValue(90.0));
   launch();
 
-  const auto& lengths = controller().perAppLengths();
+  const auto& lengths = controller().collapseEngine().lengths().perAppLengths();
   // The tail ceiling of a 1512-wide screen is 740.
   EXPECT_EQ(lengths.perApp.count(here + "com.example.fits"), 1u);
   EXPECT_EQ(lengths.perApp.count(here + "com.example.toolong"), 0u);
@@ -135,12 +135,12 @@ TEST_F(CollapseEngineTest, RestoredLengthsAreFilteredByTheirScreenAndPrunedToCon
   EXPECT_EQ(lengths.knownGoodMinByScreen.count(elsewhere), 0u);
   EXPECT_EQ(storedEntry(desktop(), "com.ostrand.tarvolo.cliff.perApp", elsewhere + "\tcom.example.fits"), -1);
   // The cliff record and the pinned gap it carries are in force: no search.
-  ASSERT_TRUE(controller().cliffCache());
-  EXPECT_EQ(controller().cliffCache()->length, 700);
+  ASSERT_TRUE(controller().collapseEngine().lengths().cliffCache());
+  EXPECT_EQ(controller().collapseEngine().lengths().cliffCache()->length, 700);
   EXPECT_EQ(storedEntry(desktop(), "com.ostrand.tarvolo.cliff.goodGap", kScreen), 90);
   run(2);
-  EXPECT_EQ(controller().cliffProbesMade(), 0);
-  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  EXPECT_EQ(controller().collapseEngine().cliff().cliffProbesMade(), 0);
+  EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
 }
 
 // The frontmost app's menus reach far right of the notch: the remembered length would run
@@ -150,21 +150,21 @@ TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
   options.apps.push_back(menusApp("com.example.studio", 820));
   boot(options);
   settleFirstCollapse();
-  double cliff = controller().cliffCache()->length;
+  double cliff = controller().collapseEngine().lengths().cliffCache()->length;
 
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   desktop().setFrontmost("com.example.studio");
   run(1);
-  int probesBefore = controller().cliffProbesMade();
+  int probesBefore = controller().collapseEngine().cliff().cliffProbesMade();
   controller().collapseBar(CollapseReason::menu);
   run(4);
   EXPECT_EQ(problems(), std::vector<std::string>{});
-  EXPECT_LE(controller().cliffProbesMade() - probesBefore, 24);
+  EXPECT_LE(controller().collapseEngine().cliff().cliffProbesMade() - probesBefore, 24);
   const std::string studio = std::string(kScreen) + "\tcom.example.studio";
-  auto length = controller().perAppLengths().length(kScreen, "com.example.studio");
+  auto length = controller().collapseEngine().lengths().perAppLengths().length(kScreen, "com.example.studio");
   ASSERT_TRUE(length);
   EXPECT_LT(*length, cliff);
-  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
   expectQuiescent(1);
 
   // The editor keeps its own, longer length.
@@ -173,23 +173,53 @@ TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
   run(1);
   controller().collapseBar(CollapseReason::menu);
   run(1);
-  EXPECT_EQ(controller().lastAppliedNormalLength(), cliff);
+  EXPECT_EQ(controller().collapseEngine().presentedBar().lastAppliedNormalLength, cliff);
   EXPECT_EQ(problems(), std::vector<std::string>{});
+}
+
+// One collapse reads the frontmost app and chooses its length once; what it applies, what the
+// recovery keeps and what a verification files under all come from that one attempt.
+TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
+  DesktopOptions options = statusRegionLaptop();
+  options.apps.push_back(menusApp("com.example.studio", 300));
+  boot(options);
+  settleFirstCollapse();
+  const CollapseEngine& engine = controller().collapseEngine();
+  const auto before = engine.collapseAttempts();
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
+  run(0.5);
+  controller().collapseBar(CollapseReason::menu);
+  EXPECT_EQ(engine.collapseAttempts(), before + 1);
+  ASSERT_TRUE(engine.recovery().attempt());
+  const CollapseAttempt attempt = *engine.recovery().attempt();
+  EXPECT_EQ(attempt.reason, CollapseReason::menu);
+  EXPECT_EQ(attempt.frontmostBundleID, "com.example.editor");
+  EXPECT_EQ(attempt.screenKey, kScreen);
+  EXPECT_EQ(attempt.generation, before + 1);
+  EXPECT_EQ(engine.presentedBar().lastAppliedNormalLength, attempt.length);
+
+  // Another app comes to the front before the verification: the collapse stays the editor's.
+  desktop().setFrontmost("com.example.studio");
+  ASSERT_EQ(desktop().frontmostBundleId(), "com.example.studio");
+  run(0.5);
+  EXPECT_EQ(engine.recovery().collapseRecoveryTrigger(), "com.example.editor");
+  EXPECT_EQ(engine.recovery().currentPair().key(), kEditorKey);
+  EXPECT_EQ(engine.collapseAttempts(), before + 1);
 }
 
 TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScreens) {
   boot();
   launch();
   run(0.5);
-  ASSERT_TRUE(controller().cliffSearchInFlight());
+  ASSERT_TRUE(controller().collapseEngine().cliff().cliffSearchInFlight());
   desktop().setScreens({sim::SimScreenSpec{.width = 1728, .height = 1117, .notchWidth = 185}});
   run(4);
   EXPECT_TRUE(logged("cliff abort reason=screens"));
   EXPECT_TRUE(logged("search begin low=32 high=832 readBack=16 screen=1728x1117@0,0"));
   EXPECT_EQ(problems(), std::vector<std::string>{});
-  ASSERT_TRUE(controller().cliffCache());
-  EXPECT_EQ(controller().cliffCache()->screenKey, "1728x1117@0,0");
-  EXPECT_LE(controller().cliffProbesMade(), 2 * 24);
+  ASSERT_TRUE(controller().collapseEngine().lengths().cliffCache());
+  EXPECT_EQ(controller().collapseEngine().lengths().cliffCache()->screenKey, "1728x1117@0,0");
+  EXPECT_LE(controller().collapseEngine().cliff().cliffProbesMade(), 2 * 24);
   expectQuiescent(1);
 }
 
@@ -199,17 +229,17 @@ TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSea
   boot();
   launch();
   run(0.7);
-  ASSERT_TRUE(controller().cliffSearchInFlight());
+  ASSERT_TRUE(controller().collapseEngine().cliff().cliffSearchInFlight());
   controller().toggleBar(ExpandDepth::normal);
   EXPECT_TRUE(controller().isExpanded.get());
   EXPECT_TRUE(desktop().ui().notices.empty());
   EXPECT_TRUE(logged("cliff abort reason=expanded"));
-  EXPECT_TRUE(controller().cliffSearchOwed());
+  EXPECT_TRUE(controller().collapseEngine().cliff().cliffSearchOwed());
   run(1);
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));
   controller().collapseBar(CollapseReason::menu);
   run(3);
-  EXPECT_EQ(controller().cliffSearchesStarted(), 2);
+  EXPECT_EQ(controller().collapseEngine().cliff().cliffSearchesStarted(), 2);
   EXPECT_EQ(problems(), std::vector<std::string>{});
   expectQuiescent(1);
 }
@@ -225,7 +255,7 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   EXPECT_FALSE(controller().foldingEffective.get());
   ASSERT_EQ(desktop().ui().notices.size(), 1u);
   EXPECT_EQ(desktop().ui().notices[0].request.kind, "collapseStayExpanded");
-  EXPECT_EQ(controller().cliffProbesMade(), 0);
+  EXPECT_EQ(controller().collapseEngine().cliff().cliffProbesMade(), 0);
   EXPECT_EQ(session().queue().pendingCount(), 0u);
 
   // Failing again within a minute shows nothing new; after a minute it does.
@@ -239,7 +269,7 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   EXPECT_EQ(desktop().ui().notices.size(), 2u);
   // Three give-ups start at most four retry campaigns, each bounded.
   expectQuiescent(30);
-  EXPECT_LE(controller().cliffCampaigns(), 4);
+  EXPECT_LE(controller().collapseEngine().cliff().cliffCampaigns(), 4);
   EXPECT_TRUE(controller().isExpanded.get());
 }
 
@@ -251,13 +281,13 @@ TEST_F(CollapseEngineTest, LateFramesAreReadAgainAndStillSettle) {
   run(5);
   EXPECT_TRUE(logged("reason=unread"));
   EXPECT_EQ(problems(), std::vector<std::string>{});
-  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
   expectQuiescent(1);
 }
 
 TEST_F(CollapseEngineTest, ASharedWindowIsJudgedByTheButton) {
   DesktopOptions options;
-  options.settings.sharedWindowItems = {StatusBarController::separatorAutosaveName};
+  options.settings.sharedWindowItems = {OwnStatusItems::separatorAutosaveName};
   boot(options);
   settleFirstCollapse();
   EXPECT_EQ(problems(), std::vector<std::string>{});
@@ -275,11 +305,11 @@ TEST_F(CollapseEngineTest, BeforeMacOS27TheSearchReachesNarrowMenusOnAWideBar) {
   launch();
   run(4);
   EXPECT_EQ(problems(), std::vector<std::string>{});
-  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
-  EXPECT_GT(*controller().lastAppliedNormalLength(), 1920 / 2);
+  EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
+  EXPECT_GT(*controller().collapseEngine().presentedBar().lastAppliedNormalLength, 1920 / 2);
   EXPECT_EQ(loggedCount("fold tail noted"), 0);
   EXPECT_EQ(loggedCount("collapse underfold"), 0);
-  EXPECT_EQ(controller().cliffSearchesStarted(), 1);
+  EXPECT_EQ(controller().collapseEngine().cliff().cliffSearchesStarted(), 1);
   EXPECT_FALSE(controller().isExpanded.get());
   expectQuiescent(1);
 }
@@ -290,19 +320,19 @@ TEST_F(CollapseEngineTest, OnMacOS27ThePlaceholderFillsTheRoomOneItemCannot) {
   options.settings.osMajor = 27;
   boot(options);
   launch();
-  ASSERT_TRUE(controller().foldPlaceholder());
+  ASSERT_TRUE(controller().collapseEngine().fold().foldPlaceholder());
   run(3);
   EXPECT_EQ(problems(), std::vector<std::string>{});
-  EXPECT_EQ(controller().foldPlaceholder()->placedBesideFold(), true);
+  EXPECT_EQ(controller().collapseEngine().fold().foldPlaceholder()->placedBesideFold(), true);
   // Up to the menus, less room for the overflow chevron.
-  auto placeholder = controller().foldPlaceholder()->frame();
+  auto placeholder = controller().collapseEngine().fold().foldPlaceholder()->frame();
   ASSERT_TRUE(placeholder);
   EXPECT_EQ(placeholder->minX(), desktop().menusRightEdge() + 52);
-  EXPECT_LT(*controller().lastAppliedNormalLength(), 3008 / 2 - 16);
+  EXPECT_LT(*controller().collapseEngine().presentedBar().lastAppliedNormalLength, 3008 / 2 - 16);
 
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
-  EXPECT_EQ(controller().foldPlaceholder()->appliedLength(), 4);
+  EXPECT_EQ(controller().collapseEngine().fold().foldPlaceholder()->appliedLength(), 4);
 }
 
 TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
@@ -318,8 +348,8 @@ TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(2);
   EXPECT_TRUE(logged("fold placeholder replaced"));
-  EXPECT_EQ(controller().foldPlaceholder()->placedBesideFold(), true);
-  EXPECT_EQ(controller().foldPlaceholder()->replacements(), 1);
+  EXPECT_EQ(controller().collapseEngine().fold().foldPlaceholder()->placedBesideFold(), true);
+  EXPECT_EQ(controller().collapseEngine().fold().foldPlaceholder()->replacements(), 1);
 }
 
 // The always-visible zone grows by one icon: the next collapse must be judged against the new
@@ -329,7 +359,7 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
   settleFirstCollapse();
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
-  auto separator = *desktop().ownItem(StatusBarController::separatorAutosaveName)->frame;
+  auto separator = *desktop().ownItem(OwnStatusItems::separatorAutosaveName)->frame;
   ASSERT_TRUE(desktop().commandDragItem("com.example.icon3", separator.maxX() + 5));
   run(3);
   EXPECT_EQ(loggedCount("gap crossing=pinnedFolded"), 1);
@@ -337,7 +367,7 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
 
   controller().collapseBar(CollapseReason::menu);
   run(1);
-  EXPECT_EQ(controller().lastCollapseVerdict(), Verdict::laidOut);
+  EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
   EXPECT_EQ(problems(), std::vector<std::string>{});
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));
 }
@@ -346,7 +376,7 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
 TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenSeparatorStepsDownWhenRejected) {
   boot(DesktopOptions{});
   settleFirstCollapse();
-  const double collapsed = *controller().lastAppliedNormalLength();
+  const double collapsed = *controller().collapseEngine().presentedBar().lastAppliedNormalLength;
   // Both separators short: the distance between them is read.
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
@@ -356,7 +386,7 @@ TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenSeparatorStepsDownWhenRejected) 
   run(2);
   EXPECT_TRUE(logged(LogLine("shelf hidden verify").add("length", collapsed).add("verdict", "ejected").text()));
   EXPECT_TRUE(logged("shelf hidden step length="));
-  const auto* hidden = desktop().ownItem(StatusBarController::alwaysHiddenAutosaveName);
+  const auto* hidden = desktop().ownItem(OwnStatusItems::alwaysHiddenAutosaveName);
   EXPECT_FALSE(hidden->rejected);
   EXPECT_FALSE(iconOnScreen("com.example.icon5"));  // the always-hidden zone stays hidden
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));
