@@ -31,7 +31,7 @@ bool collapseConfirmed(const StatusBarController& controller) {
 }
 
 bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* controller) {
-  return controller && !controller->isExpanded.get() && collapseConfirmed(*controller) &&
+  return controller && !controller->state().isExpanded && collapseConfirmed(*controller) &&
          collapseProblems(desktop).empty();
 }
 
@@ -100,7 +100,7 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
     if (!result.verifiedAfter && controller && controller->collapseEngine().verifier().collapseVerifiedAt()) {
       result.verifiedAfter = *controller->collapseEngine().verifier().collapseVerifiedAt() - start;
     }
-    if (!result.verifiedAfter && controller && !controller->isExpanded.get() && collapseConfirmed(*controller)) {
+    if (!result.verifiedAfter && controller && !controller->state().isExpanded && collapseConfirmed(*controller)) {
       result.verifiedAfter = session.now() - start;
     }
     if (!settledAt && standsVerified(session.desktop(), controller)) settledAt = session.now() - start;

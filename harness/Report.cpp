@@ -119,9 +119,9 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.time = now;
   bar.tarvoloRunning = desktop.ownAppRunning();
   if (controller) {
-    bar.state = ControllerState{.isExpanded = controller->isExpanded.get(),
-                                .isDeepExpanded = controller->isDeepExpanded.get(),
-                                .foldingEffective = controller->foldingEffective.get()};
+    bar.state = ControllerState{.isExpanded = controller->state().isExpanded,
+                                .isDeepExpanded = controller->state().isDeepExpanded,
+                                .foldingEffective = controller->state().foldingEffective};
   }
   bar.toggle = ownItemFrame(desktop, OwnItem::toggle);
   bar.separator = ownItemFrame(desktop, OwnItem::separator);

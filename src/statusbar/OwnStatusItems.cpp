@@ -214,6 +214,20 @@ std::optional<PlacementAnchors> OwnStatusItems::currentPlacementAnchors() const 
                           .hiddenWidth = hidden->width};
 }
 
+std::optional<double> OwnStatusItems::visibleIconsMinX() const {
+  if (auto separator = separatorFrame()) return separator->maxX();
+  if (auto toggle = toggleFrame()) return toggle->minX();
+  return std::nullopt;
+}
+
+Policy::OwnItemValues OwnStatusItems::ownItemRightEdges() const {
+  auto maxX = [](std::optional<Rect> frame) -> std::optional<double> {
+    if (!frame) return std::nullopt;
+    return frame->maxX();
+  };
+  return {.toggle = maxX(toggleFrame()), .separator = maxX(separatorFrame()), .alwaysHidden = maxX(alwaysHiddenSeparatorFrame())};
+}
+
 std::optional<bool> OwnStatusItems::ownItemsInOrder() const {
   auto anchors = currentPlacementAnchors();
   if (!anchors) return std::nullopt;

@@ -7,6 +7,7 @@
 
 #include "discovery/PlacementTypes.h"
 #include "platform/Platform.h"
+#include "statusbar/OrderRepairPolicy.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/owners/SeparatorItems.h"
 
@@ -73,6 +74,10 @@ class OwnStatusItems final : public SeparatorItems {
   std::optional<PlacementAnchors> currentPlacementAnchors() const;
   // Where the first-launch coach points: the toggle's button, when it has one.
   std::optional<Rect> coachAnchor() const;
+  // The right end of the stretch a collapse leaves empty: where the icons that stay visible begin.
+  std::optional<double> visibleIconsMinX() const;
+  // The right edges of the three items' buttons, where known.
+  MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const;
 
   // SeparatorItems
   bool canMeasure() const override;

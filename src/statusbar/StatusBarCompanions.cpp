@@ -1,31 +1,31 @@
-// What the controller's companions (auto-collapse, frontmost tracking, order repair, the hiding
-// engine switch) ask of it.
+// What the state machine's companions (the start-up campaign, frontmost tracking, order repair,
+// the hiding engine switch) ask of it.
 
 #include "base/Log.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo {
 
-std::optional<double> StatusBarController::visibleIconsMinX() const {
-  if (auto separator = items_.separatorFrame()) return separator->maxX();
-  if (auto toggle = items_.toggleFrame()) return toggle->minX();
-  return std::nullopt;
+// --- the start-up campaign -------------------------------------------------------------------
+
+bool StatusBarController::startupCollapseMayRun() const {
+  return campaign_.startupCollapseAllowed() && onboardingComplete() && !surroundings_.manualPlacement;
 }
+
+bool StatusBarController::showsEverything() const { return state_.isExpanded && state_.isDeepExpanded; }
+
+void StatusBarController::startupCollapseGaveUp() {
+  if (showsEverything()) orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
+}
+
+// --- frontmost tracking ----------------------------------------------------------------------
 
 void StatusBarController::commitFrontmostLength() {
   applyVisibilityNow();
   engine_.verifier().scheduleCollapsedCliffVerify();
 }
 
-MenuBarVisibilityPolicy::OwnItemValues StatusBarController::ownItemRightEdges() const {
-  auto maxX = [](std::optional<Rect> frame) -> std::optional<double> {
-    if (!frame) return std::nullopt;
-    return frame->maxX();
-  };
-  return {.toggle = maxX(items_.toggleFrame()),
-          .separator = maxX(items_.separatorFrame()),
-          .alwaysHidden = maxX(items_.alwaysHiddenSeparatorFrame())};
-}
+// --- order repair ----------------------------------------------------------------------------
 
 void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) {
   engine_.cliff().abortForExpandedBar();
@@ -38,8 +38,7 @@ void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::Repair
     defaults.set(Items::preferredPositionKey(Items::toggleAutosaveName), DefaultsValue(positions.toggle));
     defaults.set(Items::preferredPositionKey(Items::separatorAutosaveName), DefaultsValue(positions.separator));
     defaults.set(Items::preferredPositionKey(Items::alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
-    self.items_.createOwnItems(self.currentPresentation(), self.itemActions(),
-                               [&self](OwnStatusItems::Item created) { self.companionAfterOwnItem(created); });
+    self.createOwnItems();
     self.updateLanguageStrings();
     self.applyVisibilityNow();
   }));
@@ -51,6 +50,13 @@ void StatusBarController::orderRepairFinished(bool inOrder) {
   // What the wrong order made the bar say no longer holds.
   platform_.userInterface().dismissNotice("collapseStayExpanded");
   platform_.userInterface().dismissNotice("foldingIneffective");
+}
+
+bool StatusBarController::handAnchorRepairToGuide(OwnOrderRepair::Requester requester) {
+  if (!surroundings_.guide.available) return false;
+  publish(BarEvent::RepairAnchors{.openedByCollapseAttempt = false,
+                                  .userInitiated = requester == OwnOrderRepair::Requester::user});
+  return true;
 }
 
 // --- the hiding engine switch ----------------------------------------------------------------
@@ -71,8 +77,7 @@ void StatusBarController::nativeAvailabilityChanged() {
 void StatusBarController::recreateOwnItemsForSystemEngine() {
   items_.removeOwnItems();
   items_.seedPreferredPositions();
-  items_.createOwnItems(currentPresentation(), itemActions(),
-                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
+  createOwnItems();
   scheduleApply();
 }
 

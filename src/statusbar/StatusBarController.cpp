@@ -12,13 +12,10 @@ namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
 using platform::EventType;
-using platform::Modifier;
 
 namespace {
 
 constexpr double kApplyCoalesceDelay = 0.15;
-constexpr double kArrowPressWindow = 1.0;
-constexpr double kDragTolerance = 3.0;
 constexpr const char* kStayExpandedNoticeKind = "collapseStayExpanded";
 
 // A notification handler that runs `method` on the controller, if it still exists.
@@ -26,15 +23,20 @@ NotificationCenter::Handler calling(WeakHandle<StatusBarController> weak, void (
   return [call = bindWeak(std::move(weak), method)](const Notification&) { call(); };
 }
 
+// "name(label: value)", the head of the traces that name a call and its one flag.
+LogLine callLine(std::string_view callAndLabel, bool value) {
+  LogLine line(callAndLabel);
+  line.raw(value ? "true)" : "false)");
+  return line;
+}
+
 }  // namespace
 
 StatusBarController::StatusBarController(Dependencies dependencies)
     : platform_(dependencies.platform),
-      defaultCenter_(dependencies.defaultCenter),
-      workspaceCenter_(dependencies.workspaceCenter),
       catalog_(dependencies.catalog),
       localization_(dependencies.localization),
-      items_(dependencies.platform, dependencies.localization, expandedSeparatorLength_),
+      items_(dependencies.platform, dependencies.localization, expandedSeparatorLength),
       engine_({.platform = dependencies.platform,
                .workspaceCenter = dependencies.workspaceCenter,
                .localization = dependencies.localization,
@@ -42,20 +44,27 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                .host = *this}),
       hiding_({.engine = dependencies.nativeEngine,
                .items = items_,
-               .expandedSeparatorLength = expandedSeparatorLength_}),
+               .expandedSeparatorLength = expandedSeparatorLength,
+               .host = *this}),
       campaign_(dependencies.platform.mainQueue(), *this),
-      autoCollapse_(dependencies.platform, *this),
-      frontmost_(dependencies.platform, *this),
-      orderRepair_(dependencies.platform, *this),
+      autoCollapse_({.platform = dependencies.platform,
+                     .items = items_,
+                     .state = state_,
+                     .surroundings = surroundings_,
+                     .host = *this}),
+      frontmost_({.platform = dependencies.platform, .state = state_, .engine = engine_, .host = *this}),
+      orderRepair_({.platform = dependencies.platform,
+                    .items = items_,
+                    .localization = dependencies.localization,
+                    .host = *this}),
+      clicks_(dependencies.platform, items_),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
       recreateItemsWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
-  hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItemsForSystemEngine));
   items_.seedPreferredPositions();
-  items_.createOwnItems(currentPresentation(), itemActions(),
-                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
+  createOwnItems();
 
   engine_.restorePersistedLengths();
   engine_.logLaunchState();
@@ -63,14 +72,14 @@ StatusBarController::StatusBarController(Dependencies dependencies)
   engine_.lengths().seedPinnedGapIfMissing();
   engine_.pruneCollapseLengthsToConnectedScreens();
   applyVisibilityNow();
-  subscribe();
+  subscribe(dependencies.defaultCenter, dependencies.workspaceCenter);
 
   catalog_.setOwnItemAnchors(
       [weak = weak()]() -> std::optional<PlacementAnchors> {
         auto* self = weak.get();
         return self ? self->items_.currentPlacementAnchors() : std::nullopt;
       },
-      expandedSeparatorLength_);
+      expandedSeparatorLength);
   catalog_.refreshAttributedMenuBarApps();
 }
 
@@ -90,6 +99,11 @@ OwnStatusItems::Actions StatusBarController::itemActions() {
       .separatorClicked = clicked(&StatusBarController::separatorClicked),
       .alwaysHiddenSeparatorClicked = clicked(&StatusBarController::alwaysHiddenSeparatorClicked),
   };
+}
+
+void StatusBarController::createOwnItems() {
+  items_.createOwnItems(currentPresentation(), itemActions(),
+                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
 }
 
 // The button's tracking consumes the mouse-up, so no monitor sees it; its action does.
@@ -114,10 +128,8 @@ void StatusBarController::companionAfterOwnItem(OwnStatusItems::Item created) {
   }
 }
 
-void StatusBarController::subscribe() {
+void StatusBarController::subscribe(NotificationCenter& center, NotificationCenter& workspace) {
   auto& queue = platform_.mainQueue();
-  auto& center = defaultCenter_;
-  auto& workspace = workspaceCenter_;
   auto onMain = [this, &queue](void (StatusBarController::*method)()) {
     return onMainQueue(queue, calling(weak(), method));
   };
@@ -147,11 +159,11 @@ void StatusBarController::subscribe() {
   cancellables_.push_back(workspace.addObserver(Notifications::didTerminateApplication, membership));
   cancellables_.push_back(center.addObserver(
       Notifications::menuDidBeginTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
-        self.noteMenuTracking(self.menuTrackingCount_ + 1);
+        self.noteMenuTracking(self.surroundings_.menuTrackingCount + 1);
       })));
   cancellables_.push_back(center.addObserver(
       Notifications::menuDidEndTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
-        self.noteMenuTracking(std::max(0, self.menuTrackingCount_ - 1));
+        self.noteMenuTracking(std::max(0, self.surroundings_.menuTrackingCount - 1));
       })));
   cancellables_.push_back(center.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
                                              onMain(&StatusBarController::nativeAvailabilityChanged)));
@@ -160,8 +172,13 @@ void StatusBarController::subscribe() {
 }
 
 void StatusBarController::noteMenuTracking(int count) {
-  menuTrackingCount_ = count;
-  engine_.noteMenuTracking(count > 0);
+  surroundings_.menuTrackingCount = count;
+  engine_.noteMenuTracking(surroundings_.menuTracking());
+}
+
+void StatusBarController::notePlacementGuide(PlacementGuidePresence presence) {
+  mainThread_.check();
+  surroundings_.guide = std::move(presence);
 }
 
 void StatusBarController::screenParametersChanged() {
@@ -171,13 +188,40 @@ void StatusBarController::screenParametersChanged() {
   scheduleApply();
 }
 
+// --- what the bar shows ------------------------------------------------------------------------
+
+void StatusBarController::setState(BarState next) {
+  if (next == state_) return;
+  state_ = next;
+  engine_.notePresentation(state_.presentation());
+  publish(BarEvent::StateChanged{state_});
+}
+
+void StatusBarController::show(ExpandDepth depth) {
+  BarState next = state_;
+  next.isExpanded = true;
+  next.isDeepExpanded = depth == ExpandDepth::deep;
+  setState(next);
+}
+
+void StatusBarController::showCollapsed() {
+  BarState next = state_;
+  next.isExpanded = false;
+  next.isDeepExpanded = false;
+  setState(next);
+}
+
+void StatusBarController::noteAlwaysVisibleAnchorReady() {
+  BarState next = state_;
+  next.alwaysVisibleAnchorReady = true;
+  setState(next);
+}
+
 // --- start-up ----------------------------------------------------------------------------------
 
 bool StatusBarController::onboardingComplete() const {
   return platform_.defaults().getBool(onboardingKey).value_or(false);
 }
-
-void StatusBarController::presentFirstLaunchCoach() { firstLaunchCoachWanted.notify(); }
 
 void StatusBarController::completeOnboarding() {
   mainThread_.check();
@@ -187,8 +231,8 @@ void StatusBarController::completeOnboarding() {
 }
 
 void StatusBarController::showEverything() {
-  setShown(true, true);
-  manualPlacement_ = false;
+  show(ExpandDepth::deep);
+  surroundings_.manualPlacement = false;
   updateButtonAppearance();
   applyVisibilityNow();
 }
@@ -196,7 +240,7 @@ void StatusBarController::showEverything() {
 void StatusBarController::finishStartup() {
   mainThread_.check();
   orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic);
-  startupCollapseAllowed_ = true;
+  campaign_.allowStartupCollapse();
   if (!onboardingComplete()) {
     showEverything();
     presentFirstLaunchCoach();
@@ -206,16 +250,6 @@ void StatusBarController::finishStartup() {
   campaign_.beginIfNeeded();
 }
 
-bool StatusBarController::startupCollapseMayRun() const {
-  return startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_;
-}
-
-bool StatusBarController::showsEverything() const { return isExpanded.get() && isDeepExpanded.get(); }
-
-void StatusBarController::startupCollapseGaveUp() {
-  if (showsEverything()) orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
-}
-
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
   if (engine_.cliff().cliffSearchInFlight()) return std::nullopt;
   return items_.ownItemsInOrder();
@@ -223,23 +257,13 @@ std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
 
 // --- state machine -----------------------------------------------------------------------------
 
-MenuBarPresentation StatusBarController::currentPresentation() const {
-  return Policy::presentationFor(isExpanded.get(), isDeepExpanded.get());
-}
-
-void StatusBarController::setShown(bool expanded, bool deep) {
-  isExpanded = expanded;
-  isDeepExpanded = deep;
-  engine_.notePresentation(currentPresentation());
-}
-
 void StatusBarController::toggleBar(ExpandDepth depth) {
   mainThread_.check();
-  Diag::log(LogLine(std::string("toggleBar(deep: ") + boolText(depth == ExpandDepth::deep) + ")")
-                .add("isExpanded", isExpanded.get())
-                .add("isDeep", isDeepExpanded.get())
-                .add("foldingEffective", foldingEffective.get()));
-  if (!foldingEffective.get()) {
+  Diag::log(callLine("toggleBar(deep:", depth == ExpandDepth::deep)
+                .add("isExpanded", state_.isExpanded)
+                .add("isDeep", state_.isDeepExpanded)
+                .add("foldingEffective", state_.foldingEffective));
+  if (!state_.foldingEffective) {
     platform_.userInterface().presentNotice(platform::NoticeRequest{
         .message = text("folding_ineffective_banner"),
         .actionTitle = text("menu_repair_order"),
@@ -251,10 +275,10 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
   switch (depth) {
     case ExpandDepth::deep:
       // From the deep-expanded bar a deep toggle steps down to the expanded one, not to collapsed.
-      expandBar(isExpanded.get() && isDeepExpanded.get() ? ExpandDepth::normal : ExpandDepth::deep, Initiator::user);
+      expandBar(state_.isExpanded && state_.isDeepExpanded ? ExpandDepth::normal : ExpandDepth::deep, Initiator::user);
       return;
     case ExpandDepth::normal:
-      if (isExpanded.get()) {
+      if (state_.isExpanded) {
         collapseBar(CollapseReason::explicitToggle);
       } else {
         expandBar(ExpandDepth::normal, Initiator::user);
@@ -265,19 +289,18 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
 
 void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   mainThread_.check();
-  const bool deep = depth == ExpandDepth::deep;
   const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
     campaign_.cancelStartupCollapseRetry();
     if (platform_.userInterface().preferences().isShown()) keepPreferencesVisible_ = true;
   }
-  Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
-  setShown(true, deep);
+  Diag::log(callLine("expandBar(deep:", depth == ExpandDepth::deep).add("userInitiated", userInitiated));
+  show(depth);
   updateButtonAppearance();
   applyVisibilityNow();
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
   bool fromGuide = initiator == Initiator::placementGuide;
-  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || manualPlacement_
+  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || surroundings_.manualPlacement
                                               ? std::nullopt
                                               : std::optional(autoCollapse_.configuredAutoCollapseDelay()));
 }
@@ -286,7 +309,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   mainThread_.check();
   const auto reasonText = rawValue(reason);
   // Guard 1: nothing may hide before start-up finished or while the coach runs.
-  if (!startupCollapseAllowed_ || !onboardingComplete()) {
+  if (!campaign_.startupCollapseAllowed() || !onboardingComplete()) {
     MenuBarLog::log(LogLine("collapse blocked").add("reason", reasonText));
     showEverything();
     if (!onboardingComplete()) presentFirstLaunchCoach();
@@ -304,10 +327,10 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   }
   // Guards 3 and 4, and the attempt: made once, then handed along.
   const CollapseAttempt attempt = engine_.beginCollapse(reason);
-  setShown(false, false);
+  showCollapsed();
   updateButtonAppearance();
   applyVisibility(attempt.length, nullptr);
-  if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
+  publish(BarEvent::Collapsed{});
   autoCollapse_.barCollapsed();
   // The system hides by list: no length to remember, search or recover.
   if (hiding_.nativeAvailable()) return;
@@ -316,202 +339,25 @@ void StatusBarController::collapseBar(CollapseReason reason) {
 }
 
 void StatusBarController::setDeepExpanded(bool deep) {
-  if (isExpanded.get() && isDeepExpanded.get() != deep) {
-    expandBar(deep ? ExpandDepth::deep : ExpandDepth::normal, Initiator::user);
+  const ExpandDepth depth = deep ? ExpandDepth::deep : ExpandDepth::normal;
+  if (state_.isExpanded && state_.isDeepExpanded != deep) {
+    expandBar(depth, Initiator::user);
     return;
   }
-  isDeepExpanded = deep;
-  engine_.notePresentation(currentPresentation());
+  BarState next = state_;
+  next.isDeepExpanded = deep;
+  setState(next);
 }
 
-// --- clicks --------------------------------------------------------------------------------------
-
-void StatusBarController::recordArrowPress() {
-  arrowPressPoint_ = platform_.events().mouseLocation();
-  if (auto frame = items_.toggleFrame()) {
-    arrowPressFrameOrigin_ = frame->origin();
-  } else {
-    arrowPressFrameOrigin_.reset();
-  }
-  arrowPressAt_ = platform_.clock().now();
-}
-
-void StatusBarController::clearArrowPress() {
-  arrowPressPoint_.reset();
-  arrowPressFrameOrigin_.reset();
-  arrowPressAt_.reset();
-}
-
-void StatusBarController::statusItemClicked(std::optional<platform::Event> sent) {
-  mainThread_.check();
-  MenuBarLog::log(LogLine("statusItemClicked fired,")
-                      .add("currentEvent", sent ? platform::eventTypeName(sent->type) : "none"));
-  // Pressed through Accessibility: what a plain left click does.
-  const platform::Event event =
-      sent.value_or(platform::Event{.type = EventType::leftMouseUp, .timestamp = platform_.clock().now()});
-  if (event.type == EventType::rightMouseUp) {
-    showContextMenu();
-    return;
-  }
-  if (event.type == EventType::leftMouseDown) {
-    recordArrowPress();
-    return;
-  }
-  if (event.type != EventType::leftMouseUp) return;
-
-  auto session = platform_.events().modifierFlags();
-  bool option = session.has(Modifier::option) || event.modifierFlags.has(Modifier::option);
-  bool command = session.has(Modifier::command) || event.modifierFlags.has(Modifier::command);
-  MenuBarLog::log(LogLine("statusItemClicked:").add("isOption", option).add("isCommand", command));
-
-  if (command && arrowPressAt_ && platform_.clock().now() - *arrowPressAt_ < kArrowPressWindow) {
-    bool pointerMoved = arrowPressPoint_ &&
-                        Policy::pointsDiffer(*arrowPressPoint_, platform_.events().mouseLocation(), kDragTolerance);
-    auto frame = items_.toggleFrame();
-    bool frameMoved = arrowPressFrameOrigin_ && frame &&
-                      Policy::pointsDiffer(*arrowPressFrameOrigin_, frame->origin(), kDragTolerance);
-    if (pointerMoved || frameMoved) {
-      MenuBarLog::log("statusItemClicked: ignored command drag or guide");
-      clearArrowPress();
-      orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::detected);
-      return;
-    }
-  }
-
-  const bool guideOpen = windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen();
-  bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_ || guideOpen);
-  MenuBarLog::log(LogLine("statusItemClicked:").add("optionReveal", option).add("commandReveal", commandReveal));
-  bool reveal = option || commandReveal;
-  bool notch = toggleScreenHasNotch();
-  using Action = Policy::ArrowClickAction;
-  Action action = notch ? (reveal ? Action::openShelfAll : Action::openShelf)
-                        : (reveal ? Action::expandAll : Action::expandFolded);
-  MenuBarLog::log(
-      LogLine("status click").add("option", option).add("notch", notch).add("action", Policy::logName(action)));
-  performArrowClickAction(action);
-  clearArrowPress();
-}
-
-bool StatusBarController::toggleScreenHasNotch() const {
-  auto screen = items_.statusItemScreen();
-  return screen && screen->notchWidth() > 0;
-}
-
-void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action) {
-  using Action = Policy::ArrowClickAction;
-  switch (action) {
-    case Action::openShelf:
-      if (shelf_ && shelf_->isShelfShown()) {
-        closeIconShelf();
-      } else {
-        showIconShelf(std::nullopt);
-      }
-      return;
-    case Action::openShelfAll:
-      showIconShelf(MenuBarAccessTier::all);
-      return;
-    case Action::expandFolded:
-      closeIconShelf();
-      toggleBar(ExpandDepth::normal);
-      return;
-    case Action::expandAll:
-      closeIconShelf();
-      expandBar(ExpandDepth::deep, Initiator::user);
-      return;
-  }
-}
-
-void StatusBarController::showIconShelf(std::optional<MenuBarAccessTier> tier) {
-  if (shelf_) shelf_->showShelf(tier);
-}
-
-void StatusBarController::closeIconShelf() {
-  if (shelf_ && shelf_->isShelfShown()) shelf_->closeShelf();
-}
-
-void StatusBarController::separatorClicked(std::optional<platform::Event> event) {
-  if (event && event->type == EventType::rightMouseUp) {
-    showContextMenu();
-    return;
-  }
-  toggleBar(ExpandDepth::normal);
-}
-
-void StatusBarController::alwaysHiddenSeparatorClicked(std::optional<platform::Event> event) {
-  if (event && event->type == EventType::rightMouseUp) {
-    showContextMenu();
-    return;
-  }
-  toggleBar(ExpandDepth::deep);
-}
-
-// --- context menu ----------------------------------------------------------------------------------
-
-platform::Menu StatusBarController::buildContextMenu() {
-  auto item = [this](const char* key, const char* action, void (StatusBarController::*method)(),
-                     const char* keyEquivalent = "") {
-    return platform::MenuItem{.title = text(key), .action = action, .keyEquivalent = keyEquivalent,
-                              .perform = bindWeak(weak(), method)};
-  };
-  platform::Menu menu;
-  menu.items.push_back(item("iconbar.title", "menuOpenIconBar", &StatusBarController::menuOpenIconBar));
-  menu.items.push_back(item("iconbar.expand", "menuExpandFolded", &StatusBarController::menuExpandFolded));
-  menu.items.push_back(item("menu_show_all", "menuShowAll", &StatusBarController::menuShowAll));
-  menu.items.push_back(item("menu_collapse", "menuCollapse", &StatusBarController::menuCollapse));
-  menu.items.push_back(item("menu_arrange", "menuArrange", &StatusBarController::menuArrange));
-  // Offered while icons are shown, the moment a user notices one they would rather hide.
-  if (isExpanded.get()) {
-    menu.items.push_back(item("menu_hide_in_settings", "menuHideInSettings", &StatusBarController::menuHideInSettings));
-  }
-  if (orderRepair_.repairOffered()) {
-    menu.items.push_back(item("menu_repair_order", "repairMenuBarOrder", &StatusBarController::repairMenuBarOrder));
-  }
-  menu.items.push_back(platform::MenuItem::separator());
-  menu.items.push_back(item("menu_preferences", "openPreferences", &StatusBarController::menuPreferences, ","));
-  menu.items.push_back(item("menu_quit", "quitApp", &StatusBarController::quitApp, "q"));
-  return menu;
-}
-
-void StatusBarController::showContextMenu() {
-  if (!items_.hasToggle()) return;
-  items_.popUpToggleMenu(buildContextMenu());
-}
-
-void StatusBarController::menuOpenIconBar() { showIconShelf(std::nullopt); }
-void StatusBarController::menuExpandFolded() { expandBar(ExpandDepth::normal, Initiator::user); }
-void StatusBarController::menuShowAll() { expandBar(ExpandDepth::deep, Initiator::user); }
-void StatusBarController::menuCollapse() { collapseBar(CollapseReason::menu); }
-
-void StatusBarController::menuArrange() {
-  MenuBarLog::log("arrange requested");
-  if (windowHooks_.arrange) {
-    windowHooks_.arrange();
-    return;
-  }
-  expandBar(ExpandDepth::deep, Initiator::user);
-}
-
-void StatusBarController::menuHideInSettings() { openPreferences(std::string("items")); }
-void StatusBarController::menuPreferences() { openPreferences(std::nullopt); }
-
-void StatusBarController::openPreferences(std::optional<std::string> focusing) {
-  Diag::log(LogLine("openPreferences").add("focus", focusing));
-  if (windowHooks_.openPreferences) windowHooks_.openPreferences(std::move(focusing));
-}
-
-void StatusBarController::quitApp() { platform_.application().terminate(); }
-
-// --- appearance ------------------------------------------------------------------------------------
+// --- appearance --------------------------------------------------------------------------------
 
 std::string StatusBarController::text(const std::string& key) const { return localization_.tr(key); }
-
-std::string StatusBarController::localizedText(std::string_view key) const { return localization_.tr(key); }
 
 void StatusBarController::updateButtonAppearance() { items_.updateButtonAppearance(currentPresentation()); }
 
 void StatusBarController::updateLanguageStrings() { items_.updateLanguageStrings(currentPresentation()); }
 
-// --- applying lengths --------------------------------------------------------------------------------
+// --- applying lengths --------------------------------------------------------------------------
 
 void StatusBarController::scheduleApply() {
   categorySyncWorkItem_.schedule(kApplyCoalesceDelay, bindWeak(weak(), [](StatusBarController& self) {
@@ -519,8 +365,8 @@ void StatusBarController::scheduleApply() {
                                  }));
 }
 
-std::function<void()> StatusBarController::repairAction() {
-  return bindWeak(weak(), &StatusBarController::repairMenuBarOrder);
+Policy::PlacementMode StatusBarController::placementMode() const {
+  return surroundings_.manualPlacement ? Policy::PlacementMode::manual : Policy::PlacementMode::automatic;
 }
 
 void StatusBarController::applyVisibilityNow(std::function<void(bool)> completion) {
@@ -534,22 +380,22 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
   if (presentation != MenuBarPresentation::collapsed) engine_.cliff().abortForExpandedBar();
   // While the cliff search runs it owns the normal separator's length.
   const bool searching = engine_.cliff().cliffSearchInFlight();
-  auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
-  auto& catalog = catalog_;
   const auto hidingEngine = hiding_.hidingEngine();
   auto plan = Policy::plan({
-      .apps = catalog.trackedApps(),
+      .apps = catalog_.trackedApps(),
       .engine = hidingEngine,
       .presentation = presentation,
-      .expandedLength = expandedSeparatorLength_,
+      .expandedLength = expandedSeparatorLength,
       .collapsedLength = collapseLength,
       .ownBundleIDs = {platform_.system().ownBundleIdentifier()},
-      .runningBundleIDs = catalog.runningBundleIDs(),
-      .publicCollapseSizing = sizing,
+      .runningBundleIDs = catalog_.runningBundleIDs(),
+      .publicCollapseSizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion()),
       .hiddenDividerDistance = engine_.shelf().dividerDistance(),
   });
   if (hidingEngine == MenuBarHidingEngine::nativeAllowList) {
-    hiding_.apply(plan, Policy::usesPhysicalDividers(Policy::NativeEngine::available, placementMode(), Policy::PlacementHighlight::hidden), std::move(completion));
+    const bool dividers = Policy::usesPhysicalDividers(Policy::NativeEngine::available, placementMode(),
+                                                       Policy::PlacementHighlight::hidden);
+    hiding_.apply(plan, dividers, std::move(completion));
     engine_.noteApplied(items_.separatorLength(), items_.alwaysHiddenSeparatorLength());
     return publishFoldingEffective(collapseLength);
   }
@@ -579,12 +425,12 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
   publishFoldingEffective(collapseLength);
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
   if (presentation == MenuBarPresentation::shelfExpanded &&
-      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength_) {
+      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength) {
     engine_.shelf().scheduleShelfHiddenVerify();
   }
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.
-  catalog.scheduleZoneRefresh();
+  catalog_.scheduleZoneRefresh();
   engine_.gaps().scheduleMenuBarSample();
   if (completion) completion(true);
 }
@@ -592,18 +438,18 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
 void StatusBarController::publishFoldingEffective() { publishFoldingEffective(lengthForFrontmost()); }
 
 void StatusBarController::publishFoldingEffective(double collapseLength) {
+  BarState next = state_;
   // The order can only be judged while the separators are short; a collapse is judged by its
   // verification.
-  if (auto order = readAlwaysVisibleAnchor()) alwaysVisibleAnchorReady = *order;
-  foldingEffective = Policy::foldingIsEffective({
+  if (auto order = readAlwaysVisibleAnchor()) next.alwaysVisibleAnchorReady = *order;
+  next.foldingEffective = Policy::foldingIsEffective({
       .nativeEngineAvailable = hiding_.nativeAvailable(),
-      .anchorReady = alwaysVisibleAnchorReady.get(),
+      .anchorReady = next.alwaysVisibleAnchorReady,
       .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
       .collapseLength = collapseLength,
   });
+  setState(next);
 }
-
-// --- follow-up checks -------------------------------------------------------------------------------
 
 void StatusBarController::scheduleFoldingCheck() {
   auto generation = applyGeneration_;
@@ -615,13 +461,13 @@ void StatusBarController::scheduleFoldingCheck() {
                              }));
 }
 
-// --- when folding fails ------------------------------------------------------------------------------
+// --- when folding fails ------------------------------------------------------------------------
 
 void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, RepairOffer offer) {
   MenuBarLog::log(LogLine("collapse stays expanded")
                       .add("reason", rawValue(reason))
                       .add("offerRepair", offer == RepairOffer::collapseAgain));
-  setShown(true, true);
+  show(ExpandDepth::deep);
   updateButtonAppearance();
   applyVisibilityNow();
 
@@ -651,16 +497,18 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
 
 void StatusBarController::dropToNormalExpandedShelf() {
   MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", engine_.chooser().frontmostBundleID()));
-  setShown(true, false);
+  show(ExpandDepth::normal);
   updateButtonAppearance();
   applyVisibilityNow();
-  if (!manualPlacement_) autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
+  if (!surroundings_.manualPlacement) {
+    autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
+  }
 }
 
-// --- membership ------------------------------------------------------------------------------------
+// --- membership --------------------------------------------------------------------------------
 
 void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string> bundleID) {
-  menuBarMembershipChangedAt_ = platform_.clock().now();
+  surroundings_.menuBarMembershipChangedAt = platform_.clock().now();
   hiding_.expandIfAvailable();
   if (bundleID) {
     const std::string lowered = text::lowercased(*bundleID);

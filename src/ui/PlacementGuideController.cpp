@@ -59,15 +59,19 @@ PlacementGuideController::PlacementGuideController(Dependencies dependencies)
       ledger_(dependencies.ledger),
       statusBar_(dependencies.statusBar),
       checkWork_(dependencies.platform.mainQueue()),
-      advanceWork_(dependencies.platform.mainQueue()) {}
+      advanceWork_(dependencies.platform.mainQueue()) {
+  tellBar();
+}
 
 PlacementGuideController::~PlacementGuideController() {
+  statusBar_.notePlacementGuide({});
   if (platform_.userInterface().placementGuide().isShown()) platform_.userInterface().placementGuide().close();
 }
 
 // --- starting ------------------------------------------------------------------------------------
 
 bool PlacementGuideController::startPlacement(const std::string& bundleID, ItemCategory category, Staged staged) {
+  mainThread_.check();
   const MenuBarAppItem* item = catalog_.item(bundleID);
   if (!item) return false;
   Step step{.bundleID = text::lowercased(item->bundleId),
@@ -82,6 +86,7 @@ bool PlacementGuideController::startPlacement(const std::string& bundleID, ItemC
 }
 
 void PlacementGuideController::startTour() {
+  mainThread_.check();
   std::vector<Step> steps;
   for (const auto& item : catalog_.items.get()) {
     if (!catalog_.isOutOfPlace(item.bundleId)) continue;
@@ -97,6 +102,7 @@ void PlacementGuideController::startTour() {
 }
 
 void PlacementGuideController::startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) {
+  mainThread_.check();
   MenuBarLog::log(LogLine("placement guide anchor")
                       .add("openedByCollapseAttempt", openedByCollapseAttempt)
                       .add("userInitiated", userInitiated));
@@ -110,10 +116,11 @@ void PlacementGuideController::begin(Mode mode, std::vector<Step> steps) {
   if (mode_) finish(Outcome::abandoned);
   ++generation_;
   mode_ = mode;
+  tellBar();
   steps_ = std::move(steps);
   index_ = 0;
   detected_ = false;
-  collapseWhenDone_ = !statusBar_.isExpanded.get();
+  collapseWhenDone_ = !statusBar_.state().isExpanded;
   MenuBarLog::log(LogLine("placement guide start")
                       .add("mode", modeName(mode))
                       .add("steps", steps_.size())
@@ -134,8 +141,10 @@ void PlacementGuideController::installWatchers() {
     onMouseUp();
     return std::optional<platform::Event>(event);
   });
-  gapSubscription_ = statusBar_.observeMenuBarGapChanges(
-      [check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)] { check(); });
+  gapSubscription_ = statusBar_.observe(
+      [check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)](const StatusBarEvent& event) {
+        if (std::holds_alternative<BarEvent::GapsChanged>(event)) check();
+      });
   // Icons read through Accessibility arrive after the check that asked for them.
   zonesSubscription_ = catalog_.observedZones.subscribe(
       [&catalog = catalog_, check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)](const auto&) {
@@ -215,6 +224,7 @@ void PlacementGuideController::advance() {
 // --- the user's answers --------------------------------------------------------------------------
 
 void PlacementGuideController::confirm() {
+  mainThread_.check();
   if (!mode_) return;
   if (detected_) {
     advanceWork_.cancel();
@@ -270,6 +280,7 @@ void PlacementGuideController::finish(Outcome outcome) {
   MenuBarLog::log(LogLine("placement guide end").add("mode", modeName(mode)).add("outcome", outcomeName(outcome)));
   ++generation_;
   mode_.reset();
+  tellBar();
   steps_.clear();
   index_ = 0;
   detected_ = false;
@@ -359,18 +370,16 @@ void PlacementGuideController::render(bool show) {
                                  .confirm = bindWeak(weak(), &PlacementGuideController::confirm),
                                  .cancel = bindWeak(weak(), &PlacementGuideController::cancel),
                              });
-    return;
+  } else {
+    window.update(viewState());
   }
-  window.update(viewState());
+  tellBar();
 }
 
-bool PlacementGuideController::pointerOverChrome(Point pointer) const {
-  if (!mode_) return false;
-  const auto frames = platform_.userInterface().placementGuide().chromeFrames();
-  return std::any_of(frames.begin(), frames.end(), [&](const Rect& frame) {
-    return pointer.x >= frame.minX() && pointer.x <= frame.maxX() && pointer.y >= frame.minY() &&
-           pointer.y <= frame.maxY();
-  });
+void PlacementGuideController::tellBar() {
+  PlacementGuidePresence presence{.available = true, .open = mode_.has_value()};
+  if (mode_) presence.chrome = platform_.userInterface().placementGuide().chromeFrames();
+  statusBar_.notePlacementGuide(std::move(presence));
 }
 
 }  // namespace tarvolo

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "base/MainThreadChecker.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
@@ -70,7 +71,6 @@ class PlacementGuideController {
   std::optional<Mode> mode() const { return mode_; }
   // The app being guided, lower-cased.
   std::optional<std::string> currentBundleID() const;
-  bool pointerOverChrome(Point pointer) const;
   // Runs after every guide, with how it ended.
   void setEndedHandler(std::function<void(Outcome)> handler) { ended_ = std::move(handler); }
 
@@ -94,6 +94,8 @@ class PlacementGuideController {
   void finish(Outcome outcome);
   void restoreAfterCancel(const Step& step);
   void render(bool show);
+  // Tells the bar whether a guide runs and where its panel and ring stand.
+  void tellBar();
   platform::PlacementGuideViewState viewState() const;
   std::optional<Rect> targetRect() const;
   std::optional<bool> inPlace() const;
@@ -104,6 +106,7 @@ class PlacementGuideController {
   StatusItemManager& catalog_;
   MenuBarPlacementLedger& ledger_;
   StatusBarController& statusBar_;
+  MainThreadChecker mainThread_;
 
   std::optional<Mode> mode_;
   std::vector<Step> steps_;

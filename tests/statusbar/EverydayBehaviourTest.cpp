@@ -37,7 +37,7 @@ class EverydayTest : public SimAppTest {
     run(0.1);
     desktop().movePointer({700, 400});
   }
-  bool expanded() { return controller().isExpanded.get(); }
+  bool expanded() { return controller().state().isExpanded; }
 };
 
 TEST_F(EverydayTest, AnExpansionCollapsesByItselfAfterTheDelayButNeverADeepOne) {
@@ -52,9 +52,9 @@ TEST_F(EverydayTest, AnExpansionCollapsesByItselfAfterTheDelayButNeverADeepOne) 
   EXPECT_FALSE(controller().autoCollapse().armed());
 
   expandByClick(ModifierFlags{}.with(Modifier::option));
-  ASSERT_TRUE(controller().isDeepExpanded.get());
+  ASSERT_TRUE(controller().state().isDeepExpanded);
   run(40);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_FALSE(controller().autoCollapse().armed());
 }
 
@@ -101,11 +101,11 @@ TEST_F(EverydayTest, TheDeepChordTogglesAndAnExtraModifierDoesNothing) {
   EXPECT_TRUE(hotkeys().systemHotKeyInForce());
   desktop().typeKey(kB, kDeepChord);
   run(0.1);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   desktop().typeKey(kB, kDeepChord);
   run(0.1);
   EXPECT_TRUE(expanded());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   controller().collapseBar(CollapseReason::menu);
   desktop().typeKey(kB, kDeepChord.with(Modifier::control));
   run(0.1);
@@ -167,7 +167,7 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), false);
   controller().collapseBar(CollapseReason::menu);
   EXPECT_TRUE(logged("collapse withheld reason=order trigger=menu"));
-  controller().orderRepair().repairMenuBarOrder();
+  controller().repairMenuBarOrder();
   run(2);
   EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), 1);
   EXPECT_EQ(loggedCount("own-order repair arrow="), 1);
@@ -212,12 +212,12 @@ TEST_F(EverydayTest, LoginItemRegistersOnceAndUnregistersOneAwaitingApproval) {
 TEST_F(EverydayTest, UrlsAndScriptCommandsRunTheTwoActions) {
   start();
   desktop().openURL("tarvolo://show-all");
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   desktop().openURL("TARVOLO://collapse/");
   EXPECT_FALSE(expanded());
   EXPECT_TRUE(logged("collapse reason=app-intent"));
   EXPECT_EQ(desktop().runAppleScriptCommand("show all icons"), true);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_EQ(desktop().runAppleScriptCommand("empty the trash"), false);
 }
 
@@ -236,7 +236,7 @@ TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
   EXPECT_FALSE(expanded());
   run(0.2);
   EXPECT_TRUE(expanded());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   // While the pointer stays on the bar the timer waits.
   run(10);
   EXPECT_TRUE(expanded());

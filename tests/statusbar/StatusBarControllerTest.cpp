@@ -24,8 +24,8 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
   boot({.onboardingComplete = false});
   launch();
   run(3);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_EQ(desktop().coachWindow().showCount(), 1);
   EXPECT_FALSE(logged("collapse reason="));
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
@@ -38,13 +38,13 @@ TEST_F(StartupTest, OnboardingKeyWrittenByHandAsTextReadsAsABoolean) {
   desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("YES"));
   launch();
   run(3);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_EQ(desktop().coachWindow().showCount(), 0);
 
   desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("NO"));
   session().relaunch();
   run(3);
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_EQ(desktop().coachWindow().showCount(), 1);
 }
 
@@ -52,12 +52,12 @@ TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
   boot();
   launch();
   run(3);  // the first collapse measures the cliff before it settles
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(logged("collapse reason=startup"));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
-  EXPECT_TRUE(controller().foldingEffective.get());
+  EXPECT_TRUE(controller().state().foldingEffective);
   EXPECT_EQ(desktop().ownActivationPolicy(), platform::ActivationPolicy::accessory);
   EXPECT_TRUE(desktop().ownItem(OwnStatusItems::toggleAutosaveName)->onScreen);
   EXPECT_TRUE(desktop().ownItem(OwnStatusItems::separatorAutosaveName)->onScreen);
@@ -115,7 +115,7 @@ TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
   // search gives up, and the bar stays expanded with a notice.
   EXPECT_EQ(loggedCount("collapse reason=startup"), 1);
   EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   ASSERT_FALSE(desktop().ui().notices.empty());
   EXPECT_EQ(desktop().ui().notices.back().request.kind, "collapseStayExpanded");
 }
@@ -125,10 +125,23 @@ TEST_F(StartupCampaignTest, CollapsesAsSoonAsTheOrderIsRight) {
   // The user drags the toggle back to the right of both separators.
   ASSERT_TRUE(desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, 1390));
   run(3);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_FALSE(controller().startupCampaign().startupCollapsePending());
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+}
+
+// The withheld collapse left the bar with folding known not to work: a toggle offers the
+// repair instead of collapsing into the wrong order.
+TEST_F(StartupCampaignTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) {
+  ASSERT_FALSE(controller().state().foldingEffective);
+  ASSERT_TRUE(controller().state().isDeepExpanded);
+  controller().toggleBar(ExpandDepth::normal);
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);
+  ASSERT_FALSE(desktop().ui().notices.empty());
+  EXPECT_EQ(desktop().ui().notices.back().request.kind, "foldingIneffective");
+  EXPECT_EQ(desktop().ui().notices.back().request.message, environment_->tr("folding_ineffective_banner"));
 }
 
 TEST_F(StartupTest, PreferencesArgumentOpensSettingsAfterStartup) {
@@ -175,7 +188,7 @@ TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
   ASSERT_TRUE(desktop().simDefaults().quarantined());
   EXPECT_TRUE(std::filesystem::exists(*desktop().simDefaults().quarantined()));
   // An empty store means a first launch: everything shown, coach presented.
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_EQ(desktop().coachWindow().showCount(), 1);
   std::filesystem::remove_all(dir);
 }
@@ -185,8 +198,8 @@ TEST_F(StartupTest, CollapseBeforeStartupFinishedShowsEverything) {
   AppEnvironment environment(desktop());
   auto& early = environment.makeStatusBarController();
   early.collapseBar(CollapseReason::explicitToggle);
-  EXPECT_TRUE(early.isExpanded.get());
-  EXPECT_TRUE(early.isDeepExpanded.get());
+  EXPECT_TRUE(early.state().isExpanded);
+  EXPECT_TRUE(early.state().isDeepExpanded);
   EXPECT_TRUE(logged("collapse blocked reason=explicit"));
   EXPECT_EQ(early.collapseEngine().collapseAttempts(), 0u);
 }
@@ -203,19 +216,19 @@ class StateMachineTest : public SimAppTest {
 TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
   ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
 
   ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::alwaysHiddenAutosaveName, MouseButton::left));
   run(0.5);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
 
   ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
 }
@@ -247,7 +260,7 @@ TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameB
   ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(OwnStatusItems::separatorAutosaveName));
   run(0.5);
   EXPECT_FALSE(desktop().openMenu());
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
 
   // The toggle pressed so on a notched screen opens the Icon Shelf, as a left click does.
   ASSERT_TRUE(desktop().pressOwnItemThroughAccessibility(OwnStatusItems::toggleAutosaveName));
@@ -258,20 +271,10 @@ TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameB
 
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
   controller().toggleBar(ExpandDepth::deep);
-  ASSERT_TRUE(controller().isDeepExpanded.get());
+  ASSERT_TRUE(controller().state().isDeepExpanded);
   controller().toggleBar(ExpandDepth::deep);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
-}
-
-TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) {
-  desktop().mutableSettings().framesReadable = false;
-  controller().foldingEffective = false;
-  controller().toggleBar(ExpandDepth::normal);
-  EXPECT_FALSE(controller().isExpanded.get());
-  ASSERT_FALSE(desktop().ui().notices.empty());
-  EXPECT_EQ(desktop().ui().notices.back().request.message,
-            session().delegate()->environment()->tr("folding_ineffective_banner"));
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().isDeepExpanded);
 }
 
 TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) {
@@ -287,7 +290,7 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
     for (const auto& entry : desktop().openMenu()->menu.items) actions.push_back(entry.action);
     menus.push_back(actions);
     desktop().dismissMenu();
-    EXPECT_TRUE(controller().isDeepExpanded.get()) << item;
+    EXPECT_TRUE(controller().state().isDeepExpanded) << item;
   }
   EXPECT_EQ(menus[0], menus[1]);
   EXPECT_EQ(menus[0], menus[2]);
@@ -298,10 +301,10 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
 TEST_F(StateMachineTest, ContextMenuActionsDriveTheBar) {
   controller().showContextMenu();
   ASSERT_TRUE(desktop().chooseMenuAction("menuShowAll"));
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   controller().showContextMenu();
   ASSERT_TRUE(desktop().chooseMenuAction("menuCollapse"));
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(logged("collapse reason=menu"));
   controller().showContextMenu();
   ASSERT_TRUE(desktop().chooseMenuAction("quitApp"));
@@ -309,15 +312,61 @@ TEST_F(StateMachineTest, ContextMenuActionsDriveTheBar) {
   EXPECT_FALSE(session().running());
 }
 
+// The bar only publishes its menu's commands; each reaches the owner that carries it out
+// through the app layer.
+TEST_F(StateMachineTest, ContextMenuCommandsReachTheirOwnersThroughTheApp) {
+  std::vector<std::size_t> seen;
+  auto subscription = controller().observe([&](const StatusBarEvent& event) { seen.push_back(event.index()); });
+  auto choose = [&](const char* action) {
+    controller().showContextMenu();
+    ASSERT_TRUE(desktop().chooseMenuAction(action)) << action;
+    run(0.2);
+  };
+  choose("menuOpenIconBar");
+  EXPECT_TRUE(desktop().ui().shelfShown);
+  choose("openPreferences");
+  EXPECT_TRUE(desktop().ui().preferencesVisible);
+  choose("menuArrange");
+  EXPECT_TRUE(desktop().ui().placementGuideShown);
+  EXPECT_TRUE(controller().surroundings().guide.open);  // the guide told the bar
+  const std::vector<std::size_t> commands = {StatusBarEvent(BarEvent::ShowIconShelf{}).index(),
+                                             StatusBarEvent(BarEvent::OpenPreferences{}).index(),
+                                             StatusBarEvent(BarEvent::Arrange{}).index()};
+  std::vector<std::size_t> seenCommands;
+  for (auto index : seen) {
+    if (std::find(commands.begin(), commands.end(), index) != commands.end()) seenCommands.push_back(index);
+  }
+  EXPECT_EQ(seenCommands, commands);
+}
+
+TEST_F(StateMachineTest, EveryStateChangeIsPublishedOnceAndTheEngineFollows) {
+  std::vector<BarState> states;
+  auto subscription = controller().observe([&](const StatusBarEvent& event) {
+    if (const auto* changed = std::get_if<BarEvent::StateChanged>(&event)) states.push_back(changed->state);
+  });
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
+  ASSERT_FALSE(states.empty());
+  EXPECT_TRUE(states.front().isExpanded && states.front().isDeepExpanded);
+  EXPECT_EQ(states.back(), controller().state());
+  EXPECT_EQ(controller().collapseEngine().presentedBar().presentation, MenuBarPresentation::deepExpanded);
+  run(1);
+  const auto published = states.size();
+  controller().expandBar(ExpandDepth::deep, Initiator::user);  // nothing changes: nothing said
+  EXPECT_EQ(states.size(), published);
+  controller().collapseBar(CollapseReason::menu);
+  EXPECT_FALSE(states.back().isExpanded);
+  EXPECT_EQ(controller().collapseEngine().presentedBar().presentation, MenuBarPresentation::collapsed);
+}
+
 TEST_F(StateMachineTest, MenuTrackingCountNeverGoesBelowZero) {
   session().delegate()->menuDidEndTracking();
   session().delegate()->menuDidEndTracking();
-  EXPECT_EQ(controller().menuTrackingCount(), 0);
+  EXPECT_EQ(controller().surroundings().menuTrackingCount, 0);
   session().delegate()->menuDidBeginTracking();
-  EXPECT_EQ(controller().menuTrackingCount(), 1);
+  EXPECT_EQ(controller().surroundings().menuTrackingCount, 1);
   session().delegate()->menuDidEndTracking();
   session().delegate()->menuDidEndTracking();
-  EXPECT_EQ(controller().menuTrackingCount(), 0);
+  EXPECT_EQ(controller().surroundings().menuTrackingCount, 0);
 }
 
 // Helpers and daemons start and stop all the time; only apps a user runs reset what was learnt.
@@ -392,12 +441,12 @@ TEST_F(ToggleClickTest, CommandDragOfFourPointsIsIgnoredButTwoPointsActs) {
   ASSERT_TRUE(desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, press - 4));
   run(0.5);
   EXPECT_TRUE(logged("statusItemClicked: ignored command drag or guide"));
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
 
   ASSERT_TRUE(desktop().commandDragItem(OwnStatusItems::toggleAutosaveName, press - 2));
   run(0.5);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_TRUE(controller().isDeepExpanded.get());  // ⌘ reveals everything without a notch
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);  // ⌘ reveals everything without a notch
 }
 
 TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
@@ -409,7 +458,7 @@ TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
   EXPECT_TRUE(desktop().ui().shelfShown);
   ASSERT_TRUE(desktop().ui().shelfState.has_value());
   EXPECT_FALSE(desktop().ui().shelfState->rows.empty());  // the hidden icons are listed
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left));
   run(0.2);
   EXPECT_FALSE(desktop().ui().shelfShown);
@@ -423,7 +472,7 @@ TEST_F(ToggleClickTest, OptionClickWithoutNotchExpandsEverything) {
   ASSERT_TRUE(desktop().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left,
                                      ModifierFlags{}.with(Modifier::option)));
   run(0.2);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_TRUE(logged("action=expandAll"));
 }
 

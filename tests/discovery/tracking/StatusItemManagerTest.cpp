@@ -241,7 +241,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   boot();
   launch();
   run(1);
-  ASSERT_FALSE(controller().isExpanded.get());
+  ASSERT_FALSE(controller().state().isExpanded);
   // The collapsed separator's edges say nothing.
   EXPECT_TRUE(catalog().observedZones.get().empty());
 
@@ -326,9 +326,9 @@ TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread)
   EXPECT_EQ(desktop().workspace().applicationMenusMaxX(), std::nullopt);
   controller().collapseBar(CollapseReason::explicitToggle);
   run(1);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   expandAndSettle();
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_EQ(desktop().mainThreadWaited(), 0.0);
 }
 

@@ -75,7 +75,7 @@ TEST_F(CollapseEngineTest, FirstCollapseSearchesTheCliffThenVerifiesAndRemembers
   EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
   ASSERT_TRUE(controller().collapseEngine().verifier().collapseVerifiedAt());
   EXPECT_LE(*controller().collapseEngine().verifier().collapseVerifiedAt(), 3.0);
-  EXPECT_TRUE(controller().foldingEffective.get());
+  EXPECT_TRUE(controller().state().foldingEffective);
 
   auto& d = desktop();
   ASSERT_TRUE(controller().collapseEngine().lengths().cliffCache());
@@ -231,7 +231,7 @@ TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSea
   run(0.7);
   ASSERT_TRUE(controller().collapseEngine().cliff().cliffSearchInFlight());
   controller().toggleBar(ExpandDepth::normal);
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_TRUE(desktop().ui().notices.empty());
   EXPECT_TRUE(logged("cliff abort reason=expanded"));
   EXPECT_TRUE(controller().collapseEngine().cliff().cliffSearchOwed());
@@ -251,8 +251,8 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   launch();
   run(5);
   EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().foldingEffective.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().foldingEffective);
   ASSERT_EQ(desktop().ui().notices.size(), 1u);
   EXPECT_EQ(desktop().ui().notices[0].request.kind, "collapseStayExpanded");
   EXPECT_EQ(controller().collapseEngine().cliff().cliffProbesMade(), 0);
@@ -270,7 +270,7 @@ TEST_F(CollapseEngineTest, UnreadableFramesEndInOneStayExpandedNoticeNotALoop) {
   // Three give-ups start at most four retry campaigns, each bounded.
   expectQuiescent(30);
   EXPECT_LE(controller().collapseEngine().cliff().cliffCampaigns(), 4);
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
 }
 
 TEST_F(CollapseEngineTest, LateFramesAreReadAgainAndStillSettle) {
@@ -310,7 +310,7 @@ TEST_F(CollapseEngineTest, BeforeMacOS27TheSearchReachesNarrowMenusOnAWideBar) {
   EXPECT_EQ(loggedCount("fold tail noted"), 0);
   EXPECT_EQ(loggedCount("collapse underfold"), 0);
   EXPECT_EQ(controller().collapseEngine().cliff().cliffSearchesStarted(), 1);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   expectQuiescent(1);
 }
 

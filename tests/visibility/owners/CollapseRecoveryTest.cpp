@@ -122,7 +122,7 @@ TEST_F(CollapseRecoveryTest, MenusThatMeetTheSeparatorMakeItStepDownOnceAndTheSh
   run(1);
   EXPECT_EQ(linesSince(from, "collapse length verified length=702 frontmost=com.example.wide"), 1);
   EXPECT_EQ(recoveryActionsSince(from), std::vector<std::string>{"stepDown"});
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_EQ(desktop().menuTitlesDropped(), 0);
   EXPECT_EQ(problems(), std::vector<std::string>{});
   EXPECT_EQ(storedEntry(desktop(), cliffPerAppDefaultsKey, pairKey(kWide)), 702);
@@ -183,8 +183,8 @@ TEST_F(CollapseRecoveryTest, WhenNothingClearsTheMenusTheNoticeComesWithTheNorma
   EXPECT_EQ(linesSince(from, "collapse recovery verdict=menus-evicted phase=capped action=noticeMenus length=650"), 1);
   EXPECT_EQ(linesSince(from, "collapse notice kind=collapseMenus message=collapse_menus_made_room"), 1);
   EXPECT_EQ(linesSince(from, "collapse dropped to shelf frontmost=com.example.wide"), 1);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   ASSERT_EQ(desktop().ui().notices.size(), 1u);
   EXPECT_EQ(desktop().ui().notices[0].request.kind, "collapseMenus");
   EXPECT_EQ(desktop().menuTitlesDropped(), 0);
@@ -213,7 +213,7 @@ TEST_F(CollapseRecoveryTest, ACachedLengthTheSystemNowEjectsIsForgottenAndSearch
   EXPECT_GT(cliff, 450);
   EXPECT_LE(cliff, 500);
   EXPECT_EQ(linesSince(from, "collapse length verified length=" + numberText(cliff)), 1);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(desktop().ui().notices.empty());
   EXPECT_EQ(problems(), std::vector<std::string>{});
 }
