@@ -23,6 +23,7 @@ FrontmostTracker::FrontmostTracker(Dependencies dependencies)
 }
 
 void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplication& app) {
+  mainThread_.check();
   const std::string bundle = app.bundleIdentifier.value_or("none");
   if (bundle == "none" || text::equalsIgnoringCase(bundle, platform_.system().ownBundleIdentifier())) return;
   if (recorded_ && *recorded_ == bundle) return;

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
@@ -48,6 +49,7 @@ class FrontmostTracker {
   const BarState& state_;
   const CollapseEngine& engine_;
   Host& host_;
+  MainThreadChecker mainThread_;
   std::optional<std::string> recorded_;
   WorkItem frontmostCommitWork_;
   WeakHandleFactory<FrontmostTracker> weakFactory_{this};

@@ -62,14 +62,14 @@ void OwnStatusItems::createOwnItems(MenuBarPresentation shown, Actions actions,
   separatorStatusItem_->setVisible(true);
   separatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
                                   std::move(actions.separatorClicked));
-  styleFoldSeparator(false);
+  styleFoldSeparator();
   if (afterEach) afterEach(Item::separator);
 
   alwaysHiddenSeparatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, alwaysHiddenAutosaveName);
   alwaysHiddenSeparatorStatusItem_->setVisible(true);
   alwaysHiddenSeparatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
                                               std::move(actions.alwaysHiddenSeparatorClicked));
-  styleHiddenSeparator(false);
+  styleHiddenSeparator();
   if (afterEach) afterEach(Item::alwaysHiddenSeparator);
 }
 
@@ -114,14 +114,13 @@ void OwnStatusItems::updateButtonAppearance(MenuBarPresentation shown) {
   statusItem_->setAccessibilityLabel(description);
 }
 
-// The texts are the same either way; the title drawn for the presentation carries the emphasis.
-void OwnStatusItems::styleFoldSeparator(bool) {
+void OwnStatusItems::styleFoldSeparator() {
   if (!separatorStatusItem_) return;
   separatorStatusItem_->setAccessibilityLabel(text("ax_separator_fold"));
   separatorStatusItem_->setToolTip(text("tooltip_separator_normal"));
 }
 
-void OwnStatusItems::styleHiddenSeparator(bool) {
+void OwnStatusItems::styleHiddenSeparator() {
   if (!alwaysHiddenSeparatorStatusItem_) return;
   alwaysHiddenSeparatorStatusItem_->setAccessibilityLabel(text("ax_separator_hidden"));
   alwaysHiddenSeparatorStatusItem_->setToolTip(text("tooltip_separator_always_hidden"));
@@ -129,8 +128,8 @@ void OwnStatusItems::styleHiddenSeparator(bool) {
 
 void OwnStatusItems::updateLanguageStrings(MenuBarPresentation shown) {
   updateButtonAppearance(shown);
-  styleFoldSeparator(false);
-  styleHiddenSeparator(false);
+  styleFoldSeparator();
+  styleHiddenSeparator();
 }
 
 void OwnStatusItems::applySeparatorTitles(const std::string& normalTitle, const std::string& alwaysHiddenSymbol) {

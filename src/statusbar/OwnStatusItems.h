@@ -57,9 +57,10 @@ class OwnStatusItems final : public SeparatorItems {
 
   // --- styling
   void updateButtonAppearance(MenuBarPresentation shown);
-  // `emphasized` marks a separator whose zone is shown.
-  void styleFoldSeparator(bool emphasized);
-  void styleHiddenSeparator(bool emphasized);
+  // Labels the separators. The texts are the same in every presentation: the title the plan
+  // draws for the presentation carries the emphasis.
+  void styleFoldSeparator();
+  void styleHiddenSeparator();
   // Relabels every item in the interface language.
   void updateLanguageStrings(MenuBarPresentation shown);
   void applySeparatorTitles(const std::string& normalTitle, const std::string& alwaysHiddenSymbol);

@@ -418,8 +418,8 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
 
   items_.showAll();
   items_.applySeparatorTitles(plan.normalSeparatorTitle, plan.alwaysHiddenSeparatorTitle);
-  items_.styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
-  items_.styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
+  items_.styleFoldSeparator();
+  items_.styleHiddenSeparator();
   engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
   engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
   publishFoldingEffective(collapseLength);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "visibility/CollapseLengthCache.h"
 #include "visibility/ScreenKeys.h"
 
 namespace tarvolo {
@@ -22,10 +21,6 @@ std::string CollapseScreens::collapseScreenKey() const {
 
 std::vector<std::string> CollapseScreens::connectedScreenKeys() const {
   return ::tarvolo::connectedScreenKeys(frames());
-}
-
-std::string CollapseScreens::collapsePairKey(const std::optional<std::string>& bundleID) const {
-  return MenuBarVisibilityPolicy::CollapseLengthCache::key(collapseScreenKey(), bundleID.value_or(""));
 }
 
 double CollapseScreens::widestScreenWidth() const {

@@ -22,8 +22,6 @@ class CollapseScreens {
   // The key of the screen that holds the own items, or the whole arrangement.
   std::string collapseScreenKey() const;
   std::vector<std::string> connectedScreenKeys() const;
-  // The per-app key of the collapse screen and `bundleID` (none files under "").
-  std::string collapsePairKey(const std::optional<std::string>& bundleID) const;
   double widestScreenWidth() const;
   // The width of the screen that holds the own items, else the widest.
   double collapseScreenWidth() const;

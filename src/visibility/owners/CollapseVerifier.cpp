@@ -54,6 +54,7 @@ void CollapseVerifier::forgetCollapseReference() {
 // --- verification --------------------------------------------------------------------------------------
 
 void CollapseVerifier::scheduleCollapsedCliffVerify() {
+  mainThread_.check();
   const auto generation = ++collapseVerifyGeneration_;
   collapseVerifyUnreadRetries_ = 0;
   collapseVerifyWork_.schedule(Policy::collapseVerifyDelay,
@@ -192,6 +193,7 @@ void CollapseVerifier::acceptVerifiedCollapse(double length, std::optional<doubl
 // --- rebaseline ----------------------------------------------------------------------------------------
 
 void CollapseVerifier::scheduleCollapseRebaseline() {
+  mainThread_.check();
   collapseRebaselineWork_.schedule(kRebaselineDelay, bindWeak(weak(), &CollapseVerifier::rebaseline));
 }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
@@ -86,6 +87,7 @@ class CollapseVerifier {
   const PresentedBar& bar_;
   CollapseHost& host_;
 
+  MainThreadChecker mainThread_;
   std::optional<SeparatorReference> collapseReference_;
   unsigned long long collapseVerifyGeneration_ = 0;
   int collapseVerifyUnreadRetries_ = 0;

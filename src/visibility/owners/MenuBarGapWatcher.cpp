@@ -31,6 +31,7 @@ MenuBarGapWatcher::MenuBarGapWatcher(Dependencies dependencies)
       gapSampleWork_(dependencies.platform.mainQueue()) {}
 
 void MenuBarGapWatcher::startMenuBarSampling() {
+  mainThread_.check();
   const auto mouseUp = platform::eventMask(platform::EventType::leftMouseUp);
   auto noteMouseUp = bindWeak(weak(), &MenuBarGapWatcher::noteMouseUp);
   mouseUpMonitor_ =
@@ -55,6 +56,7 @@ void MenuBarGapWatcher::noteMouseUp() {
 }
 
 void MenuBarGapWatcher::scheduleMenuBarSample() {
+  mainThread_.check();
   gapSampleWork_.schedule(MenuBarGapTracker::settleDelay, bindWeak(weak(), &MenuBarGapWatcher::noteMenuBarGaps));
 }
 

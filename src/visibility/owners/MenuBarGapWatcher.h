@@ -5,6 +5,7 @@
 
 #include "base/NotificationCenter.h"
 #include "base/Subscription.h"
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
@@ -72,6 +73,7 @@ class MenuBarGapWatcher {
   const PresentedBar& bar_;
   CollapseHost& host_;
 
+  MainThreadChecker mainThread_;
   MenuBarGapTracker gapTracker_;
   std::optional<MenuBarGapSample> lastSettledSample_;
   WorkspaceActivityClock workspaceClock_;

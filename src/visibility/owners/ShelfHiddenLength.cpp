@@ -48,6 +48,7 @@ std::optional<double> ShelfHiddenLength::shelfHiddenRoom(double collapseLength) 
 }
 
 void ShelfHiddenLength::noteShelfCapBeforeCollapse(const CollapseAttempt& attempt) {
+  mainThread_.check();
   if (platform_.system().osMajorVersion() <= 26 || !shelfHiddenCap_) return;
   auto room = shelfHiddenRoom(attempt.length);
   if (!room) return;
@@ -61,6 +62,7 @@ void ShelfHiddenLength::noteShelfCapBeforeCollapse(const CollapseAttempt& attemp
 }
 
 void ShelfHiddenLength::scheduleShelfHiddenVerify() {
+  mainThread_.check();
   const auto generation = ++shelfVerifyGeneration_;
   shelfVerifyWork_.schedule(Policy::collapseVerifyDelay,
                             bindWeak(weak(), &ShelfHiddenLength::verifyShelfHiddenLength, generation));

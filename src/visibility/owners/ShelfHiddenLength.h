@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
@@ -60,6 +61,7 @@ class ShelfHiddenLength {
   const PresentedBar& bar_;
   CollapseHost& host_;
 
+  MainThreadChecker mainThread_;
   std::optional<double> dividerDistance_;
   std::optional<double> shelfHiddenCap_;
   std::optional<double> shelfHiddenAccepted_;
