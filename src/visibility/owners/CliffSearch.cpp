@@ -57,7 +57,7 @@ void CliffSearch::startCliffSearchIfNeeded(const CollapseAttempt& attempt) {
 }
 
 void CliffSearch::searchUnlessRemembered(const CollapsePair& pair) {
-  if (cliffProbeInFlight_ || bar_.presentation != MenuBarPresentation::collapsed) return;
+  if (run_.has_value() || bar_.presentation != MenuBarPresentation::collapsed) return;
   const std::string bundle = pair.bundleID.value_or("");
   const auto& lengths = lengths_.perAppLengths();
   bool remembered = lengths_.cliffRecordForCurrentScreens() || lengths.length(pair.screen, bundle) ||
@@ -71,7 +71,7 @@ bool CliffSearch::beginCliffSearch(Start start) {
   const bool force = start == Start::forced;
   if (force) cliffSearchForced_ = true;
   auto floor = std::exchange(collapseSearchFloor_, std::nullopt);
-  if (cliffProbeInFlight_ || cliffGiveUps_ >= Policy::cliffGiveUpLimit) return false;
+  if (run_.has_value() || tally_.giveUps >= Policy::cliffGiveUpLimit) return false;
   if (!force && lengths_.cliffRecordForCurrentScreens()) return false;
   if (bar_.presentation != MenuBarPresentation::collapsed) {
     oweSearchAfterInterruption();
@@ -97,26 +97,19 @@ bool CliffSearch::beginCliffSearch(Start start) {
   listener_.cliffSearchBegan();
 
   const double high = screens_.searchUpperBound();
-  cliffSearch_ = Policy::CollapseLengthSearch::starting(high, floor);
-  cliffScreenKeyPending_ = screens_.screenConfigKey();
-  cliffSearchBundle_ = chooser_.frontmostBundleID();
-  cliffBaselineEdge_.reset();
-  cliffBaselineLeading_.reset();
-  cliffBaselineToggle_.reset();
-  cliffPinnedGap_.reset();
-  cliffUnreadRetries_ = 0;
-  cliffProbeCount_ = 0;
+  run_ = Run{.search = Policy::CollapseLengthSearch::starting(high, floor),
+             .screenKey = screens_.screenConfigKey(),
+             .bundleID = chooser_.frontmostBundleID()};
   const auto generation = ++cliffGeneration_;
-  cliffProbeInFlight_ = true;
-  ++cliffSearchesStarted_;
+  ++tally_.searchesStarted;
 
   items_.setSeparatorTitle("");
   items_.setSeparatorLength(Policy::cliffBaselineLength);
   MenuBarLog::log(LogLine("search begin")
-                      .integer("low", cliffSearch_->low)
-                      .integer("high", cliffSearch_->high)
+                      .integer("low", run_->search.low)
+                      .integer("high", run_->search.high)
                       .integer("readBack", items_.separatorLength())
-                      .add("screen", *cliffScreenKeyPending_));
+                      .add("screen", run_->screenKey));
   cliffStepWork_.schedule(Policy::cliffProbeSettleDelay, bindWeak(weak(), &CliffSearch::readCliffBaseline, generation));
   return true;
 }
@@ -124,7 +117,7 @@ bool CliffSearch::beginCliffSearch(Start start) {
 // --- the baseline --------------------------------------------------------------------------------------
 
 void CliffSearch::readCliffBaseline(unsigned long long generation) {
-  if (generation != cliffGeneration_ || !cliffProbeInFlight_) return;
+  if (generation != cliffGeneration_ || !run_) return;
   auto measurement = items_.measureSeparator(Policy::cliffBaselineLength);
   if (measurement.failure) {
     retryCliffBaseline(generation, *measurement.failure);
@@ -134,26 +127,26 @@ void CliffSearch::readCliffBaseline(unsigned long long generation) {
     retryCliffBaseline(generation, unusableReading(measurement));
     return;
   }
-  cliffBaselineEdge_ = measurement.arrowFacingEdge;
-  cliffBaselineLeading_ = measurement.leadingEdge;
-  cliffBaselineToggle_ = measurement.toggleAnchor;
-  if (measurement.toggleAnchor) cliffPinnedGap_ = *measurement.toggleAnchor - measurement.arrowFacingEdge;
+  run_->baselineEdge = measurement.arrowFacingEdge;
+  run_->baselineLeading = measurement.leadingEdge;
+  run_->baselineToggle = measurement.toggleAnchor;
+  if (measurement.toggleAnchor) run_->pinnedGap = *measurement.toggleAnchor - measurement.arrowFacingEdge;
   listener_.cliffBaselineRead(measurement);
   MenuBarLog::log(LogLine("search baseline")
                       .add("edge", measurement.arrowFacingEdge)
                       .add("leading", measurement.leadingEdge)
                       .add("toggle", measurement.toggleAnchor)
-                      .add("gap", cliffPinnedGap_));
+                      .add("gap", run_->pinnedGap));
   tightenCliffCeiling(measurement.arrowFacingEdge);
   aimAtMenus(measurement.arrowFacingEdge);
   probeCliff(generation);
 }
 
 void CliffSearch::retryCliffBaseline(unsigned long long generation, SeparatorReadFailure reason) {
-  ++cliffUnreadRetries_;
+  ++run_->unreadRetries;
   MenuBarLog::log(
-      LogLine("search baseline retry").add("reason", rawValue(reason)).add("retry", cliffUnreadRetries_));
-  if (cliffUnreadRetries_ > kCliffBaselineRetryLimit) {
+      LogLine("search baseline retry").add("reason", rawValue(reason)).add("retry", run_->unreadRetries));
+  if (run_->unreadRetries > kCliffBaselineRetryLimit) {
     giveUpCliffSearch(baselineUnreadable(reason), std::nullopt);
     return;
   }
@@ -161,16 +154,16 @@ void CliffSearch::retryCliffBaseline(unsigned long long generation, SeparatorRea
 }
 
 void CliffSearch::tightenCliffCeiling(double edge) {
-  if (!cliffSearch_) return;
+  if (!run_) return;
   auto screen = screens_.statusItemScreen();
   const double width = screens_.collapseScreenWidth();
   const double screenMinX = screen ? screen->frame.minX() : 0;
   const double ceiling = Policy::collapseProbeCeiling(
       {.screenWidth = width, .arrowFacingEdge = edge, .screenMinX = screenMinX, .sizing = screens_.sizing()});
-  if (ceiling >= cliffSearch_->high) return;
-  cliffSearch_->high = std::max(cliffSearch_->low, ceiling);
+  if (ceiling >= run_->search.high) return;
+  run_->search.high = std::max(run_->search.low, ceiling);
   MenuBarLog::log(LogLine("ceiling")
-                      .integer("high", cliffSearch_->high)
+                      .integer("high", run_->search.high)
                       .add("edge", edge)
                       .add("screenMinX", screenMinX)
                       .add("screenW", width));
@@ -179,56 +172,56 @@ void CliffSearch::tightenCliffCeiling(double edge) {
 // Before macOS 27 the bracket spans the whole room left of the separator; where the menus' end is
 // known, the first probes aim at it so the wide bracket costs no extra probes.
 void CliffSearch::aimAtMenus(double edge) {
-  if (!cliffSearch_ || screens_.sizing() != Policy::PublicCollapseSizing::legacy) return;
+  if (!run_ || screens_.sizing() != Policy::PublicCollapseSizing::legacy) return;
   auto menusRight = platform_.workspace().applicationMenusMaxX();
   if (!menusRight || *menusRight >= edge) return;
-  cliffSearch_->menusMeetLength = edge - *menusRight;
-  MenuBarLog::log(LogLine("search aim").integer("meet", *cliffSearch_->menusMeetLength).add("menusRight", *menusRight));
+  run_->search.menusMeetLength = edge - *menusRight;
+  MenuBarLog::log(LogLine("search aim").integer("meet", *run_->search.menusMeetLength).add("menusRight", *menusRight));
 }
 
 // --- probing -------------------------------------------------------------------------------------------
 
 void CliffSearch::probeCliff(unsigned long long generation) {
-  if (generation != cliffGeneration_ || !cliffProbeInFlight_ || !cliffSearch_) return;
-  if (cliffSearch_->isFinished()) {
-    finishCliffSearch(cliffSearch_->low);
+  if (generation != cliffGeneration_ || !run_) return;
+  if (run_->search.isFinished()) {
+    finishCliffSearch(run_->search.low);
     return;
   }
-  if (++cliffProbeCount_ > Policy::cliffProbeLimit) {
-    finishCliffSearch(cliffSearch_->low);
+  if (++run_->probes > Policy::cliffProbeLimit) {
+    finishCliffSearch(run_->search.low);
     return;
   }
-  ++cliffProbesMade_;
-  const double probe = *cliffSearch_->nextProbe();
+  ++tally_.probesMade;
+  const double probe = *run_->search.nextProbe();
   items_.setSeparatorTitle("");
   items_.setSeparatorLength(probe);
   MenuBarLog::log(LogLine("probe set")
                       .integer("requested", probe)
                       .integer("readBack", items_.separatorLength())
-                      .integer("low", cliffSearch_->low)
-                      .integer("high", cliffSearch_->high));
+                      .integer("low", run_->search.low)
+                      .integer("high", run_->search.high));
   cliffStepWork_.schedule(Policy::cliffProbeSettleDelay,
                           bindWeak(weak(), &CliffSearch::readCliffProbe, generation, probe));
 }
 
 void CliffSearch::readCliffProbe(unsigned long long generation, double probe) {
-  if (generation != cliffGeneration_ || !cliffProbeInFlight_ || !cliffSearch_) return;
+  if (generation != cliffGeneration_ || !run_) return;
   auto measurement = items_.measureSeparator(probe);
   if (measurement.failure) {
     retryCliffProbe(generation, probe, *measurement.failure);
     return;
   }
   auto verdict = Policy::classifySeparatorLayout({
-      .baselineArrowFacingEdge = cliffBaselineEdge_.value_or(measurement.arrowFacingEdge),
+      .baselineArrowFacingEdge = run_->baselineEdge.value_or(measurement.arrowFacingEdge),
       .probedArrowFacingEdge = measurement.arrowFacingEdge,
       .windowWidth = measurement.windowWidth,
       .buttonWidth = measurement.buttonWidth,
       .requestedLength = probe,
       .pinTolerance = kPinTolerance,
-      .baselineLeadingEdge = cliffBaselineLeading_,
+      .baselineLeadingEdge = run_->baselineLeading,
       .probedLeadingEdge = measurement.leadingEdge,
       .baselineLength = Policy::cliffBaselineLength,
-      .baselineToggleAnchor = cliffBaselineToggle_,
+      .baselineToggleAnchor = run_->baselineToggle,
       .probedToggleAnchor = measurement.toggleAnchor,
   });
   if (verdict == SeparatorLayoutVerdict::unread) {
@@ -241,7 +234,7 @@ void CliffSearch::readCliffProbe(unsigned long long generation, double probe) {
                       .add("edge", measurement.arrowFacingEdge)
                       .add("leading", measurement.leadingEdge)
                       .add("source", measurement.source));
-  cliffSearch_ = cliffSearch_->advancing(verdict, probe);
+  run_->search = run_->search.advancing(verdict, probe);
   if (verdict == SeparatorLayoutVerdict::laidOut || verdict == SeparatorLayoutVerdict::shifted) {
     tightenCliffCeiling(measurement.arrowFacingEdge);
   }
@@ -249,12 +242,12 @@ void CliffSearch::readCliffProbe(unsigned long long generation, double probe) {
 }
 
 void CliffSearch::retryCliffProbe(unsigned long long generation, double probe, SeparatorReadFailure reason) {
-  ++cliffUnreadRetries_;
+  ++run_->unreadRetries;
   MenuBarLog::log(LogLine("probe retry")
                       .integer("requested", probe)
                       .add("reason", rawValue(reason))
-                      .add("retry", cliffUnreadRetries_));
-  if (cliffUnreadRetries_ > kCliffUnreadRetryLimit) {
+                      .add("retry", run_->unreadRetries));
+  if (run_->unreadRetries > kCliffUnreadRetryLimit) {
     giveUpCliffSearch(probeUnreadable(reason), std::nullopt);
     return;
   }
@@ -265,36 +258,37 @@ void CliffSearch::retryCliffProbe(unsigned long long generation, double probe, S
 // --- ending --------------------------------------------------------------------------------------------
 
 void CliffSearch::finishCliffSearch(double length) {
-  if (!cliffSearch_) return;
-  const auto search = *cliffSearch_;
+  if (!run_) return;
+  const Run run = *run_;
+  const auto& search = run.search;
   if (!Policy::collapseLengthHidesIcons(length)) {
     giveUpCliffSearch(StayExpandedReason::settledAtFloor, std::nullopt);
     return;
   }
   const double result = std::max(length, Policy::collapseSearchLowerBound);
-  const std::string screenKey = cliffScreenKeyPending_.value_or(screens_.screenConfigKey());
+  const std::string& screenKey = run.screenKey;
   const bool menuLimited = search.isMenuLimited();
-  lengths_.settleScreenCliff({.screenKey = screenKey, .length = result, .gap = cliffPinnedGap_.value_or(-1)},
+  lengths_.settleScreenCliff({.screenKey = screenKey, .length = result, .gap = run.pinnedGap.value_or(-1)},
                              menuLimited);
-  if (menuLimited && cliffPinnedGap_ && screens_.sizing() == Policy::PublicCollapseSizing::legacy) {
-    lengths_.recordSearchGap(*cliffPinnedGap_);
+  if (menuLimited && run.pinnedGap && screens_.sizing() == Policy::PublicCollapseSizing::legacy) {
+    lengths_.recordSearchGap(*run.pinnedGap);
   }
-  if (cliffSearchBundle_) {
-    lengths_.settleAppLength({.bundleID = *cliffSearchBundle_,
+  if (run.bundleID) {
+    lengths_.settleAppLength({.bundleID = *run.bundleID,
                               .length = result,
                               .menuLimited = menuLimited,
                               .hitEjection = search.hitEjection});
   }
   MenuBarLog::log(LogLine("collapse app")
                       .integer("length", result)
-                      .add("frontmost", cliffSearchBundle_)
+                      .add("frontmost", run.bundleID)
                       .add("menuLimited", menuLimited));
   MenuBarLog::log(LogLine("cliff settled")
                       .integer("length", result)
-                      .add("gap", cliffPinnedGap_.value_or(-1))
+                      .add("gap", run.pinnedGap.value_or(-1))
                       .add("screen", screenKey)
                       .add("corrective", listener_.cliffSearchIsCorrective())
-                      .add("probes", cliffProbeCount_));
+                      .add("probes", run.probes));
   cliffSearchGaveUp_ = false;
   cliffAwaitingVerification_ = true;
   abortCliffSearch();
@@ -302,13 +296,13 @@ void CliffSearch::finishCliffSearch(double length) {
 }
 
 void CliffSearch::giveUpCliffSearch(StayExpandedReason reason, std::optional<double> applyLength) {
-  ++cliffGiveUps_;
+  ++tally_.giveUps;
   cliffSearchGaveUp_ = true;
   double fallback = applyLength.value_or(chooser_.lengthForFrontmost());
   MenuBarLog::log(LogLine("cliff gave up")
                       .add("reason", rawValue(reason))
-                      .add("attempts", cliffProbeCount_)
-                      .add("giveUps", cliffGiveUps_)
+                      .add("attempts", run_->probes)
+                      .add("giveUps", tally_.giveUps)
                       .integer("fallback", fallback)
                       .raw(fold_.ownFramesSummary()));
   abortCliffSearch();
@@ -318,10 +312,8 @@ void CliffSearch::giveUpCliffSearch(StayExpandedReason reason, std::optional<dou
 }
 
 void CliffSearch::abortCliffSearch() {
-  const bool wasSearching = cliffProbeInFlight_;
-  cliffSearch_.reset();
-  cliffProbeInFlight_ = false;
-  cliffScreenKeyPending_.reset();
+  const bool wasSearching = run_.has_value();
+  run_.reset();
   cliffStepWork_.cancel();
   ++cliffGeneration_;
   if (wasSearching) items_.setSeparatorTitle("");
@@ -329,11 +321,11 @@ void CliffSearch::abortCliffSearch() {
 
 void CliffSearch::oweSearchAfterInterruption() {
   cliffSearchOwed_ = Policy::cliffSearchOwedAfterInterruption(lengths_.cliffRecordForCurrentScreens().has_value(),
-                                                              cliffGiveUps_, Policy::cliffGiveUpLimit);
+                                                              tally_.giveUps, Policy::cliffGiveUpLimit);
 }
 
 void CliffSearch::abortForExpandedBar() {
-  if (!cliffProbeInFlight_) return;
+  if (!run_) return;
   MenuBarLog::log("cliff abort reason=expanded");
   abortCliffSearch();
   oweSearchAfterInterruption();
@@ -341,9 +333,8 @@ void CliffSearch::abortForExpandedBar() {
 
 void CliffSearch::abortIfScreensChanged() {
   const std::string screens = screens_.screenConfigKey();
-  if (!cliffProbeInFlight_ || cliffScreenKeyPending_ == screens) return;
-  MenuBarLog::log(
-      LogLine("cliff abort").add("reason", "screens").add("from", cliffScreenKeyPending_).add("to", screens));
+  if (!run_ || run_->screenKey == screens) return;
+  MenuBarLog::log(LogLine("cliff abort").add("reason", "screens").add("from", run_->screenKey).add("to", screens));
   abortCliffSearch();
   oweSearchAfterInterruption();
 }
@@ -357,25 +348,25 @@ void CliffSearch::searchAfterScreenChange() {
 
 void CliffSearch::noteCollapseVerified(bool verifiedLayoutA) {
   if (!cliffAwaitingVerification_) return;
-  cliffGiveUps_ = Policy::cliffGiveUpsAfterSearch(cliffGiveUps_, verifiedLayoutA);
+  tally_.giveUps = Policy::cliffGiveUpsAfterSearch(tally_.giveUps, verifiedLayoutA);
   cliffAwaitingVerification_ = false;
 }
 
 // --- retry campaigns -----------------------------------------------------------------------------------
 
 void CliffSearch::scheduleCliffRetryIfNeeded() {
-  if (cliffGiveUps_ < Policy::cliffGiveUpLimit || cliffCampaigns_ >= Policy::cliffCampaignLimit) return;
-  const int campaign = ++cliffCampaigns_;
+  if (tally_.giveUps < Policy::cliffGiveUpLimit || tally_.campaigns >= Policy::cliffCampaignLimit) return;
+  const int campaign = ++tally_.campaigns;
   MenuBarLog::log(LogLine("cliff retry").add("campaign", campaign));
   cliffRetryWork_.schedule(kCliffRetryCampaignDelay, bindWeak(weak(), &CliffSearch::retryCampaign, campaign));
 }
 
 void CliffSearch::retryCampaign(int campaign) {
-  if (cliffCampaigns_ != campaign) return;
-  if (lengths_.cliffRecordForCurrentScreens() || cliffProbeInFlight_) return;
+  if (tally_.campaigns != campaign) return;
+  if (lengths_.cliffRecordForCurrentScreens() || run_.has_value()) return;
   // Out of order, a collapse would only be withheld again.
   if (items_.ownItemsInOrder() == false) return;
-  cliffGiveUps_ = 0;
+  tally_.giveUps = 0;
   cliffSearchGaveUp_ = false;
   host_.collapseBar(CollapseReason::cliffRetry);
 }

@@ -74,13 +74,12 @@ class CliffSearch {
   // counts as no give-up.
   void noteCollapseVerified(bool verifiedLayoutA);
 
-  bool cliffSearchInFlight() const { return cliffProbeInFlight_; }
-  int cliffProbeCount() const { return cliffProbeCount_; }
+  bool cliffSearchInFlight() const { return run_.has_value(); }
   // Probes made and searches started by every search of this run.
-  int cliffProbesMade() const { return cliffProbesMade_; }
-  int cliffSearchesStarted() const { return cliffSearchesStarted_; }
-  int cliffGiveUps() const { return cliffGiveUps_; }
-  int cliffCampaigns() const { return cliffCampaigns_; }
+  int cliffProbesMade() const { return tally_.probesMade; }
+  int cliffSearchesStarted() const { return tally_.searchesStarted; }
+  int cliffGiveUps() const { return tally_.giveUps; }
+  int cliffCampaigns() const { return tally_.campaigns; }
   bool cliffSearchGaveUp() const { return cliffSearchGaveUp_; }
   bool cliffSearchOwed() const { return cliffSearchOwed_; }
 
@@ -114,22 +113,30 @@ class CliffSearch {
   CliffSearchListener& listener_;
   MainThreadChecker mainThread_;
 
-  std::optional<MenuBarVisibilityPolicy::CollapseLengthSearch> cliffSearch_;
-  std::optional<double> cliffBaselineEdge_;
-  std::optional<double> cliffBaselineLeading_;
-  std::optional<double> cliffBaselineToggle_;
-  std::optional<double> cliffPinnedGap_;
-  std::optional<std::string> cliffScreenKeyPending_;
-  std::optional<std::string> cliffSearchBundle_;
+  // One search, from its baseline to its result; absent while none runs.
+  struct Run {
+    MenuBarVisibilityPolicy::CollapseLengthSearch search;
+    std::string screenKey;                // the arrangement it measures
+    std::optional<std::string> bundleID;  // the app frontmost when it began
+    std::optional<double> baselineEdge;
+    std::optional<double> baselineLeading;
+    std::optional<double> baselineToggle;
+    std::optional<double> pinnedGap;
+    int unreadRetries = 0;
+    int probes = 0;
+  };
+  // What every search of this run has spent.
+  struct Tally {
+    int probesMade = 0;
+    int searchesStarted = 0;
+    int giveUps = 0;
+    int campaigns = 0;
+  };
+
+  std::optional<Run> run_;
+  Tally tally_;
   std::optional<double> collapseSearchFloor_;
   unsigned long long cliffGeneration_ = 0;
-  bool cliffProbeInFlight_ = false;
-  int cliffUnreadRetries_ = 0;
-  int cliffProbeCount_ = 0;
-  int cliffGiveUps_ = 0;
-  int cliffCampaigns_ = 0;
-  int cliffProbesMade_ = 0;
-  int cliffSearchesStarted_ = 0;
   bool cliffSearchOwed_ = false;
   bool cliffSearchForced_ = false;
   bool cliffSearchGaveUp_ = false;
