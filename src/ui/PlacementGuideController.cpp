@@ -175,21 +175,21 @@ void PlacementGuideController::check() {
   // The ring follows the items as they settle.
   render(false);
   if (placed == true) {
-    stepPlaced(true);
+    stepPlaced(Evidence::observed);
     return;
   }
   // Read through Accessibility, the icons are as last read: read them again for the next check.
   if (*mode_ != Mode::anchorRepair && catalog_.readsIconsThroughAccessibility()) catalog_.refreshObservedZones();
 }
 
-void PlacementGuideController::stepPlaced(bool observed) {
+void PlacementGuideController::stepPlaced(Evidence evidence) {
   detected_ = true;
   checkWork_.cancel();
   const Step& step = steps_[index_];
   MenuBarLog::log(LogLine("placement guide detected")
                       .add("mode", modeName(*mode_))
                       .add("bundle", step.bundleID.empty() ? std::string("none") : step.bundleID)
-                      .add("observed", observed));
+                      .add("observed", evidence == Evidence::observed));
   if (!step.bundleID.empty()) {
     const std::string raw(rawValue(step.category));
     auto ids = PlacementPolicy::confirmedBundleIDs(step.bundleID, false, {});
@@ -239,7 +239,7 @@ void PlacementGuideController::confirm() {
   // Where the bar cannot be read the user's word stands; where it can, it has the last say.
   const auto placed = inPlace();
   if (placed.value_or(true)) {
-    stepPlaced(false);
+    stepPlaced(Evidence::userSaid);
     advanceWork_.cancel();
     advance();
     return;

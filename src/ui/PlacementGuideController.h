@@ -89,7 +89,9 @@ class PlacementGuideController {
   void installWatchers();
   void scheduleCheck(double delay);
   void check();
-  void stepPlaced(bool observed);
+  // How a step came to count as placed: seen in its zone, or on the user's word.
+  enum class Evidence { observed, userSaid };
+  void stepPlaced(Evidence evidence);
   void advance();
   void finish(Outcome outcome);
   void restoreAfterCancel(const Step& step);
