@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "discovery/tracking/MenuBarWindowProbe.h"
+#include "discovery/owners/MenuBarWindowProbe.h"
 #include "discovery/PlacementPolicy.h"
 
 namespace {

@@ -1,6 +1,6 @@
 # One library per folder of src/, each declaring the layers it may use:
 #
-#   base ← platform ← pure policies ← owners ← app
+#   base ← vocabulary, platform ← pure policies ← owners ← app
 #
 # A layer's headers are staged (as links) under build/layers/<target>/, and a target's include
 # path holds only its own staged headers and those of the layers it uses, so an include that
@@ -8,7 +8,7 @@
 
 # tarvolo_layer(<folder under src/> [USES <targets>...] [EXTERNAL <targets>...]
 #               [EXCLUDE <source file names>...] [ROOT <directory>])
-# Defines the target tarvolo_<folder, "/" as "_">, e.g. tarvolo_discovery_tracking, from the
+# Defines the target tarvolo_<folder, "/" as "_">, e.g. tarvolo_discovery_owners, from the
 # folder's .cpp (and, for the Mac, .mm) files. ROOT places the folder elsewhere than src/.
 function(tarvolo_layer folder)
   cmake_parse_arguments(LAYER "" "ROOT" "USES;EXTERNAL;EXCLUDE" ${ARGN})

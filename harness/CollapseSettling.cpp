@@ -4,7 +4,7 @@
 
 #include "harness/ScenarioRunner.h"
 #include "harness/SimSession.h"
-#include "native/engine/NativeVisibilityEngine.h"
+#include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {

@@ -10,8 +10,8 @@
 
 #include "harness/Scenario.h"
 #include "platform/sim/SimAccessibility.h"
-#include "discovery/tracking/StatusItemManager.h"
-#include "native/engine/NativeVisibilityEngine.h"
+#include "discovery/owners/StatusItemManager.h"
+#include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "discovery/MenuBarCatalogPolicy.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/sim/SimDesktop.h"
 #include "visibility/CollapseLengthCache.h"
 

@@ -13,7 +13,7 @@
 #include <variant>
 #include <vector>
 
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "base/DefaultsValue.h"
 #include "platform/Platform.h"
 #include "platform/sim/SimDesktop.h"

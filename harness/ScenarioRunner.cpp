@@ -10,13 +10,13 @@
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "statusbar/StatusBarController.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/CategoryStore.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimWindowList.h"
-#include "shelf/access/MenuBarAccessController.h"
+#include "shelf/owners/MenuBarAccessController.h"
 
 namespace tarvolo::scenario {
 
@@ -169,12 +169,12 @@ class Run {
   }
   std::optional<std::string> act(const step::AssignCategory& action) {
     AppEnvironment& environment = *session_->delegate()->environment();
-    StatusItemManager& catalog = environment.statusItemManager();
+    CategoryStore& categories = environment.categoryStore();
     if (!action.category) {
-      catalog.removeCategory(action.bundleId);
+      categories.removeCategory(action.bundleId);
       return std::nullopt;
     }
-    catalog.setCategory(action.bundleId, *action.category);
+    categories.setCategory(action.bundleId, *action.category);
     if (action.confirm) environment.placementLedger().confirm(action.bundleId, *action.category);
     return std::nullopt;
   }

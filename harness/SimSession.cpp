@@ -1,6 +1,6 @@
 #include "harness/SimSession.h"
 
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::sim {

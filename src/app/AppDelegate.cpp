@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "base/Log.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/SystemActions.h"
 #include "localization/LocalizationManager.h"
-#include "native/engine/NativeVisibilityEngine.h"
+#include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
 

@@ -2,15 +2,17 @@
 
 #include "app/StatusBarRouter.h"
 #include "base/Log.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/NewAppLaunchCenter.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/CategoryStore.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
+#include "discovery/owners/NewAppLaunchCenter.h"
+#include "discovery/owners/NewAppNoticeLedger.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
 #include "native/SystemStatusPresentation.h"
-#include "native/engine/NativeVisibilityEngine.h"
-#include "shelf/access/MenuBarAccessController.h"
+#include "native/owners/NativeVisibilityEngine.h"
+#include "shelf/owners/MenuBarAccessController.h"
 #include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/PlacementGuideController.h"
@@ -35,17 +37,29 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
   });
   placementLedger_ = std::make_unique<MenuBarPlacementLedger>(
       platform_.defaults(), platform_.system().osMajorVersion(), [](std::string line) { MenuBarLog::log(line); });
+  categoryStore_ = std::make_unique<CategoryStore>(CategoryStore::Dependencies{
+      .defaults = platform_.defaults(),
+      .defaultCenter = defaultCenter_,
+      .ledger = *placementLedger_,
+  });
+  newAppNotices_ = std::make_unique<NewAppNoticeLedger>(NewAppNoticeLedger::Dependencies{
+      .defaults = platform_.defaults(),
+      .clock = platform_.clock(),
+  });
   statusItemManager_ = std::make_unique<StatusItemManager>(StatusItemManager::Dependencies{
       .platform = platform_,
       .defaultCenter = defaultCenter_,
       .workspaceCenter = workspaceCenter_,
       .ledger = *placementLedger_,
+      .categories = *categoryStore_,
+      .notices = *newAppNotices_,
       .accessibilityPermission = *accessibilityPermission_,
   });
   newAppLaunchCenter_ = std::make_unique<NewAppLaunchCenter>(NewAppLaunchCenter::Dependencies{
       .platform = platform_,
       .workspaceCenter = workspaceCenter_,
       .catalog = *statusItemManager_,
+      .notices = *newAppNotices_,
       .localization = *localization_,
   });
   // Loads the framework once, before anything asks whether the system can hide.
@@ -79,6 +93,8 @@ AppEnvironment::~AppEnvironment() {
   launchAtLogin_.reset();
   nativeVisibilityEngine_.reset();
   statusItemManager_.reset();
+  newAppNotices_.reset();
+  categoryStore_.reset();
   placementLedger_.reset();
   accessibilityPermission_.reset();
   localization_.reset();
@@ -98,6 +114,7 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
     iconShelf_ = std::make_unique<MenuBarAccessController>(MenuBarAccessController::Dependencies{
         .platform = platform_,
         .catalog = *statusItemManager_,
+        .categories = *categoryStore_,
         .bar = *statusBarController_,
         .localization = *localization_,
         .defaultCenter = defaultCenter_,
@@ -130,6 +147,7 @@ void AppEnvironment::makeWindows() {
       .platform = platform_,
       .localization = *localization_,
       .catalog = *statusItemManager_,
+      .categories = *categoryStore_,
       .ledger = *placementLedger_,
       .statusBar = bar,
   });
@@ -138,6 +156,8 @@ void AppEnvironment::makeWindows() {
       .defaultCenter = defaultCenter_,
       .localization = *localization_,
       .catalog = *statusItemManager_,
+      .categories = *categoryStore_,
+      .notices = *newAppNotices_,
       .ledger = *placementLedger_,
       .guide = *placementGuide_,
       .behaviour = behaviourSettings(),

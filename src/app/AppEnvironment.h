@@ -14,12 +14,14 @@ namespace tarvolo {
 class HotkeyManager;
 class LaunchAtLogin;
 class AccessibilityPermission;
+class CategoryStore;
 class FirstLaunchCoachController;
 class LocalizationManager;
 class MenuBarAccessController;
 class MenuBarPlacementLedger;
 class NativeVisibilityEngine;
 class NewAppLaunchCenter;
+class NewAppNoticeLedger;
 class PlacementGuideController;
 class PreferencesController;
 class ReviewPromptController;
@@ -49,6 +51,8 @@ class AppEnvironment {
   std::string tr(std::string_view key);
   AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   MenuBarPlacementLedger& placementLedger() { return *placementLedger_; }
+  CategoryStore& categoryStore() { return *categoryStore_; }
+  NewAppNoticeLedger& newAppNotices() { return *newAppNotices_; }
   StatusItemManager& statusItemManager() { return *statusItemManager_; }
   NativeVisibilityEngine& nativeVisibilityEngine() { return *nativeVisibilityEngine_; }
   NewAppLaunchCenter& newAppLaunchCenter() { return *newAppLaunchCenter_; }
@@ -75,6 +79,8 @@ class AppEnvironment {
   std::unique_ptr<LocalizationManager> localization_;
   std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
+  std::unique_ptr<CategoryStore> categoryStore_;
+  std::unique_ptr<NewAppNoticeLedger> newAppNotices_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
   std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;

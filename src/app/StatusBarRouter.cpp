@@ -2,8 +2,8 @@
 
 #include <variant>
 
-#include "discovery/tracking/NewAppLaunchCenter.h"
-#include "shelf/access/MenuBarAccessController.h"
+#include "discovery/owners/NewAppLaunchCenter.h"
+#include "shelf/owners/MenuBarAccessController.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/FirstLaunchCoachController.h"
 #include "ui/PlacementGuideController.h"

@@ -53,6 +53,12 @@ LogLine& LogLine::add(std::string_view key, const std::optional<std::string>& va
   return add(key, value ? std::string_view(*value) : std::string_view("none"));
 }
 
+LogLine& LogLine::add(std::string_view key, const std::set<std::string>& values) {
+  std::string joined;
+  for (const auto& value : values) joined += (joined.empty() ? "" : ",") + value;
+  return add(key, joined.empty() ? std::string_view("none") : std::string_view(joined));
+}
+
 LogLine& LogLine::integer(std::string_view key, double value) { return add(key, std::floor(value)); }
 
 LogLine& LogLine::raw(std::string_view text) {

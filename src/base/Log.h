@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -65,6 +66,8 @@ class LogLine {
   LogLine& add(std::string_view key, double value) { return add(key, std::string_view(numberText(value))); }
   LogLine& add(std::string_view key, const std::optional<double>& value);
   LogLine& add(std::string_view key, const std::optional<std::string>& value);
+  // The values joined by commas, in order; an empty set prints as "none".
+  LogLine& add(std::string_view key, const std::set<std::string>& values);
   // Points rounded down to whole ones, as the search reports its bounds.
   LogLine& integer(std::string_view key, double value);
   // Free text after a space, for the rare field that is not key=value.

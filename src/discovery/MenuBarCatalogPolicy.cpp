@@ -21,6 +21,11 @@ std::string_view rawValue(MenuBarCatalogSection section) {
 
 namespace tarvolo::MenuBarCatalogPolicy {
 
+bool isInEmbeddedFolder(std::string_view lowercasedPath) {
+  return std::any_of(embeddedBundleFolders.begin(), embeddedBundleFolders.end(),
+                     [&](std::string_view folder) { return lowercasedPath.find(folder) != std::string_view::npos; });
+}
+
 const std::set<std::string>& recommendedRegularBundleIDs() {
   static const std::set<std::string> ids = {
       "com.openai.codex",

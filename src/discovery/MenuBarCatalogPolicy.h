@@ -3,6 +3,7 @@
 // Which running applications the catalogue lists in its main section and which it offers only
 // on request. Pure.
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <set>
@@ -27,6 +28,16 @@ struct MenuBarCatalogDecision {
 }  // namespace tarvolo
 
 namespace tarvolo::MenuBarCatalogPolicy {
+
+// Folders inside a bundle that hold embedded helpers, extensions and services, lower-cased with
+// their slashes: a bundle in one of them is never offered.
+inline constexpr std::array<std::string_view, 4> embeddedBundleFolders = {"/xpcservices/", "/plugins/",
+                                                                          "/frameworks/", "/contents/helpers/"};
+// Where an application keeps its login items. Embedded too, yet the catalogue offers them, since
+// such an agent is often what owns its application's icon; the new-app notice does not.
+inline constexpr std::string_view loginItemsFolder = "/library/loginitems/";
+// Whether a lower-cased path lies in one of the embedded folders.
+bool isInEmbeddedFolder(std::string_view lowercasedPath);
 
 // Regular (Dock-showing) applications known to own a status item, lower-cased.
 const std::set<std::string>& recommendedRegularBundleIDs();

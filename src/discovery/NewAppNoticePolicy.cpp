@@ -1,7 +1,6 @@
 #include "discovery/NewAppNoticePolicy.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <set>
 
@@ -56,9 +55,6 @@ namespace tarvolo::NewAppNoticePolicy {
 
 namespace {
 
-constexpr std::array<std::string_view, 5> kEmbeddedFolders = {"/xpcservices/", "/plugins/", "/frameworks/",
-                                                              "/contents/helpers/", "/library/loginitems/"};
-
 // Resolves "." and "..", repeated and trailing slashes, as the platform's standardising does.
 std::string standardized(std::string_view path) {
   std::string normal = std::filesystem::path(std::string(path)).lexically_normal().generic_string();
@@ -93,9 +89,8 @@ bool isTopLevelApplication(const std::optional<std::string>& bundlePath, std::st
   path = text::lowercased(standardized(path));
   if (!path.ends_with(".app")) return false;
   const std::string withSlash = path + "/";
-  for (std::string_view folder : kEmbeddedFolders) {
-    if (withSlash.find(folder) != std::string::npos) return false;
-  }
+  if (MenuBarCatalogPolicy::isInEmbeddedFolder(withSlash)) return false;
+  if (withSlash.find(MenuBarCatalogPolicy::loginItemsFolder) != std::string::npos) return false;
   const std::string parent = parentFolder(path);
   if (parent.find(".app/") != std::string::npos || parent.ends_with(".app")) return false;
   if (parent == "/applications") return true;

@@ -11,7 +11,22 @@
 #include <string_view>
 #include <vector>
 
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
+
+namespace tarvolo {
+
+// What the placement ledger remembers. Keys are lower-cased bundle identifiers.
+struct PlacementLedgerSnapshot {
+  // Raw categories the user confirmed (in practice always-visible placements).
+  std::map<std::string, std::string> confirmed;
+  // Confirmed always-visible applications that were relaunched and must be checked again.
+  std::set<std::string> attention;
+  // Confirmed always-visible applications that quit and have not started again; never persisted.
+  std::set<std::string> awaitingRelaunch;
+  friend bool operator==(const PlacementLedgerSnapshot&, const PlacementLedgerSnapshot&) = default;
+};
+
+}  // namespace tarvolo
 
 namespace tarvolo::PlacementPolicy {
 

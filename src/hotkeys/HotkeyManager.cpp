@@ -60,6 +60,7 @@ HotkeyManager::Chord HotkeyManager::readStoredChord(const platform::DefaultsStor
 }
 
 void HotkeyManager::registerHotkeys() {
+  mainThread_.check();
   unregisterHotkeys();
   if (registerCarbonHotKeys()) {
     MenuBarLog::log("Carbon hotkey registered OK (" + display(deepChord.get()) + " system-wide)");
@@ -84,6 +85,7 @@ void HotkeyManager::registerHotkeys() {
 }
 
 bool HotkeyManager::registerCarbonHotKeys() {
+  mainThread_.check();
   auto& service = platform_.hotkeys();
   if (hotKeyRegistered_) service.unregisterHotkey(hotKeyIDToggleDeep);
   hotKeyRegistered_ = false;
@@ -92,7 +94,7 @@ bool HotkeyManager::registerCarbonHotKeys() {
       hotKeyIDToggleDeep, platform::KeyChord{chord.keyCode, {modifierMask(chord)}},
       bindWeak(weakFactory_.handle(), &HotkeyManager::hotKeyFired));
   if (failure && failure->stage == platform::HotkeyFailureStage::handlerInstallation) {
-    MenuBarLog::log(LogLine("Tarvolo: InstallEventHandler failed with OSStatus=" + std::to_string(failure->status)));
+    MenuBarLog::log(LogLine("Tarvolo: InstallEventHandler failed with").add("OSStatus", failure->status));
   }
   hotKeyRegistered_ = !failure;
   recordConflict(failure);
@@ -110,6 +112,7 @@ void HotkeyManager::recordConflict(std::optional<platform::HotkeyFailure> failur
 }
 
 void HotkeyManager::unregisterHotkeys() {
+  mainThread_.check();
   globalMonitor_.reset();
   localMonitor_.reset();
   if (hotKeyRegistered_) platform_.hotkeys().unregisterHotkey(hotKeyIDToggleDeep);
@@ -118,7 +121,8 @@ void HotkeyManager::unregisterHotkeys() {
 }
 
 void HotkeyManager::hotKeyFired(std::uint32_t id) {
-  Diag::log(LogLine("carbon hotkey fired, id=" + std::to_string(id)));
+  mainThread_.check();
+  Diag::log(LogLine("carbon hotkey fired,").add("id", id));
   if (id == hotKeyIDToggleDeep) postToggle();
 }
 
@@ -129,6 +133,7 @@ void HotkeyManager::postToggle() {
 }
 
 bool HotkeyManager::handleKeyEvent(const platform::Event& event) {
+  mainThread_.check();
   if (!event.keyCode) return false;
   const std::uint32_t modifiers = event.modifierFlags.raw & platform::kChordModifierMask;
   if (!recording.get()) {

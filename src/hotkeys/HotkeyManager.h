@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "base/MainThreadChecker.h"
 #include "base/Published.h"
 #include "base/WeakHandle.h"
 #include "platform/Platform.h"
@@ -77,6 +78,7 @@ class HotkeyManager {
   std::function<void()> toggleDeep_;
   bool carbonInForce_ = false;
   bool hotKeyRegistered_ = false;
+  MainThreadChecker mainThread_;
   std::unique_ptr<platform::Registration> globalMonitor_;
   std::unique_ptr<platform::Registration> localMonitor_;
   WeakHandleFactory<HotkeyManager> weakFactory_{this};

@@ -4,7 +4,7 @@
 
 #include <span>
 
-#include "localization/StringTable.h"
+#include "localization/StringEntry.h"
 
 namespace tarvolo::StringTable {
 

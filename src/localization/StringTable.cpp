@@ -11,19 +11,6 @@ bool isLanguageCode(std::string_view code) {
   return std::find(kLanguageCodes.begin(), kLanguageCodes.end(), code) != kLanguageCodes.end();
 }
 
-std::string_view Texts::in(std::string_view code) const {
-  if (code == "en") return en;
-  if (code == "zh") return zh;
-  if (code == "zh-Hant") return zhHant;
-  if (code == "ja") return ja;
-  if (code == "ko") return ko;
-  if (code == "de") return de;
-  if (code == "fr") return fr;
-  if (code == "es") return es;
-  if (code == "pt") return pt;
-  return {};
-}
-
 namespace {
 
 std::vector<Entry> joinedGroups() {

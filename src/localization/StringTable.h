@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "localization/StringEntry.h"
+
 namespace tarvolo::StringTable {
 
 // Table codes in column order; each is also the raw value of its `AppLanguage`.
@@ -15,27 +17,6 @@ inline constexpr std::array<std::string_view, 9> kLanguageCodes = {"en", "zh", "
                                                                    "de", "fr", "es",      "pt"};
 
 bool isLanguageCode(std::string_view code);
-
-// One key's texts. An empty text means the language has none and lookups fall back to English.
-struct Texts {
-  std::string_view en;
-  std::string_view zh;
-  std::string_view zhHant;
-  std::string_view ja;
-  std::string_view ko;
-  std::string_view de;
-  std::string_view fr;
-  std::string_view es;
-  std::string_view pt;
-
-  // The text stored for `code` itself (no fallback); empty for an unknown code.
-  std::string_view in(std::string_view code) const;
-};
-
-struct Entry {
-  std::string_view key;
-  Texts texts;
-};
 
 // Every entry, grouped by where the texts appear.
 std::span<const Entry> entries();

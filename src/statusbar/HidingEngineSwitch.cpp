@@ -1,7 +1,7 @@
 #include "statusbar/HidingEngineSwitch.h"
 
 #include "base/Log.h"
-#include "native/engine/NativeVisibilityEngine.h"
+#include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/OwnStatusItems.h"
 
 namespace tarvolo {

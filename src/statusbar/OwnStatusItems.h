@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "statusbar/OrderRepairPolicy.h"
 #include "visibility/MenuBarVisibilityPolicy.h"

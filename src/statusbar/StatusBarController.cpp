@@ -5,7 +5,7 @@
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
 #include "base/Text.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 
 namespace tarvolo {

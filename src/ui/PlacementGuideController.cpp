@@ -5,8 +5,9 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "discovery/PlacementPolicy.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/CategoryStore.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
 #include "statusbar/StatusBarController.h"
@@ -56,6 +57,7 @@ PlacementGuideController::PlacementGuideController(Dependencies dependencies)
     : platform_(dependencies.platform),
       localization_(dependencies.localization),
       catalog_(dependencies.catalog),
+      categories_(dependencies.categories),
       ledger_(dependencies.ledger),
       statusBar_(dependencies.statusBar),
       checkWork_(dependencies.platform.mainQueue()),
@@ -193,7 +195,7 @@ void PlacementGuideController::stepPlaced(Evidence evidence) {
   if (!step.bundleID.empty()) {
     const std::string raw(rawValue(step.category));
     auto ids = PlacementPolicy::confirmedBundleIDs(step.bundleID, false, {});
-    catalog_.setCategory(step.bundleID, step.category);
+    categories_.setCategory(step.bundleID, step.category);
     if (step.category == ItemCategory::alwaysVisible) {
       ledger_.confirmAlwaysVisible(ids);
     } else {
@@ -267,10 +269,10 @@ void PlacementGuideController::restoreAfterCancel(const Step& step) {
   const bool saved = PlacementPolicy::savedFlagAfterGuideCancel(step.staged.hadSavedTier, step.pendingHadSavedTier);
   auto parsed = itemCategoryFromRaw(category);
   if (!saved || !parsed) {
-    catalog_.removeCategory(step.bundleID);
+    categories_.removeCategory(step.bundleID);
     return;
   }
-  catalog_.setCategory(step.bundleID, *parsed);
+  categories_.setCategory(step.bundleID, *parsed);
 }
 
 void PlacementGuideController::finish(Outcome outcome) {

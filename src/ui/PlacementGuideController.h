@@ -16,11 +16,12 @@
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
 
+class CategoryStore;
 class LocalizationManager;
 class MenuBarPlacementLedger;
 class StatusBarController;
@@ -40,6 +41,7 @@ class PlacementGuideController {
     platform::Platform& platform;
     LocalizationManager& localization;
     StatusItemManager& catalog;
+    CategoryStore& categories;
     MenuBarPlacementLedger& ledger;
     StatusBarController& statusBar;
   };
@@ -106,6 +108,7 @@ class PlacementGuideController {
   platform::Platform& platform_;
   LocalizationManager& localization_;
   StatusItemManager& catalog_;
+  CategoryStore& categories_;
   MenuBarPlacementLedger& ledger_;
   StatusBarController& statusBar_;
   MainThreadChecker mainThread_;

@@ -6,7 +6,9 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "discovery/PlacementPolicy.h"
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/CategoryStore.h"
+#include "discovery/owners/NewAppNoticeLedger.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/AppLanguage.h"
 #include "localization/LocalizationManager.h"
 #include "localization/StringFormat.h"
@@ -37,6 +39,8 @@ PreferencesController::PreferencesController(Dependencies dependencies)
     : platform_(dependencies.platform),
       localization_(dependencies.localization),
       catalog_(dependencies.catalog),
+      categories_(dependencies.categories),
+      notices_(dependencies.notices),
       ledger_(dependencies.ledger),
       guide_(dependencies.guide),
       behaviour_(std::move(dependencies.behaviour)) {
@@ -160,7 +164,7 @@ void PreferencesController::setRevealOnHover(bool enabled) {
 }
 
 void PreferencesController::setNewAppNotices(bool enabled) {
-  catalog_.setNewAppNoticesEnabled(enabled);
+  notices_.setNewAppNoticesEnabled(enabled);
   refresh();
 }
 
@@ -186,7 +190,7 @@ void PreferencesController::pickZone(const std::string& bundleId, const std::str
     // Setting the category rebuilds the catalogue, and `item` with it.
     const std::string bundle = item->bundleId;
     const std::string name = item->name;
-    catalog_.setCategory(bundle, *category);
+    categories_.setCategory(bundle, *category);
     // Folding away an icon that was confirmed always visible retires that confirmation.
     if (*category != ItemCategory::alwaysVisible && ledger_.confirmedCategory(bundle)) {
       ledger_.confirm(bundle, *category);
@@ -207,7 +211,7 @@ void PreferencesController::setPinned(const std::string& bundleId, bool pinned) 
   const MenuBarAppItem* item = catalog_.item(bundleId);
   if (!item) return;
   const std::string name = item->name;
-  catalog_.setPinned(bundleId, pinned);
+  categories_.setPinned(bundleId, pinned);
   toast_ = formatText(tr(pinned ? "toast_item_pinned" : "toast_item_unpinned"), {name});
   refresh();
 }
@@ -296,7 +300,7 @@ platform::PreferencesGeneralState PreferencesController::generalState() const {
   }
   general.newAppNotices = platform::PreferencesSwitch{.title = tr("new_app_notices_title"),
                                                       .detail = tr("new_app_notices_desc"),
-                                                      .on = catalog_.newAppNoticesEnabled()};
+                                                      .on = notices_.newAppNoticesEnabled()};
   return general;
 }
 

@@ -12,12 +12,14 @@
 #include "base/NotificationCenter.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
-#include "discovery/tracking/MenuBarPlacementLedger.h"
+#include "discovery/owners/MenuBarPlacementLedger.h"
 #include "platform/Platform.h"
 
 namespace tarvolo {
 
+class CategoryStore;
 class LocalizationManager;
+class NewAppNoticeLedger;
 class PlacementGuideController;
 class StatusItemManager;
 struct MenuBarAppItem;
@@ -56,6 +58,8 @@ class PreferencesController {
     NotificationCenter& defaultCenter;
     LocalizationManager& localization;
     StatusItemManager& catalog;
+    CategoryStore& categories;
+    NewAppNoticeLedger& notices;
     MenuBarPlacementLedger& ledger;
     PlacementGuideController& guide;
     Behaviour behaviour;
@@ -113,6 +117,8 @@ class PreferencesController {
   platform::Platform& platform_;
   LocalizationManager& localization_;
   StatusItemManager& catalog_;
+  CategoryStore& categories_;
+  NewAppNoticeLedger& notices_;
   MenuBarPlacementLedger& ledger_;
   PlacementGuideController& guide_;
   Behaviour behaviour_;

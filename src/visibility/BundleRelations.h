@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "base/Geometry.h"
-#include "discovery/PlacementTypes.h"
+#include "base/vocabulary/PlacementTypes.h"
 #include "visibility/BundleRelations.h"
 #include "visibility/CollapseLengthBounds.h"
 #include "visibility/VisibilityConstants.h"

@@ -27,6 +27,13 @@ TEST(LogLine, WritesKeyValueFieldsWithNumbersAndAbsentValuesAsTheLogShowsThem) {
             "screen=1512x982@0,0 low=723 edge=-1 verdict=shared-host");
 }
 
+TEST(LogLine, ASetJoinsWithCommasInOrderAndAnEmptyOneIsNone) {
+  EXPECT_EQ(LogLine("catalog attributed").add("bundles", std::set<std::string>{"com.b", "com.a"}).text(),
+            "catalog attributed bundles=com.a,com.b");
+  EXPECT_EQ(LogLine("catalog attributed").add("bundles", std::set<std::string>{}).text(),
+            "catalog attributed bundles=none");
+}
+
 TEST(LogLine, NumbersKeepUpToThreeDecimalsWithoutTrailingZeros) {
   EXPECT_EQ(numberText(2.5), "2.5");
   EXPECT_EQ(numberText(-0.25), "-0.25");

@@ -18,6 +18,9 @@ TEST(NewAppNoticePolicyTest, OnlyTopLevelApplicationsCount) {
   EXPECT_FALSE(Policy::isTopLevelApplication("/Applications/Host.app/Contents/Helpers/Agent.app", home));
   EXPECT_FALSE(Policy::isTopLevelApplication("/Applications/Host.app/Contents/Library/LoginItems/Agent.app", home));
   EXPECT_FALSE(Policy::isTopLevelApplication("/Applications/Tools/Clipper.app", home));
+  // Login items count as embedded for the notice even where the folder is not inside a bundle.
+  EXPECT_FALSE(Policy::isTopLevelApplication("~/Applications/Clipper.app", "/Volumes/Library/LoginItems/ada"));
+  EXPECT_TRUE(Policy::isTopLevelApplication("~/Applications/Clipper.app", "/Volumes/Library/Helpers/ada"));
   EXPECT_FALSE(Policy::isTopLevelApplication("/Applications/clipper", home));
   EXPECT_FALSE(Policy::isTopLevelApplication(std::nullopt, home));
 }

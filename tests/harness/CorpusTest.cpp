@@ -7,7 +7,7 @@
 #include "harness/CollapseSettling.h"
 #include "harness/Corpus.h"
 #include "harness/ScenarioRunner.h"
-#include "native/engine/VisibilityAssertionSession.h"
+#include "native/owners/VisibilityAssertionSession.h"
 
 namespace tarvolo::scenario {
 namespace {

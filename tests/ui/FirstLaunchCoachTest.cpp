@@ -1,6 +1,6 @@
 #include "ui/FirstLaunchCoach.h"
 
-#include "discovery/tracking/StatusItemManager.h"
+#include "discovery/owners/StatusItemManager.h"
 #include "localization/LocalizationManager.h"
 #include "permissions/AccessibilityPermission.h"
 #include "platform/sim/SimAccessibility.h"

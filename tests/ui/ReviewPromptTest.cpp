@@ -4,7 +4,7 @@
 
 #include "app/AppEnvironment.h"
 #include "localization/LocalizationManager.h"
-#include "shelf/access/MenuBarAccessController.h"
+#include "shelf/owners/MenuBarAccessController.h"
 #include "support/SimFixture.h"
 #include "ui/ReviewPrompt.h"
 #include "ui/ReviewPromptController.h"

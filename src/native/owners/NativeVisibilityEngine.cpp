@@ -1,0 +1,129 @@
+#include "native/owners/NativeVisibilityEngine.h"
+
+#include <algorithm>
+#include <set>
+
+#include "base/Log.h"
+#include "base/NotificationCenter.h"
+#include "base/Text.h"
+#include "base/vocabulary/OwnBundle.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
+
+namespace tarvolo {
+
+NativeVisibilityEngine::NativeVisibilityEngine(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      defaultCenter_(dependencies.defaultCenter),
+      effectCheck_(dependencies.platform.mainQueue()) {
+  frameworkLoaded_ = platform_.assessmentMode().loadFramework();
+  MenuBarLog::log(LogLine("native engine")
+                      .add("framework", frameworkLoaded_)
+                      .add("classes", frameworkLoaded_ && platform_.assessmentMode().classesAvailable()));
+}
+
+NativeVisibilityEngine::~NativeVisibilityEngine() = default;
+
+bool NativeVisibilityEngine::isAvailable() const {
+  return frameworkLoaded_ && platform_.assessmentMode().classesAvailable() && !failedForSession.get();
+}
+
+VisibilityAssertionSession& NativeVisibilityEngine::session() {
+  if (!session_) {
+    session_ = std::make_unique<VisibilityAssertionSession>(platform_.assessmentMode(), platform_.mainQueue(),
+                                                            bindWeak(weakFactory_.handle(),
+                                                                     &NativeVisibilityEngine::sessionFailed));
+  }
+  return *session_;
+}
+
+void NativeVisibilityEngine::collapse(const std::vector<std::string>& allowedBundleIds,
+                                      std::function<void(bool)> completion) {
+  mainThread_.check();
+  if (!isAvailable()) {
+    if (completion) completion(false);
+    return;
+  }
+  std::string own = platform_.system().ownBundleIdentifier();
+  std::vector<std::string> list;
+  std::set<std::string> seen;
+  // The system reads the list as a set: each bundle once, whatever its case.
+  auto add = [&](std::string id) {
+    if (seen.insert(text::lowercased(id)).second) list.push_back(std::move(id));
+  };
+  add(own.empty() ? std::string(ownBundleID) : own);
+  for (const auto& id : allowedBundleIds) add(id);
+  for (auto id : MenuBarVisibilityPolicy::alwaysOnSystemBundleIDs) add(std::string(id));
+  session().collapse(std::move(list), [weak = weakFactory_.handle(), completion = std::move(completion)](bool success) {
+    if (auto* self = weak.get()) self->activationFinished(success);
+    if (completion) completion(success);
+  });
+}
+
+void NativeVisibilityEngine::expand() {
+  mainThread_.check();
+  effectCheck_.cancel();
+  if (session_) session_->expand();
+}
+
+void NativeVisibilityEngine::activationFinished(bool success) {
+  mainThread_.check();
+  if (!success || !session_ || !session_->isActive()) return;
+  effectCheck_.schedule(effectCheckDelay, bindWeak(weakFactory_.handle(), &NativeVisibilityEngine::checkEffect,
+                                                   session_->requestState().generation()));
+}
+
+// A success reply does not prove an effect: read the bar, and treat a list the system ignores
+// like a failed activation.
+void NativeVisibilityEngine::checkEffect(NativeVisibilityRequestState::Generation generation) {
+  mainThread_.check();
+  if (!session_ || !session_->isActive() || session_->requestState().generation() != generation) return;
+  auto outsiders = visibleOutsiders();
+  if (!outsiders || outsiders->empty()) return;
+  MenuBarLog::log(LogLine("native activation without effect")
+                      .add("visible", static_cast<int>(outsiders->size()))
+                      .add("first", outsiders->front()));
+  session_->fail(generation);
+}
+
+std::optional<std::vector<std::string>> NativeVisibilityEngine::visibleOutsiders() const {
+  auto list = allowList();
+  if (!list) return std::vector<std::string>{};
+  std::set<std::string> allowed;
+  for (const auto& id : *list) allowed.insert(text::lowercased(id));
+  auto& accessibility = platform_.accessibility();
+  if (!accessibility.isProcessTrusted()) return std::nullopt;
+  std::vector<std::string> outsiders;
+  for (const auto& app : platform_.workspace().runningApplications()) {
+    if (!app.bundleIdentifier || allowed.contains(text::lowercased(*app.bundleIdentifier))) continue;
+    auto items = accessibility.extrasMenuBarItems(app.pid);
+    const bool shows = items && std::any_of(items->begin(), items->end(), [](const auto& item) {
+                         return item.frame && item.frame->width > 0;
+                       });
+    if (shows) outsiders.push_back(*app.bundleIdentifier);
+  }
+  return outsiders;
+}
+
+void NativeVisibilityEngine::sessionFailed() {
+  mainThread_.check();
+  effectCheck_.cancel();
+  MenuBarLog::log(LogLine("native activation failed or timed out; restrictions released"));
+  failedForSession = true;
+  defaultCenter_.post(Notifications::nativeVisibilityAvailabilityDidChange);
+}
+
+NativeEngineState NativeVisibilityEngine::state() const {
+  if (failedForSession.get()) return NativeEngineState::failed;
+  if (!isAvailable()) return NativeEngineState::unsupported;
+  if (!session_) return NativeEngineState::ready;
+  if (session_->isActive()) return NativeEngineState::active;
+  if (session_->isActivating()) return NativeEngineState::activating;
+  return NativeEngineState::ready;
+}
+
+std::optional<std::vector<std::string>> NativeVisibilityEngine::allowList() const {
+  if (!session_) return std::nullopt;
+  return session_->requestState().allowList();
+}
+
+}  // namespace tarvolo

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/MainThreadChecker.h"
+#include "base/Published.h"
+#include "base/WeakHandle.h"
+#include "base/WorkItem.h"
+#include "native/SystemStatusPresentation.h"
+#include "native/owners/VisibilityAssertionSession.h"
+#include "platform/Platform.h"
+
+namespace tarvolo {
+
+class NotificationCenter;
+
+// The system's hiding engine: hands the system an allow-list instead of lengthening separators.
+// Loads the framework once, when created. One failure (refused, unanswered within the time-out,
+// or accepted without effect on the bar) switches it off for the rest of the run and posts
+// `nativeVisibilityAvailabilityDidChange`. Main thread only.
+class NativeVisibilityEngine {
+ public:
+  // How long after a successful activation the bar is read to confirm the effect.
+  static constexpr double effectCheckDelay = 0.4;
+
+  struct Dependencies {
+    platform::Platform& platform;
+    NotificationCenter& defaultCenter;
+  };
+
+  explicit NativeVisibilityEngine(Dependencies dependencies);
+  ~NativeVisibilityEngine();
+  NativeVisibilityEngine(const NativeVisibilityEngine&) = delete;
+  NativeVisibilityEngine& operator=(const NativeVisibilityEngine&) = delete;
+
+  Published<bool> failedForSession{false};
+
+  bool isAvailable() const;
+  // Keeps the app itself, `allowedBundleIds` and the system's always-on bundles visible.
+  // `completion` hears false at once when the engine is not available.
+  void collapse(const std::vector<std::string>& allowedBundleIds, std::function<void(bool)> completion);
+  void expand();
+
+  NativeEngineState state() const;
+  SystemStatusPresentation presentation() const { return SystemStatusPresentations::forState(state()); }
+  // The list the system is asked to honour, sorted; absent when nothing is restricted.
+  std::optional<std::vector<std::string>> allowList() const;
+
+ private:
+  VisibilityAssertionSession& session();
+  void sessionFailed();
+  void activationFinished(bool success);
+  void checkEffect(NativeVisibilityRequestState::Generation generation);
+  // Running applications off the list whose items the bar still shows; absent when it cannot
+  // be read.
+  std::optional<std::vector<std::string>> visibleOutsiders() const;
+
+  platform::Platform& platform_;
+  NotificationCenter& defaultCenter_;
+  bool frameworkLoaded_ = false;
+  MainThreadChecker mainThread_;
+  std::unique_ptr<VisibilityAssertionSession> session_;
+  WorkItem effectCheck_;
+  WeakHandleFactory<NativeVisibilityEngine> weakFactory_{this};
+};
+
+}  // namespace tarvolo

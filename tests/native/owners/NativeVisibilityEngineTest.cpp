@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+
+#include "base/NotificationCenter.h"
+#include "native/NativeVisibilityRequestState.h"
+#include "native/SystemStatusPresentation.h"
+#include "native/owners/NativeVisibilityEngine.h"
+#include "platform/sim/SimDesktop.h"
+#include "support/SimFixture.h"
+
+namespace tarvolo {
+namespace {
+
+using sim::SimActivation;
+
+TEST(NativeVisibilityRequestState, SameListInAnyOrderIsOneRequest) {
+  NativeVisibilityRequestState state;
+  auto first = state.request({"b", "a"});
+  ASSERT_TRUE(first);
+  EXPECT_FALSE(state.request({"a", "b"}));
+  EXPECT_EQ(state.allowList(), (std::vector<std::string>{"a", "b"}));
+  auto second = state.request({"a"});
+  ASSERT_TRUE(second);
+  EXPECT_GT(*second, *first);
+}
+
+TEST(NativeVisibilityRequestState, ExpandMakesEarlierCompletionsStale) {
+  NativeVisibilityRequestState state;
+  auto generation = *state.request({"a"});
+  EXPECT_TRUE(state.accepts(generation, true));
+  EXPECT_FALSE(state.accepts(generation, false));
+  state.expand();
+  EXPECT_FALSE(state.accepts(generation, true));
+  EXPECT_FALSE(state.allowList());
+  // After an expand the same list is a new request.
+  EXPECT_TRUE(state.request({"a"}));
+}
+
+TEST(SystemStatusPresentation, EveryStateHasItsOwnLook) {
+  const NativeEngineState states[] = {NativeEngineState::unsupported, NativeEngineState::ready,
+                                      NativeEngineState::activating, NativeEngineState::active,
+                                      NativeEngineState::failed};
+  for (auto a : states) {
+    EXPECT_FALSE(SystemStatusPresentations::forState(a).symbol.empty());
+    for (auto b : states) {
+      if (a != b) {
+        EXPECT_NE(SystemStatusPresentations::forState(a), SystemStatusPresentations::forState(b));
+      }
+    }
+  }
+  EXPECT_TRUE(SystemStatusPresentations::forState(NativeEngineState::failed).badge);
+}
+
+TEST(SystemStatusPresentation, SymbolsOnlyForSystemItemsItKnows) {
+  using SystemStatusPresentations::symbol;
+  EXPECT_EQ(symbol("com.apple.Spotlight", "", std::nullopt), "magnifyingglass");
+  EXPECT_EQ(symbol("com.apple.controlcenter", "", std::string("com.apple.menuextra.vpn")), "network");
+  // The identifier decides before the title does.
+  EXPECT_EQ(symbol("com.apple.controlcenter", "Battery", std::string("com.apple.menuextra.wifi")), "wifi");
+  EXPECT_EQ(symbol("com.apple.controlcenter", "Battery", std::nullopt), "battery.100");
+  // From macOS 26 Control Center reports other apps' items as its own: unknown ones get nothing.
+  EXPECT_EQ(symbol("com.apple.controlcenter", "Dropbox", std::string("Item-0")), std::nullopt);
+  EXPECT_EQ(symbol("com.example.vpn", "VPN", std::string("vpn")), std::nullopt);
+}
+
+// The engine alone on a desktop, without the app around it.
+class NativeEngineTest : public ::testing::Test {
+ protected:
+  void make(int osMajor, bool offered, SimActivation activation) {
+    sim::SimSettings settings;
+    settings.osMajor = osMajor;
+    settings.assessmentMode = {.offered = offered, .activation = activation, .activationDelay = 0.1};
+    desktop_ = std::make_unique<sim::SimDesktop>(std::vector<sim::SimScreenSpec>{testing::plainDisplay()},
+                                                 testing::sampleApps(), settings);
+    engine_ = std::make_unique<NativeVisibilityEngine>(
+        NativeVisibilityEngine::Dependencies{.platform = *desktop_, .defaultCenter = center_});
+    subscription_ = center_.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
+                                        [this](const Notification&) { ++availabilityChanges_; });
+  }
+  void run(double seconds) { desktop_->queue().runFor(seconds); }
+  const sim::SimAssessmentMode& mode() const { return desktop_->simAssessmentMode(); }
+
+  NotificationCenter center_;
+  std::unique_ptr<sim::SimDesktop> desktop_;
+  std::unique_ptr<NativeVisibilityEngine> engine_;
+  Subscription subscription_;
+  int availabilityChanges_ = 0;
+};
+
+TEST_F(NativeEngineTest, UnavailableBeforeMacOS27EvenWhenOffered) {
+  make(15, true, SimActivation::succeeds);
+  EXPECT_FALSE(engine_->isAvailable());
+  std::optional<bool> answer;
+  engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
+  EXPECT_EQ(answer, false);
+  EXPECT_TRUE(mode().assertions().empty());
+}
+
+TEST_F(NativeEngineTest, AllowListCarriesOwnAppAndSystemItems) {
+  make(27, true, SimActivation::succeeds);
+  std::optional<bool> answer;
+  engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
+  EXPECT_EQ(engine_->state(), NativeEngineState::activating);
+  run(0.2);
+  EXPECT_EQ(answer, true);
+  EXPECT_EQ(engine_->state(), NativeEngineState::active);
+  ASSERT_EQ(mode().assertions().size(), 1u);
+  const auto& record = mode().assertions().front();
+  EXPECT_EQ(record.allowedSystemItems.size(), 64u);
+  EXPECT_EQ(record.allowedSystemItems.back(), 63);
+  EXPECT_EQ(*engine_->allowList(), (std::vector<std::string>{"com.apple.Spotlight", "com.apple.controlcenter",
+                                                            "com.example.a", "com.ostrand.tarvolo"}));
+}
+
+TEST_F(NativeEngineTest, SameListTwiceInAnyOrderActivatesOnce) {
+  make(27, true, SimActivation::succeeds);
+  int answers = 0;
+  engine_->collapse({"com.example.a", "com.example.b"}, [&](bool ok) { answers += ok; });
+  engine_->collapse({"com.example.b", "com.example.a"}, [&](bool ok) { answers += ok; });
+  run(0.5);
+  engine_->collapse({"com.example.b", "com.example.a"}, [&](bool ok) { answers += ok; });
+  EXPECT_EQ(answers, 3);
+  EXPECT_EQ(mode().assertions().size(), 1u);
+  EXPECT_EQ(mode().activations(), 1);
+}
+
+TEST_F(NativeEngineTest, CompletionAfterExpandIsIgnored) {
+  make(27, true, SimActivation::succeeds);
+  std::optional<bool> answer;
+  engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
+  engine_->expand();
+  EXPECT_EQ(answer, false);
+  run(0.5);
+  EXPECT_EQ(answer, false);
+  EXPECT_EQ(mode().activations(), 0);
+  EXPECT_FALSE(mode().restriction());
+  EXPECT_TRUE(mode().assertions().front().invalidated);
+  EXPECT_TRUE(engine_->isAvailable());
+}
+
+TEST_F(NativeEngineTest, TimeOutFailsForTheRestOfTheRun) {
+  make(27, true, SimActivation::neverCompletes);
+  std::optional<bool> answer;
+  engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
+  run(VisibilityAssertionSession::activationTimeout - 0.1);
+  EXPECT_FALSE(answer);
+  EXPECT_TRUE(engine_->isAvailable());
+  run(0.2);
+  EXPECT_EQ(answer, false);
+  EXPECT_FALSE(engine_->isAvailable());
+  EXPECT_EQ(engine_->state(), NativeEngineState::failed);
+  EXPECT_EQ(availabilityChanges_, 1);
+  EXPECT_TRUE(mode().assertions().front().invalidated);
+  // The framework is still there; the engine stays off.
+  engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
+  EXPECT_EQ(mode().assertions().size(), 1u);
+}
+
+TEST_F(NativeEngineTest, RefusedActivationFailsAtOnce) {
+  make(27, true, SimActivation::fails);
+  engine_->collapse({"com.example.a"}, nullptr);
+  run(0.2);
+  EXPECT_FALSE(engine_->isAvailable());
+  EXPECT_EQ(availabilityChanges_, 1);
+}
+
+TEST_F(NativeEngineTest, SuccessWithoutEffectIsNoticedOnTheBar) {
+  make(27, true, SimActivation::succeedsWithoutEffect);
+  engine_->collapse({"com.example.icon1"}, nullptr);
+  run(0.2);
+  EXPECT_EQ(engine_->state(), NativeEngineState::active);
+  run(NativeVisibilityEngine::effectCheckDelay + 0.1);
+  EXPECT_EQ(engine_->state(), NativeEngineState::failed);
+  EXPECT_EQ(availabilityChanges_, 1);
+}
+
+}  // namespace
+}  // namespace tarvolo

@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include "app/AppEnvironment.h"
+#include "platform/sim/SimAccessibility.h"
+#include "shelf/owners/ExternalMenuAccessSession.h"
+#include "shelf/owners/MenuBarAccessController.h"
+#include "shelf/owners/NativeStatusItemClick.h"
+#include "support/SimFixture.h"
+
+namespace tarvolo::testing {
+namespace {
+
+using sim::SimDesktop;
+
+class IconShelfTest : public SimAppTest {
+ protected:
+  void start(std::vector<sim::SimAppSpec> apps, sim::SimSettings settings = {}) {
+    boot({.apps = std::move(apps), .settings = std::move(settings)});
+    launch();
+    run(1);
+  }
+  MenuBarAccessController& shelf() { return *session().delegate()->environment()->iconShelf(); }
+  const platform::IconShelfViewState& panel() { return *desktop().ui().shelfState; }
+  std::vector<std::string> rowNames() {
+    std::vector<std::string> names;
+    for (const auto& row : panel().rows) names.push_back(row.name);
+    return names;
+  }
+  static sim::SimAppSpec app(std::string bundle, std::string name, double position) {
+    return {.bundleId = std::move(bundle), .name = std::move(name), .items = {{.width = 30, .position = position}}};
+  }
+};
+
+TEST_F(IconShelfTest, TypingFindsByNameAndPinyinAndTheTierPersists) {
+  start({app("com.tencent.xinWeChat", "微信", 40), app("com.apple.Safari", "Safari", 45), app("com.example.c", "Cloud", 50)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  EXPECT_EQ(rowNames().size(), 3u);
+  shelf().setQuery("wx");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"微信"});
+  shelf().setQuery("saf");
+  ASSERT_EQ(panel().rows.size(), 1u);
+  EXPECT_TRUE(panel().rows.front().selected);  // Return opens the best match at once
+  shelf().selectTier(MenuBarAccessTier::hidden);
+  EXPECT_EQ(desktop().simDefaults().getString("iconShelfSelectedTier"), "hidden");
+  EXPECT_TRUE(rowNames().empty());  // no saved zones: a zone tier lists nothing
+  // Esc clears the query, then closes the field, then the shelf.
+  shelf().escape();
+  EXPECT_EQ(panel().query, "");
+  shelf().escape();
+  EXPECT_FALSE(panel().searchExpanded);
+  shelf().escape();
+  EXPECT_FALSE(shelf().isShelfShown());
+}
+
+TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
+  auto blocking = app("com.example.block", "Blocker", 40);
+  blocking.pressBlocks = true;
+  start({blocking});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(3);
+  ASSERT_NE(desktop().foreignMenu(), nullptr);
+  EXPECT_TRUE(logged("action=AXPress result=-25204 menuVisible=true accepted=true"));
+  EXPECT_FALSE(logged("iconShelf attempt bundle=com.example.block action=AXShowMenu"));
+  EXPECT_TRUE(shelf().menuSessionActive());
+}
+
+TEST_F(IconShelfTest, AnItemWithoutPressGetsShowMenuFirst) {
+  auto showOnly = app("com.example.show", "Shower", 40);
+  showOnly.accessibilityActions = std::vector<std::string>{"AXShowMenu"};
+  start({showOnly});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(1);
+  ASSERT_FALSE(desktop().simAccessibility().performed().empty());
+  EXPECT_EQ(desktop().simAccessibility().performed().front().rfind("AXShowMenu", 0), 0u);
+}
+
+TEST_F(IconShelfTest, TheGuardedClickCarriesTheMarkerAndPutsTheCursorBack) {
+  auto refusing = app("com.example.refuse", "Refuser", 40);
+  refusing.refusesActions = true;
+  start({refusing});
+  const Point before = desktop().cursorTopLeft();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(2);
+  ASSERT_EQ(desktop().postedEvents().size(), 2u);
+  for (const auto& posted : desktop().postedEvents()) {
+    EXPECT_EQ(posted.event.userData, NativeStatusItemClick::eventMarker);
+    EXPECT_EQ(posted.event.clickState, 1);
+    EXPECT_EQ(posted.event.modifierFlags.raw, 0u);
+  }
+  EXPECT_NEAR(desktop().postedEvents()[1].time - desktop().postedEvents()[0].time, 0.04, 1e-9);
+  EXPECT_EQ(desktop().cursorTopLeft(), before);
+  ASSERT_NE(desktop().foreignMenu(), nullptr);
+  EXPECT_EQ(desktop().foreignMenu()->openedBy, "click");
+}
+
+TEST_F(IconShelfTest, NoClickWithoutThePostEventPermission) {
+  auto refusing = app("com.example.refuse", "Refuser", 40);
+  refusing.refusesActions = true;
+  start({refusing}, {.postEventAccess = false});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(2);
+  EXPECT_TRUE(desktop().postedEvents().empty());
+  EXPECT_EQ(panel().errorText, "This menu could not be opened.");
+}
+
+TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain) {
+  start({app("com.example.a", "Alpha", 40)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(1);
+  ASSERT_TRUE(shelf().menuSessionActive());
+  EXPECT_TRUE(controller().state().isExpanded);
+  desktop().pressKey(49);  // Space: no check
+  run(1);
+  EXPECT_TRUE(shelf().menuSessionActive());
+  desktop().pressKey(53);  // Escape closes the menu; the check 0.2 s later ends the session
+  run(0.1);
+  EXPECT_TRUE(shelf().menuSessionActive());
+  run(0.3);
+  EXPECT_FALSE(shelf().menuSessionActive());
+  EXPECT_TRUE(logged("collapse reason=icon-shelf-menu"));
+  EXPECT_FALSE(controller().state().isExpanded);
+}
+
+TEST_F(IconShelfTest, StopIsIdempotentAndEndsOnce) {
+  start({app("com.example.a", "Alpha", 40)});
+  auto& accessibility = desktop().accessibility();
+  auto bar = accessibility.attribute(accessibility.applicationElement(*desktop().pidOf("com.example.a")), "AXExtrasMenuBar");
+  auto children = accessibility.attribute(*bar.value->element(), "AXChildren");
+  int ended = 0;
+  ExternalMenuAccessSession session(desktop(), *children.value->list()->front().element(), [&] { ++ended; });
+  EXPECT_TRUE(session.observing());
+  session.stop();
+  session.stop();
+  EXPECT_EQ(ended, 1);
+}
+
+TEST_F(IconShelfTest, ATargetAcrossTheHousingIsNeverClicked) {
+  start({});
+  const std::vector<platform::ScreenInfo> screens = desktop().screens().screens();
+  const auto strips = NativeStatusItemClick::menuBarStrips(screens, 22);
+  ASSERT_EQ(strips.size(), 1u);
+  ASSERT_TRUE(strips.front().blocked.has_value());
+  const Rect housing = *strips.front().blocked;
+  EXPECT_FALSE(NativeStatusItemClick::qualifies(Rect{housing.minX() - 10, 0, 30, 30}, strips));
+  EXPECT_TRUE(NativeStatusItemClick::qualifies(Rect{housing.maxX() + 10, 0, 30, 30}, strips));
+  EXPECT_FALSE(NativeStatusItemClick::qualifies(Rect{housing.maxX() + 10, 0, 0, 30}, strips));
+  EXPECT_FALSE(NativeStatusItemClick::qualifies(Rect{housing.maxX() + 10, 30, 30, 30}, strips));  // below the bar
+}
+
+}  // namespace
+}  // namespace tarvolo::testing
