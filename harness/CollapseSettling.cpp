@@ -26,8 +26,9 @@ bool collapseConfirmed(const StatusBarController& controller) {
   if (controller.hidingEngines().hidingEngine() == MenuBarHidingEngine::nativeAllowList) {
     return controller.hidingEngines().nativeEngine().state() == NativeEngineState::active;
   }
-  return !controller.collapseEngine().cliff().cliffSearchInFlight() &&
-         controller.collapseEngine().verifier().lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
+  const CollapseEngine& engine = controller.collapseEngine();
+  return !engine.cliff().cliffSearchInFlight() &&
+         engine.verifier().lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
 }
 
 bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* controller) {

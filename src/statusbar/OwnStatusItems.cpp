@@ -224,7 +224,9 @@ Policy::OwnItemValues OwnStatusItems::ownItemRightEdges() const {
     if (!frame) return std::nullopt;
     return frame->maxX();
   };
-  return {.toggle = maxX(toggleFrame()), .separator = maxX(separatorFrame()), .alwaysHidden = maxX(alwaysHiddenSeparatorFrame())};
+  return {.toggle = maxX(toggleFrame()),
+          .separator = maxX(separatorFrame()),
+          .alwaysHidden = maxX(alwaysHiddenSeparatorFrame())};
 }
 
 std::optional<bool> OwnStatusItems::ownItemsInOrder() const {
