@@ -25,7 +25,7 @@ void BM_StartupToFirstCollapse(benchmark::State& state) {
     session.launch();
     session.runUntil(3.0);
     const StatusBarController* controller = session.controller();
-    if (!controller || controller->isExpanded.get()) {
+    if (!controller || controller->state().isExpanded) {
       state.SkipWithError("the demo desktop did not collapse at start-up");
       break;
     }

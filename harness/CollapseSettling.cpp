@@ -17,7 +17,7 @@ constexpr double kWatchStep = 0.05;
 constexpr double kShelfSettle = 1.0;
 
 std::optional<double> ownPosition(sim::SimDesktop& desktop, const char* autosaveName) {
-  return desktop.defaults().getDouble(StatusBarController::preferredPositionKey(autosaveName));
+  return desktop.defaults().getDouble(OwnStatusItems::preferredPositionKey(autosaveName));
 }
 
 // The system's engine stands verified once the system holds the list; the own separators once
@@ -26,12 +26,13 @@ bool collapseConfirmed(const StatusBarController& controller) {
   if (controller.hidingEngines().hidingEngine() == MenuBarHidingEngine::nativeAllowList) {
     return controller.hidingEngines().nativeEngine().state() == NativeEngineState::active;
   }
-  return !controller.cliffSearchInFlight() &&
-         controller.lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
+  const CollapseEngine& engine = controller.collapseEngine();
+  return !engine.cliff().cliffSearchInFlight() &&
+         engine.verifier().lastCollapseVerdict() == MenuBarVisibilityPolicy::SeparatorLayoutVerdict::laidOut;
 }
 
 bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* controller) {
-  return controller && !controller->isExpanded.get() && collapseConfirmed(*controller) &&
+  return controller && !controller->state().isExpanded && collapseConfirmed(*controller) &&
          collapseProblems(desktop).empty();
 }
 
@@ -39,8 +40,8 @@ bool standsVerified(sim::SimDesktop& desktop, const StatusBarController* control
 
 std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
-  const auto* toggle = desktop.bar().ownItem(StatusBarController::toggleAutosaveName);
-  const auto* separator = desktop.bar().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* toggle = desktop.bar().ownItem(OwnStatusItems::toggleAutosaveName);
+  const auto* separator = desktop.bar().ownItem(OwnStatusItems::separatorAutosaveName);
   if (!toggle || !toggle->onScreen) problems.push_back("toggle off screen");
   // Under the system's allow-list the separators take no room and may stand anywhere.
   const bool systemHides = desktop.assessmentMode().restriction().has_value();
@@ -48,7 +49,7 @@ std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
   if (desktop.bar().menuTitlesDropped() > 0) {
     problems.push_back(std::to_string(desktop.bar().menuTitlesDropped()) + " menu titles dropped");
   }
-  auto fold = ownPosition(desktop, StatusBarController::separatorAutosaveName);
+  auto fold = ownPosition(desktop, OwnStatusItems::separatorAutosaveName);
   if (!fold) {
     problems.push_back("separator has no stored position");
     return problems;
@@ -65,7 +66,7 @@ std::vector<std::string> collapseProblems(sim::SimDesktop& desktop) {
 
 std::vector<std::string> shelfProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
-  auto deep = ownPosition(desktop, StatusBarController::alwaysHiddenAutosaveName);
+  auto deep = ownPosition(desktop, OwnStatusItems::alwaysHiddenAutosaveName);
   if (!deep) return {"always-hidden separator has no stored position"};
   for (const auto* item : desktop.bar().allItems()) {
     if (item->ownerPid == sim::kOwnPid || !item->onScreen) continue;
@@ -97,10 +98,10 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   while (session.now() - start < limit - 1e-9) {
     session.runFor(std::min(kWatchStep, limit - (session.now() - start)));
     auto* controller = session.controller();
-    if (!result.verifiedAfter && controller && controller->collapseVerifiedAt()) {
-      result.verifiedAfter = *controller->collapseVerifiedAt() - start;
+    if (!result.verifiedAfter && controller && controller->collapseEngine().verifier().collapseVerifiedAt()) {
+      result.verifiedAfter = *controller->collapseEngine().verifier().collapseVerifiedAt() - start;
     }
-    if (!result.verifiedAfter && controller && !controller->isExpanded.get() && collapseConfirmed(*controller)) {
+    if (!result.verifiedAfter && controller && !controller->state().isExpanded && collapseConfirmed(*controller)) {
       result.verifiedAfter = session.now() - start;
     }
     if (!settledAt && standsVerified(session.desktop(), controller)) settledAt = session.now() - start;
@@ -109,8 +110,8 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   result.settled = standsVerified(session.desktop(), controller);
   result.seconds = settledAt.value_or(limit);
   if (controller) {
-    result.probes = controller->cliffProbesMade();
-    result.searches = controller->cliffSearchesStarted();
+    result.probes = controller->collapseEngine().cliff().cliffProbesMade();
+    result.searches = controller->collapseEngine().cliff().cliffSearchesStarted();
   }
   result.problems = collapseProblems(session.desktop());
   result.timersRun = session.queue().executedCount() - timersBefore;

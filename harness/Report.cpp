@@ -119,9 +119,9 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.time = now;
   bar.tarvoloRunning = desktop.processes().ownAppRunning();
   if (controller) {
-    bar.state = ControllerState{.isExpanded = controller->isExpanded.get(),
-                                .isDeepExpanded = controller->isDeepExpanded.get(),
-                                .foldingEffective = controller->foldingEffective.get()};
+    bar.state = ControllerState{.isExpanded = controller->state().isExpanded,
+                                .isDeepExpanded = controller->state().isDeepExpanded,
+                                .foldingEffective = controller->state().foldingEffective};
   }
   bar.toggle = ownItemFrame(desktop, OwnItem::toggle);
   bar.separator = ownItemFrame(desktop, OwnItem::separator);
@@ -157,7 +157,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
                          .width = desktop.bar().frontmostMenusWidth(),
                          .titlesDropped = desktop.bar().menuTitlesDropped()};
   if (controller) {
-    bar.probes = controller->cliffProbesMade();
+    bar.probes = controller->collapseEngine().cliff().cliffProbesMade();
     const auto& native = controller->hidingEngines().nativeEngine();
     const auto presentation = native.presentation();
     const auto& assessment = desktop.assessmentMode();

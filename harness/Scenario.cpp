@@ -26,11 +26,11 @@ std::optional<OwnItem> ownItemFromTargetName(std::string_view name) {
 
 std::string autosaveName(OwnItem item) {
   switch (item) {
-    case OwnItem::toggle: return StatusBarController::toggleAutosaveName;
-    case OwnItem::separator: return StatusBarController::separatorAutosaveName;
-    case OwnItem::alwaysHiddenSeparator: return StatusBarController::alwaysHiddenAutosaveName;
+    case OwnItem::toggle: return OwnStatusItems::toggleAutosaveName;
+    case OwnItem::separator: return OwnStatusItems::separatorAutosaveName;
+    case OwnItem::alwaysHiddenSeparator: return OwnStatusItems::alwaysHiddenAutosaveName;
   }
-  return StatusBarController::toggleAutosaveName;
+  return OwnStatusItems::toggleAutosaveName;
 }
 
 bool Scenario::endsByQuitting() const { return !steps.empty() && steps.back().action->endsTheRun(); }

@@ -1,5 +1,6 @@
 #include "app/AppEnvironment.h"
 
+#include "app/StatusBarRouter.h"
 #include "base/Log.h"
 #include "discovery/owners/CategoryStore.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
@@ -79,8 +80,7 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
 }
 
 AppEnvironment::~AppEnvironment() {
-  if (statusBarController_) statusBarController_->setIconShelf(nullptr);
-  gapSubscription_ = Subscription();
+  statusBarRouter_.reset();
   windowSubscriptions_.clear();
   reviewPrompt_.reset();
   preferences_.reset();
@@ -121,7 +121,6 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .systemSymbol = &SystemStatusPresentations::symbol,
         .permission = *accessibilityPermission_,
     });
-    statusBarController_->setIconShelf(iconShelf_.get());
     firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
         .platform = platform_,
         .defaultCenter = defaultCenter_,
@@ -130,6 +129,14 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .localization = *localization_,
     });
     makeWindows();
+    statusBarRouter_ = std::make_unique<StatusBarRouter>(StatusBarRouter::Dependencies{
+        .bar = *statusBarController_,
+        .shelf = *iconShelf_,
+        .preferences = *preferences_,
+        .guide = *placementGuide_,
+        .coach = *firstLaunchCoach_,
+        .notices = *newAppLaunchCenter_,
+    });
   }
   return *statusBarController_;
 }
@@ -168,17 +175,6 @@ void AppEnvironment::makeWindows() {
   // The moments to perhaps ask for a rating: right after the user settled something.
   preferences.setClosedByUserHandler([&review] { review.noteEngagement("preferences-closed"); });
   NewAppLaunchCenter& notices = *newAppLaunchCenter_;
-  bar.setWindowHooks(StatusBarController::WindowHooks{
-      .openPreferences = [&preferences](std::optional<std::string> focus) { preferences.open(std::move(focus)); },
-      .arrange = [&guide] { guide.startTour(); },
-      .placementGuideOpen = [&guide] { return guide.isActive(); },
-      .pointerOverGuide = [&guide](Point pointer) { return guide.pointerOverChrome(pointer); },
-      .startAnchorRepair =
-          [&guide](bool openedByCollapseAttempt, bool userInitiated) {
-            if (!guide.isShowingAnchorRepair()) guide.startAnchorRepair(openedByCollapseAttempt, userInitiated);
-          },
-      .barDidCollapse = [&guide] { guide.noteBarCollapsed(); },
-  });
   // What the settings show of the chord follows the recorder as it listens and records.
   auto redraw = [&preferences](const auto&) { preferences.refresh(); };
   windowSubscriptions_.push_back(hotkeys_->recording.subscribe(redraw));
@@ -196,7 +192,6 @@ void AppEnvironment::makeWindows() {
       case PlacementGuideController::Outcome::abandoned: break;
     }
   });
-  gapSubscription_ = bar.observeMenuBarGapChanges([&notices] { notices.noteGapChange(); });
 }
 
 PreferencesController::Behaviour AppEnvironment::behaviourSettings() {

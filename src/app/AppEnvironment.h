@@ -26,6 +26,7 @@ class PlacementGuideController;
 class PreferencesController;
 class ReviewPromptController;
 class StatusBarController;
+class StatusBarRouter;
 class StatusItemManager;
 
 // The composition root of one run: builds the shared owners in the order each needs the
@@ -90,9 +91,10 @@ class AppEnvironment {
   std::unique_ptr<PlacementGuideController> placementGuide_;
   std::unique_ptr<PreferencesController> preferences_;
   std::unique_ptr<ReviewPromptController> reviewPrompt_;
-  Subscription gapSubscription_;
   Cancellables windowSubscriptions_;
   std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
+  // Carries the bar's events to the owners above; made last, gone first.
+  std::unique_ptr<StatusBarRouter> statusBarRouter_;
 };
 
 }  // namespace tarvolo

@@ -48,12 +48,12 @@ LoginItemApply LaunchAtLogin::setEnabled(bool enabled) {
   if (nothingToDo) return finish(LoginItemApply::applied);
   auto error = enabled ? service_.registerMainApp() : service_.unregisterMainApp();
   if (error) {
-    SystemLog::log("Tarvolo: login item update failed: " + *error);
-    Diag::log("launch-at-login failed: " + *error);
+    SystemLog::log(LogLine("Tarvolo: login item update failed:").raw(*error));
+    Diag::log(LogLine("launch-at-login failed:").raw(*error));
     return finish(LoginItemApply::failed);
   }
   const auto after = service_.status();
-  Diag::log(std::string("launch-at-login set to ") + boolText(enabled) + " -> " + std::string(platform::rawValue(after)));
+  Diag::log(LogLine("launch-at-login set to").raw(boolText(enabled)).raw("->").raw(platform::rawValue(after)));
   return finish(enabled && after == LoginItemStatus::requiresApproval ? LoginItemApply::needsApproval
                                                                       : LoginItemApply::applied);
 }

@@ -3,17 +3,22 @@
 #include <cmath>
 
 #include "base/Log.h"
+#include "statusbar/OwnStatusItems.h"
+#include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
 using platform::EventType;
 
-AutoCollapse::AutoCollapse(platform::Platform& platform, Host& host)
-    : platform_(platform),
-      host_(host),
-      autoCollapseWorkItem_(platform.mainQueue()),
-      hoverRestWork_(platform.mainQueue()) {
+AutoCollapse::AutoCollapse(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      items_(dependencies.items),
+      state_(dependencies.state),
+      surroundings_(dependencies.surroundings),
+      host_(dependencies.host),
+      autoCollapseWorkItem_(dependencies.platform.mainQueue()),
+      hoverRestWork_(dependencies.platform.mainQueue()) {
   // A click in the menu bar outside the app (another app's icon in the shown zone) opens a menu
   // the app cannot see; it counts as the user being busy in the bar.
   outsideMouseDownMonitor_ = platform_.events().addGlobalMonitor(
@@ -28,6 +33,7 @@ double AutoCollapse::configuredAutoCollapseDelay() const {
 }
 
 void AutoCollapse::scheduleAutoCollapseTimer(std::optional<double> delay) {
+  mainThread_.check();
   autoCollapseWorkItem_.cancel();
   if (!delay) return;
   autoCollapseWorkItem_.schedule(*delay, bindWeak(weakFactory_.handle(), &AutoCollapse::timerFired));
@@ -59,22 +65,23 @@ Policy::AutoCollapseAction AutoCollapse::currentAutoCollapseAction() {
   const double now = platform_.clock().now();
   const bool inMenuBar = pointerInMenuBar(pointer);
   if (inMenuBar) lastMenuBarPresence_ = now;
-  auto toggle = host_.toggleFrame();
+  auto toggle = items_.toggleFrame();
+  const auto& guide = surroundings_.guide;
   return Policy::autoCollapseAction({
-      .deepOrPlacement = host_.barDeepExpanded() || host_.placementInProgress(),
+      .deepOrPlacement = state_.isDeepExpanded || surroundings_.placementInProgress(),
       .commandHeld = events.modifierFlags().has(platform::Modifier::command),
       .pointerInMenuBar = inMenuBar,
-      .pointerOverChrome = host_.pointerOverChrome(pointer),
+      .pointerOverChrome = guide.open && guide.covers(pointer),
       .pointerOnToggle = toggle && toggle->contains(pointer),
-      .menuTracking = host_.menuTracking(),
+      .menuTracking = surroundings_.menuTracking(),
       .mouseButtonDown = events.pressedMouseButtons() != 0,
       .pointerInMenuBarRecently = !inMenuBar && Policy::pointerInMenuBarRecently(lastMenuBarPresence_, now),
   });
 }
 
 void AutoCollapse::timerFired() {
-  if (!host_.barExpanded()) return;
-  if (host_.placementInProgress() || host_.barDeepExpanded()) {
+  if (!state_.isExpanded) return;
+  if (surroundings_.placementInProgress() || state_.isDeepExpanded) {
     scheduleAutoCollapseTimer(std::nullopt);
     return;
   }
@@ -102,6 +109,7 @@ void AutoCollapse::timerFired() {
 bool AutoCollapse::revealOnHover() const { return platform_.defaults().getBool(revealOnHoverKey).value_or(false); }
 
 void AutoCollapse::setRevealOnHover(bool enabled) {
+  mainThread_.check();
   platform_.defaults().set(revealOnHoverKey, DefaultsValue(enabled));
   Diag::log(LogLine("reveal on hover").add("enabled", enabled));
   if (enabled) {
@@ -127,8 +135,8 @@ void AutoCollapse::installMonitors() {
 }
 
 bool AutoCollapse::pointerOnEmptyStatusSide(Point pointer) const {
-  auto screen = host_.statusItemScreen();
-  auto iconsMinX = host_.visibleIconsMinX();
+  auto screen = items_.statusItemScreen();
+  auto iconsMinX = items_.visibleIconsMinX();
   if (!screen || !iconsMinX) return false;
   const Rect bar{screen->frame.minX(), screen->frame.maxY() - screen->menuBarHeight, screen->frame.width,
                  screen->menuBarHeight};
@@ -140,7 +148,7 @@ bool AutoCollapse::pointerOnEmptyStatusSide(Point pointer) const {
 
 void AutoCollapse::pointerMoved(const platform::Event& event) {
   notePointerInMenuBar(event.locationInScreen);
-  if (host_.barExpanded() || platform_.events().pressedMouseButtons() != 0 ||
+  if (state_.isExpanded || platform_.events().pressedMouseButtons() != 0 ||
       !pointerOnEmptyStatusSide(event.locationInScreen)) {
     hoverRestWork_.cancel();
     hoverAnchor_.reset();
@@ -160,7 +168,7 @@ void AutoCollapse::pointerMoved(const platform::Event& event) {
 void AutoCollapse::hoverRested(Point anchor) {
   hoverAnchor_.reset();
   const Point pointer = platform_.events().mouseLocation();
-  if (host_.barExpanded() || std::hypot(pointer.x - anchor.x, pointer.y - anchor.y) > Policy::hoverRevealDriftTolerance ||
+  if (state_.isExpanded || std::hypot(pointer.x - anchor.x, pointer.y - anchor.y) > Policy::hoverRevealDriftTolerance ||
       !pointerOnEmptyStatusSide(pointer)) {
     return;
   }

@@ -4,12 +4,16 @@
 #include <optional>
 
 #include "base/Geometry.h"
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
-#include "visibility/MenuBarVisibilityPolicy.h"
+#include "statusbar/AutoCollapsePolicy.h"
+#include "statusbar/StatusBarEvents.h"
 
 namespace tarvolo {
+
+class OwnStatusItems;
 
 // Collapses an expanded bar again once the delay has passed and the user is not busy with the
 // menu bar, and, when the user opts in, expands it while the pointer rests on the bar's empty
@@ -20,26 +24,23 @@ class AutoCollapse {
   static constexpr const char* delayKey = "autoCollapseDelay";
   static constexpr const char* revealOnHoverKey = "com.ostrand.tarvolo.revealOnHover";
 
-  // What the timer needs of the state machine.
+  // What the timer asks of the state machine.
   class Host {
    public:
     virtual ~Host() = default;
-    virtual bool barExpanded() const = 0;
-    virtual bool barDeepExpanded() const = 0;
-    // The user is placing items by hand, or the placement guide runs.
-    virtual bool placementInProgress() const = 0;
-    // The placement guide's panel or ring lies under the pointer.
-    virtual bool pointerOverChrome(Point pointer) const = 0;
-    virtual bool menuTracking() const = 0;
-    virtual std::optional<Rect> toggleFrame() const = 0;
-    // The right end of the stretch a collapse leaves empty: where the visible icons begin.
-    virtual std::optional<double> visibleIconsMinX() const = 0;
-    virtual std::optional<platform::ScreenInfo> statusItemScreen() const = 0;
     virtual void collapseForTimeout() = 0;
     virtual void expandForHover() = 0;
   };
 
-  AutoCollapse(platform::Platform& platform, Host& host);
+  struct Dependencies {
+    platform::Platform& platform;
+    const OwnStatusItems& items;
+    const BarState& state;
+    const BarSurroundings& surroundings;
+    Host& host;
+  };
+
+  explicit AutoCollapse(Dependencies dependencies);
   ~AutoCollapse();
   AutoCollapse(const AutoCollapse&) = delete;
   AutoCollapse& operator=(const AutoCollapse&) = delete;
@@ -72,7 +73,11 @@ class AutoCollapse {
   bool pointerOnEmptyStatusSide(Point pointer) const;
 
   platform::Platform& platform_;
+  const OwnStatusItems& items_;
+  const BarState& state_;
+  const BarSurroundings& surroundings_;
   Host& host_;
+  MainThreadChecker mainThread_;
   std::optional<MenuBarVisibilityPolicy::AutoCollapseDeferral> lastDeferralReason_;
   std::optional<double> lastMenuBarPresence_;
   std::optional<Point> hoverAnchor_;

@@ -4,6 +4,7 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
+#include "visibility/owners/CollapseEngine.h"
 
 namespace tarvolo {
 
@@ -12,24 +13,29 @@ constexpr double kCommitDelay = 1.0;
 constexpr double kLengthTolerance = 1.0;
 }  // namespace
 
-FrontmostTracker::FrontmostTracker(platform::Platform& platform, Host& host)
-    : platform_(platform), host_(host), frontmostCommitWork_(platform.mainQueue()) {
+FrontmostTracker::FrontmostTracker(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      state_(dependencies.state),
+      engine_(dependencies.engine),
+      host_(dependencies.host),
+      frontmostCommitWork_(dependencies.platform.mainQueue()) {
   if (auto app = platform_.workspace().frontmostApplication()) recorded_ = app->bundleIdentifier;
 }
 
 void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplication& app) {
+  mainThread_.check();
   const std::string bundle = app.bundleIdentifier.value_or("none");
   if (bundle == "none" || text::equalsIgnoringCase(bundle, platform_.system().ownBundleIdentifier())) return;
   if (recorded_ && *recorded_ == bundle) return;
   LogLine line("frontmost change");
   line.add("from", recorded_.value_or("none")).add("to", bundle);
   recorded_ = bundle;
-  if (!host_.barCollapsed()) {
+  if (!barCollapsed()) {
     MenuBarLog::log(line.add("action", "expanded"));
     return;
   }
-  const double length = host_.collapseLength(bundle);
-  auto inForce = host_.lastAppliedNormalLength();
+  const double length = engine_.collapseLength(bundle);
+  auto inForce = engine_.presentedBar().lastAppliedNormalLength;
   if (inForce && std::fabs(*inForce - length) <= kLengthTolerance) {
     MenuBarLog::log(line.add("action", "ignore").add("length", length));
     return;
@@ -39,7 +45,7 @@ void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplicati
 }
 
 void FrontmostTracker::commit() {
-  if (!host_.barCollapsed()) return;
+  if (!barCollapsed()) return;
   MenuBarLog::log(LogLine("frontmost commit").add("to", recorded_));
   host_.commitFrontmostLength();
 }

@@ -3,11 +3,15 @@
 #include <optional>
 #include <string>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
+#include "statusbar/StatusBarEvents.h"
 
 namespace tarvolo {
+
+class CollapseEngine;
 
 // Follows the frontmost application: when its collapse length differs from the one in force,
 // the new length is committed one second later, so that a quick switch through several apps
@@ -18,14 +22,18 @@ class FrontmostTracker {
   class Host {
    public:
     virtual ~Host() = default;
-    virtual bool barCollapsed() const = 0;
-    virtual double collapseLength(const std::optional<std::string>& bundleID) const = 0;
-    virtual std::optional<double> lastAppliedNormalLength() const = 0;
     // Applies the frontmost app's length and has the collapse verified again.
     virtual void commitFrontmostLength() = 0;
   };
 
-  FrontmostTracker(platform::Platform& platform, Host& host);
+  struct Dependencies {
+    platform::Platform& platform;
+    const BarState& state;
+    const CollapseEngine& engine;
+    Host& host;
+  };
+
+  explicit FrontmostTracker(Dependencies dependencies);
   FrontmostTracker(const FrontmostTracker&) = delete;
   FrontmostTracker& operator=(const FrontmostTracker&) = delete;
 
@@ -35,8 +43,13 @@ class FrontmostTracker {
  private:
   void commit();
 
+  bool barCollapsed() const { return state_.presentation() == MenuBarPresentation::collapsed; }
+
   platform::Platform& platform_;
+  const BarState& state_;
+  const CollapseEngine& engine_;
   Host& host_;
+  MainThreadChecker mainThread_;
   std::optional<std::string> recorded_;
   WorkItem frontmostCommitWork_;
   WeakHandleFactory<FrontmostTracker> weakFactory_{this};

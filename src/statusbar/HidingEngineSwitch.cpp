@@ -11,7 +11,8 @@ namespace Policy = MenuBarVisibilityPolicy;
 HidingEngineSwitch::HidingEngineSwitch(Dependencies dependencies)
     : engine_(dependencies.engine),
       items_(dependencies.items),
-      expandedSeparatorLength_(dependencies.expandedSeparatorLength) {}
+      expandedSeparatorLength_(dependencies.expandedSeparatorLength),
+      host_(dependencies.host) {}
 
 bool HidingEngineSwitch::nativeAvailable() const { return engine_.isAvailable(); }
 
@@ -54,7 +55,7 @@ void HidingEngineSwitch::checkToggle() {
   if (!Policy::shouldRecreateNativeToggle(nativeAvailable(), onScreen, toggleRecreated_)) return;
   toggleRecreated_ = true;
   MenuBarLog::log(LogLine("native toggle recreated"));
-  if (recreateOwnItems_) recreateOwnItems_();
+  host_.recreateOwnItemsForSystemEngine();
 }
 
 }  // namespace tarvolo

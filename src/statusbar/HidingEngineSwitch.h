@@ -16,16 +16,21 @@ class OwnStatusItems;
 // Main thread only.
 class HidingEngineSwitch {
  public:
+  class Host {
+   public:
+    virtual ~Host() = default;
+    // Re-creates the own items; asked once when the system's engine leaves the toggle off screen.
+    virtual void recreateOwnItemsForSystemEngine() = 0;
+  };
+
   struct Dependencies {
     NativeVisibilityEngine& engine;
     OwnStatusItems& items;
     double expandedSeparatorLength;
+    Host& host;
   };
 
   explicit HidingEngineSwitch(Dependencies dependencies);
-
-  // Re-creates the own items; used once when the system's engine leaves the toggle off screen.
-  void setRecreateOwnItems(std::function<void()> recreate) { recreateOwnItems_ = std::move(recreate); }
   bool nativeAvailable() const;
   MenuBarHidingEngine hidingEngine() const;
   const NativeVisibilityEngine& nativeEngine() const { return engine_; }
@@ -44,7 +49,7 @@ class HidingEngineSwitch {
   NativeVisibilityEngine& engine_;
   OwnStatusItems& items_;
   const double expandedSeparatorLength_;
-  std::function<void()> recreateOwnItems_;
+  Host& host_;
   bool toggleRecreated_ = false;
   WeakHandleFactory<HidingEngineSwitch> weakFactory_{this};
 };

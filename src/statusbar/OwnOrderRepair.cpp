@@ -1,7 +1,9 @@
 #include "statusbar/OwnOrderRepair.h"
 
 #include "base/Log.h"
+#include "localization/LocalizationManager.h"
 #include "platform/windows/UserInterface.h"
+#include "statusbar/OwnStatusItems.h"
 #include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {
@@ -28,18 +30,23 @@ std::string_view OwnOrderRepair::noticeKindName(RepairNoticeKind kind) {
   return "orderRepairOffer";
 }
 
-OwnOrderRepair::OwnOrderRepair(platform::Platform& platform, Host& host)
-    : platform_(platform),
-      host_(host),
-      orderCheckWork_(platform.mainQueue()),
-      verifyWork_(platform.mainQueue()),
-      orderRepairNoticeWork_(platform.mainQueue()) {}
+OwnOrderRepair::OwnOrderRepair(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      items_(dependencies.items),
+      localization_(dependencies.localization),
+      host_(dependencies.host),
+      orderCheckWork_(dependencies.platform.mainQueue()),
+      verifyWork_(dependencies.platform.mainQueue()),
+      orderRepairNoticeWork_(dependencies.platform.mainQueue()) {}
+
+std::string OwnOrderRepair::text(std::string_view key) const { return localization_.tr(key); }
 
 bool OwnOrderRepair::repairOffered() const {
   return repairNoticeKind_ == RepairNoticeKind::offer || host_.readAlwaysVisibleAnchor() == false;
 }
 
 void OwnOrderRepair::scheduleOrderRepairCheck(Trigger trigger) {
+  mainThread_.check();
   orderCheckWork_.schedule(kOrderCheckDelay,
                            bindWeak(weakFactory_.handle(), &OwnOrderRepair::considerOrderRepair, trigger));
 }
@@ -50,14 +57,13 @@ void OwnOrderRepair::considerOrderRepair(Trigger trigger) {
   MenuBarLog::log(LogLine("own-order wrong").add("automatic", automatic));
   if (automatic && !didAutomaticOwnOrderRepairThisLaunch_) {
     didAutomaticOwnOrderRepairThisLaunch_ = true;
-    beginOwnOrderRepair(true, false);
+    beginOwnOrderRepair(Requester::automatic, Occasion::asked);
     return;
   }
   // Offered once per launch unasked; a withheld collapse or the menu offers it again.
   if (didAutoOfferOrderRepair_) return;
   didAutoOfferOrderRepair_ = true;
-  presentOrderRepairNotice(host_.localizedText("order_repair_manual"), host_.localizedText("order_repair_action"),
-                           RepairNoticeKind::offer);
+  presentOrderRepairNotice(text("order_repair_manual"), text("order_repair_action"), RepairNoticeKind::offer);
 }
 
 void OwnOrderRepair::considerRepairForUserCollapse() {
@@ -66,35 +72,40 @@ void OwnOrderRepair::considerRepairForUserCollapse() {
   bool tooSoon = lastUserOwnOrderRepairAt_ && now - *lastUserOwnOrderRepairAt_ < Policy::userOwnOrderRepairMinimumInterval;
   if (ownOrderRepairInFlight_ || tooSoon) {
     MenuBarLog::log(LogLine("own-order repair busy").add("inFlight", ownOrderRepairInFlight_));
-    presentOrderRepairNotice(host_.localizedText("order_repair_busy"), std::nullopt, RepairNoticeKind::busy);
+    presentOrderRepairNotice(text("order_repair_busy"), std::nullopt, RepairNoticeKind::busy);
     return;
   }
   if (userOwnOrderRepairFailures_ >= Policy::userOwnOrderRepairFailureLimit) {
     handOverToManualPlacement();
     return;
   }
-  beginOwnOrderRepair(false, true);
+  beginOwnOrderRepair(Requester::user, Occasion::collapseAttempt);
 }
 
 void OwnOrderRepair::repairMenuBarOrder() {
+  mainThread_.check();
   if (userOwnOrderRepairFailures_ >= Policy::userOwnOrderRepairFailureLimit) {
     handOverToManualPlacement();
     return;
   }
-  beginOwnOrderRepair(false, false);
+  beginOwnOrderRepair(Requester::user, Occasion::asked);
 }
 
-void OwnOrderRepair::beginOwnOrderRepair(bool automatic, bool openedByCollapseAttempt) {
+void OwnOrderRepair::beginOwnOrderRepair(Requester requester, Occasion occasion) {
+  mainThread_.check();
+  const bool automatic = requester == Requester::automatic;
+  const bool openedByCollapseAttempt = occasion == Occasion::collapseAttempt;
   if (ownOrderRepairInFlight_) {
     MenuBarLog::log("own-order repair ignored inFlight=true");
     return;
   }
-  auto anchors = host_.ownItemRightEdges();
+  auto anchors = items_.ownItemRightEdges();
   auto& defaults = platform_.defaults();
+  using Items = OwnStatusItems;
   Policy::OwnItemValues stored{
-      .toggle = defaults.getDouble("NSStatusItem Preferred Position tarvolo_toggle"),
-      .separator = defaults.getDouble("NSStatusItem Preferred Position tarvolo_separator"),
-      .alwaysHidden = defaults.getDouble("NSStatusItem Preferred Position tarvolo_always_hidden_separator"),
+      .toggle = defaults.getDouble(Items::preferredPositionKey(Items::toggleAutosaveName)),
+      .separator = defaults.getDouble(Items::preferredPositionKey(Items::separatorAutosaveName)),
+      .alwaysHidden = defaults.getDouble(Items::preferredPositionKey(Items::alwaysHiddenAutosaveName)),
   };
   auto slots = Policy::positiveRepairSlots(stored, anchors);
   if (!slots) {
@@ -135,7 +146,7 @@ void OwnOrderRepair::finish(bool inOrder) {
   host_.orderRepairFinished(inOrder);
   if (inOrder) {
     userOwnOrderRepairFailures_ = 0;
-    presentOrderRepairNotice(host_.localizedText("order_repair_done"), std::nullopt, RepairNoticeKind::done);
+    presentOrderRepairNotice(text("order_repair_done"), std::nullopt, RepairNoticeKind::done);
     return;
   }
   if (!lastRepairAutomatic_) ++userOwnOrderRepairFailures_;
@@ -146,8 +157,8 @@ void OwnOrderRepair::finish(bool inOrder) {
 // notice says so where the guide cannot run.
 void OwnOrderRepair::handOverToManualPlacement() {
   MenuBarLog::log(LogLine("own-order repair handover").add("failures", userOwnOrderRepairFailures_));
-  if (host_.startAnchorRepair(false, !lastRepairAutomatic_)) return;
-  presentOrderRepairNotice(host_.localizedText("order_repair_drag_back"), std::nullopt, RepairNoticeKind::dragBack);
+  if (host_.handAnchorRepairToGuide(lastRepairAutomatic_ ? Requester::automatic : Requester::user)) return;
+  presentOrderRepairNotice(text("order_repair_drag_back"), std::nullopt, RepairNoticeKind::dragBack);
 }
 
 void OwnOrderRepair::presentOrderRepairNotice(const std::string& message, std::optional<std::string> actionTitle,

@@ -4,12 +4,16 @@
 #include <string>
 #include <string_view>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "platform/Platform.h"
-#include "visibility/MenuBarVisibilityPolicy.h"
+#include "statusbar/OrderRepairPolicy.h"
 
 namespace tarvolo {
+
+class LocalizationManager;
+class OwnStatusItems;
 
 // Puts the three own items back in order (always-hidden separator, separator, toggle from left
 // to right) when a ⌘-drag or the system has mixed them up: rewrites their stored positions and
@@ -31,23 +35,34 @@ class OwnOrderRepair {
     detected,   // found after the user moved things: offer, do not undo their drag unasked
   };
 
+  // Who asks for a repair, and on what occasion.
+  enum class Requester { automatic, user };
+  enum class Occasion {
+    asked,            // the menu, the offer's action, or the app's own check
+    collapseAttempt,  // a collapse the user asked for was withheld for the order
+  };
+
   class Host {
    public:
     virtual ~Host() = default;
     virtual std::optional<bool> readAlwaysVisibleAnchor() const = 0;
-    // The right edges of the three items' buttons, where known.
-    virtual MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const = 0;
     // Stops a running cliff search, removes the items, stores `positions` and creates the items
     // again as at start-up.
     virtual void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) = 0;
     virtual void orderRepairFinished(bool inOrder) = 0;
     // Hands the repair to the placement guide, which shows the user how to drag the items back;
-    // false when it cannot take it.
-    virtual bool startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) = 0;
-    virtual std::string localizedText(std::string_view key) const = 0;
+    // false when there is no guide to take it.
+    virtual bool handAnchorRepairToGuide(Requester requester) = 0;
   };
 
-  OwnOrderRepair(platform::Platform& platform, Host& host);
+  struct Dependencies {
+    platform::Platform& platform;
+    const OwnStatusItems& items;
+    const LocalizationManager& localization;
+    Host& host;
+  };
+
+  explicit OwnOrderRepair(Dependencies dependencies);
   OwnOrderRepair(const OwnOrderRepair&) = delete;
   OwnOrderRepair& operator=(const OwnOrderRepair&) = delete;
 
@@ -56,7 +71,7 @@ class OwnOrderRepair {
   void considerOrderRepair(Trigger trigger);
   // A collapse the user asked for was withheld for the order.
   void considerRepairForUserCollapse();
-  void beginOwnOrderRepair(bool automatic, bool openedByCollapseAttempt);
+  void beginOwnOrderRepair(Requester requester, Occasion occasion);
   // The context menu's "menu_repair_order" and the offer's action.
   void repairMenuBarOrder();
   void orderRepairNoticeClicked() { repairMenuBarOrder(); }
@@ -75,8 +90,13 @@ class OwnOrderRepair {
   void presentOrderRepairNotice(const std::string& message, std::optional<std::string> actionTitle,
                                 RepairNoticeKind kind);
 
+  std::string text(std::string_view key) const;
+
   platform::Platform& platform_;
+  const OwnStatusItems& items_;
+  const LocalizationManager& localization_;
   Host& host_;
+  MainThreadChecker mainThread_;
   bool ownOrderRepairInFlight_ = false;
   int ownOrderRepairAttempt_ = 0;
   bool didAutomaticOwnOrderRepairThisLaunch_ = false;

@@ -1,7 +1,10 @@
 #include "statusbar/OwnStatusItems.h"
 
+#include <algorithm>
+
 #include "base/Log.h"
 #include "localization/LocalizationManager.h"
+#include "statusbar/OrderRepairPolicy.h"
 #include "visibility/CollapseVerdicts.h"
 
 namespace tarvolo {
@@ -14,6 +17,9 @@ constexpr double kSymbolPointSize = 13;
 // A window edge this far past the button's belongs to another item.
 constexpr double kSharedHostSlack = 1;
 constexpr double kOrderTolerance = 1;
+// Wider than this a separator still stands at a collapse length, and says nothing of the order.
+constexpr double kUnlaidSeparatorWidth = 64;
+constexpr double kAnchorTolerance = 1;
 }  // namespace
 
 OwnStatusItems::OwnStatusItems(platform::Platform& platform, const LocalizationManager& localization,
@@ -56,14 +62,14 @@ void OwnStatusItems::createOwnItems(MenuBarPresentation shown, Actions actions,
   separatorStatusItem_->setVisible(true);
   separatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
                                   std::move(actions.separatorClicked));
-  styleFoldSeparator(false);
+  styleFoldSeparator();
   if (afterEach) afterEach(Item::separator);
 
   alwaysHiddenSeparatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, alwaysHiddenAutosaveName);
   alwaysHiddenSeparatorStatusItem_->setVisible(true);
   alwaysHiddenSeparatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
                                               std::move(actions.alwaysHiddenSeparatorClicked));
-  styleHiddenSeparator(false);
+  styleHiddenSeparator();
   if (afterEach) afterEach(Item::alwaysHiddenSeparator);
 }
 
@@ -108,14 +114,13 @@ void OwnStatusItems::updateButtonAppearance(MenuBarPresentation shown) {
   statusItem_->setAccessibilityLabel(description);
 }
 
-// The texts are the same either way; the title drawn for the presentation carries the emphasis.
-void OwnStatusItems::styleFoldSeparator(bool) {
+void OwnStatusItems::styleFoldSeparator() {
   if (!separatorStatusItem_) return;
   separatorStatusItem_->setAccessibilityLabel(text("ax_separator_fold"));
   separatorStatusItem_->setToolTip(text("tooltip_separator_normal"));
 }
 
-void OwnStatusItems::styleHiddenSeparator(bool) {
+void OwnStatusItems::styleHiddenSeparator() {
   if (!alwaysHiddenSeparatorStatusItem_) return;
   alwaysHiddenSeparatorStatusItem_->setAccessibilityLabel(text("ax_separator_hidden"));
   alwaysHiddenSeparatorStatusItem_->setToolTip(text("tooltip_separator_always_hidden"));
@@ -123,8 +128,8 @@ void OwnStatusItems::styleHiddenSeparator(bool) {
 
 void OwnStatusItems::updateLanguageStrings(MenuBarPresentation shown) {
   updateButtonAppearance(shown);
-  styleFoldSeparator(false);
-  styleHiddenSeparator(false);
+  styleFoldSeparator();
+  styleHiddenSeparator();
 }
 
 void OwnStatusItems::applySeparatorTitles(const std::string& normalTitle, const std::string& alwaysHiddenSymbol) {
@@ -206,6 +211,36 @@ std::optional<PlacementAnchors> OwnStatusItems::currentPlacementAnchors() const 
                           .hiddenMinX = hidden->minX(),
                           .hiddenMaxX = hidden->maxX(),
                           .hiddenWidth = hidden->width};
+}
+
+std::optional<double> OwnStatusItems::visibleIconsMinX() const {
+  if (auto separator = separatorFrame()) return separator->maxX();
+  if (auto toggle = toggleFrame()) return toggle->minX();
+  return std::nullopt;
+}
+
+Policy::OwnItemValues OwnStatusItems::ownItemRightEdges() const {
+  auto maxX = [](std::optional<Rect> frame) -> std::optional<double> {
+    if (!frame) return std::nullopt;
+    return frame->maxX();
+  };
+  return {.toggle = maxX(toggleFrame()),
+          .separator = maxX(separatorFrame()),
+          .alwaysHidden = maxX(alwaysHiddenSeparatorFrame())};
+}
+
+std::optional<bool> OwnStatusItems::ownItemsInOrder() const {
+  auto anchors = currentPlacementAnchors();
+  if (!anchors) return std::nullopt;
+  if (anchors->toggleMinX == 0 || anchors->normalMinX == 0 || anchors->hiddenMinX == 0) return std::nullopt;
+  if (anchors->normalWidth > kUnlaidSeparatorWidth || anchors->hiddenWidth > kUnlaidSeparatorWidth) {
+    return std::nullopt;
+  }
+  double lo = std::min({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
+  double hi = std::max({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
+  if (hi - lo <= kAnchorTolerance) return std::nullopt;
+  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance && anchors->normalMinX < anchors->toggleMinX &&
+         anchors->hiddenMinX < anchors->toggleMinX;
 }
 
 std::optional<platform::ScreenInfo> OwnStatusItems::statusItemScreen() const {

@@ -7,8 +7,9 @@
 
 #include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
+#include "statusbar/OrderRepairPolicy.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
-#include "visibility/engine/SeparatorItems.h"
+#include "visibility/owners/SeparatorItems.h"
 
 namespace tarvolo {
 
@@ -56,9 +57,10 @@ class OwnStatusItems final : public SeparatorItems {
 
   // --- styling
   void updateButtonAppearance(MenuBarPresentation shown);
-  // `emphasized` marks a separator whose zone is shown.
-  void styleFoldSeparator(bool emphasized);
-  void styleHiddenSeparator(bool emphasized);
+  // Labels the separators. The texts are the same in every presentation: the title the plan
+  // draws for the presentation carries the emphasis.
+  void styleFoldSeparator();
+  void styleHiddenSeparator();
   // Relabels every item in the interface language.
   void updateLanguageStrings(MenuBarPresentation shown);
   void applySeparatorTitles(const std::string& normalTitle, const std::string& alwaysHiddenSymbol);
@@ -73,6 +75,10 @@ class OwnStatusItems final : public SeparatorItems {
   std::optional<PlacementAnchors> currentPlacementAnchors() const;
   // Where the first-launch coach points: the toggle's button, when it has one.
   std::optional<Rect> coachAnchor() const;
+  // The right end of the stretch a collapse leaves empty: where the icons that stay visible begin.
+  std::optional<double> visibleIconsMinX() const;
+  // The right edges of the three items' buttons, where known.
+  MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const;
 
   // SeparatorItems
   bool canMeasure() const override;
@@ -84,6 +90,7 @@ class OwnStatusItems final : public SeparatorItems {
   double separatorLength() const override;
   void setSeparatorLength(double length) override;
   void setSeparatorTitle(const std::string& title) override;
+  std::optional<bool> ownItemsInOrder() const override;
   std::optional<platform::ScreenInfo> statusItemScreen() const override;
 
  private:

@@ -20,6 +20,7 @@ std::string StartupCollapseCampaign::retryReason() const {
 }
 
 void StartupCollapseCampaign::beginIfNeeded() {
+  mainThread_.check();
   const std::string reason = retryReason();
   startupCollapseWithheldReason_.reset();
   if (startupCollapsePending_ || !host_.startupCollapseMayRun() || !host_.showsEverything()) return;
@@ -68,6 +69,7 @@ void StartupCollapseCampaign::performStartupCollapseRetry(const std::string& rea
 }
 
 void StartupCollapseCampaign::startupCollapseFramesReady() {
+  mainThread_.check();
   if (!startupCollapsePending_ || !host_.startupCollapseMayRun()) return;
   if (host_.readAlwaysVisibleAnchor() != true) return;
   startupCollapseRetryWork_.cancel();
@@ -75,6 +77,7 @@ void StartupCollapseCampaign::startupCollapseFramesReady() {
 }
 
 void StartupCollapseCampaign::cancelStartupCollapseRetry() {
+  mainThread_.check();
   startupCollapsePending_ = false;
   startupCollapseWithheldReason_.reset();
   startupCollapseRetryWork_.cancel();

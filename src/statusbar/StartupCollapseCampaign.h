@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
 #include "visibility/CollapseReasons.h"
@@ -18,7 +19,8 @@ class StartupCollapseCampaign {
   class Host {
    public:
     virtual ~Host() = default;
-    // Start-up finished, onboarding is complete and the user is not placing items by hand.
+    // Start-up collapses are allowed, onboarding is complete and the user is not placing items
+    // by hand.
     virtual bool startupCollapseMayRun() const = 0;
     virtual std::optional<bool> readAlwaysVisibleAnchor() const = 0;
     // Both zones shown, as a blocked or withheld collapse leaves the bar.
@@ -32,6 +34,9 @@ class StartupCollapseCampaign {
   StartupCollapseCampaign(const StartupCollapseCampaign&) = delete;
   StartupCollapseCampaign& operator=(const StartupCollapseCampaign&) = delete;
 
+  // Start-up has finished: from now on the bar may collapse.
+  void allowStartupCollapse() { startupCollapseAllowed_ = true; }
+  bool startupCollapseAllowed() const { return startupCollapseAllowed_; }
   // The start-up collapse was withheld for `reason`; the campaign retries for it.
   void noteWithheld(StayExpandedReason reason) { startupCollapseWithheldReason_ = reason; }
   // After the first collapse: starts the campaign when it left everything shown.
@@ -51,6 +56,8 @@ class StartupCollapseCampaign {
 
   MainQueue& queue_;
   Host& host_;
+  MainThreadChecker mainThread_;
+  bool startupCollapseAllowed_ = false;
   bool startupCollapsePending_ = false;
   int startupCollapseRetryAttempt_ = 0;
   std::optional<StayExpandedReason> startupCollapseWithheldReason_;

@@ -1,5 +1,5 @@
-// What the controller's companions (auto-collapse, frontmost tracking, order repair, the hiding
-// engine switch) ask of it.
+// What the state machine's companions (the start-up campaign, frontmost tracking, order repair,
+// the hiding engine switch) ask of it.
 
 #include "base/Log.h"
 #include "platform/windows/UserInterface.h"
@@ -7,26 +7,26 @@
 
 namespace tarvolo {
 
-std::optional<double> StatusBarController::visibleIconsMinX() const {
-  if (auto separator = items_.separatorFrame()) return separator->maxX();
-  if (auto toggle = items_.toggleFrame()) return toggle->minX();
-  return std::nullopt;
+// --- the start-up campaign -------------------------------------------------------------------
+
+bool StatusBarController::startupCollapseMayRun() const {
+  return campaign_.startupCollapseAllowed() && onboardingComplete() && !surroundings_.manualPlacement;
 }
+
+bool StatusBarController::showsEverything() const { return state_.isExpanded && state_.isDeepExpanded; }
+
+void StatusBarController::startupCollapseGaveUp() {
+  if (showsEverything()) orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
+}
+
+// --- frontmost tracking ----------------------------------------------------------------------
 
 void StatusBarController::commitFrontmostLength() {
   applyVisibilityNow();
   engine_.verifier().scheduleCollapsedCliffVerify();
 }
 
-MenuBarVisibilityPolicy::OwnItemValues StatusBarController::ownItemRightEdges() const {
-  auto maxX = [](std::optional<Rect> frame) -> std::optional<double> {
-    if (!frame) return std::nullopt;
-    return frame->maxX();
-  };
-  return {.toggle = maxX(items_.toggleFrame()),
-          .separator = maxX(items_.separatorFrame()),
-          .alwaysHidden = maxX(items_.alwaysHiddenSeparatorFrame())};
-}
+// --- order repair ----------------------------------------------------------------------------
 
 void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) {
   engine_.cliff().abortForExpandedBar();
@@ -35,11 +35,11 @@ void StatusBarController::recreateOwnItems(const MenuBarVisibilityPolicy::Repair
   // new positions are written, and the items made, on the next one; written now they would be lost.
   recreateItemsWork_.schedule(0, bindWeak(weak(), [positions](StatusBarController& self) {
     auto& defaults = self.platform_.defaults();
-    defaults.set(preferredPositionKey(toggleAutosaveName), DefaultsValue(positions.toggle));
-    defaults.set(preferredPositionKey(separatorAutosaveName), DefaultsValue(positions.separator));
-    defaults.set(preferredPositionKey(alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
-    self.items_.createOwnItems(self.currentPresentation(), self.itemActions(),
-                               [&self](OwnStatusItems::Item created) { self.companionAfterOwnItem(created); });
+    using Items = OwnStatusItems;
+    defaults.set(Items::preferredPositionKey(Items::toggleAutosaveName), DefaultsValue(positions.toggle));
+    defaults.set(Items::preferredPositionKey(Items::separatorAutosaveName), DefaultsValue(positions.separator));
+    defaults.set(Items::preferredPositionKey(Items::alwaysHiddenAutosaveName), DefaultsValue(positions.alwaysHidden));
+    self.createOwnItems();
     self.updateLanguageStrings();
     self.applyVisibilityNow();
   }));
@@ -53,12 +53,19 @@ void StatusBarController::orderRepairFinished(bool inOrder) {
   platform_.userInterface().dismissNotice("foldingIneffective");
 }
 
+bool StatusBarController::handAnchorRepairToGuide(OwnOrderRepair::Requester requester) {
+  if (!surroundings_.guide.available) return false;
+  publish(BarEvent::RepairAnchors{.openedByCollapseAttempt = false,
+                                  .userInitiated = requester == OwnOrderRepair::Requester::user});
+  return true;
+}
+
 // --- the hiding engine switch ----------------------------------------------------------------
 
 void StatusBarController::systemStateChanged() {
   hiding_.expandIfAvailable();
   scheduleApply();
-  scheduleOrderRepairCheck();
+  orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic);
 }
 
 // The system's engine failed for the run: a collapsed bar collapses again, with the own
@@ -71,8 +78,7 @@ void StatusBarController::nativeAvailabilityChanged() {
 void StatusBarController::recreateOwnItemsForSystemEngine() {
   items_.removeOwnItems();
   items_.seedPreferredPositions();
-  items_.createOwnItems(currentPresentation(), itemActions(),
-                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
+  createOwnItems();
   scheduleApply();
 }
 

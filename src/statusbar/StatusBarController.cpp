@@ -13,15 +13,10 @@ namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
 using platform::EventType;
-using platform::Modifier;
 
 namespace {
 
 constexpr double kApplyCoalesceDelay = 0.15;
-constexpr double kArrowPressWindow = 1.0;
-constexpr double kDragTolerance = 3.0;
-constexpr double kAnchorTolerance = 1.0;
-constexpr double kUnlaidSeparatorWidth = 64;
 constexpr const char* kStayExpandedNoticeKind = "collapseStayExpanded";
 
 // A notification handler that runs `method` on the controller, if it still exists.
@@ -29,35 +24,48 @@ NotificationCenter::Handler calling(WeakHandle<StatusBarController> weak, void (
   return [call = bindWeak(std::move(weak), method)](const Notification&) { call(); };
 }
 
+// "name(label: value)", the head of the traces that name a call and its one flag.
+LogLine callLine(std::string_view callAndLabel, bool value) {
+  LogLine line(callAndLabel);
+  line.raw(value ? "true)" : "false)");
+  return line;
+}
+
 }  // namespace
 
 StatusBarController::StatusBarController(Dependencies dependencies)
     : platform_(dependencies.platform),
-      defaultCenter_(dependencies.defaultCenter),
-      workspaceCenter_(dependencies.workspaceCenter),
       catalog_(dependencies.catalog),
       localization_(dependencies.localization),
-      items_(dependencies.platform, dependencies.localization, expandedSeparatorLength_),
+      items_(dependencies.platform, dependencies.localization, expandedSeparatorLength),
       engine_({.platform = dependencies.platform,
                .workspaceCenter = dependencies.workspaceCenter,
+               .localization = dependencies.localization,
                .items = items_,
                .host = *this}),
       hiding_({.engine = dependencies.nativeEngine,
                .items = items_,
-               .expandedSeparatorLength = expandedSeparatorLength_}),
+               .expandedSeparatorLength = expandedSeparatorLength,
+               .host = *this}),
       campaign_(dependencies.platform.mainQueue(), *this),
-      autoCollapse_(dependencies.platform, *this),
-      frontmost_(dependencies.platform, *this),
-      orderRepair_(dependencies.platform, *this),
+      autoCollapse_({.platform = dependencies.platform,
+                     .items = items_,
+                     .state = state_,
+                     .surroundings = surroundings_,
+                     .host = *this}),
+      frontmost_({.platform = dependencies.platform, .state = state_, .engine = engine_, .host = *this}),
+      orderRepair_({.platform = dependencies.platform,
+                    .items = items_,
+                    .localization = dependencies.localization,
+                    .host = *this}),
+      clicks_(dependencies.platform, items_),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
       recreateItemsWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
-  hiding_.setRecreateOwnItems(bindWeak(weak(), &StatusBarController::recreateOwnItemsForSystemEngine));
   items_.seedPreferredPositions();
-  items_.createOwnItems(currentPresentation(), itemActions(),
-                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
+  createOwnItems();
 
   engine_.restorePersistedLengths();
   engine_.logLaunchState();
@@ -65,14 +73,14 @@ StatusBarController::StatusBarController(Dependencies dependencies)
   engine_.lengths().seedPinnedGapIfMissing();
   engine_.pruneCollapseLengthsToConnectedScreens();
   applyVisibilityNow();
-  subscribe();
+  subscribe(dependencies.defaultCenter, dependencies.workspaceCenter);
 
   catalog_.setOwnItemAnchors(
       [weak = weak()]() -> std::optional<PlacementAnchors> {
         auto* self = weak.get();
-        return self ? self->currentPlacementAnchors() : std::nullopt;
+        return self ? self->items_.currentPlacementAnchors() : std::nullopt;
       },
-      expandedSeparatorLength_);
+      expandedSeparatorLength);
   catalog_.refreshAttributedMenuBarApps();
 }
 
@@ -92,6 +100,11 @@ OwnStatusItems::Actions StatusBarController::itemActions() {
       .separatorClicked = clicked(&StatusBarController::separatorClicked),
       .alwaysHiddenSeparatorClicked = clicked(&StatusBarController::alwaysHiddenSeparatorClicked),
   };
+}
+
+void StatusBarController::createOwnItems() {
+  items_.createOwnItems(currentPresentation(), itemActions(),
+                        [this](OwnStatusItems::Item created) { companionAfterOwnItem(created); });
 }
 
 // The button's tracking consumes the mouse-up, so no monitor sees it; its action does.
@@ -116,10 +129,8 @@ void StatusBarController::companionAfterOwnItem(OwnStatusItems::Item created) {
   }
 }
 
-void StatusBarController::subscribe() {
+void StatusBarController::subscribe(NotificationCenter& center, NotificationCenter& workspace) {
   auto& queue = platform_.mainQueue();
-  auto& center = defaultCenter_;
-  auto& workspace = workspaceCenter_;
   auto onMain = [this, &queue](void (StatusBarController::*method)()) {
     return onMainQueue(queue, calling(weak(), method));
   };
@@ -148,11 +159,12 @@ void StatusBarController::subscribe() {
   cancellables_.push_back(workspace.addObserver(Notifications::didLaunchApplication, membership));
   cancellables_.push_back(workspace.addObserver(Notifications::didTerminateApplication, membership));
   cancellables_.push_back(center.addObserver(
-      Notifications::menuDidBeginTracking,
-      bindWeak(weak(), [](StatusBarController& self, const Notification&) { ++self.menuTrackingCount_; })));
+      Notifications::menuDidBeginTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
+        self.noteMenuTracking(self.surroundings_.menuTrackingCount + 1);
+      })));
   cancellables_.push_back(center.addObserver(
       Notifications::menuDidEndTracking, bindWeak(weak(), [](StatusBarController& self, const Notification&) {
-        self.menuTrackingCount_ = std::max(0, self.menuTrackingCount_ - 1);
+        self.noteMenuTracking(std::max(0, self.surroundings_.menuTrackingCount - 1));
       })));
   cancellables_.push_back(center.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
                                              onMain(&StatusBarController::nativeAvailabilityChanged)));
@@ -160,11 +172,50 @@ void StatusBarController::subscribe() {
                                              onMain(&StatusBarController::updateLanguageStrings)));
 }
 
+void StatusBarController::noteMenuTracking(int count) {
+  surroundings_.menuTrackingCount = count;
+  engine_.noteMenuTracking(surroundings_.menuTracking());
+}
+
+void StatusBarController::notePlacementGuide(PlacementGuidePresence presence) {
+  mainThread_.check();
+  surroundings_.guide = std::move(presence);
+}
+
 void StatusBarController::screenParametersChanged() {
   if (!hiding_.nativeAvailable()) return engine_.screenParametersChanged();
-  pruneCollapseLengthsToConnectedScreens();
+  engine_.pruneCollapseLengthsToConnectedScreens();
   hiding_.expandIfAvailable();
   scheduleApply();
+}
+
+// --- what the bar shows ------------------------------------------------------------------------
+
+void StatusBarController::setState(BarState next) {
+  if (next == state_) return;
+  state_ = next;
+  engine_.notePresentation(state_.presentation());
+  publish(BarEvent::StateChanged{state_});
+}
+
+void StatusBarController::show(ExpandDepth depth) {
+  BarState next = state_;
+  next.isExpanded = true;
+  next.isDeepExpanded = depth == ExpandDepth::deep;
+  setState(next);
+}
+
+void StatusBarController::showCollapsed() {
+  BarState next = state_;
+  next.isExpanded = false;
+  next.isDeepExpanded = false;
+  setState(next);
+}
+
+void StatusBarController::noteAlwaysVisibleAnchorReady() {
+  BarState next = state_;
+  next.alwaysVisibleAnchorReady = true;
+  setState(next);
 }
 
 // --- start-up ----------------------------------------------------------------------------------
@@ -172,8 +223,6 @@ void StatusBarController::screenParametersChanged() {
 bool StatusBarController::onboardingComplete() const {
   return platform_.defaults().getBool(onboardingKey).value_or(false);
 }
-
-void StatusBarController::presentFirstLaunchCoach() { firstLaunchCoachWanted.notify(); }
 
 void StatusBarController::completeOnboarding() {
   mainThread_.check();
@@ -183,17 +232,16 @@ void StatusBarController::completeOnboarding() {
 }
 
 void StatusBarController::showEverything() {
-  isExpanded = true;
-  isDeepExpanded = true;
-  manualPlacement_ = false;
+  show(ExpandDepth::deep);
+  surroundings_.manualPlacement = false;
   updateButtonAppearance();
   applyVisibilityNow();
 }
 
 void StatusBarController::finishStartup() {
   mainThread_.check();
-  scheduleOrderRepairCheck();
-  startupCollapseAllowed_ = true;
+  orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic);
+  campaign_.allowStartupCollapse();
   if (!onboardingComplete()) {
     showEverything();
     presentFirstLaunchCoach();
@@ -203,45 +251,20 @@ void StatusBarController::finishStartup() {
   campaign_.beginIfNeeded();
 }
 
-bool StatusBarController::startupCollapseMayRun() const {
-  return startupCollapseAllowed_ && onboardingComplete() && !manualPlacement_;
-}
-
-bool StatusBarController::showsEverything() const { return isExpanded.get() && isDeepExpanded.get(); }
-
-void StatusBarController::startupCollapseGaveUp() {
-  if (showsEverything()) orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
-}
-
 std::optional<bool> StatusBarController::readAlwaysVisibleAnchor() const {
-  // A probe's length says nothing about the order.
   if (engine_.cliff().cliffSearchInFlight()) return std::nullopt;
-  auto anchors = currentPlacementAnchors();
-  if (!anchors) return std::nullopt;
-  if (anchors->toggleMinX == 0 || anchors->normalMinX == 0 || anchors->hiddenMinX == 0) return std::nullopt;
-  if (anchors->normalWidth > kUnlaidSeparatorWidth || anchors->hiddenWidth > kUnlaidSeparatorWidth) {
-    return std::nullopt;
-  }
-  double lo = std::min({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
-  double hi = std::max({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
-  if (hi - lo <= kAnchorTolerance) return std::nullopt;
-  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance && anchors->normalMinX < anchors->toggleMinX &&
-         anchors->hiddenMinX < anchors->toggleMinX;
+  return items_.ownItemsInOrder();
 }
 
 // --- state machine -----------------------------------------------------------------------------
 
-MenuBarPresentation StatusBarController::currentPresentation() const {
-  return Policy::presentationFor(isExpanded.get(), isDeepExpanded.get());
-}
-
 void StatusBarController::toggleBar(ExpandDepth depth) {
   mainThread_.check();
-  Diag::log(LogLine(std::string("toggleBar(deep: ") + boolText(depth == ExpandDepth::deep) + ")")
-                .add("isExpanded", isExpanded.get())
-                .add("isDeep", isDeepExpanded.get())
-                .add("foldingEffective", foldingEffective.get()));
-  if (!foldingEffective.get()) {
+  Diag::log(callLine("toggleBar(deep:", depth == ExpandDepth::deep)
+                .add("isExpanded", state_.isExpanded)
+                .add("isDeep", state_.isDeepExpanded)
+                .add("foldingEffective", state_.foldingEffective));
+  if (!state_.foldingEffective) {
     platform_.userInterface().presentNotice(platform::NoticeRequest{
         .message = text("folding_ineffective_banner"),
         .actionTitle = text("menu_repair_order"),
@@ -253,10 +276,10 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
   switch (depth) {
     case ExpandDepth::deep:
       // From the deep-expanded bar a deep toggle steps down to the expanded one, not to collapsed.
-      expandBar(isExpanded.get() && isDeepExpanded.get() ? ExpandDepth::normal : ExpandDepth::deep, Initiator::user);
+      expandBar(state_.isExpanded && state_.isDeepExpanded ? ExpandDepth::normal : ExpandDepth::deep, Initiator::user);
       return;
     case ExpandDepth::normal:
-      if (isExpanded.get()) {
+      if (state_.isExpanded) {
         collapseBar(CollapseReason::explicitToggle);
       } else {
         expandBar(ExpandDepth::normal, Initiator::user);
@@ -267,20 +290,18 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
 
 void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   mainThread_.check();
-  const bool deep = depth == ExpandDepth::deep;
   const bool userInitiated = isUserInitiated(initiator);
   if (userInitiated) {
     campaign_.cancelStartupCollapseRetry();
     if (platform_.userInterface().preferences().isShown()) keepPreferencesVisible_ = true;
   }
-  Diag::log(LogLine(std::string("expandBar(deep: ") + boolText(deep) + ")").add("userInitiated", userInitiated));
-  isExpanded = true;
-  isDeepExpanded = deep;
+  Diag::log(callLine("expandBar(deep:", depth == ExpandDepth::deep).add("userInitiated", userInitiated));
+  show(depth);
   updateButtonAppearance();
   applyVisibilityNow();
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
   bool fromGuide = initiator == Initiator::placementGuide;
-  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || manualPlacement_
+  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || surroundings_.manualPlacement
                                               ? std::nullopt
                                               : std::optional(autoCollapse_.configuredAutoCollapseDelay()));
 }
@@ -289,7 +310,7 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   mainThread_.check();
   const auto reasonText = rawValue(reason);
   // Guard 1: nothing may hide before start-up finished or while the coach runs.
-  if (!startupCollapseAllowed_ || !onboardingComplete()) {
+  if (!campaign_.startupCollapseAllowed() || !onboardingComplete()) {
     MenuBarLog::log(LogLine("collapse blocked").add("reason", reasonText));
     showEverything();
     if (!onboardingComplete()) presentFirstLaunchCoach();
@@ -300,246 +321,44 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   if (Policy::shouldWithholdCollapse(hiding_.nativeAvailable(), order)) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
-    stayExpandedBecauseFoldingFailed(StayExpandedReason::order, false);
+    stayExpandedBecauseFoldingFailed(StayExpandedReason::order, RepairOffer::none);
     if (reason == CollapseReason::startup) campaign_.noteWithheld(StayExpandedReason::order);
-    if (Policy::collapseAttemptReopensRepair(reasonText)) orderRepair_.considerRepairForUserCollapse();
+    if (Policy::collapseAttemptReopensRepair(reason)) orderRepair_.considerRepairForUserCollapse();
     return;
   }
-  // Guard 3: a grown room lifts the always-hidden separator's shelf cap.
-  engine_.shelf().noteShelfCapBeforeCollapse();
-  // Guard 4: a collapse the user asked for may show its notices again.
-  if (Policy::collapseResetsMenusNotice(reasonText)) engine_.recovery().resetCollapseNotices();
-  engine_.verifier().cancelCollapseRebaseline();
-  auto frontmost = frontmostBundleID();
-  double length = collapseLength(frontmost);
-  MenuBarLog::log(LogLine("collapse")
-                      .add("reason", reasonText)
-                      .add("length", length)
-                      .add("frontmost", frontmost)
-                      .add("screen", collapseScreenKey()));
-
-  engine_.verifier().captureCollapseReferenceIfShort();
-  engine_.shelf().captureDividerDistanceIfShort();
-  isExpanded = false;
-  isDeepExpanded = false;
+  // Guards 3 and 4, and the attempt: made once, then handed along.
+  const CollapseAttempt attempt = engine_.beginCollapse(reason);
+  showCollapsed();
   updateButtonAppearance();
-  applyVisibilityNow();
-  if (windowHooks_.barDidCollapse) windowHooks_.barDidCollapse();
+  applyVisibility(attempt.length, nullptr);
+  publish(BarEvent::Collapsed{});
   autoCollapse_.barCollapsed();
   // The system hides by list: no length to remember, search or recover.
   if (hiding_.nativeAvailable()) return;
-  recordCollapseLength(length, frontmost, false, std::nullopt);
-  beginCollapseRecovery(frontmost, engine_.recovery().mayStepDown(frontmost));
-  engine_.cliff().startCliffSearchIfNeeded();
+  engine_.collapsed(attempt);
   orderRepair_.considerOrderRepair(OwnOrderRepair::Trigger::automatic);
 }
 
 void StatusBarController::setDeepExpanded(bool deep) {
-  if (isExpanded.get() && isDeepExpanded.get() != deep) {
-    expandBar(deep ? ExpandDepth::deep : ExpandDepth::normal, Initiator::user);
+  const ExpandDepth depth = deep ? ExpandDepth::deep : ExpandDepth::normal;
+  if (state_.isExpanded && state_.isDeepExpanded != deep) {
+    expandBar(depth, Initiator::user);
     return;
   }
-  isDeepExpanded = deep;
+  BarState next = state_;
+  next.isDeepExpanded = deep;
+  setState(next);
 }
 
-// --- clicks --------------------------------------------------------------------------------------
-
-void StatusBarController::recordArrowPress() {
-  arrowPressPoint_ = platform_.events().mouseLocation();
-  if (auto frame = items_.toggleFrame()) {
-    arrowPressFrameOrigin_ = frame->origin();
-  } else {
-    arrowPressFrameOrigin_.reset();
-  }
-  arrowPressAt_ = platform_.clock().now();
-}
-
-void StatusBarController::clearArrowPress() {
-  arrowPressPoint_.reset();
-  arrowPressFrameOrigin_.reset();
-  arrowPressAt_.reset();
-}
-
-void StatusBarController::statusItemClicked(std::optional<platform::Event> sent) {
-  mainThread_.check();
-  MenuBarLog::log(LogLine("statusItemClicked fired,")
-                      .add("currentEvent", sent ? platform::eventTypeName(sent->type) : "none"));
-  // Pressed through Accessibility: what a plain left click does.
-  const platform::Event event =
-      sent.value_or(platform::Event{.type = EventType::leftMouseUp, .timestamp = platform_.clock().now()});
-  if (event.type == EventType::rightMouseUp) {
-    showContextMenu();
-    return;
-  }
-  if (event.type == EventType::leftMouseDown) {
-    recordArrowPress();
-    return;
-  }
-  if (event.type != EventType::leftMouseUp) return;
-
-  auto session = platform_.events().modifierFlags();
-  bool option = session.has(Modifier::option) || event.modifierFlags.has(Modifier::option);
-  bool command = session.has(Modifier::command) || event.modifierFlags.has(Modifier::command);
-  MenuBarLog::log(LogLine("statusItemClicked:").add("isOption", option).add("isCommand", command));
-
-  if (command && arrowPressAt_ && platform_.clock().now() - *arrowPressAt_ < kArrowPressWindow) {
-    bool pointerMoved = arrowPressPoint_ &&
-                        Policy::pointsDiffer(*arrowPressPoint_, platform_.events().mouseLocation(), kDragTolerance);
-    auto frame = items_.toggleFrame();
-    bool frameMoved = arrowPressFrameOrigin_ && frame &&
-                      Policy::pointsDiffer(*arrowPressFrameOrigin_, frame->origin(), kDragTolerance);
-    if (pointerMoved || frameMoved) {
-      MenuBarLog::log("statusItemClicked: ignored command drag or guide");
-      clearArrowPress();
-      orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::detected);
-      return;
-    }
-  }
-
-  const bool guideOpen = windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen();
-  bool commandReveal = Policy::commandClickRevealsHidden(command, manualPlacement_ || guideOpen);
-  MenuBarLog::log(LogLine("statusItemClicked:").add("optionReveal", option).add("commandReveal", commandReveal));
-  bool reveal = option || commandReveal;
-  bool notch = toggleScreenHasNotch();
-  using Action = Policy::ArrowClickAction;
-  Action action = notch ? (reveal ? Action::openShelfAll : Action::openShelf)
-                        : (reveal ? Action::expandAll : Action::expandFolded);
-  MenuBarLog::log(
-      LogLine("status click").add("option", option).add("notch", notch).add("action", Policy::logName(action)));
-  performArrowClickAction(action);
-  clearArrowPress();
-}
-
-bool StatusBarController::toggleScreenHasNotch() const {
-  auto screen = items_.statusItemScreen();
-  return screen && screen->notchWidth() > 0;
-}
-
-void StatusBarController::performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action) {
-  using Action = Policy::ArrowClickAction;
-  switch (action) {
-    case Action::openShelf:
-      if (shelf_ && shelf_->isShelfShown()) {
-        closeIconShelf();
-      } else {
-        showIconShelf(std::nullopt);
-      }
-      return;
-    case Action::openShelfAll:
-      showIconShelf(MenuBarAccessTier::all);
-      return;
-    case Action::expandFolded:
-      closeIconShelf();
-      toggleBar(ExpandDepth::normal);
-      return;
-    case Action::expandAll:
-      closeIconShelf();
-      expandBar(ExpandDepth::deep, Initiator::user);
-      return;
-  }
-}
-
-void StatusBarController::showIconShelf(std::optional<MenuBarAccessTier> tier) {
-  if (shelf_) shelf_->showShelf(tier);
-}
-
-void StatusBarController::closeIconShelf() {
-  if (shelf_ && shelf_->isShelfShown()) shelf_->closeShelf();
-}
-
-void StatusBarController::separatorClicked(std::optional<platform::Event> event) {
-  if (event && event->type == EventType::rightMouseUp) {
-    showContextMenu();
-    return;
-  }
-  toggleBar(ExpandDepth::normal);
-}
-
-void StatusBarController::alwaysHiddenSeparatorClicked(std::optional<platform::Event> event) {
-  if (event && event->type == EventType::rightMouseUp) {
-    showContextMenu();
-    return;
-  }
-  toggleBar(ExpandDepth::deep);
-}
-
-// --- context menu ----------------------------------------------------------------------------------
-
-platform::Menu StatusBarController::buildContextMenu() {
-  auto item = [this](const char* key, const char* action, void (StatusBarController::*method)(),
-                     const char* keyEquivalent = "") {
-    return platform::MenuItem{.title = text(key), .action = action, .keyEquivalent = keyEquivalent,
-                              .perform = bindWeak(weak(), method)};
-  };
-  platform::Menu menu;
-  menu.items.push_back(item("iconbar.title", "menuOpenIconBar", &StatusBarController::menuOpenIconBar));
-  menu.items.push_back(item("iconbar.expand", "menuExpandFolded", &StatusBarController::menuExpandFolded));
-  menu.items.push_back(item("menu_show_all", "menuShowAll", &StatusBarController::menuShowAll));
-  menu.items.push_back(item("menu_collapse", "menuCollapse", &StatusBarController::menuCollapse));
-  menu.items.push_back(item("menu_arrange", "menuArrange", &StatusBarController::menuArrange));
-  // Offered while icons are shown, the moment a user notices one they would rather hide.
-  if (isExpanded.get()) {
-    menu.items.push_back(item("menu_hide_in_settings", "menuHideInSettings", &StatusBarController::menuHideInSettings));
-  }
-  if (orderRepair_.repairOffered()) {
-    menu.items.push_back(item("menu_repair_order", "repairMenuBarOrder", &StatusBarController::repairMenuBarOrder));
-  }
-  menu.items.push_back(platform::MenuItem::separator());
-  menu.items.push_back(item("menu_preferences", "openPreferences", &StatusBarController::menuPreferences, ","));
-  menu.items.push_back(item("menu_quit", "quitApp", &StatusBarController::quitApp, "q"));
-  return menu;
-}
-
-void StatusBarController::showContextMenu() {
-  if (!items_.hasToggle()) return;
-  items_.popUpToggleMenu(buildContextMenu());
-}
-
-void StatusBarController::menuOpenIconBar() { showIconShelf(std::nullopt); }
-void StatusBarController::menuExpandFolded() { expandBar(ExpandDepth::normal, Initiator::user); }
-void StatusBarController::menuShowAll() { expandBar(ExpandDepth::deep, Initiator::user); }
-void StatusBarController::menuCollapse() { collapseBar(CollapseReason::menu); }
-
-void StatusBarController::menuArrange() {
-  MenuBarLog::log("arrange requested");
-  if (windowHooks_.arrange) {
-    windowHooks_.arrange();
-    return;
-  }
-  expandBar(ExpandDepth::deep, Initiator::user);
-}
-
-void StatusBarController::menuHideInSettings() { openPreferences(std::string("items")); }
-void StatusBarController::menuPreferences() { openPreferences(std::nullopt); }
-
-void StatusBarController::openPreferences(std::optional<std::string> focusing) {
-  Diag::log(LogLine("openPreferences").add("focus", focusing));
-  if (windowHooks_.openPreferences) windowHooks_.openPreferences(std::move(focusing));
-}
-
-void StatusBarController::quitApp() { platform_.application().terminate(); }
-
-// --- appearance ------------------------------------------------------------------------------------
+// --- appearance --------------------------------------------------------------------------------
 
 std::string StatusBarController::text(const std::string& key) const { return localization_.tr(key); }
-
-std::string StatusBarController::localizedText(std::string_view key) const { return localization_.tr(key); }
 
 void StatusBarController::updateButtonAppearance() { items_.updateButtonAppearance(currentPresentation()); }
 
 void StatusBarController::updateLanguageStrings() { items_.updateLanguageStrings(currentPresentation()); }
 
-// --- applying lengths --------------------------------------------------------------------------------
-
-std::optional<std::string> StatusBarController::frontmostBundleID() const {
-  auto app = platform_.workspace().frontmostApplication();
-  if (!app || !app->bundleIdentifier) return std::nullopt;
-  return *app->bundleIdentifier;
-}
-
-double StatusBarController::collapseLength(const std::optional<std::string>& bundleID) const {
-  return engine_.collapseLength(bundleID);
-}
+// --- applying lengths --------------------------------------------------------------------------
 
 void StatusBarController::scheduleApply() {
   categorySyncWorkItem_.schedule(kApplyCoalesceDelay, bindWeak(weak(), [](StatusBarController& self) {
@@ -547,33 +366,39 @@ void StatusBarController::scheduleApply() {
                                  }));
 }
 
+Policy::PlacementMode StatusBarController::placementMode() const {
+  return surroundings_.manualPlacement ? Policy::PlacementMode::manual : Policy::PlacementMode::automatic;
+}
+
 void StatusBarController::applyVisibilityNow(std::function<void(bool)> completion) {
+  applyVisibility(lengthForFrontmost(), std::move(completion));
+}
+
+void StatusBarController::applyVisibility(double collapseLength, std::function<void(bool)> completion) {
   mainThread_.check();
   ++applyGeneration_;
   auto presentation = currentPresentation();
   if (presentation != MenuBarPresentation::collapsed) engine_.cliff().abortForExpandedBar();
   // While the cliff search runs it owns the normal separator's length.
   const bool searching = engine_.cliff().cliffSearchInFlight();
-  auto sizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion());
-  auto frontmost = frontmostBundleID();
-  auto& catalog = catalog_;
   const auto hidingEngine = hiding_.hidingEngine();
   auto plan = Policy::plan({
-      .apps = catalog.trackedApps(),
+      .apps = catalog_.trackedApps(),
       .engine = hidingEngine,
       .presentation = presentation,
-      .expandedLength = expandedSeparatorLength_,
-      .collapsedLength = collapseLength(frontmost),
+      .expandedLength = expandedSeparatorLength,
+      .collapsedLength = collapseLength,
       .ownBundleIDs = {platform_.system().ownBundleIdentifier()},
-      .runningBundleIDs = catalog.runningBundleIDs(),
-      .publicCollapseSizing = sizing,
+      .runningBundleIDs = catalog_.runningBundleIDs(),
+      .publicCollapseSizing = Policy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion()),
       .hiddenDividerDistance = engine_.shelf().dividerDistance(),
   });
   if (hidingEngine == MenuBarHidingEngine::nativeAllowList) {
-    hiding_.apply(plan, Policy::usesPhysicalDividers(true, manualPlacement_, false), std::move(completion));
-    lastAppliedNormal_ = items_.separatorLength();
-    lastAppliedHidden_ = items_.alwaysHiddenSeparatorLength();
-    return publishFoldingEffective();
+    const bool dividers = Policy::usesPhysicalDividers(Policy::NativeEngine::available, placementMode(),
+                                                       Policy::PlacementHighlight::hidden);
+    hiding_.apply(plan, dividers, std::move(completion));
+    engine_.noteApplied(items_.separatorLength(), items_.alwaysHiddenSeparatorLength());
+    return publishFoldingEffective(collapseLength);
   }
   auto shelfCap = engine_.shelf().shelfHiddenCap();
   if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
@@ -584,8 +409,7 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
   items_.setAlwaysHiddenSeparatorLength(plan.alwaysHiddenSeparatorLength);
   double readBackNormal = items_.separatorLength();
   double readBackHidden = items_.alwaysHiddenSeparatorLength();
-  lastAppliedNormal_ = plan.normalSeparatorLength;
-  lastAppliedHidden_ = plan.alwaysHiddenSeparatorLength;
+  engine_.noteApplied(plan.normalSeparatorLength, plan.alwaysHiddenSeparatorLength);
   MenuBarLog::log(LogLine("apply")
                       .add("presentation", rawValue(presentation))
                       .add("requestedNormal", plan.normalSeparatorLength)
@@ -595,36 +419,38 @@ void StatusBarController::applyVisibilityNow(std::function<void(bool)> completio
 
   items_.showAll();
   items_.applySeparatorTitles(plan.normalSeparatorTitle, plan.alwaysHiddenSeparatorTitle);
-  items_.styleFoldSeparator(presentation != MenuBarPresentation::collapsed);
-  items_.styleHiddenSeparator(presentation == MenuBarPresentation::deepExpanded);
+  items_.styleFoldSeparator();
+  items_.styleHiddenSeparator();
   engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
   engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
-  publishFoldingEffective();
+  publishFoldingEffective(collapseLength);
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
   if (presentation == MenuBarPresentation::shelfExpanded &&
-      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength_) {
+      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength) {
     engine_.shelf().scheduleShelfHiddenVerify();
   }
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.
-  catalog.scheduleZoneRefresh();
+  catalog_.scheduleZoneRefresh();
   engine_.gaps().scheduleMenuBarSample();
   if (completion) completion(true);
 }
 
-void StatusBarController::publishFoldingEffective() {
+void StatusBarController::publishFoldingEffective() { publishFoldingEffective(lengthForFrontmost()); }
+
+void StatusBarController::publishFoldingEffective(double collapseLength) {
+  BarState next = state_;
   // The order can only be judged while the separators are short; a collapse is judged by its
   // verification.
-  if (auto order = readAlwaysVisibleAnchor()) alwaysVisibleAnchorReady = *order;
-  foldingEffective = Policy::foldingIsEffective({
+  if (auto order = readAlwaysVisibleAnchor()) next.alwaysVisibleAnchorReady = *order;
+  next.foldingEffective = Policy::foldingIsEffective({
       .nativeEngineAvailable = hiding_.nativeAvailable(),
-      .anchorReady = alwaysVisibleAnchorReady.get(),
+      .anchorReady = next.alwaysVisibleAnchorReady,
       .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
-      .collapseLength = collapseLength(frontmostBundleID()),
+      .collapseLength = collapseLength,
   });
+  setState(next);
 }
-
-// --- follow-up checks -------------------------------------------------------------------------------
 
 void StatusBarController::scheduleFoldingCheck() {
   auto generation = applyGeneration_;
@@ -636,13 +462,13 @@ void StatusBarController::scheduleFoldingCheck() {
                              }));
 }
 
-// --- when folding fails ------------------------------------------------------------------------------
+// --- when folding fails ------------------------------------------------------------------------
 
-void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair) {
-  MenuBarLog::log(
-      LogLine("collapse stays expanded").add("reason", rawValue(reason)).add("offerRepair", offerAutomaticRepair));
-  isExpanded = true;
-  isDeepExpanded = true;
+void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason reason, RepairOffer offer) {
+  MenuBarLog::log(LogLine("collapse stays expanded")
+                      .add("reason", rawValue(reason))
+                      .add("offerRepair", offer == RepairOffer::collapseAgain));
+  show(ExpandDepth::deep);
   updateButtonAppearance();
   applyVisibilityNow();
 
@@ -661,7 +487,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
   if (order) {
     notice.actionTitle = text("menu_repair_order");
     notice.onAction = repairAction();
-  } else if (offerAutomaticRepair) {
+  } else if (offer == RepairOffer::collapseAgain) {
     // Measuring again later may succeed where this attempt could not.
     notice.actionTitle = text("menu_collapse");
     notice.onAction = bindWeak(weak(), &StatusBarController::collapseBar, CollapseReason::menu);
@@ -671,22 +497,23 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
 }
 
 void StatusBarController::dropToNormalExpandedShelf() {
-  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", frontmostBundleID()));
-  isExpanded = true;
-  isDeepExpanded = false;
+  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", engine_.chooser().frontmostBundleID()));
+  show(ExpandDepth::normal);
   updateButtonAppearance();
   applyVisibilityNow();
-  if (!manualPlacement_) autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
+  if (!surroundings_.manualPlacement) {
+    autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
+  }
 }
 
-// --- membership ------------------------------------------------------------------------------------
+// --- membership --------------------------------------------------------------------------------
 
 void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string> bundleID) {
-  menuBarMembershipChangedAt_ = platform_.clock().now();
+  surroundings_.menuBarMembershipChangedAt = platform_.clock().now();
   hiding_.expandIfAvailable();
   if (bundleID) {
     const std::string lowered = text::lowercased(*bundleID);
-    clearCollapseBudget(lowered);
+    engine_.clearCollapseBudget(lowered);
     MenuBarLog::log(LogLine("collapse budget cleared").add("bundle", lowered));
   }
   if (currentPresentation() == MenuBarPresentation::collapsed) {

@@ -1,32 +1,28 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <optional>
-#include <set>
 #include <string>
-#include <vector>
 
 #include "base/MainThreadChecker.h"
 #include "base/ObserverList.h"
-#include "base/Published.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
-#include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 #include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"
-#include "statusbar/HidingEngineSwitch.h"
-#include "statusbar/IconShelfPresenter.h"
 #include "statusbar/FrontmostTracker.h"
+#include "statusbar/HidingEngineSwitch.h"
 #include "statusbar/OwnOrderRepair.h"
 #include "statusbar/OwnStatusItems.h"
 #include "statusbar/StartupCollapseCampaign.h"
+#include "statusbar/StatusBarEvents.h"
+#include "statusbar/ToggleClicks.h"
 #include "visibility/CollapseReasons.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
-#include "visibility/engine/CollapseEngine.h"
-#include "visibility/engine/CollapseHost.h"
+#include "visibility/owners/CollapseEngine.h"
+#include "visibility/owners/CollapseHost.h"
 
 namespace tarvolo {
 
@@ -35,26 +31,21 @@ class NativeVisibilityEngine;
 class NotificationCenter;
 class StatusItemManager;
 
-// The expand/collapse state machine, and the owner other subsystems call: moves between
-// collapsed, expanded and deep-expanded, guards every collapse, runs the start-up collapse
-// campaign, and answers clicks and the context menu. The own items and the collapse-length engine
-// are owners of their own, held here; what this class offers of theirs forwards to them.
-// Main thread only.
+// The expand/collapse state machine: moves between collapsed, expanded and deep-expanded, guards
+// every collapse, runs the start-up collapse campaign, and answers clicks and the context menu.
+// The own items, the collapse-length engine and the companions below own their state and are
+// reached through their own interfaces. What it shows and what its clicks ask for go up through
+// one list of events (StatusBarEvents.h). Main thread only.
 class StatusBarController final : private CollapseHost,
                                   private StartupCollapseCampaign::Host,
                                   private AutoCollapse::Host,
                                   private FrontmostTracker::Host,
-                                  private OwnOrderRepair::Host {
+                                  private OwnOrderRepair::Host,
+                                  private HidingEngineSwitch::Host {
  public:
-  static constexpr const char* toggleAutosaveName = OwnStatusItems::toggleAutosaveName;
-  static constexpr const char* separatorAutosaveName = OwnStatusItems::separatorAutosaveName;
-  static constexpr const char* alwaysHiddenAutosaveName = OwnStatusItems::alwaysHiddenAutosaveName;
   static constexpr const char* onboardingKey = "com.ostrand.tarvolo.onboarding.v1";
-  static std::string preferredPositionKey(const std::string& autosaveName) {
-    return OwnStatusItems::preferredPositionKey(autosaveName);
-  }
-  using SeparatorMeasurement = ::tarvolo::SeparatorMeasurement;
-  using CliffRecord = ::tarvolo::CliffRecord;
+  // The length the separators take while their zone is shown.
+  static constexpr double expandedSeparatorLength = MenuBarVisibilityPolicy::defaultExpandedSeparatorLength;
 
   struct Dependencies {
     platform::Platform& platform;
@@ -65,54 +56,36 @@ class StatusBarController final : private CollapseHost,
     NativeVisibilityEngine& nativeEngine;
   };
 
-  // What the state machine asks of the windows built after it: Preferences and the guide.
-  struct WindowHooks {
-    std::function<void(std::optional<std::string> focus)> openPreferences;
-    std::function<void()> arrange;
-    std::function<bool()> placementGuideOpen;
-    std::function<bool(Point)> pointerOverGuide;
-    std::function<void(bool openedByCollapseAttempt, bool userInitiated)> startAnchorRepair;
-    std::function<void()> barDidCollapse;
-  };
-
   explicit StatusBarController(Dependencies dependencies);
   ~StatusBarController() override;
   StatusBarController(const StatusBarController&) = delete;
   StatusBarController& operator=(const StatusBarController&) = delete;
 
-  // --- published state
-  Published<bool> isExpanded{false};
-  Published<bool> isDeepExpanded{false};
-  Published<bool> foldingEffective{false};
-  Published<bool> alwaysVisibleAnchorReady{false};
-  // Told whenever the first-launch coach is wanted: at start-up without onboarding, and on each
-  // collapse that onboarding blocks. The coach's owner (src/ui/) listens.
-  ObserverList<> firstLaunchCoachWanted;
-
-  void setWindowHooks(WindowHooks hooks) { windowHooks_ = std::move(hooks); }
-  // Told whenever a gap between the own items moved (an icon arrived, left or was dragged).
-  [[nodiscard]] Subscription observeMenuBarGapChanges(std::function<void()> observer) {
-    return engine_.gaps().observeGapChanges(std::move(observer));
+  // --- up and down
+  // Every change of what the bar shows and every command of its clicks and menu, in order.
+  [[nodiscard]] Subscription observe(std::function<void(const StatusBarEvent&)> observer) {
+    return events_.add(std::move(observer));
   }
+  const BarState& state() const { return state_; }
+  // The placement guide tells whether it exists, runs, and where its panel and ring stand.
+  void notePlacementGuide(PlacementGuidePresence presence);
 
   // --- start-up
   void finishStartup();
   // The coach was finished or dismissed: stores that, and collapses at once as start-up would.
   void completeOnboarding();
-  void scheduleStartupCollapseRetry(const std::string& reason) { campaign_.scheduleStartupCollapseRetry(reason); }
-  void performStartupCollapseRetry(const std::string& reason) { campaign_.performStartupCollapseRetry(reason); }
-  void startupCollapseFramesReady() { campaign_.startupCollapseFramesReady(); }
-  void cancelStartupCollapseRetry() { campaign_.cancelStartupCollapseRetry(); }
+  bool onboardingComplete() const;
+  bool startupCollapseAllowed() const { return campaign_.startupCollapseAllowed(); }
+  // Whether the own items stand in order; absent while that cannot be told (a probe's length
+  // says nothing about the order).
   std::optional<bool> readAlwaysVisibleAnchor() const override;
-  void scheduleOrderRepairCheck() { orderRepair_.scheduleOrderRepairCheck(OwnOrderRepair::Trigger::automatic); }
-  std::optional<PlacementAnchors> currentPlacementAnchors() const { return items_.currentPlacementAnchors(); }
 
   // --- state machine
   void expandBar(ExpandDepth depth, Initiator initiator);
   void toggleBar(ExpandDepth depth);
   void collapseBar(CollapseReason reason) override;
   void setDeepExpanded(bool deep);
-  MenuBarPresentation currentPresentation() const override;
+  MenuBarPresentation currentPresentation() const { return state_.presentation(); }
 
   // --- clicks and the context menu
   // With the event that sent the click; absent when pressed through Accessibility, which acts
@@ -123,8 +96,6 @@ class StatusBarController final : private CollapseHost,
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
-  // The Icon Shelf the toggle and the context menu open; none until the environment hands it in.
-  void setIconShelf(IconShelfPresenter* shelf) { shelf_ = shelf; }
   void menuExpandFolded();
   void menuShowAll();
   void menuCollapse();
@@ -132,8 +103,8 @@ class StatusBarController final : private CollapseHost,
   void menuHideInSettings();
   void menuPreferences();
   void openPreferences(std::optional<std::string> focusing);
+  void repairMenuBarOrder();
   void quitApp();
-  void repairMenuBarOrder() { orderRepair_.repairMenuBarOrder(); }
 
   // --- applying lengths
   void updateButtonAppearance();
@@ -143,184 +114,101 @@ class StatusBarController final : private CollapseHost,
 
   // --- membership, and when folding fails
   void noteMenuBarMembershipChanged(std::optional<std::string> bundleID);
-  void stayExpandedBecauseFoldingFailed(StayExpandedReason reason, bool offerAutomaticRepair) override;
+  void stayExpandedBecauseFoldingFailed(StayExpandedReason reason, RepairOffer offer) override;
   void dropToNormalExpandedShelf() override;
 
-  // --- reading the world
-  std::optional<std::string> frontmostBundleID() const override;
-  double collapseLength(const std::optional<std::string>& bundleID) const override;
-  std::optional<double> lastAppliedNormalLength() const override { return lastAppliedNormal_; }
-
-  // --- companions: auto-collapse, frontmost tracking, order repair
-  AutoCollapse& autoCollapse() { return autoCollapse_; }
-  const AutoCollapse& autoCollapse() const { return autoCollapse_; }
-  const FrontmostTracker& frontmostTracker() const { return frontmost_; }
-  OwnOrderRepair& orderRepair() { return orderRepair_; }
-  const OwnOrderRepair& orderRepair() const { return orderRepair_; }
-
-  // --- the own items and the collapse-length engine, which own what follows
+  // --- the owners it holds, through their own interfaces
   const OwnStatusItems& ownItems() const { return items_; }
   const CollapseEngine& collapseEngine() const { return engine_; }
   const HidingEngineSwitch& hidingEngines() const { return hiding_; }
-  SeparatorMeasurement measureSeparator(double requestedLength) const {
-    return items_.measureSeparator(requestedLength);
-  }
-  bool beginCliffSearch(bool force) { return engine_.cliff().beginCliffSearch(force); }
-  void recordCollapseLength(double length, const std::optional<std::string>& bundleID, bool knownGood,
-                            std::optional<double> pinnedGap) {
-    engine_.lengths().recordCollapseLength(length, bundleID, knownGood, pinnedGap);
-  }
-  void beginCollapseRecovery(const std::optional<std::string>& bundleID, bool allowOneStep) {
-    engine_.beginCollapseRecovery(bundleID, allowOneStep);
-  }
-  void clearCollapseBudget(const std::string& bundleID) { engine_.clearCollapseBudget(bundleID); }
-  void pruneCollapseLengthsToConnectedScreens() { engine_.pruneCollapseLengthsToConnectedScreens(); }
-  std::vector<std::string> connectedScreenKeys() const { return engine_.screens().connectedScreenKeys(); }
-  std::string screenConfigKey() const { return engine_.screens().screenConfigKey(); }
-  std::string collapseScreenKey() const { return engine_.screens().collapseScreenKey(); }
-  double widestScreenWidth() const { return engine_.screens().widestScreenWidth(); }
-
-  const std::optional<CliffRecord>& cliffCache() const { return engine_.lengths().cliffCache(); }
-  const MenuBarVisibilityPolicy::CollapseLengthCache& perAppLengths() const {
-    return engine_.lengths().perAppLengths();
-  }
-  const std::set<std::string>& collapseMenuLimitedKeys() const { return engine_.lengths().collapseMenuLimitedKeys(); }
-  const std::map<std::string, double>& collapseFoldTailByPair() const {
-    return engine_.fold().collapseFoldTailByPair();
-  }
-  bool cliffSearchInFlight() const { return engine_.cliff().cliffSearchInFlight(); }
-  int cliffProbeCount() const { return engine_.cliff().cliffProbeCount(); }
-  // Probes made by every search of this run.
-  int cliffProbesMade() const { return engine_.cliff().cliffProbesMade(); }
-  int cliffSearchesStarted() const { return engine_.cliff().cliffSearchesStarted(); }
-  int cliffGiveUps() const { return engine_.cliff().cliffGiveUps(); }
-  int cliffCampaigns() const { return engine_.cliff().cliffCampaigns(); }
-  bool cliffSearchGaveUp() const { return engine_.cliff().cliffSearchGaveUp(); }
-  bool cliffSearchOwed() const { return engine_.cliff().cliffSearchOwed(); }
-  std::optional<MenuBarVisibilityPolicy::SeparatorLayoutVerdict> lastCollapseVerdict() const {
-    return engine_.verifier().lastCollapseVerdict();
-  }
-  // When the last collapse was judged laid out, in clock seconds.
-  std::optional<double> collapseVerifiedAt() const { return engine_.verifier().collapseVerifiedAt(); }
-  MenuBarVisibilityPolicy::CollapseRecoveryPhase collapseRecoveryPhase() const {
-    return engine_.recovery().collapseRecoveryPhase();
-  }
-  const FoldPlaceholderController* foldPlaceholder() const { return engine_.fold().foldPlaceholder(); }
-  const MenuBarGapTracker& menuBarGapTracker() const { return engine_.gaps().menuBarGapTracker(); }
-
-  // --- state read by tests, the runner and other owners
-  bool startupCollapseAllowed() const { return startupCollapseAllowed_; }
-  bool startupCollapsePending() const { return campaign_.startupCollapsePending(); }
-  int startupCollapseRetryAttempt() const { return campaign_.startupCollapseRetryAttempt(); }
-  std::optional<StayExpandedReason> startupCollapseWithheldReason() const {
-    return campaign_.startupCollapseWithheldReason();
-  }
-  int menuTrackingCount() const { return menuTrackingCount_; }
-  bool manualPlacement() const { return manualPlacement_; }
-  bool onboardingComplete() const;
-  double expandedSeparatorLength() const { return expandedSeparatorLength_; }
-  std::optional<double> menuBarMembershipChangedAt() const { return menuBarMembershipChangedAt_; }
+  const StartupCollapseCampaign& startupCampaign() const { return campaign_; }
+  AutoCollapse& autoCollapse() { return autoCollapse_; }
+  const AutoCollapse& autoCollapse() const { return autoCollapse_; }
+  const FrontmostTracker& frontmostTracker() const { return frontmost_; }
+  const OwnOrderRepair& orderRepair() const { return orderRepair_; }
+  const BarSurroundings& surroundings() const { return surroundings_; }
 
  private:
-  // CollapseHost, the rest of it
-  std::optional<double> lastAppliedHiddenLength() const override { return lastAppliedHidden_; }
-  bool menuIsTracking() const override { return menuTrackingCount_ > 0; }
-  std::string localizedText(std::string_view key) const override;
+  // CollapseHost
   void reapplyVisibility() override { applyVisibilityNow(); }
-  void noteAlwaysVisibleAnchorReady() override { alwaysVisibleAnchorReady = true; }
-
-  OwnStatusItems::Actions itemActions();
-  void noteOwnItemMouseUp(const std::optional<platform::Event>& event);
-  void companionAfterOwnItem(OwnStatusItems::Item created);
-  void subscribe();
-  void screenParametersChanged();
-  // Wake, space change: the system's engine lets everything back before the list is handed over again.
-  void systemStateChanged();
-  void nativeAvailabilityChanged();
-  void recreateOwnItemsForSystemEngine();
-  void updateLanguageStrings();
-  void scheduleFoldingCheck();
+  void noteAlwaysVisibleAnchorReady() override;
+  void menuBarGapsChanged() override { publish(BarEvent::GapsChanged{}); }
   // StartupCollapseCampaign::Host
   bool startupCollapseMayRun() const override;
   bool showsEverything() const override;
   void startupCollapseGaveUp() override;
   // AutoCollapse::Host
-  bool barExpanded() const override { return isExpanded.get(); }
-  bool barDeepExpanded() const override { return isDeepExpanded.get(); }
-  bool placementInProgress() const override {
-    return manualPlacement_ || (windowHooks_.placementGuideOpen && windowHooks_.placementGuideOpen());
-  }
-  bool pointerOverChrome(Point pointer) const override {
-    return windowHooks_.pointerOverGuide && windowHooks_.pointerOverGuide(pointer);
-  }
-  bool menuTracking() const override { return menuTrackingCount_ > 0; }
-  std::optional<Rect> toggleFrame() const override { return items_.toggleFrame(); }
-  std::optional<double> visibleIconsMinX() const override;
-  std::optional<platform::ScreenInfo> statusItemScreen() const override { return items_.statusItemScreen(); }
   void collapseForTimeout() override { collapseBar(CollapseReason::shelfTimeout); }
   void expandForHover() override { expandBar(ExpandDepth::normal, Initiator::user); }
   // FrontmostTracker::Host
-  bool barCollapsed() const override { return currentPresentation() == MenuBarPresentation::collapsed; }
   void commitFrontmostLength() override;
   // OwnOrderRepair::Host
-  MenuBarVisibilityPolicy::OwnItemValues ownItemRightEdges() const override;
   void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) override;
   void orderRepairFinished(bool inOrder) override;
-  bool startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) override {
-    if (!windowHooks_.startAnchorRepair) return false;
-    windowHooks_.startAnchorRepair(openedByCollapseAttempt, userInitiated);
-    return true;
-  }
-  std::function<void()> repairAction() { return bindWeak(weak(), &StatusBarController::repairMenuBarOrder); }
+  bool handAnchorRepairToGuide(OwnOrderRepair::Requester requester) override;
+  // HidingEngineSwitch::Host
+  void recreateOwnItemsForSystemEngine() override;
 
-  void recordArrowPress();
-  void clearArrowPress();
-  void performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action);
-  void showIconShelf(std::optional<MenuBarAccessTier> tier);
-  void closeIconShelf();
-  void presentFirstLaunchCoach();
+  // --- what the bar shows
+  void publish(StatusBarEvent event) { events_.notify(event); }
+  // Takes `next` as the bar's state, tells the engine what it presents, and publishes a change.
+  void setState(BarState next);
+  void show(ExpandDepth depth);
+  void showCollapsed();
   void showEverything();
-  bool toggleScreenHasNotch() const;
+  void presentFirstLaunchCoach() { publish(BarEvent::CoachWanted{}); }
+
+  // --- the own items and what the system reports
+  OwnStatusItems::Actions itemActions();
+  void createOwnItems();
+  void noteOwnItemMouseUp(const std::optional<platform::Event>& event);
+  void companionAfterOwnItem(OwnStatusItems::Item created);
+  void subscribe(NotificationCenter& center, NotificationCenter& workspace);
+  void noteMenuTracking(int count);
+  void screenParametersChanged();
+  // Wake, space change: the system's engine lets everything back before the list is handed over again.
+  void systemStateChanged();
+  void nativeAvailabilityChanged();
+  void updateLanguageStrings();
+
+  // --- clicks
+  void performArrowClickAction(MenuBarVisibilityPolicy::ArrowClickAction action);
+
+  // --- applying lengths
+  // Applies the plan for the current presentation, with `collapseLength` as the collapse length.
+  void applyVisibility(double collapseLength, std::function<void(bool)> completion);
+  void publishFoldingEffective(double collapseLength);
+  double lengthForFrontmost() const { return engine_.chooser().lengthForFrontmost(); }
+  MenuBarVisibilityPolicy::PlacementMode placementMode() const;
+  void scheduleFoldingCheck();
+  std::function<void()> repairAction();
   std::string text(const std::string& key) const;
   WeakHandle<StatusBarController> weak() const { return weakFactory_.handle(); }
 
   platform::Platform& platform_;
-  NotificationCenter& defaultCenter_;
-  NotificationCenter& workspaceCenter_;
   StatusItemManager& catalog_;
   LocalizationManager& localization_;
   MainThreadChecker mainThread_;
 
-  const double expandedSeparatorLength_ = MenuBarVisibilityPolicy::defaultExpandedSeparatorLength;
+  BarState state_;
+  BarSurroundings surroundings_;
   OwnStatusItems items_;
   CollapseEngine engine_;
   HidingEngineSwitch hiding_;
   StartupCollapseCampaign campaign_;
-  IconShelfPresenter* shelf_ = nullptr;
   AutoCollapse autoCollapse_;
   FrontmostTracker frontmost_;
   OwnOrderRepair orderRepair_;
+  ToggleClicks clicks_;
 
-  WindowHooks windowHooks_;
   bool keepPreferencesVisible_ = false;
-  bool manualPlacement_ = false;
-  bool startupCollapseAllowed_ = false;
-  int menuTrackingCount_ = 0;
-  std::optional<double> menuBarMembershipChangedAt_;
-  std::optional<double> lastAppliedNormal_;
-  std::optional<double> lastAppliedHidden_;
   std::optional<double> collapseRefusedNoticeAt_;
   unsigned long long applyGeneration_ = 0;
-
-  std::optional<Point> arrowPressPoint_;
-  std::optional<Point> arrowPressFrameOrigin_;
-  std::optional<double> arrowPressAt_;
-
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
   WorkItem recreateItemsWork_;
-
   Cancellables cancellables_;
+  ObserverList<const StatusBarEvent&> events_;
 
   WeakHandleFactory<StatusBarController> weakFactory_{this};
 };

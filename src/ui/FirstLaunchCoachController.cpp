@@ -14,7 +14,6 @@ FirstLaunchCoachController::FirstLaunchCoachController(Dependencies dependencies
       localization_(dependencies.localization),
       anchorWork_(dependencies.platform.mainQueue()) {
   auto weak = weakFactory_.handle();
-  cancellables_.push_back(statusBar_.firstLaunchCoachWanted.add(bindWeak(weak, &FirstLaunchCoachController::present)));
   cancellables_.push_back(permission_.isTrusted.subscribe(
       [call = bindWeak(weak, &FirstLaunchCoachController::refresh)](const bool&) { call(); }));
   auto& queue = platform_.mainQueue();

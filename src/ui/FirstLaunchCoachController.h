@@ -18,7 +18,7 @@ class AccessibilityPermission;
 class LocalizationManager;
 class StatusBarController;
 
-// Owns the first-launch coach's window: shows it when the controller asks for it, under the
+// Owns the first-launch coach's window: shows it whenever the bar wants it, under the
 // toggle once the toggle's frame holds still (at launch the new item still stands at the bar's
 // left edge), keeps its texts current, and ends onboarding on Done or Dismiss. Main thread only.
 class FirstLaunchCoachController {
@@ -42,6 +42,7 @@ class FirstLaunchCoachController {
   FirstLaunchCoachController& operator=(const FirstLaunchCoachController&) = delete;
 
   // Shows the coach at its first step once the toggle is laid out; already shown, re-anchors it.
+  // The app layer calls it for every BarEvent::CoachWanted.
   void present();
   bool isShown() const { return platform_.userInterface().firstLaunchCoach().isShown(); }
   const FirstLaunchCoach& model() const { return model_; }

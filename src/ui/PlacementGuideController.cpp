@@ -62,15 +62,19 @@ PlacementGuideController::PlacementGuideController(Dependencies dependencies)
       ledger_(dependencies.ledger),
       statusBar_(dependencies.statusBar),
       checkWork_(dependencies.platform.mainQueue()),
-      advanceWork_(dependencies.platform.mainQueue()) {}
+      advanceWork_(dependencies.platform.mainQueue()) {
+  tellBar();
+}
 
 PlacementGuideController::~PlacementGuideController() {
+  statusBar_.notePlacementGuide({});
   if (platform_.userInterface().placementGuide().isShown()) platform_.userInterface().placementGuide().close();
 }
 
 // --- starting ------------------------------------------------------------------------------------
 
 bool PlacementGuideController::startPlacement(const std::string& bundleID, ItemCategory category, Staged staged) {
+  mainThread_.check();
   const MenuBarAppItem* item = catalog_.item(bundleID);
   if (!item) return false;
   Step step{.bundleID = text::lowercased(item->bundleId),
@@ -85,6 +89,7 @@ bool PlacementGuideController::startPlacement(const std::string& bundleID, ItemC
 }
 
 void PlacementGuideController::startTour() {
+  mainThread_.check();
   std::vector<Step> steps;
   for (const auto& item : catalog_.items.get()) {
     if (!catalog_.isOutOfPlace(item.bundleId)) continue;
@@ -100,6 +105,7 @@ void PlacementGuideController::startTour() {
 }
 
 void PlacementGuideController::startAnchorRepair(bool openedByCollapseAttempt, bool userInitiated) {
+  mainThread_.check();
   MenuBarLog::log(LogLine("placement guide anchor")
                       .add("openedByCollapseAttempt", openedByCollapseAttempt)
                       .add("userInitiated", userInitiated));
@@ -113,10 +119,11 @@ void PlacementGuideController::begin(Mode mode, std::vector<Step> steps) {
   if (mode_) finish(Outcome::abandoned);
   ++generation_;
   mode_ = mode;
+  tellBar();
   steps_ = std::move(steps);
   index_ = 0;
   detected_ = false;
-  collapseWhenDone_ = !statusBar_.isExpanded.get();
+  collapseWhenDone_ = !statusBar_.state().isExpanded;
   MenuBarLog::log(LogLine("placement guide start")
                       .add("mode", modeName(mode))
                       .add("steps", steps_.size())
@@ -137,8 +144,10 @@ void PlacementGuideController::installWatchers() {
     onMouseUp();
     return std::optional<platform::Event>(event);
   });
-  gapSubscription_ = statusBar_.observeMenuBarGapChanges(
-      [check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)] { check(); });
+  gapSubscription_ = statusBar_.observe(
+      [check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)](const StatusBarEvent& event) {
+        if (std::holds_alternative<BarEvent::GapsChanged>(event)) check();
+      });
   // Icons read through Accessibility arrive after the check that asked for them.
   zonesSubscription_ = catalog_.observedZones.subscribe(
       [&catalog = catalog_, check = bindWeak(weak(), &PlacementGuideController::scheduleCheck, 0.0)](const auto&) {
@@ -169,21 +178,21 @@ void PlacementGuideController::check() {
   // The ring follows the items as they settle.
   render(false);
   if (placed == true) {
-    stepPlaced(true);
+    stepPlaced(Evidence::observed);
     return;
   }
   // Read through Accessibility, the icons are as last read: read them again for the next check.
   if (*mode_ != Mode::anchorRepair && catalog_.readsIconsThroughAccessibility()) catalog_.refreshObservedZones();
 }
 
-void PlacementGuideController::stepPlaced(bool observed) {
+void PlacementGuideController::stepPlaced(Evidence evidence) {
   detected_ = true;
   checkWork_.cancel();
   const Step& step = steps_[index_];
   MenuBarLog::log(LogLine("placement guide detected")
                       .add("mode", modeName(*mode_))
                       .add("bundle", step.bundleID.empty() ? std::string("none") : step.bundleID)
-                      .add("observed", observed));
+                      .add("observed", evidence == Evidence::observed));
   if (!step.bundleID.empty()) {
     const std::string raw(rawValue(step.category));
     auto ids = PlacementPolicy::confirmedBundleIDs(step.bundleID, false, {});
@@ -218,6 +227,7 @@ void PlacementGuideController::advance() {
 // --- the user's answers --------------------------------------------------------------------------
 
 void PlacementGuideController::confirm() {
+  mainThread_.check();
   if (!mode_) return;
   if (detected_) {
     advanceWork_.cancel();
@@ -232,7 +242,7 @@ void PlacementGuideController::confirm() {
   // Where the bar cannot be read the user's word stands; where it can, it has the last say.
   const auto placed = inPlace();
   if (placed.value_or(true)) {
-    stepPlaced(false);
+    stepPlaced(Evidence::userSaid);
     advanceWork_.cancel();
     advance();
     return;
@@ -273,6 +283,7 @@ void PlacementGuideController::finish(Outcome outcome) {
   MenuBarLog::log(LogLine("placement guide end").add("mode", modeName(mode)).add("outcome", outcomeName(outcome)));
   ++generation_;
   mode_.reset();
+  tellBar();
   steps_.clear();
   index_ = 0;
   detected_ = false;
@@ -303,7 +314,7 @@ std::optional<std::string> PlacementGuideController::currentBundleID() const {
 }
 
 std::optional<Rect> PlacementGuideController::targetRect() const {
-  const auto anchors = statusBar_.currentPlacementAnchors();
+  const auto anchors = statusBar_.ownItems().currentPlacementAnchors();
   const auto toggle = statusBar_.ownItems().toggleFrame();
   if (!anchors || !toggle || !mode_ || index_ >= steps_.size()) return std::nullopt;
   auto span = [&](double minX, double maxX) -> std::optional<Rect> {
@@ -362,18 +373,16 @@ void PlacementGuideController::render(bool show) {
                                  .confirm = bindWeak(weak(), &PlacementGuideController::confirm),
                                  .cancel = bindWeak(weak(), &PlacementGuideController::cancel),
                              });
-    return;
+  } else {
+    window.update(viewState());
   }
-  window.update(viewState());
+  tellBar();
 }
 
-bool PlacementGuideController::pointerOverChrome(Point pointer) const {
-  if (!mode_) return false;
-  const auto frames = platform_.userInterface().placementGuide().chromeFrames();
-  return std::any_of(frames.begin(), frames.end(), [&](const Rect& frame) {
-    return pointer.x >= frame.minX() && pointer.x <= frame.maxX() && pointer.y >= frame.minY() &&
-           pointer.y <= frame.maxY();
-  });
+void PlacementGuideController::tellBar() {
+  PlacementGuidePresence presence{.available = true, .open = mode_.has_value()};
+  if (mode_) presence.chrome = platform_.userInterface().placementGuide().chromeFrames();
+  statusBar_.notePlacementGuide(std::move(presence));
 }
 
 }  // namespace tarvolo

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "base/MainThreadChecker.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
@@ -73,7 +74,6 @@ class PlacementGuideController {
   std::optional<Mode> mode() const { return mode_; }
   // The app being guided, lower-cased.
   std::optional<std::string> currentBundleID() const;
-  bool pointerOverChrome(Point pointer) const;
   // Runs after every guide, with how it ended.
   void setEndedHandler(std::function<void(Outcome)> handler) { ended_ = std::move(handler); }
 
@@ -92,11 +92,15 @@ class PlacementGuideController {
   void installWatchers();
   void scheduleCheck(double delay);
   void check();
-  void stepPlaced(bool observed);
+  // How a step came to count as placed: seen in its zone, or on the user's word.
+  enum class Evidence { observed, userSaid };
+  void stepPlaced(Evidence evidence);
   void advance();
   void finish(Outcome outcome);
   void restoreAfterCancel(const Step& step);
   void render(bool show);
+  // Tells the bar whether a guide runs and where its panel and ring stand.
+  void tellBar();
   platform::PlacementGuideViewState viewState() const;
   std::optional<Rect> targetRect() const;
   std::optional<bool> inPlace() const;
@@ -108,6 +112,7 @@ class PlacementGuideController {
   CategoryStore& categories_;
   MenuBarPlacementLedger& ledger_;
   StatusBarController& statusBar_;
+  MainThreadChecker mainThread_;
 
   std::optional<Mode> mode_;
   std::vector<Step> steps_;

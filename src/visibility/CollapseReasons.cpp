@@ -19,6 +19,33 @@ std::string_view rawValue(CollapseReason reason) {
   return "unknown";
 }
 
+namespace MenuBarVisibilityPolicy {
+
+bool collapseAttemptReopensRepair(CollapseReason reason) {
+  switch (reason) {
+    case CollapseReason::explicitToggle:
+    case CollapseReason::menu:
+    case CollapseReason::appIntent:
+    case CollapseReason::hotkey:
+      return true;
+    case CollapseReason::startup:
+    case CollapseReason::cliffRetry:
+    case CollapseReason::iconShelfDiscovery:
+    case CollapseReason::shelfTimeout:
+    case CollapseReason::nativeFallback:
+    case CollapseReason::iconShelfMenu:
+    case CollapseReason::placementGuide:
+      return false;
+  }
+  return false;
+}
+
+bool collapseResetsMenusNotice(CollapseReason reason) {
+  return reason == CollapseReason::startup || collapseAttemptReopensRepair(reason);
+}
+
+}  // namespace MenuBarVisibilityPolicy
+
 std::string_view rawValue(StayExpandedReason reason) {
   switch (reason) {
     case StayExpandedReason::order: return "order";

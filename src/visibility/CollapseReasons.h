@@ -21,6 +21,12 @@ enum class CollapseReason {
 
 std::string_view rawValue(CollapseReason reason);
 
+namespace MenuBarVisibilityPolicy {
+// Collapse reasons the user asked for; automatic ones do not reopen repair or reset notices.
+bool collapseAttemptReopensRepair(CollapseReason reason);
+bool collapseResetsMenusNotice(CollapseReason reason);
+}  // namespace MenuBarVisibilityPolicy
+
 // Why the bar stays expanded rather than hide with a length that does not work.
 enum class StayExpandedReason {
   order,               // "order": the own items stand in the wrong order

@@ -124,13 +124,13 @@ SeparatorLayoutVerdict verdictAccountingForFold(SeparatorLayoutVerdict layout, d
   return layout;
 }
 
-std::optional<SeparatorLayoutVerdict> verdictWhenGapUnknown(bool hasFreshShortReference, bool gapIsKnown) {
-  if (hasFreshShortReference || gapIsKnown) return std::nullopt;
+std::optional<SeparatorLayoutVerdict> verdictWhenGapUnknown(ShortReference reference, GapKnowledge gap) {
+  if (reference == ShortReference::fresh || gap == GapKnowledge::known) return std::nullopt;
   return SeparatorLayoutVerdict::unknown;
 }
 
-bool recordsVerifiedLayoutA(SeparatorLayoutVerdict verdict, bool hasFreshShortReference) {
-  return verdict == SeparatorLayoutVerdict::laidOut && hasFreshShortReference;
+bool recordsVerifiedLayoutA(SeparatorLayoutVerdict verdict, ShortReference reference) {
+  return verdict == SeparatorLayoutVerdict::laidOut && reference == ShortReference::fresh;
 }
 
 bool gapChangeIsLayoutB(SeparatorLayoutVerdict rawVerdict, bool foldLengthUnchanged, bool frontmostUnchanged) {
@@ -141,8 +141,8 @@ bool cliffGapIsEjected(double pinnedGap, double observedGap, double pinTolerance
   return std::abs(observedGap - pinnedGap) > pinTolerance;
 }
 
-bool shouldInvalidateCachedLength(bool screenMatches, bool provenEjected, bool dragInProgress) {
-  return !screenMatches || (provenEjected && !dragInProgress);
+bool shouldInvalidateCachedLength(ScreenMatch screen, Ejection ejection, Drag drag) {
+  return screen == ScreenMatch::other || (ejection == Ejection::proven && drag == Drag::none);
 }
 
 }  // namespace tarvolo::MenuBarVisibilityPolicy

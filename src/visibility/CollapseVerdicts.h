@@ -64,10 +64,17 @@ bool foldZoneIsCovered(double separatorLeading, double menusRight, double slack)
 SeparatorLayoutVerdict verdictAccountingForFold(SeparatorLayoutVerdict layout, double separatorLeading,
                                                 double menusRight);
 
-std::optional<SeparatorLayoutVerdict> verdictWhenGapUnknown(bool hasFreshShortReference, bool gapIsKnown);
-bool recordsVerifiedLayoutA(SeparatorLayoutVerdict verdict, bool hasFreshShortReference);
+// Whether a reading of the separator taken while it was short is at hand to judge against.
+enum class ShortReference { none, fresh };
+// Whether a verified collapse on this screen left a gap to judge by.
+enum class GapKnowledge { unknown, known };
+std::optional<SeparatorLayoutVerdict> verdictWhenGapUnknown(ShortReference reference, GapKnowledge gap);
+bool recordsVerifiedLayoutA(SeparatorLayoutVerdict verdict, ShortReference reference);
 bool gapChangeIsLayoutB(SeparatorLayoutVerdict rawVerdict, bool foldLengthUnchanged, bool frontmostUnchanged);
 bool cliffGapIsEjected(double pinnedGap, double observedGap, double pinTolerance);
-bool shouldInvalidateCachedLength(bool screenMatches, bool provenEjected, bool dragInProgress);
+enum class ScreenMatch { other, same };
+enum class Ejection { unproven, proven };
+enum class Drag { none, inProgress };
+bool shouldInvalidateCachedLength(ScreenMatch screen, Ejection ejection, Drag drag);
 
 }  // namespace tarvolo::MenuBarVisibilityPolicy

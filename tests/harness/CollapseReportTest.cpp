@@ -37,8 +37,8 @@ TEST(CollapseScenarioSettings, ReachTheSimulatedDesktop) {
   EXPECT_FALSE(settings.dropsMenuTitles);
   EXPECT_EQ(settings.overflowChevronWidth, 30);
   EXPECT_FALSE(settings.framesReadable);
-  EXPECT_EQ(settings.sharedWindowItems, (std::vector<std::string>{StatusBarController::separatorAutosaveName,
-                                                                   StatusBarController::toggleAutosaveName}));
+  EXPECT_EQ(settings.sharedWindowItems, (std::vector<std::string>{OwnStatusItems::separatorAutosaveName,
+                                                                   OwnStatusItems::toggleAutosaveName}));
   const auto* editor = scenario.app("com.example.editor");
   ASSERT_TRUE(editor);
   EXPECT_EQ(editor->menuTitleWidths, (std::vector<double>{36, 60, 40, 30}));

@@ -33,11 +33,11 @@ class EverydayTest : public SimAppTest {
   HotkeyManager& hotkeys() { return environment().hotkeys(); }
   // A toggle click, then the pointer goes to the middle of the screen.
   void expandByClick(ModifierFlags modifiers = {}) {
-    desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left, modifiers);
+    desktop().events().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left, modifiers);
     run(0.1);
     desktop().events().movePointer({700, 400});
   }
-  bool expanded() { return controller().isExpanded.get(); }
+  bool expanded() { return controller().state().isExpanded; }
 };
 
 TEST_F(EverydayTest, AnExpansionCollapsesByItselfAfterTheDelayButNeverADeepOne) {
@@ -52,9 +52,9 @@ TEST_F(EverydayTest, AnExpansionCollapsesByItselfAfterTheDelayButNeverADeepOne) 
   EXPECT_FALSE(controller().autoCollapse().armed());
 
   expandByClick(ModifierFlags{}.with(Modifier::option));
-  ASSERT_TRUE(controller().isDeepExpanded.get());
+  ASSERT_TRUE(controller().state().isDeepExpanded);
   run(40);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_FALSE(controller().autoCollapse().armed());
 }
 
@@ -101,11 +101,11 @@ TEST_F(EverydayTest, TheDeepChordTogglesAndAnExtraModifierDoesNothing) {
   EXPECT_TRUE(hotkeys().systemHotKeyInForce());
   desktop().events().typeKey(kB, kDeepChord);
   run(0.1);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   desktop().events().typeKey(kB, kDeepChord);
   run(0.1);
   EXPECT_TRUE(expanded());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   controller().collapseBar(CollapseReason::menu);
   desktop().events().typeKey(kB, kDeepChord.with(Modifier::control));
   run(0.1);
@@ -160,9 +160,9 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   start();
   expandByClick(ModifierFlags{}.with(Modifier::option));
   // The toggle lands left of the separator.
-  const auto* separator = desktop().bar().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* separator = desktop().bar().ownItem(OwnStatusItems::separatorAutosaveName);
   ASSERT_TRUE(separator && separator->frame);
-  desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, separator->frame->minX() - 5);
+  desktop().events().commandDragItem(OwnStatusItems::toggleAutosaveName, separator->frame->minX() - 5);
   run(2);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), false);
   controller().collapseBar(CollapseReason::menu);
@@ -172,14 +172,14 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), 1);
   EXPECT_EQ(loggedCount("own-order repair arrow="), 1);
   auto position = [&](const char* name) {
-    auto stored = desktop().defaults().getDouble(StatusBarController::preferredPositionKey(name));
+    auto stored = desktop().defaults().getDouble(OwnStatusItems::preferredPositionKey(name));
     EXPECT_TRUE(stored) << name << " lost the position its repair wrote";
     return stored.value_or(-1);
   };
-  EXPECT_GE(position(StatusBarController::separatorAutosaveName),
-            position(StatusBarController::toggleAutosaveName) + 1);
-  EXPECT_GE(position(StatusBarController::alwaysHiddenAutosaveName),
-            position(StatusBarController::separatorAutosaveName) + 1);
+  EXPECT_GE(position(OwnStatusItems::separatorAutosaveName),
+            position(OwnStatusItems::toggleAutosaveName) + 1);
+  EXPECT_GE(position(OwnStatusItems::alwaysHiddenAutosaveName),
+            position(OwnStatusItems::separatorAutosaveName) + 1);
   EXPECT_EQ(controller().readAlwaysVisibleAnchor(), true);
   controller().collapseBar(CollapseReason::menu);
   run(1);
@@ -212,18 +212,18 @@ TEST_F(EverydayTest, LoginItemRegistersOnceAndUnregistersOneAwaitingApproval) {
 TEST_F(EverydayTest, UrlsAndScriptCommandsRunTheTwoActions) {
   start();
   desktop().openURL("tarvolo://show-all");
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   desktop().openURL("TARVOLO://collapse/");
   EXPECT_FALSE(expanded());
   EXPECT_TRUE(logged("collapse reason=app-intent"));
   EXPECT_EQ(desktop().runAppleScriptCommand("show all icons"), true);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_EQ(desktop().runAppleScriptCommand("empty the trash"), false);
 }
 
 TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
   start();
-  const auto* separator = desktop().bar().ownItem(StatusBarController::separatorAutosaveName);
+  const auto* separator = desktop().bar().ownItem(OwnStatusItems::separatorAutosaveName);
   ASSERT_TRUE(separator && separator->frame);
   const Point empty{(desktop().bar().menusRightEdge() + separator->frame->maxX()) / 2, 1070};
   desktop().events().movePointer(empty);
@@ -236,7 +236,7 @@ TEST_F(EverydayTest, RevealOnHoverExpandsOnlyWhenOn) {
   EXPECT_FALSE(expanded());
   run(0.2);
   EXPECT_TRUE(expanded());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   // While the pointer stays on the bar the timer waits.
   run(10);
   EXPECT_TRUE(expanded());

@@ -24,8 +24,8 @@ TEST_F(StartupTest, FirstLaunchShowsEverythingAndAttemptsNoCollapse) {
   boot({.onboardingComplete = false});
   launch();
   run(3);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 1);
   EXPECT_FALSE(logged("collapse reason="));
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
@@ -38,13 +38,13 @@ TEST_F(StartupTest, OnboardingKeyWrittenByHandAsTextReadsAsABoolean) {
   desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("YES"));
   launch();
   run(3);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 0);
 
   desktop().defaults().set(StatusBarController::onboardingKey, DefaultsValue("NO"));
   session().relaunch();
   run(3);
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 1);
 }
 
@@ -52,25 +52,25 @@ TEST_F(StartupTest, LaunchWithOnboardingCompleteCollapsesHiddenZonesOnly) {
   boot();
   launch();
   run(3);  // the first collapse measures the cliff before it settles
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(logged("collapse reason=startup"));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
-  EXPECT_TRUE(controller().foldingEffective.get());
+  EXPECT_TRUE(controller().state().foldingEffective);
   EXPECT_EQ(desktop().application().activationPolicy(), platform::ActivationPolicy::accessory);
-  EXPECT_TRUE(desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->onScreen);
-  EXPECT_TRUE(desktop().bar().ownItem(StatusBarController::separatorAutosaveName)->onScreen);
+  EXPECT_TRUE(desktop().bar().ownItem(OwnStatusItems::toggleAutosaveName)->onScreen);
+  EXPECT_TRUE(desktop().bar().ownItem(OwnStatusItems::separatorAutosaveName)->onScreen);
 }
 
 TEST_F(StartupTest, MissingPositionsAreSeededInTheRequiredOrder) {
   boot({.ownPositions = std::nullopt});
   launch();
   auto& defaults = desktop().defaults();
-  auto arrow = defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::toggleAutosaveName));
-  auto fold = defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::separatorAutosaveName));
+  auto arrow = defaults.getDouble(OwnStatusItems::preferredPositionKey(OwnStatusItems::toggleAutosaveName));
+  auto fold = defaults.getDouble(OwnStatusItems::preferredPositionKey(OwnStatusItems::separatorAutosaveName));
   auto hidden =
-      defaults.getDouble(StatusBarController::preferredPositionKey(StatusBarController::alwaysHiddenAutosaveName));
+      defaults.getDouble(OwnStatusItems::preferredPositionKey(OwnStatusItems::alwaysHiddenAutosaveName));
   ASSERT_TRUE(arrow && fold && hidden);
   EXPECT_LT(*arrow, *fold);
   EXPECT_LT(*fold, *hidden);
@@ -88,7 +88,7 @@ class StartupCampaignTest : public SimAppTest {
   void SetUp() override {
     DesktopOptions options;
     options.settings.frameLatency = 0;
-    options.settings.ignorePreferredPositionsOf = {StatusBarController::toggleAutosaveName};
+    options.settings.ignorePreferredPositionsOf = {OwnStatusItems::toggleAutosaveName};
     boot(options);
     environment_ = std::make_unique<AppEnvironment>(desktop());
     environment_->makeStatusBarController().expandBar(ExpandDepth::deep, Initiator::automatic);
@@ -102,33 +102,46 @@ class StartupCampaignTest : public SimAppTest {
 
 TEST_F(StartupCampaignTest, UnknownAnchorsMakeFourAttemptsThenGiveUp) {
   EXPECT_TRUE(logged("collapse withheld reason=order trigger=startup"));
-  ASSERT_TRUE(controller().startupCollapsePending());
+  ASSERT_TRUE(controller().startupCampaign().startupCollapsePending());
   desktop().mutableSettings().framesReadable = false;
   run(10);
   for (int attempt = 1; attempt <= 4; ++attempt) {
     EXPECT_EQ(loggedCount("collapse retry reason=order attempt=" + std::to_string(attempt)), 1) << attempt;
   }
   EXPECT_FALSE(logged("attempt=5"));
-  EXPECT_FALSE(controller().startupCollapsePending());
+  EXPECT_FALSE(controller().startupCampaign().startupCollapsePending());
   EXPECT_TRUE(logged("collapse retry gave up"));
   // The last try ignores the unknown anchor and collapses; with nothing readable its cliff
   // search gives up, and the bar stays expanded with a notice.
   EXPECT_EQ(loggedCount("collapse reason=startup"), 1);
   EXPECT_TRUE(logged("cliff gave up reason=baseline-no-window"));
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   ASSERT_FALSE(desktop().userInterface().notices().empty());
   EXPECT_EQ(desktop().userInterface().notices().back().request.kind, "collapseStayExpanded");
 }
 
 TEST_F(StartupCampaignTest, CollapsesAsSoonAsTheOrderIsRight) {
-  ASSERT_TRUE(controller().startupCollapsePending());
+  ASSERT_TRUE(controller().startupCampaign().startupCollapsePending());
   // The user drags the toggle back to the right of both separators.
-  ASSERT_TRUE(desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, 1390));
+  ASSERT_TRUE(desktop().events().commandDragItem(OwnStatusItems::toggleAutosaveName, 1390));
   run(3);
-  EXPECT_FALSE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().startupCollapsePending());
+  EXPECT_FALSE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().startupCampaign().startupCollapsePending());
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+}
+
+// The withheld collapse left the bar with folding known not to work: a toggle offers the
+// repair instead of collapsing into the wrong order.
+TEST_F(StartupCampaignTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) {
+  ASSERT_FALSE(controller().state().foldingEffective);
+  ASSERT_TRUE(controller().state().isDeepExpanded);
+  controller().toggleBar(ExpandDepth::normal);
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);
+  ASSERT_FALSE(desktop().userInterface().notices().empty());
+  EXPECT_EQ(desktop().userInterface().notices().back().request.kind, "foldingIneffective");
+  EXPECT_EQ(desktop().userInterface().notices().back().request.message, environment_->tr("folding_ineffective_banner"));
 }
 
 TEST_F(StartupTest, PreferencesArgumentOpensSettingsAfterStartup) {
@@ -175,7 +188,7 @@ TEST_F(StartupTest, CorruptDefaultsFileIsKeptAsideAndTheAppStillStarts) {
   ASSERT_TRUE(desktop().defaults().quarantined());
   EXPECT_TRUE(std::filesystem::exists(*desktop().defaults().quarantined()));
   // An empty store means a first launch: everything shown, coach presented.
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_EQ(desktop().userInterface().firstLaunchCoach().openCount(), 1);
   std::filesystem::remove_all(dir);
 }
@@ -185,9 +198,10 @@ TEST_F(StartupTest, CollapseBeforeStartupFinishedShowsEverything) {
   AppEnvironment environment(desktop());
   auto& early = environment.makeStatusBarController();
   early.collapseBar(CollapseReason::explicitToggle);
-  EXPECT_TRUE(early.isExpanded.get());
-  EXPECT_TRUE(early.isDeepExpanded.get());
+  EXPECT_TRUE(early.state().isExpanded);
+  EXPECT_TRUE(early.state().isDeepExpanded);
   EXPECT_TRUE(logged("collapse blocked reason=explicit"));
+  EXPECT_EQ(early.collapseEngine().collapseAttempts(), 0u);
 }
 
 class StateMachineTest : public SimAppTest {
@@ -200,21 +214,21 @@ class StateMachineTest : public SimAppTest {
 };
 
 TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().isDeepExpanded);
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
   EXPECT_FALSE(iconOnScreen(kAlwaysHiddenIcon));
 
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::alwaysHiddenAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::alwaysHiddenAutosaveName, MouseButton::left));
   run(0.5);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_TRUE(iconOnScreen(kAlwaysHiddenIcon));
 
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
   EXPECT_TRUE(iconOnScreen(kVisibleIcon));
 }
@@ -229,7 +243,7 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
         return std::optional<platform::Event>(event);
       });
   const int before = loggedCount("gaps mouseUp");
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
   run(0.5);
   EXPECT_EQ(downs, 1);
   EXPECT_EQ(ups, 0);
@@ -239,17 +253,17 @@ TEST_F(StateMachineTest, MouseUpOnAnOwnItemReachesItsActionButNoLocalMonitor) {
 // VoiceOver presses through Accessibility while the app's last event is an old right-click: that
 // event must not turn the press into a context menu.
 TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameBefore) {
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::separatorAutosaveName, MouseButton::right));
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::right));
   run(0.5);
   ASSERT_TRUE(desktop().menus().openMenu());
   desktop().menus().dismissMenu();
-  ASSERT_TRUE(desktop().events().pressOwnItemThroughAccessibility(StatusBarController::separatorAutosaveName));
+  ASSERT_TRUE(desktop().events().pressOwnItemThroughAccessibility(OwnStatusItems::separatorAutosaveName));
   run(0.5);
   EXPECT_FALSE(desktop().menus().openMenu());
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
 
   // The toggle pressed so on a notched screen opens the Icon Shelf, as a left click does.
-  ASSERT_TRUE(desktop().events().pressOwnItemThroughAccessibility(StatusBarController::toggleAutosaveName));
+  ASSERT_TRUE(desktop().events().pressOwnItemThroughAccessibility(OwnStatusItems::toggleAutosaveName));
   run(0.5);
   EXPECT_FALSE(desktop().menus().openMenu());
   EXPECT_TRUE(desktop().userInterface().iconShelfPanel().shown());
@@ -257,28 +271,18 @@ TEST_F(StateMachineTest, PressThroughAccessibilityActsAsAPlainClickWhateverCameB
 
 TEST_F(StateMachineTest, DeepToggleFromDeepExpandedLandsInExpanded) {
   controller().toggleBar(ExpandDepth::deep);
-  ASSERT_TRUE(controller().isDeepExpanded.get());
+  ASSERT_TRUE(controller().state().isDeepExpanded);
   controller().toggleBar(ExpandDepth::deep);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_FALSE(controller().isDeepExpanded.get());
-}
-
-TEST_F(StateMachineTest, ToggleWhileFoldingIneffectiveShowsRepairNoticeInstead) {
-  desktop().mutableSettings().framesReadable = false;
-  controller().foldingEffective = false;
-  controller().toggleBar(ExpandDepth::normal);
-  EXPECT_FALSE(controller().isExpanded.get());
-  ASSERT_FALSE(desktop().userInterface().notices().empty());
-  EXPECT_EQ(desktop().userInterface().notices().back().request.message,
-            session().delegate()->environment()->tr("folding_ineffective_banner"));
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().isDeepExpanded);
 }
 
 TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) {
   controller().expandBar(ExpandDepth::deep, Initiator::user);  // every own item is clickable only while shown
   run(0.2);
   std::vector<std::vector<std::string>> menus;
-  for (const char* item : {StatusBarController::toggleAutosaveName, StatusBarController::separatorAutosaveName,
-                           StatusBarController::alwaysHiddenAutosaveName}) {
+  for (const char* item : {OwnStatusItems::toggleAutosaveName, OwnStatusItems::separatorAutosaveName,
+                           OwnStatusItems::alwaysHiddenAutosaveName}) {
     ASSERT_TRUE(desktop().events().clickOwnItem(item, MouseButton::right)) << item;
     run(0.2);
     ASSERT_TRUE(desktop().menus().openMenu().has_value()) << item;
@@ -286,7 +290,7 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
     for (const auto& entry : desktop().menus().openMenu()->menu.items) actions.push_back(entry.action);
     menus.push_back(actions);
     desktop().menus().dismissMenu();
-    EXPECT_TRUE(controller().isDeepExpanded.get()) << item;
+    EXPECT_TRUE(controller().state().isDeepExpanded) << item;
   }
   EXPECT_EQ(menus[0], menus[1]);
   EXPECT_EQ(menus[0], menus[2]);
@@ -297,10 +301,10 @@ TEST_F(StateMachineTest, RightClickOnAnyOwnItemOpensTheSameMenuAndNeverToggles) 
 TEST_F(StateMachineTest, ContextMenuActionsDriveTheBar) {
   controller().showContextMenu();
   ASSERT_TRUE(desktop().menus().chooseMenuAction("menuShowAll"));
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   controller().showContextMenu();
   ASSERT_TRUE(desktop().menus().chooseMenuAction("menuCollapse"));
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(logged("collapse reason=menu"));
   controller().showContextMenu();
   ASSERT_TRUE(desktop().menus().chooseMenuAction("quitApp"));
@@ -308,15 +312,61 @@ TEST_F(StateMachineTest, ContextMenuActionsDriveTheBar) {
   EXPECT_FALSE(session().running());
 }
 
+// The bar only publishes its menu's commands; each reaches the owner that carries it out
+// through the app layer.
+TEST_F(StateMachineTest, ContextMenuCommandsReachTheirOwnersThroughTheApp) {
+  std::vector<std::size_t> seen;
+  auto subscription = controller().observe([&](const StatusBarEvent& event) { seen.push_back(event.index()); });
+  auto choose = [&](const char* action) {
+    controller().showContextMenu();
+    ASSERT_TRUE(desktop().menus().chooseMenuAction(action)) << action;
+    run(0.2);
+  };
+  choose("menuOpenIconBar");
+  EXPECT_TRUE(desktop().userInterface().iconShelfPanel().shown());
+  choose("openPreferences");
+  EXPECT_TRUE(desktop().userInterface().preferences().shown());
+  choose("menuArrange");
+  EXPECT_TRUE(desktop().userInterface().placementGuide().shown());
+  EXPECT_TRUE(controller().surroundings().guide.open);  // the guide told the bar
+  const std::vector<std::size_t> commands = {StatusBarEvent(BarEvent::ShowIconShelf{}).index(),
+                                             StatusBarEvent(BarEvent::OpenPreferences{}).index(),
+                                             StatusBarEvent(BarEvent::Arrange{}).index()};
+  std::vector<std::size_t> seenCommands;
+  for (auto index : seen) {
+    if (std::find(commands.begin(), commands.end(), index) != commands.end()) seenCommands.push_back(index);
+  }
+  EXPECT_EQ(seenCommands, commands);
+}
+
+TEST_F(StateMachineTest, EveryStateChangeIsPublishedOnceAndTheEngineFollows) {
+  std::vector<BarState> states;
+  auto subscription = controller().observe([&](const StatusBarEvent& event) {
+    if (const auto* changed = std::get_if<BarEvent::StateChanged>(&event)) states.push_back(changed->state);
+  });
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
+  ASSERT_FALSE(states.empty());
+  EXPECT_TRUE(states.front().isExpanded && states.front().isDeepExpanded);
+  EXPECT_EQ(states.back(), controller().state());
+  EXPECT_EQ(controller().collapseEngine().presentedBar().presentation, MenuBarPresentation::deepExpanded);
+  run(1);
+  const auto published = states.size();
+  controller().expandBar(ExpandDepth::deep, Initiator::user);  // nothing changes: nothing said
+  EXPECT_EQ(states.size(), published);
+  controller().collapseBar(CollapseReason::menu);
+  EXPECT_FALSE(states.back().isExpanded);
+  EXPECT_EQ(controller().collapseEngine().presentedBar().presentation, MenuBarPresentation::collapsed);
+}
+
 TEST_F(StateMachineTest, MenuTrackingCountNeverGoesBelowZero) {
   session().delegate()->menuDidEndTracking();
   session().delegate()->menuDidEndTracking();
-  EXPECT_EQ(controller().menuTrackingCount(), 0);
+  EXPECT_EQ(controller().surroundings().menuTrackingCount, 0);
   session().delegate()->menuDidBeginTracking();
-  EXPECT_EQ(controller().menuTrackingCount(), 1);
+  EXPECT_EQ(controller().surroundings().menuTrackingCount, 1);
   session().delegate()->menuDidEndTracking();
   session().delegate()->menuDidEndTracking();
-  EXPECT_EQ(controller().menuTrackingCount(), 0);
+  EXPECT_EQ(controller().surroundings().menuTrackingCount, 0);
 }
 
 // Helpers and daemons start and stop all the time; only apps a user runs reset what was learnt.
@@ -349,7 +399,7 @@ TEST_F(StateMachineTest, BurstOfNotificationsAppliesOnce) {
 }
 
 TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
-  auto symbol = [&] { return desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->symbol; };
+  auto symbol = [&] { return desktop().bar().ownItem(OwnStatusItems::toggleAutosaveName)->symbol; };
   EXPECT_EQ(symbol(), "chevron.left");
   controller().expandBar(ExpandDepth::normal, Initiator::user);
   EXPECT_EQ(symbol(), "chevron.down");
@@ -358,9 +408,9 @@ TEST_F(StateMachineTest, ButtonAppearanceFollowsTheState) {
 }
 
 TEST_F(StateMachineTest, LanguageChangesRelabelTheOwnItemsAtOnce) {
-  auto toolTip = [&] { return desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->toolTip; };
+  auto toolTip = [&] { return desktop().bar().ownItem(OwnStatusItems::toggleAutosaveName)->toolTip; };
   auto separatorLabel = [&] {
-    return desktop().bar().ownItem(StatusBarController::separatorAutosaveName)->accessibilityLabel;
+    return desktop().bar().ownItem(OwnStatusItems::separatorAutosaveName)->accessibilityLabel;
   };
   auto& localization = session().delegate()->environment()->localization();
   std::string english = toolTip();
@@ -385,31 +435,31 @@ TEST_F(ToggleClickTest, CommandDragOfFourPointsIsIgnoredButTwoPointsActs) {
   boot({.screens = {plainDisplay()}});
   launch();
   run(1);
-  auto toggle = *desktop().bar().ownItem(StatusBarController::toggleAutosaveName)->frame;
+  auto toggle = *desktop().bar().ownItem(OwnStatusItems::toggleAutosaveName)->frame;
   double press = toggle.maxX() - std::min(toggle.width, 30.0) / 2;
 
-  ASSERT_TRUE(desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, press - 4));
+  ASSERT_TRUE(desktop().events().commandDragItem(OwnStatusItems::toggleAutosaveName, press - 4));
   run(0.5);
   EXPECT_TRUE(logged("statusItemClicked: ignored command drag or guide"));
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
 
-  ASSERT_TRUE(desktop().events().commandDragItem(StatusBarController::toggleAutosaveName, press - 2));
+  ASSERT_TRUE(desktop().events().commandDragItem(OwnStatusItems::toggleAutosaveName, press - 2));
   run(0.5);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_TRUE(controller().isDeepExpanded.get());  // ⌘ reveals everything without a notch
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);  // ⌘ reveals everything without a notch
 }
 
 TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {
   boot({.screens = {notchedLaptop()}, .apps = sampleApps(3)});
   launch();
   run(1);
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left));
   run(0.2);
   EXPECT_TRUE(desktop().userInterface().iconShelfPanel().shown());
   ASSERT_TRUE(desktop().userInterface().iconShelfPanel().lastState().has_value());
   EXPECT_FALSE(desktop().userInterface().iconShelfPanel().lastState()->rows.empty());  // the hidden icons are listed
-  EXPECT_FALSE(controller().isExpanded.get());
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left));
+  EXPECT_FALSE(controller().state().isExpanded);
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left));
   run(0.2);
   EXPECT_FALSE(desktop().userInterface().iconShelfPanel().shown());
   EXPECT_TRUE(logged("action=openShelf"));
@@ -419,10 +469,10 @@ TEST_F(ToggleClickTest, OptionClickWithoutNotchExpandsEverything) {
   boot({.screens = {plainDisplay()}});
   launch();
   run(1);
-  ASSERT_TRUE(desktop().events().clickOwnItem(StatusBarController::toggleAutosaveName, MouseButton::left,
+  ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::toggleAutosaveName, MouseButton::left,
                                      ModifierFlags{}.with(Modifier::option)));
   run(0.2);
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isDeepExpanded);
   EXPECT_TRUE(logged("action=expandAll"));
 }
 

@@ -28,11 +28,11 @@ void SimAppTest::boot(DesktopOptions options) {
   auto& defaults = desktop->defaults();
   if (options.onboardingComplete) defaults.set(StatusBarController::onboardingKey, DefaultsValue(true));
   if (options.ownPositions) {
-    defaults.set(StatusBarController::preferredPositionKey(StatusBarController::toggleAutosaveName),
+    defaults.set(OwnStatusItems::preferredPositionKey(OwnStatusItems::toggleAutosaveName),
                  DefaultsValue((*options.ownPositions)[0]));
-    defaults.set(StatusBarController::preferredPositionKey(StatusBarController::separatorAutosaveName),
+    defaults.set(OwnStatusItems::preferredPositionKey(OwnStatusItems::separatorAutosaveName),
                  DefaultsValue((*options.ownPositions)[1]));
-    defaults.set(StatusBarController::preferredPositionKey(StatusBarController::alwaysHiddenAutosaveName),
+    defaults.set(OwnStatusItems::preferredPositionKey(OwnStatusItems::alwaysHiddenAutosaveName),
                  DefaultsValue((*options.ownPositions)[2]));
   }
   if (!options.frontmost.empty()) desktop->setFrontmost(options.frontmost);

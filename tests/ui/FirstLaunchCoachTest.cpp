@@ -37,12 +37,12 @@ TEST_F(CoachTest, AppearsUnderTheToggleOnlyOnceItsFrameHoldsStill) {
   run(1);
   ASSERT_TRUE(coach().isShown());
   EXPECT_EQ(coach().showCount(), 1);
-  auto toggle = desktop().bar().ownItem(StatusBarController::toggleAutosaveName);
+  auto toggle = desktop().bar().ownItem(OwnStatusItems::toggleAutosaveName);
   ASSERT_TRUE(toggle && toggle->frame && shown().anchor);
   EXPECT_DOUBLE_EQ(shown().anchor->minX(), toggle->frame->minX());
   EXPECT_GT(shown().anchor->minX(), 1000);
-  EXPECT_TRUE(controller().isExpanded.get());
-  EXPECT_TRUE(controller().isDeepExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);
 }
 
 TEST_F(CoachTest, WalkingEveryStepAndFinishingStoresOnboardingAndCollapsesAtOnce) {
@@ -69,7 +69,7 @@ TEST_F(CoachTest, WalkingEveryStepAndFinishingStoresOnboardingAndCollapsesAtOnce
   ASSERT_TRUE(coach().press(Control::done));
   EXPECT_FALSE(coach().isShown());
   EXPECT_TRUE(onboardingStored());
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(logged("collapse reason=startup"));
   run(2);
   EXPECT_FALSE(iconOnScreen(kHiddenIcon));
@@ -78,7 +78,7 @@ TEST_F(CoachTest, WalkingEveryStepAndFinishingStoresOnboardingAndCollapsesAtOnce
   run(3);
   EXPECT_FALSE(coach().isShown());
   EXPECT_EQ(coach().showCount(), 1);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
 }
 
 TEST_F(CoachTest, DismissingFromAnyStepFinishesOnboardingToo) {
@@ -88,7 +88,7 @@ TEST_F(CoachTest, DismissingFromAnyStepFinishesOnboardingToo) {
   ASSERT_TRUE(coach().press(Control::dismiss));
   EXPECT_FALSE(coach().isShown());
   EXPECT_TRUE(onboardingStored());
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   EXPECT_TRUE(logged("coach finished action=dismiss step=2"));
   EXPECT_FALSE(coach().press(Control::dismiss));
 }

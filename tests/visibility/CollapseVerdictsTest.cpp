@@ -130,5 +130,22 @@ TEST(FoldAccounting, OnlyHoldingLayoutsBecomeUnderfold) {
   }
 }
 
+// A gap-less judgement is only "unknown" when neither a short reference nor a known gap is at hand.
+TEST(GapBookkeeping, UnknownOnlyWithoutReferenceOrGapAndLayoutAOnlyWithFreshReference) {
+  EXPECT_EQ(verdictWhenGapUnknown(ShortReference::none, GapKnowledge::unknown), V::unknown);
+  EXPECT_EQ(verdictWhenGapUnknown(ShortReference::fresh, GapKnowledge::unknown), std::nullopt);
+  EXPECT_EQ(verdictWhenGapUnknown(ShortReference::none, GapKnowledge::known), std::nullopt);
+  EXPECT_TRUE(recordsVerifiedLayoutA(V::laidOut, ShortReference::fresh));
+  EXPECT_FALSE(recordsVerifiedLayoutA(V::laidOut, ShortReference::none));
+  EXPECT_FALSE(recordsVerifiedLayoutA(V::shifted, ShortReference::fresh));
+}
+
+TEST(GapBookkeeping, ACachedLengthGoesWithTheScreensOrAProvenEjectionOutsideADrag) {
+  EXPECT_TRUE(shouldInvalidateCachedLength(ScreenMatch::other, Ejection::unproven, Drag::inProgress));
+  EXPECT_TRUE(shouldInvalidateCachedLength(ScreenMatch::same, Ejection::proven, Drag::none));
+  EXPECT_FALSE(shouldInvalidateCachedLength(ScreenMatch::same, Ejection::proven, Drag::inProgress));
+  EXPECT_FALSE(shouldInvalidateCachedLength(ScreenMatch::same, Ejection::unproven, Drag::none));
+}
+
 }  // namespace
 }  // namespace tarvolo::MenuBarVisibilityPolicy

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <set>
 
+#include "visibility/CollapseReasons.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo {
@@ -258,72 +259,28 @@ TEST(ModePredicates, FoldingFollowsNativeEngineUntilAnchorAndCliffAllowLength) {
 }
 
 TEST(CollapseReasons, UserReasonsReopenRepairAndStartupAlsoResetsNotice) {
-  for (const char* reason : {"explicit", "menu", "app-intent", "hotkey"}) {
-    EXPECT_TRUE(P::collapseAttemptReopensRepair(reason)) << reason;
-    EXPECT_TRUE(P::collapseResetsMenusNotice(reason)) << reason;
+  for (auto reason : {CollapseReason::explicitToggle, CollapseReason::menu, CollapseReason::appIntent,
+                      CollapseReason::hotkey}) {
+    EXPECT_TRUE(P::collapseAttemptReopensRepair(reason)) << rawValue(reason);
+    EXPECT_TRUE(P::collapseResetsMenusNotice(reason)) << rawValue(reason);
   }
-  EXPECT_FALSE(P::collapseAttemptReopensRepair("startup"));
-  EXPECT_TRUE(P::collapseResetsMenusNotice("startup"));
-  for (const char* reason : {"cliff-retry", "auto", "shelf-timeout", "icon-shelf-discovery", "Explicit"}) {
-    EXPECT_FALSE(P::collapseAttemptReopensRepair(reason)) << reason;
-    EXPECT_FALSE(P::collapseResetsMenusNotice(reason)) << reason;
+  EXPECT_FALSE(P::collapseAttemptReopensRepair(CollapseReason::startup));
+  EXPECT_TRUE(P::collapseResetsMenusNotice(CollapseReason::startup));
+  for (auto reason : {CollapseReason::cliffRetry, CollapseReason::shelfTimeout, CollapseReason::iconShelfDiscovery,
+                      CollapseReason::nativeFallback, CollapseReason::iconShelfMenu, CollapseReason::placementGuide}) {
+    EXPECT_FALSE(P::collapseAttemptReopensRepair(reason)) << rawValue(reason);
+    EXPECT_FALSE(P::collapseResetsMenusNotice(reason)) << rawValue(reason);
   }
 }
 
-// ---- Preferred positions --------------------------------------------------------------------
-
-TEST(PreferredPositions, OrderedCompleteSetNeedsNoSeeding) {
-  EXPECT_EQ(P::seededPreferredPositions(10, 20, 30), std::nullopt);
-  EXPECT_EQ(P::seededPreferredPositions(std::nullopt, std::nullopt, std::nullopt),
-            (P::PreferredPositionSeeding{0, 1, 2, true, true, true}));
-  EXPECT_EQ(P::seededPreferredPositions(10, 10, 30), (P::PreferredPositionSeeding{10, 11, 30, false, true, false}));
-  EXPECT_EQ(P::seededPreferredPositions(10, 20, 20), (P::PreferredPositionSeeding{10, 20, 21, false, false, true}));
-  EXPECT_EQ(P::seededPreferredPositions(std::nullopt, 5, 3), (P::PreferredPositionSeeding{0, 5, 6, true, false, true}));
-}
-
-RC_GTEST_PROP(PreferredPositions, SeedingIsOrderedAndWritesExactlyWhatChanged, ()) {
-  auto position = [] {
-    return *rc::gen::arbitrary<bool>() ? std::optional<double>(*rc::gen::inRange(-5, 40)) : std::nullopt;
-  };
-  const std::optional<double> arrow = position(), fold = position(), hidden = position();
-  const auto seeding = P::seededPreferredPositions(arrow, fold, hidden);
-  if (!seeding) {
-    RC_ASSERT(arrow && fold && hidden && *arrow < *fold && *fold < *hidden);
-    return;
-  }
-  RC_ASSERT(seeding->arrow < seeding->fold && seeding->fold < seeding->hidden);
-  RC_ASSERT(seeding->writeArrow == (arrow != seeding->arrow));
-  RC_ASSERT(seeding->writeFold == (fold != seeding->fold));
-  RC_ASSERT(seeding->writeHidden == (hidden != seeding->hidden));
-}
-
-// ---- Frontmost-app predicates ---------------------------------------------------------------
-
-TEST(FrontmostPredicates, OwnershipIgnoresCaseAndMissingOwnerCountsAsOwned) {
-  EXPECT_TRUE(P::frontmostOwnsMenuBar("Com.Example.App", "com.example.app"));
-  EXPECT_FALSE(P::frontmostOwnsMenuBar("com.example.app", "com.example.other"));
-  EXPECT_TRUE(P::frontmostOwnsMenuBar("com.example.app", std::nullopt));
-  EXPECT_TRUE(P::frontmostOwnsMenuBar("com.example.app", ""));
-}
-
-TEST(FrontmostPredicates, OnlyARegularForeignMenuOwnerIsLasting) {
-  EXPECT_FALSE(P::frontmostChangeIsTransient({"com.a", false, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"none", false, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"", false, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"com.a", true, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"com.a", false, false, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"com.a", false, true, false}));
-}
-
-TEST(FrontmostPredicates, CommitActionTable) {
-  auto action = [](std::optional<std::string> released, bool collapsed, bool matches) {
-    return rawValue(P::frontmostCommitAction({released, "com.a.App", collapsed, matches}));
-  };
-  EXPECT_EQ(action("com.b.Other", true, true), "collapse");
-  EXPECT_EQ(action("COM.A.APP", false, false), "released");
-  EXPECT_EQ(action(std::nullopt, false, true), "expanded");
-  EXPECT_EQ(action("com.a.app", true, true), "hold");
-  EXPECT_EQ(action(std::nullopt, true, false), "apply");
+TEST(ModePredicates, PhysicalDividersWhileArrangingOrWithoutTheSystemEngine) {
+  using P::NativeEngine;
+  using P::PlacementHighlight;
+  using P::PlacementMode;
+  EXPECT_FALSE(P::usesPhysicalDividers(NativeEngine::available, PlacementMode::automatic, PlacementHighlight::hidden));
+  EXPECT_TRUE(P::usesPhysicalDividers(NativeEngine::available, PlacementMode::manual, PlacementHighlight::hidden));
+  EXPECT_TRUE(P::usesPhysicalDividers(NativeEngine::available, PlacementMode::automatic, PlacementHighlight::shown));
+  EXPECT_TRUE(P::usesPhysicalDividers(NativeEngine::unavailable, PlacementMode::automatic, PlacementHighlight::hidden));
 }
 
 // ---- Geometry predicates --------------------------------------------------------------------
@@ -334,29 +291,6 @@ TEST(GeometryPredicates, RectOnConnectedScreen) {
   EXPECT_FALSE(P::rectLiesOnConnectedScreen({3400, 0, 20, 22}, screens));
   EXPECT_FALSE(P::rectLiesOnConnectedScreen({10, 10, 0, 22}, screens));
   EXPECT_TRUE(P::rectLiesOnConnectedScreen({-9000, 0, 20, 22}, {}));
-}
-
-TEST(GeometryPredicates, AnchorProtectionNeedsReadableExpandedSeparators) {
-  using In = P::AnchorProtectsAlwaysVisibleSlotInput;
-  const In good{.toggleMaxX = 1200, .normalSeparatorMaxX = 1150, .alwaysHiddenSeparatorMaxX = 1100,
-                .normalSeparatorWidth = 16, .alwaysHiddenSeparatorWidth = 16, .expandedLength = 16};
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(good), true);
-  In unread = good;
-  unread.alwaysHiddenSeparatorMaxX = 0;
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(unread), std::nullopt);
-  In wide = good;
-  wide.normalSeparatorWidth = 64;  // limit is max(64, 4 x 16)
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(wide), true);
-  wide.normalSeparatorWidth = 64.5;
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(wide), std::nullopt);
-  wide.expandedLength = 20;  // limit 80
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(wide), true);
-  In stacked = good;
-  stacked.normalSeparatorMaxX = 1201;
-  stacked.alwaysHiddenSeparatorMaxX = 1199;
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(stacked), std::nullopt);
-  stacked.alwaysHiddenSeparatorMaxX = 1198.5;
-  EXPECT_EQ(P::anchorProtectsAlwaysVisibleSlot(stacked), false);
 }
 
 }  // namespace

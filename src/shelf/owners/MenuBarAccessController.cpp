@@ -283,7 +283,7 @@ bool MenuBarAccessController::willPerform(const platform::AXElement& element) {
 // A hidden item can be neither clicked nor shown its menu where the user sees it: bring the
 // hidden zones into view first, and collapse again when the menu has closed.
 void MenuBarAccessController::expandForShelf() {
-  if (bar_.isExpanded.get() && bar_.isDeepExpanded.get()) return;
+  if (bar_.state().isExpanded && bar_.state().isDeepExpanded) return;
   expandedForMenu_ = true;
   bar_.expandBar(ExpandDepth::deep, Initiator::automatic);
 }
@@ -349,7 +349,7 @@ void MenuBarAccessController::startDiscovery() {
   MenuBarLog::log(LogLine("iconShelf discovery start").add("owners", owners.size()));
   if (owners.empty()) {
     // Nothing out of reach by owner: reveal everything at once and let the scans read it.
-    if (!bar_.isExpanded.get() || !bar_.isDeepExpanded.get()) {
+    if (!bar_.state().isExpanded || !bar_.state().isDeepExpanded) {
       expandedForDiscovery_ = true;
       bar_.expandBar(ExpandDepth::deep, Initiator::automatic);
     }
@@ -364,12 +364,12 @@ void MenuBarAccessController::startDiscovery() {
 void MenuBarAccessController::reveal(const std::string& owner, std::function<void(bool)> completion) {
   MenuBarLog::log(LogLine("iconShelf discovery revealing").add("owner", owner));
   // The separators reveal every hidden item at once; later owners find them shown already.
-  if (!bar_.isExpanded.get() || !bar_.isDeepExpanded.get()) {
+  if (!bar_.state().isExpanded || !bar_.state().isDeepExpanded) {
     expandedForDiscovery_ = true;
     bar_.expandBar(ExpandDepth::deep, Initiator::automatic);
   }
   revealWork_.schedule(revealSettleDelay, [weak = weakFactory_.handle(), completion = std::move(completion)] {
-    if (auto* self = weak.get()) completion(self->bar_.isExpanded.get());
+    if (auto* self = weak.get()) completion(self->bar_.state().isExpanded);
   });
 }
 

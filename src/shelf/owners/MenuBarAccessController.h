@@ -20,7 +20,6 @@
 #include "shelf/MenuBarDiscoverySession.h"
 #include "shelf/owners/ExternalMenuAccessSession.h"
 #include "shelf/owners/MenuBarAccessModel.h"
-#include "statusbar/IconShelfPresenter.h"
 
 namespace tarvolo {
 
@@ -29,7 +28,7 @@ class LocalizationManager;
 class StatusBarController;
 class StatusItemManager;
 
-class MenuBarAccessController final : public IconShelfPresenter {
+class MenuBarAccessController final {
  public:
   // Frames settle this long after an expand before a reveal counts as done.
   static constexpr double revealSettleDelay = 0.1;
@@ -46,14 +45,14 @@ class MenuBarAccessController final : public IconShelfPresenter {
     AccessibilityPermission& permission;
   };
   explicit MenuBarAccessController(Dependencies dependencies);
-  ~MenuBarAccessController() override;
+  ~MenuBarAccessController();
   MenuBarAccessController(const MenuBarAccessController&) = delete;
   MenuBarAccessController& operator=(const MenuBarAccessController&) = delete;
 
-  // IconShelfPresenter
-  void showShelf(std::optional<MenuBarAccessTier> tier) override;
-  void closeShelf() override;
-  bool isShelfShown() const override;
+  // Without a tier the shelf opens on the tier last chosen.
+  void showShelf(std::optional<MenuBarAccessTier> tier);
+  void closeShelf();
+  bool isShelfShown() const;
 
   // What the panel's controls and keys do.
   void selectTier(MenuBarAccessTier tier);

@@ -246,7 +246,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   boot();
   launch();
   run(1);
-  ASSERT_FALSE(controller().isExpanded.get());
+  ASSERT_FALSE(controller().state().isExpanded);
   // The collapsed separator's edges say nothing.
   EXPECT_TRUE(catalog().observedZones.get().empty());
 
@@ -268,7 +268,7 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
 
   // The user drags the always-hidden icon into the visible zone while everything shows.
   expandAndSettle();
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(1);
   catalog().refreshObservedZones();
@@ -317,7 +317,7 @@ TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread)
   EXPECT_EQ(catalog().observedZone(kHiddenIcon), "hidden");
 
   // The others' icons arrive as soon as the hung app's read gives up, not after the system's 6 s.
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();
@@ -331,9 +331,9 @@ TEST_F(CatalogTest, AHungAppCostsTheReadingOneShortTimeOutAndNeverTheMainThread)
   EXPECT_EQ(desktop().workspace().applicationMenusMaxX(), std::nullopt);
   controller().collapseBar(CollapseReason::explicitToggle);
   run(1);
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
   expandAndSettle();
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_EQ(desktop().waits().mainThreadWaited(), 0.0);
 }
 
@@ -343,7 +343,7 @@ TEST_F(CatalogTest, AReadingOvertakenByANewerOneIsDropped) {
   run(1);
   expandAndSettle();
   ASSERT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_hidden");
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   const int hiddenPid = *desktop().processes().pidOf(kAlwaysHiddenIcon);
   const double originalX = desktop().bar().itemsOf(hiddenPid).front()->frame->midX();
 
@@ -382,7 +382,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
 
   // Skipped, it costs the reading nothing: the others arrive at once.
   expandAndSettle();
-  const double toggleMinX = controller().currentPlacementAnchors()->toggleMinX;
+  const double toggleMinX = controller().ownItems().currentPlacementAnchors()->toggleMinX;
   ASSERT_TRUE(desktop().events().commandDragItem(kAlwaysHiddenIcon, toggleMinX - 5));
   run(0.1);
   catalog().refreshObservedZones();

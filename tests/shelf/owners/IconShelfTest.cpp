@@ -119,7 +119,7 @@ TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain)
   shelf().choose(panel().rows.front().id);
   run(1);
   ASSERT_TRUE(shelf().menuSessionActive());
-  EXPECT_TRUE(controller().isExpanded.get());
+  EXPECT_TRUE(controller().state().isExpanded);
   desktop().events().pressKey(49);  // Space: no check
   run(1);
   EXPECT_TRUE(shelf().menuSessionActive());
@@ -129,7 +129,7 @@ TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain)
   run(0.3);
   EXPECT_FALSE(shelf().menuSessionActive());
   EXPECT_TRUE(logged("collapse reason=icon-shelf-menu"));
-  EXPECT_FALSE(controller().isExpanded.get());
+  EXPECT_FALSE(controller().state().isExpanded);
 }
 
 TEST_F(IconShelfTest, StopIsIdempotentAndEndsOnce) {

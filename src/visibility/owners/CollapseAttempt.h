@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "visibility/CollapseLengthCache.h"
+#include "visibility/CollapseReasons.h"
+#include "visibility/MenuBarVisibilityPolicy.h"
+
+namespace tarvolo {
+
+// One collapse as it was asked for: made once when the bar collapses, then handed to the
+// bookkeeping, the search, the verifier and the recovery, so none of them reads the frontmost
+// app or works out the length again.
+struct CollapseAttempt {
+  CollapseReason reason = CollapseReason::startup;
+  // As the workspace names it; none while no app is frontmost.
+  std::optional<std::string> frontmostBundleID;
+  // The key of the screen that holds the own items.
+  std::string screenKey;
+  double length = 0;
+  // Counts the attempts of this run, from 1.
+  unsigned long long generation = 0;
+};
+
+// A screen and the app frontmost on it, which remembered lengths, fold tails and recovery budgets
+// are filed under. Kept apart so that nobody splits a joined key.
+struct CollapsePair {
+  std::string screen;
+  std::optional<std::string> bundleID;  // none files under ""
+
+  std::string key() const { return MenuBarVisibilityPolicy::CollapseLengthCache::key(screen, bundleID.value_or("")); }
+};
+
+// The bar as the state machine presents it and last applied it. The state machine tells the
+// engine at every change; the engine's owners read it instead of asking.
+struct PresentedBar {
+  MenuBarPresentation presentation = MenuBarPresentation::collapsed;
+  std::optional<double> lastAppliedNormalLength;
+  std::optional<double> lastAppliedHiddenLength;
+  // A menu is open: nothing may be measured meanwhile.
+  bool menuTracking = false;
+};
+
+}  // namespace tarvolo

@@ -1,0 +1,59 @@
+#include "visibility/owners/CollapseLengthChooser.h"
+
+#include <algorithm>
+
+#include "visibility/CollapseRecoveryPolicy.h"
+#include "visibility/FoldPolicy.h"
+
+namespace tarvolo {
+
+namespace Policy = MenuBarVisibilityPolicy;
+using Policy::CollapseLengthCache;
+
+CollapseLengthChooser::CollapseLengthChooser(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      screens_(dependencies.screens),
+      lengths_(dependencies.lengths),
+      fold_(dependencies.fold),
+      budgets_(dependencies.budgets) {}
+
+std::optional<std::string> CollapseLengthChooser::frontmostBundleID() const {
+  auto app = platform_.workspace().frontmostApplication();
+  if (!app || !app->bundleIdentifier) return std::nullopt;
+  return *app->bundleIdentifier;
+}
+
+double CollapseLengthChooser::collapseLength(const std::optional<std::string>& bundleID) const {
+  const std::string screen = screens_.collapseScreenKey();
+  const std::string bundle = bundleID.value_or("");
+  const std::string key = CollapseLengthCache::key(screen, bundle);
+  const double width = screens_.collapseScreenWidth();
+  double length = lengths_.perAppLengths().lengthForCollapse(screen, bundle, lengths_.collapseLowerBound());
+  length = Policy::rememberedFoldTail({
+      .preferredLength = length,
+      .storedTail = fold_.storedTail(key),
+      .tailRejected = fold_.tailRejected(key),
+      .menuLimited = lengths_.isMenuLimited(key),
+      .screenWidth = width,
+      .sizing = screens_.sizing(),
+  });
+  if (auto bad = budgets_.badUpperBound(key)) {
+    bool retry = Policy::shouldRetryCollapsedLength({
+        .length = length,
+        .badUpperBound = bad->length,
+        .badUpperBoundRecordedAt = bad->recordedAt,
+        .now = platform_.clock().now(),
+    });
+    if (!retry) {
+      auto below = Policy::lengthAfterBadUpperBound({
+          .current = length,
+          .badUpperBound = bad->length,
+          .knownGoodMax = lengths_.perAppLengths().knownGoodMax(screen, bundle),
+      });
+      if (below) length = *below;
+    }
+  }
+  return std::min(length, screens_.tailCeiling());
+}
+
+}  // namespace tarvolo

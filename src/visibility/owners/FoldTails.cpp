@@ -1,0 +1,166 @@
+#include "visibility/owners/FoldTails.h"
+
+#include <algorithm>
+
+#include "base/Log.h"
+#include "visibility/CollapseVerdicts.h"
+#include "visibility/FoldPolicy.h"
+
+namespace tarvolo {
+
+namespace Policy = MenuBarVisibilityPolicy;
+using Policy::CollapseLengthCache;
+
+FoldTails::FoldTails(Dependencies dependencies)
+    : platform_(dependencies.platform),
+      items_(dependencies.items),
+      screens_(dependencies.screens),
+      lengths_(dependencies.lengths),
+      host_(dependencies.host) {}
+
+FoldTails::~FoldTails() = default;
+
+void FoldTails::installFoldPlaceholder(const std::string& foldAutosaveName, const std::string& hiddenAutosaveName) {
+  foldPlaceholder_ = std::make_unique<FoldPlaceholderController>(platform_, foldAutosaveName, hiddenAutosaveName);
+  foldPlaceholder_->install();
+  if (!foldPlaceholder_->isInstalled()) foldPlaceholder_.reset();
+}
+
+// --- tails -------------------------------------------------------------------------------------------
+
+void FoldTails::restoreFoldTails() {
+  auto& defaults = platform_.defaults();
+  collapseFoldTailByPair_ = decodeLengthMap(defaults.object(cliffFoldTailDefaultsKey));
+  collapseFoldTailBaseByPair_ = decodeLengthMap(defaults.object(cliffFoldTailBaseDefaultsKey));
+  // Tails that come back from the store covered the fold before.
+  for (const auto& [key, tail] : collapseFoldTailByPair_) collapseFoldTailVerified_.insert(key);
+}
+
+void FoldTails::persistFoldTails() {
+  applyDefaultsWrites(platform_.defaults(), encodeFoldTails(collapseFoldTailByPair_, collapseFoldTailBaseByPair_));
+}
+
+bool FoldTails::pruneToScreens(const std::vector<std::string>& keeping) {
+  PersistedCollapseLengths state{.foldTailByPair = collapseFoldTailByPair_,
+                                 .foldTailBaseByPair = collapseFoldTailBaseByPair_};
+  PersistedCollapseLengths pruned = state;
+  pruned.prune(keeping);
+  if (pruned == state) return false;
+  collapseFoldTailByPair_ = std::move(pruned.foldTailByPair);
+  collapseFoldTailBaseByPair_ = std::move(pruned.foldTailBaseByPair);
+  return true;
+}
+
+std::optional<double> FoldTails::storedTail(const std::string& pairKey) const {
+  auto tail = collapseFoldTailByPair_.find(pairKey);
+  if (tail == collapseFoldTailByPair_.end()) return std::nullopt;
+  return tail->second;
+}
+
+void FoldTails::forgetRejectedTails(const std::string& bundleID) {
+  std::erase_if(collapseFoldTailRejected_,
+                [&bundleID](const std::string& key) { return CollapseLengthCache::bundlePart(key) == bundleID; });
+}
+
+void FoldTails::noteCollapseFoldTail(const std::string& pairKey, double length, double base) {
+  collapseFoldTailByPair_[pairKey] = length;
+  collapseFoldTailBaseByPair_[pairKey] = base;
+  collapseFoldTailVerified_.erase(pairKey);
+  MenuBarLog::log(LogLine("fold tail noted").add("length", length).add("base", base));
+}
+
+void FoldTails::rememberVerifiedCollapseFoldTail(const std::string& pairKey) {
+  auto tail = collapseFoldTailByPair_.find(pairKey);
+  if (tail == collapseFoldTailByPair_.end() || !collapseFoldTailVerified_.insert(pairKey).second) return;
+  MenuBarLog::log(LogLine("fold tail verified").add("length", tail->second));
+  persistFoldTails();
+}
+
+void FoldTails::revertCollapseFoldTailIfRejected(const std::string& pairKey, double length) {
+  auto tail = collapseFoldTailByPair_.find(pairKey);
+  if (tail == collapseFoldTailByPair_.end() || length + 0.5 < tail->second) return;
+  MenuBarLog::log(LogLine("fold tail rejected").add("length", tail->second));
+  collapseFoldTailByPair_.erase(tail);
+  collapseFoldTailBaseByPair_.erase(pairKey);
+  collapseFoldTailVerified_.erase(pairKey);
+  collapseFoldTailRejected_.insert(pairKey);
+  persistFoldTails();
+}
+
+bool FoldTails::tryCollapseFoldTail(const TailAttempt& attempt) {
+  if (tailRejected(attempt.pairKey)) return false;
+  auto extra = Policy::collapseTailExtra({
+      .length = attempt.length,
+      .separatorLeading = attempt.separatorLeading,
+      .menusRight = attempt.menusRight,
+      .upperBound = screens_.searchUpperBound(),
+      .screenWidth = screens_.collapseScreenWidth(),
+      .menuLimited = lengths_.isMenuLimited(attempt.pairKey),
+      .slack = Policy::foldCoverSlack,
+      .margin = Policy::collapseLengthSafetyMargin,
+      .sizing = screens_.sizing(),
+  });
+  if (!extra) return false;
+  noteCollapseFoldTail(attempt.pairKey, attempt.length + *extra, attempt.length);
+  host_.reapplyVisibility();
+  return true;
+}
+
+// --- the placeholder ---------------------------------------------------------------------------------
+
+double FoldTails::foldLeadingEdge(const SeparatorMeasurement& measurement) const {
+  if (!foldPlaceholder_ || foldPlaceholder_->placedBesideFold() != true) return measurement.leadingEdge;
+  auto placeholder = foldPlaceholder_->frame();
+  // The lengthened placeholder continues the separator towards the menus.
+  if (!placeholder || placeholder->maxX() > measurement.leadingEdge + FoldPlaceholderPolicy::adjacencyTolerance) {
+    return measurement.leadingEdge;
+  }
+  return std::min(measurement.leadingEdge, placeholder->minX());
+}
+
+std::optional<double> FoldTails::foldPlaceholderCollapsedLength(double separatorLength,
+                                                                const std::optional<SeparatorReference>& reference,
+                                                                std::optional<double> lastHiddenMaxX) {
+  if (!foldPlaceholder_ || !reference) return std::nullopt;
+  // Where the collapsed separator will end, and where the menus end.
+  const double leading = reference->arrowFacingEdge - separatorLength;
+  auto screen = screens_.statusItemScreen();
+  const double screenMinX = screen ? screen->frame.minX() : 0;
+  auto menusRight = platform_.workspace().applicationMenusMaxX();
+  const double right = menusRight ? *menusRight : Policy::menusRightForFold(lastHiddenMaxX, screenMinX);
+  return foldPlaceholder_->noteCollapsedRoom(leading, right, screens_.collapseScreenWidth());
+}
+
+void FoldTails::applyFoldPlaceholder(MenuBarPresentation presentation, std::optional<double> collapsedLength) {
+  if (foldPlaceholder_) foldPlaceholder_->apply(presentation, collapsedLength);
+}
+
+bool FoldTails::checkFoldPlaceholder(MenuBarPresentation presentation, std::optional<Rect> fold,
+                                     std::optional<Rect> hidden) {
+  return foldPlaceholder_ && foldPlaceholder_->check(presentation, fold, hidden);
+}
+
+bool FoldTails::checkFoldPlaceholderFromSample(MenuBarPresentation presentation, const Rect& fold,
+                                               const Rect& hidden) {
+  // A placeholder just (re)created is judged on a later reading.
+  constexpr int rereadLimit = 5;
+  if (!foldPlaceholder_) return false;
+  foldPlaceholder_->check(presentation, fold, hidden);
+  const bool placementKnown = foldPlaceholder_->placedBesideFold().has_value();
+  if (!placementKnown && !foldPlaceholder_->isSuppressed() && ++placeholderRereads_ <= rereadLimit) return true;
+  if (placementKnown) placeholderRereads_ = 0;
+  return false;
+}
+
+std::string FoldTails::ownFramesSummary() const {
+  auto describe = [](const char* name, const std::optional<Rect>& frame) {
+    return std::string(name) + "=" + (frame ? numberText(frame->minX()) + ".." + numberText(frame->maxX()) : "unread");
+  };
+  std::string summary = describe("toggle", items_.toggleFrame()) + " " +
+                        describe("separator", items_.separatorFrame()) + " " +
+                        describe("hidden", items_.alwaysHiddenSeparatorFrame());
+  if (foldPlaceholder_) summary += " " + foldPlaceholder_->frameSummary();
+  return summary;
+}
+
+}  // namespace tarvolo
