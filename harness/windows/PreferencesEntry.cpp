@@ -116,6 +116,42 @@ struct RecordHotkey {
   }
 };
 
+// The recorder of an app's own shortcut starts listening on its row of the Icons tab; the
+// window opens there and takes the keys.
+struct RecordShortcut {
+  std::string bundleId;
+  std::string describe() const { return "record the shortcut of " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    AppEnvironment* environment = context.environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("items"));
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (!state->items.shortcutsOffered) return std::string("the Icons tab offers no shortcuts");
+    const bool listed = std::any_of(state->items.rows.begin(), state->items.rows.end(), [&](const auto& row) {
+      return text::equalsIgnoringCase(row.bundleId, bundleId);
+    });
+    if (!listed) return bundleId + " is not listed";
+    press(window->recordAppShortcut, bundleId);
+    return std::nullopt;
+  }
+};
+
+// The clear button beside an app's shortcut in the open window.
+struct ClearShortcut {
+  std::string bundleId;
+  std::string describe() const { return "clear the shortcut of " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    if (!window) return std::string(kNotOpen);
+    press(window->clearAppShortcut, bundleId);
+    return std::nullopt;
+  }
+};
+
 Action parseTab(const StepInput& in) {
   std::string name = in.value.string();
   auto tab = platform::preferencesTabFromRaw(name);
@@ -162,11 +198,16 @@ json switchJson(const std::optional<platform::PreferencesSwitch>& control) {
 }
 
 json rowJson(const platform::PreferencesItemRow& row) {
-  return {{"bundleId", row.bundleId},
-          {"name", row.name},
-          {"zone", row.zone},
-          {"pinned", row.pinned},
-          {"outOfPlace", row.outOfPlaceNote.has_value()}};
+  json out = {{"bundleId", row.bundleId},
+              {"name", row.name},
+              {"zone", row.zone},
+              {"pinned", row.pinned},
+              {"outOfPlace", row.outOfPlaceNote.has_value()}};
+  // Only rows with something to say of their shortcut say it.
+  if (row.shortcut) out["shortcut"] = *row.shortcut;
+  if (row.shortcutRecording) out["shortcutRecording"] = true;
+  if (row.shortcutProblem) out["shortcutProblem"] = *row.shortcutProblem;
+  return out;
 }
 
 std::string titleOf(const std::vector<platform::PreferencesChoice>& choices, const std::string& id) {
@@ -235,6 +276,12 @@ std::string renderState(const platform::PreferencesViewState& state) {
         std::string line = "    " + row.name + " — " + titleOf(items.zones, row.zone);
         if (row.pinned) line += " · " + items.pinnedBadge;
         if (row.outOfPlaceNote) line += " · ⚠ " + *row.outOfPlaceNote;
+        if (row.shortcutRecording) {
+          line += " · " + items.shortcutPrompt;
+        } else if (row.shortcut) {
+          line += " · " + *row.shortcut;
+        }
+        if (row.shortcutProblem) line += " · ⚠ " + *row.shortcutProblem;
         return line + "\n";
       };
       for (const auto& row : items.rows) out += rowLine(row);
@@ -287,7 +334,13 @@ const WindowEntry& preferencesEntry() {
                 {"preferencesSet", {"value"}, parseSet},
                 {"pickZone", {"tier"}, parsePickZone},
                 {"closePreferences", {}, parseTrue<ClosePreferences>},
-                {"recordHotkey", {}, parseTrue<RecordHotkey>}},
+                {"recordHotkey", {}, parseTrue<RecordHotkey>},
+                {"recordShortcut", {}, [](const StepInput& in) {
+                   return makeAction(RecordShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
+                {"clearShortcut", {}, [](const StepInput& in) {
+                   return makeAction(ClearShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
         return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
       }};

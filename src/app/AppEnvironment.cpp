@@ -7,6 +7,7 @@
 #include "discovery/owners/NewAppLaunchCenter.h"
 #include "discovery/owners/NewAppNoticeLedger.h"
 #include "discovery/owners/StatusItemManager.h"
+#include "hotkeys/AppShortcuts.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
@@ -76,7 +77,44 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
           [this] {
             if (statusBarController_) statusBarController_->toggleBar(ExpandDepth::deep);
           },
+      .chordHolder = [this](const HotkeyManager::Chord& chord) -> std::optional<std::string> {
+        auto holder = appShortcuts_ ? appShortcuts_->holderOf(chord) : std::nullopt;
+        if (!holder) return std::nullopt;
+        return appName(*holder);
+      },
   });
+  appShortcuts_ = std::make_unique<AppShortcuts>(AppShortcuts::Dependencies{
+      .platform = platform_,
+      .localization = *localization_,
+      .deepChord = [this] { return hotkeys_->deepChord.get(); },
+      .open =
+          [this](const std::string& bundleID) {
+            if (iconShelf_) iconShelf_->openAppMenu(bundleID);
+          },
+      .appName = [this](const std::string& bundleID) { return appName(bundleID); },
+  });
+  recorderSubscriptions_.push_back(hotkeys_->recording.subscribe([this](const bool& recording) {
+    if (recording) {
+      appShortcuts_->unregisterAll();
+    } else {
+      appShortcuts_->registerAll();
+    }
+  }));
+  recorderSubscriptions_.push_back(appShortcuts_->recordingFor.subscribe(
+      [this, wasRecording = false](const std::optional<std::string>& bundle) mutable {
+        const bool recording = bundle.has_value();
+        if (recording == std::exchange(wasRecording, recording)) return;
+        if (recording) {
+          hotkeys_->unregisterHotkeys();
+        } else {
+          hotkeys_->registerHotkeys();
+        }
+      }));
+}
+
+std::string AppEnvironment::appName(const std::string& bundleID) const {
+  if (const MenuBarAppItem* item = statusItemManager_->item(bundleID)) return item->name;
+  return bundleID;
 }
 
 AppEnvironment::~AppEnvironment() {
@@ -89,6 +127,8 @@ AppEnvironment::~AppEnvironment() {
   firstLaunchCoach_.reset();
   statusBarController_.reset();
   newAppLaunchCenter_.reset();
+  recorderSubscriptions_.clear();
+  appShortcuts_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
   nativeVisibilityEngine_.reset();
@@ -180,6 +220,9 @@ void AppEnvironment::makeWindows() {
   windowSubscriptions_.push_back(hotkeys_->recording.subscribe(redraw));
   windowSubscriptions_.push_back(hotkeys_->deepChord.subscribe(redraw));
   windowSubscriptions_.push_back(hotkeys_->conflictMessage.subscribe(redraw));
+  windowSubscriptions_.push_back(appShortcuts_->chords.subscribe(redraw));
+  windowSubscriptions_.push_back(appShortcuts_->recordingFor.subscribe(redraw));
+  windowSubscriptions_.push_back(appShortcuts_->refusal.subscribe(redraw));
   // "Show all and arrange" seats the new icon beside the toggle, where the user will see it.
   notices.setArrangeStarter(
       [&guide](const std::string& bundleID) { return guide.startPlacement(bundleID, ItemCategory::alwaysVisible); });
@@ -221,6 +264,19 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   // once; with the own separators an always-visible choice goes through the guide.
   NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
   behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
+  AppShortcuts& shortcuts = *appShortcuts_;
+  behaviour.appShortcut = [&shortcuts](const std::string& bundleID) -> std::optional<std::string> {
+    auto chord = shortcuts.chord(bundleID);
+    if (!chord) return std::nullopt;
+    return HotkeyManager::describe(*chord);
+  };
+  behaviour.appShortcutRecording = [&shortcuts] { return shortcuts.recordingFor.get(); };
+  behaviour.appShortcutProblem = [&shortcuts](const std::string& bundleID) { return shortcuts.problem(bundleID); };
+  behaviour.beginAppShortcutRecording = [&shortcuts](const std::string& bundleID) {
+    shortcuts.beginRecording(bundleID);
+  };
+  behaviour.cancelAppShortcutRecording = [&shortcuts] { shortcuts.cancelRecording(); };
+  behaviour.clearAppShortcut = [&shortcuts](const std::string& bundleID) { shortcuts.clear(bundleID); };
   return behaviour;
 }
 

@@ -11,6 +11,7 @@
 
 namespace tarvolo {
 
+class AppShortcuts;
 class HotkeyManager;
 class LaunchAtLogin;
 class AccessibilityPermission;
@@ -65,11 +66,13 @@ class AppEnvironment {
   PreferencesController* preferences() { return preferences_.get(); }
   ReviewPromptController* reviewPrompt() { return reviewPrompt_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
+  AppShortcuts& appShortcuts() { return *appShortcuts_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
  private:
   void makeWindows();
+  std::string appName(const std::string& bundleID) const;
   PreferencesController::Behaviour behaviourSettings();
 
   platform::Platform& platform_;
@@ -86,6 +89,9 @@ class AppEnvironment {
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
+  std::unique_ptr<AppShortcuts> appShortcuts_;
+  // Each recorder listens with the other's chords let go.
+  Cancellables recorderSubscriptions_;
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
   std::unique_ptr<PlacementGuideController> placementGuide_;

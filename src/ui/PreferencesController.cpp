@@ -91,6 +91,7 @@ void PreferencesController::windowClosed() {
   if (behaviour_.hotkeyRecording && behaviour_.hotkeyRecording() && behaviour_.cancelHotkeyRecording) {
     behaviour_.cancelHotkeyRecording();
   }
+  if (behaviour_.cancelAppShortcutRecording) behaviour_.cancelAppShortcutRecording();
   toast_.reset();
 }
 
@@ -115,6 +116,9 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .setPinned = bindWeak(weak(), &Self::setPinned),
       .refresh = bindWeak(weak(), &Self::rescan),
       .arrange = bindWeak(weak(), &Self::arrange),
+      .recordAppShortcut = bindWeak(weak(), &Self::recordAppShortcut),
+      .clearAppShortcut = bindWeak(weak(), &Self::clearAppShortcut),
+      .cancelAppShortcut = bindWeak(weak(), &Self::cancelAppShortcut),
       .startRecordingHotkey = bindWeak(weak(), &Self::startRecordingHotkey),
       .cancelRecordingHotkey = bindWeak(weak(), &Self::cancelRecordingHotkey),
       .openLink = bindWeak(weak(), &Self::openLink),
@@ -235,6 +239,24 @@ void PreferencesController::cancelRecordingHotkey() {
   refresh();
 }
 
+void PreferencesController::recordAppShortcut(const std::string& bundleId) {
+  if (!behaviour_.beginAppShortcutRecording || !catalog_.item(bundleId)) return;
+  behaviour_.beginAppShortcutRecording(bundleId);
+  refresh();
+}
+
+void PreferencesController::clearAppShortcut(const std::string& bundleId) {
+  if (!behaviour_.clearAppShortcut) return;
+  behaviour_.clearAppShortcut(bundleId);
+  refresh();
+}
+
+void PreferencesController::cancelAppShortcut() {
+  if (!behaviour_.cancelAppShortcutRecording) return;
+  behaviour_.cancelAppShortcutRecording();
+  refresh();
+}
+
 void PreferencesController::openLink(const std::string& address) {
   if (address == kWebsite || address == kGuide || address == kPrivacy) platform_.application().openURL(address);
 }
@@ -325,6 +347,12 @@ platform::PreferencesItemRow PreferencesController::row(const MenuBarAppItem& it
   row.recommended = item.isRecommended;
   if (catalog_.isOutOfPlace(item.bundleId)) row.outOfPlaceNote = tr("placement_out_of_slot");
   if (item.needsDiscovery && !catalog_.observedZone(item.bundleId)) row.hint = tr("catalog_unconfirmed_hint");
+  if (behaviour_.appShortcut) row.shortcut = behaviour_.appShortcut(item.bundleId);
+  if (behaviour_.appShortcutRecording) {
+    const auto recording = behaviour_.appShortcutRecording();
+    row.shortcutRecording = recording && text::equalsIgnoringCase(*recording, item.bundleId);
+  }
+  if (behaviour_.appShortcutProblem) row.shortcutProblem = behaviour_.appShortcutProblem(item.bundleId);
   return row;
 }
 
@@ -359,6 +387,12 @@ platform::PreferencesItemsState PreferencesController::itemsState() const {
   items.refreshTitle = tr("refresh_button");
   items.refreshDetail = tr("refresh_action");
   items.arrangeTitle = tr("zones_settings_button");
+  items.shortcutsOffered = static_cast<bool>(behaviour_.beginAppShortcutRecording);
+  items.shortcutTitle = tr("app_shortcut_title");
+  items.shortcutRecordTitle = tr("app_shortcut_record");
+  items.shortcutClearTitle = tr("app_shortcut_clear");
+  items.shortcutPrompt = tr("hotkey_press");
+  items.shortcutCancelTitle = tr("placement_cancel");
   items.toast = toast_;
   return items;
 }

@@ -2,7 +2,7 @@
 
 // The settings window's view model: everything it shows, localized, and what each control
 // does. General: language, the auto-collapse delay, the login item, reveal on hover and new-app
-// notices. Icons: the catalogue with a zone picker per app. Shortcuts: the deep-expand chord.
+// notices. Icons: the catalogue with a zone picker and a shortcut recorder per app. Shortcuts: the deep-expand chord.
 // About: version, privacy, support. Main thread only.
 
 #include <functional>
@@ -52,6 +52,13 @@ class PreferencesController {
     std::function<void()> beginHotkeyRecording;
     std::function<void()> cancelHotkeyRecording;
     std::function<bool()> nativeEngineAvailable;
+    // Each app's own shortcut (lower-cased bundle ids); empty hooks hide the recorder.
+    std::function<std::optional<std::string>(const std::string& bundleID)> appShortcut;
+    std::function<std::optional<std::string>()> appShortcutRecording;
+    std::function<std::optional<std::string>(const std::string& bundleID)> appShortcutProblem;
+    std::function<void(const std::string& bundleID)> beginAppShortcutRecording;
+    std::function<void()> cancelAppShortcutRecording;
+    std::function<void(const std::string& bundleID)> clearAppShortcut;
   };
 
   struct Dependencies {
@@ -100,6 +107,9 @@ class PreferencesController {
   void arrange();
   void startRecordingHotkey();
   void cancelRecordingHotkey();
+  void recordAppShortcut(const std::string& bundleId);
+  void clearAppShortcut(const std::string& bundleId);
+  void cancelAppShortcut();
   void openLink(const std::string& address);
 
  private:

@@ -59,6 +59,10 @@ struct PreferencesItemRow {
   bool recommended = false;
   std::optional<std::string> outOfPlaceNote;  // the icon sits outside its zone
   std::optional<std::string> hint;            // not seen in the bar yet
+  // The app's own shortcut that opens its menu ("⌃⌥S"), absent when it has none.
+  std::optional<std::string> shortcut;
+  bool shortcutRecording = false;             // the recorder listens for this app's chord
+  std::optional<std::string> shortcutProblem;  // refused: taken by the deep chord, another app or the system
   friend bool operator==(const PreferencesItemRow&, const PreferencesItemRow&) = default;
 };
 
@@ -83,6 +87,13 @@ struct PreferencesItemsState {
   std::string refreshTitle;
   std::string refreshDetail;
   std::string arrangeTitle;
+  // The per-app shortcut recorder's labels; `shortcutsOffered` false hides it.
+  bool shortcutsOffered = false;
+  std::string shortcutTitle;
+  std::string shortcutRecordTitle;
+  std::string shortcutClearTitle;
+  std::string shortcutPrompt;  // shown on the row while the recorder listens
+  std::string shortcutCancelTitle;
   std::optional<std::string> toast;  // what the last action did
   friend bool operator==(const PreferencesItemsState&, const PreferencesItemsState&) = default;
 };
@@ -144,6 +155,9 @@ struct PreferencesCallbacks {
   std::function<void(const std::string& bundleId, bool pinned)> setPinned;
   std::function<void()> refresh;
   std::function<void()> arrange;
+  std::function<void(const std::string& bundleId)> recordAppShortcut;
+  std::function<void(const std::string& bundleId)> clearAppShortcut;
+  std::function<void()> cancelAppShortcut;
   std::function<void()> startRecordingHotkey;
   std::function<void()> cancelRecordingHotkey;
   std::function<void(const std::string& address)> openLink;
