@@ -152,6 +152,47 @@ struct ClearShortcut {
   }
 };
 
+// Sets a display's rule in the General tab of the open window: its switch, its delay, or both.
+struct DisplayRuleStep {
+  std::string displayId;
+  std::optional<bool> hideIcons;
+  std::optional<std::string> delay;  // "general" or whole seconds
+  std::string describe() const {
+    std::string out = "display rule " + displayId;
+    if (hideIcons) out += *hideIcons ? " hide icons" : " keep icons shown";
+    if (delay) out += " delay " + *delay;
+    return out;
+  }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::general) return std::string("the General tab is not shown");
+    const auto& rows = state->general.displays;
+    if (std::none_of(rows.begin(), rows.end(), [&](const auto& row) { return row.displayId == displayId; })) {
+      return "no display " + displayId + " is listed";
+    }
+    if (hideIcons) press(window->setDisplayHidesIcons, displayId, *hideIcons);
+    if (delay) press(window->chooseDisplayDelay, displayId, *delay);
+    return std::nullopt;
+  }
+};
+
+Action parseDisplayRule(const StepInput& in) {
+  DisplayRuleStep step{.displayId = in.value.nonEmptyString()};
+  if (auto hide = in.step.optional("hideIcons")) step.hideIcons = hide->boolean();
+  if (auto delay = in.step.optional("autoCollapseDelay")) {
+    if (delay->value().is_string()) {
+      if (delay->string() != "general") delay->fail("expected a number of seconds or \"general\"");
+      step.delay = "general";
+    } else {
+      step.delay = std::to_string(std::lround(delay->nonNegative()));
+    }
+  }
+  if (!step.hideIcons && !step.delay) in.step.fail("a displayRule step sets hideIcons, autoCollapseDelay or both");
+  return makeAction(step);
+}
+
 Action parseTab(const StepInput& in) {
   std::string name = in.value.string();
   auto tab = platform::preferencesTabFromRaw(name);
@@ -223,6 +264,16 @@ json stateJson(const platform::PreferencesViewState& state) {
   const json delay = general.selectedDelay.empty() ? json(nullptr) : json(std::stod(general.selectedDelay));
   json rows = json::array();
   for (const auto& row : items.rows) rows.push_back(rowJson(row));
+  json displays = json::array();
+  for (const auto& display : general.displays) {
+    displays.push_back({{"id", display.displayId},
+                        {"name", display.name},
+                        {"hideIcons", display.hideIcons.on},
+                        {"autoCollapseDelay", display.selectedDelay == "general"
+                                                  ? json(nullptr)
+                                                  : json(std::stod(display.selectedDelay))},
+                        {"menuBar", display.holdsMenuBar}});
+  }
   json other = json::array();
   for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
   return {{"title", state.windowTitle},
@@ -234,7 +285,8 @@ json stateJson(const platform::PreferencesViewState& state) {
             {"launchAtLogin", switchJson(general.launchAtLogin)},
             {"launchAtLoginNote", textOrNull(general.launchAtLoginNote)},
             {"revealOnHover", switchJson(general.revealOnHover)},
-            {"newAppNotices", general.newAppNotices.on}}},
+            {"newAppNotices", general.newAppNotices.on},
+            {"displays", std::move(displays)}}},
           {"items",
            {{"search", items.searchText},
             {"rows", std::move(rows)},
@@ -267,6 +319,10 @@ std::string renderState(const platform::PreferencesViewState& state) {
       if (general.revealOnHover) out += general.revealOnHover->title + ": " + onOff(general.revealOnHover->on) + " · ";
       out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on) + "\n";
       if (general.launchAtLoginNote) out += "    " + *general.launchAtLoginNote + "\n";
+      for (const auto& display : general.displays) {
+        out += "    " + display.name + (display.holdsMenuBar ? " (menu bar)" : "") + ": " + display.hideIcons.title +
+               " " + onOff(display.hideIcons.on) + " · " + titleOf(display.delays, display.selectedDelay) + "\n";
+      }
       break;
     }
     case platform::PreferencesTab::items: {
@@ -340,7 +396,8 @@ const WindowEntry& preferencesEntry() {
                  }},
                 {"clearShortcut", {}, [](const StepInput& in) {
                    return makeAction(ClearShortcut{.bundleId = knownAppId(in.value, in.scenario)});
-                 }}},
+                 }},
+                {"displayRule", {"hideIcons", "autoCollapseDelay"}, parseDisplayRule}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
         return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
       }};

@@ -277,6 +277,14 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   };
   behaviour.cancelAppShortcutRecording = [&shortcuts] { shortcuts.cancelRecording(); };
   behaviour.clearAppShortcut = [&shortcuts](const std::string& bundleID) { shortcuts.clear(bundleID); };
+  DisplayRuleStore& displays = bar.displayRules();
+  behaviour.displayRule = [&displays](const std::string& displayID) {
+    return DisplayRulePolicy::ruleFor(displays.rules.get(), displayID);
+  };
+  behaviour.setDisplayRule = [&displays](const std::string& displayID, const DisplayRule& rule) {
+    displays.setRule(displayID, rule);
+  };
+  behaviour.barDisplayID = [&bar] { return bar.barDisplayID(); };
   return behaviour;
 }
 

@@ -2,7 +2,7 @@
 
 // The settings window's view model: everything it shows, localized, and what each control
 // does. General: language, the auto-collapse delay, the login item, reveal on hover and new-app
-// notices. Icons: the catalogue with a zone picker and a shortcut recorder per app. Shortcuts: the deep-expand chord.
+// notices, a rule per display. Icons: the catalogue with a zone picker and a shortcut recorder per app. Shortcuts: the deep-expand chord.
 // About: version, privacy, support. Main thread only.
 
 #include <functional>
@@ -15,6 +15,7 @@
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "platform/Platform.h"
 #include "platform/windows/PreferencesWindow.h"
+#include "statusbar/DisplayRulePolicy.h"
 
 namespace tarvolo {
 
@@ -59,6 +60,10 @@ class PreferencesController {
     std::function<void(const std::string& bundleID)> beginAppShortcutRecording;
     std::function<void()> cancelAppShortcutRecording;
     std::function<void(const std::string& bundleID)> clearAppShortcut;
+    // The rules per display and the display the bar is on; empty hooks hide the section.
+    std::function<DisplayRule(const std::string& displayID)> displayRule;
+    std::function<void(const std::string& displayID, const DisplayRule& rule)> setDisplayRule;
+    std::function<std::string()> barDisplayID;
   };
 
   struct Dependencies {
@@ -99,6 +104,8 @@ class PreferencesController {
   void openLoginItemsSettings();
   void setRevealOnHover(bool enabled);
   void setNewAppNotices(bool enabled);
+  void setDisplayHidesIcons(const std::string& displayId, bool hide);
+  void chooseDisplayDelay(const std::string& displayId, const std::string& delayId);
   void search(const std::string& query);
   void setOtherRunningShown(bool shown);
   void pickZone(const std::string& bundleId, const std::string& zone);
@@ -115,6 +122,7 @@ class PreferencesController {
  private:
   platform::PreferencesCallbacks callbacks();
   platform::PreferencesGeneralState generalState() const;
+  std::vector<platform::PreferencesDisplayRow> displayRows() const;
   platform::PreferencesItemsState itemsState() const;
   platform::PreferencesHotkeysState hotkeysState() const;
   platform::PreferencesAboutState aboutState() const;

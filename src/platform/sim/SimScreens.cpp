@@ -26,6 +26,9 @@ std::vector<platform::ScreenInfo> SimScreens::infos() const {
   std::vector<platform::ScreenInfo> out;
   for (const auto& config : specs_) {
     platform::ScreenInfo info;
+    const bool builtIn = config.notchWidth && *config.notchWidth > 0;
+    info.name = config.name.value_or(builtIn ? "Built-in Retina Display" : "Display " + std::to_string(out.size() + 1));
+    info.displayID = config.id.value_or(info.name);
     info.frame = Rect{config.x, config.y, config.width, config.height};
     bool notched = config.notchWidth && *config.notchWidth > 0;
     info.menuBarHeight = notched ? kNotchBarHeight : kPlainBarHeight;

@@ -30,6 +30,18 @@ struct PreferencesSwitch {
   friend bool operator==(const PreferencesSwitch&, const PreferencesSwitch&) = default;
 };
 
+// One connected display's rule.
+struct PreferencesDisplayRow {
+  std::string displayId;  // the display's lasting identity
+  std::string name;       // as the system names it
+  PreferencesSwitch hideIcons;
+  std::string delayTitle;
+  std::vector<PreferencesChoice> delays;  // "general" (the general delay), then whole seconds
+  std::string selectedDelay;
+  bool holdsMenuBar = false;  // the bar with the app's items is on this display now
+  friend bool operator==(const PreferencesDisplayRow&, const PreferencesDisplayRow&) = default;
+};
+
 struct PreferencesGeneralState {
   std::string subtitle;
   std::string languageSection;
@@ -47,6 +59,8 @@ struct PreferencesGeneralState {
   std::optional<std::string> launchAtLoginSettingsTitle;
   std::optional<PreferencesSwitch> revealOnHover;
   PreferencesSwitch newAppNotices;
+  std::string displaysSection;
+  std::vector<PreferencesDisplayRow> displays;  // every connected display, menu-bar display first
   friend bool operator==(const PreferencesGeneralState&, const PreferencesGeneralState&) = default;
 };
 
@@ -149,6 +163,9 @@ struct PreferencesCallbacks {
   std::function<void()> openLoginItemsSettings;
   std::function<void(bool)> setRevealOnHover;
   std::function<void(bool)> setNewAppNotices;
+  std::function<void(const std::string& displayId, bool hide)> setDisplayHidesIcons;
+  // `delayId`: "general" or whole seconds.
+  std::function<void(const std::string& displayId, const std::string& delayId)> chooseDisplayDelay;
   std::function<void(const std::string& query)> search;
   std::function<void(bool)> setOtherRunningShown;
   std::function<void(const std::string& bundleId, const std::string& zone)> pickZone;
