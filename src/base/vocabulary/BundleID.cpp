@@ -17,4 +17,9 @@ std::set<std::string> keysOf(const std::set<BundleID>& ids) {
   return keys;
 }
 
+std::optional<std::string> spellingOf(const std::optional<BundleID>& id) {
+  if (!id) return std::nullopt;
+  return id->spelling();
+}
+
 }  // namespace tarvolo

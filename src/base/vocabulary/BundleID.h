@@ -40,6 +40,8 @@ class BundleID {
 
 // The keys of a set, in its order: how traces and stored lists write identifiers.
 std::set<std::string> keysOf(const std::set<BundleID>& ids);
+// The spelling of an identifier that may be absent, for traces that print none for it.
+std::optional<std::string> spellingOf(const std::optional<BundleID>& id);
 
 }  // namespace tarvolo
 
