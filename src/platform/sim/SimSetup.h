@@ -18,8 +18,8 @@ struct SimScreenSpec {
   double x = 0;
   double y = 0;
   std::optional<double> notchWidth;
-  // As the system names the display; by default "Built-in Retina Display" for a notched screen,
-  // else "Display <n>" by its place in the list.
+  // As the system names the display; by default "Built-in Retina Display" for the first notched
+  // screen, else "Display <n>" by its place in the list.
   std::optional<std::string> name;
   // The display's lasting identity; by default its name.
   std::optional<std::string> id;
