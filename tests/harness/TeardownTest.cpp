@@ -7,6 +7,8 @@
 #include "harness/Corpus.h"
 #include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
+#include "platform/sim/SimMainQueue.h"
+#include "support/SimFixture.h"
 
 namespace tarvolo {
 namespace {
@@ -36,6 +38,24 @@ TEST(TeardownTest, QuittingWhileIdentifyingStopsTheRunWithoutFinishingIt) {
     EXPECT_FALSE(loggedIn(report, "iconShelf discovery finished")) << ending.dump();
     EXPECT_FALSE(loggedIn(report, "collapse reason=icon-shelf-discovery")) << ending.dump();
   }
+}
+
+class DesktopTeardownTest : public testing::SimAppTest {};
+
+// A task still queued when the desktop goes may hold the last reference to a background queue,
+// whose release cancels on the main queue that is tearing down.
+TEST_F(DesktopTeardownTest, ADesktopGoesWithAccessibilityReadsStillPending) {
+  auto apps = testing::sampleApps(4);
+  for (auto& app : apps) app.accessibilityUnresponsive = true;
+  apps.back().launchDuration = 30;
+  sim::SimSettings settings;
+  settings.osMajor = 26;
+  boot({.apps = apps, .settings = settings});
+  launch();
+  run(2);
+  ASSERT_GT(session().queue().pendingCount(), 0u);
+  session_.reset();
+  SUCCEED() << "no crash, no sanitizer report";
 }
 
 }  // namespace

@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimMainQueue.h"
+#include "platform/sim/SimSerialQueue.h"
+#include "platform/sim/SimWaitLedger.h"
 
 namespace tarvolo::sim {
 namespace {
@@ -203,6 +206,35 @@ TEST(SimWindows, OnlyTheUsersCloseButtonCallsTheSettingsBack) {
   settings.closeByUser();
   EXPECT_EQ(closed, 1);
   EXPECT_FALSE(settings.shown());
+}
+
+// A queued task can hold the last reference to a background queue, which cancels its own tasks on
+// the main queue when released: at the main queue's end that must find it whole.
+TEST(SimMainQueueTeardown, ReleasingATaskThatCancelsOnTheQueueIsSafeWhenTheQueueGoes) {
+  SimWaitLedger waits;
+  auto queue = std::make_unique<SimMainQueue>();
+  auto background = std::make_shared<SimSerialQueue>(*queue, waits, "test");
+  background->post(5, [] {});
+  queue->post(1, [held = std::move(background)] {});
+  ASSERT_EQ(queue->pendingCount(), 2u);
+  queue.reset();
+}
+
+TEST(SimMainQueueTeardown, DiscardingDropsWhatReleasedTasksPostOrCancel) {
+  SimMainQueue queue;
+  struct PostsWhenReleased {
+    SimMainQueue* queue = nullptr;
+    ~PostsWhenReleased() {
+      if (queue) queue->post(0, [] {});
+    }
+  };
+  auto poster = std::make_shared<PostsWhenReleased>();
+  poster->queue = &queue;
+  queue.post(1, [poster = std::move(poster)] {});
+  queue.discardPending();
+  EXPECT_EQ(queue.pendingCount(), 0u);
+  queue.runFor(2);
+  EXPECT_EQ(queue.executedCount(), 0u);
 }
 
 class SimDefaultsFileTest : public ::testing::Test {
