@@ -270,6 +270,29 @@ TEST_F(SimDefaultsFileTest, ValuesSurviveAReloadWithTheirTypes) {
   EXPECT_EQ(store.getStringDictionary("map")->at("k"), "v");
 }
 
+// The real store keeps what it does not understand; the app's first write must not rewrite it.
+TEST_F(SimDefaultsFileTest, KeysTheAppDoesNotTouchComeBackAsTheFileHeldThem) {
+  const auto foreign = nlohmann::json::parse(R"({
+    "other.null": null,
+    "other.nested": {"a": null, "b": [1, null, 18446744073709551615], "c": 2.5},
+    "other.huge": 18446744073709551615,
+    "mine": 1
+  })");
+  { std::ofstream(file_) << foreign.dump(2); }
+  auto store = SimDefaultsStore::backedBy(file_, nullptr);
+  EXPECT_FALSE(store.object("other.null").has_value());
+  EXPECT_EQ(store.getDouble("other.huge"), 18446744073709551615.0) << "read as the number it is, not -1";
+  store.set("mine", DefaultsValue(2));
+  const auto written = nlohmann::json::parse(std::ifstream(file_));
+  for (const char* key : {"other.null", "other.nested", "other.huge"}) {
+    ASSERT_TRUE(written.contains(key)) << key;
+    EXPECT_EQ(written[key].dump(), foreign[key].dump()) << key;
+  }
+  EXPECT_EQ(written["mine"], 2);
+  store.remove("other.null");
+  EXPECT_FALSE(nlohmann::json::parse(std::ifstream(file_)).contains("other.null")) << "a removal still removes";
+}
+
 TEST_F(SimDefaultsFileTest, CorruptFilesAreMovedAsideUnderFreshNamesAndReportedOnce) {
   std::vector<std::string> reports;
   auto report = [&](const std::string& r) { reports.push_back(r); };
