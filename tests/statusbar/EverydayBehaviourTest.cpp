@@ -156,6 +156,18 @@ TEST_F(EverydayTest, AnUnreadableStoredChordFallsBackAndStays) {
   EXPECT_EQ(desktop().defaults().getString(HotkeyManager::deepChordKey), "⌘B");
 }
 
+// Out of int64's range: converting it unchecked is undefined, which the sanitizer build reports.
+TEST_F(EverydayTest, AStoredChordWithNumbersOutOfRangeFallsBackAndStays) {
+  boot();
+  const DefaultsValue hostile(DefaultsValue::Dictionary{{"keyCode", DefaultsValue(1e19)}, {"modifiers", DefaultsValue(1e300)}});
+  desktop().defaults().set(HotkeyManager::deepChordKey, hostile);
+  launch();
+  run(1);
+  EXPECT_EQ(hotkeys().deepChord.get(), HotkeyManager::Chord::defaultDeep());
+  EXPECT_TRUE(logged("hotkey stored chord unreadable"));
+  EXPECT_EQ(desktop().defaults().object(HotkeyManager::deepChordKey), hostile);
+}
+
 TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   start();
   expandByClick(ModifierFlags{}.with(Modifier::option));
