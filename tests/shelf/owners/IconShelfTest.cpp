@@ -53,6 +53,25 @@ TEST_F(IconShelfTest, TypingFindsByNameAndPinyinAndTheTierPersists) {
   EXPECT_FALSE(shelf().isShelfShown());
 }
 
+// An input method types the ideographic space; pasted text brings no-break and em spaces.
+TEST_F(IconShelfTest, EveryUnicodeSpaceSeparatesSearchWords) {
+  start({app("com.tencent.xinWeChat", "微信", 40), app("com.example.dw", "Deep Work", 45), app("com.example.c", "Cloud", 50)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().setQuery("微\u3000信");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"微信"});
+  for (const char* query : {"deep\u00A0work", "work\u2003deep", "\u3000deep  work\u3000"}) {
+    shelf().setQuery(query);
+    EXPECT_EQ(rowNames(), std::vector<std::string>{"Deep Work"}) << query;
+  }
+  // Only white space: nothing to narrow by.
+  shelf().setQuery("\u3000\u00A0");
+  EXPECT_EQ(rowNames().size(), 3u);
+  // A malformed byte stays in its word and matches nothing, without harm.
+  shelf().setQuery("deep \xFF");
+  EXPECT_TRUE(rowNames().empty());
+}
+
 TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   auto blocking = app("com.example.block", "Blocker", 40);
   blocking.pressBlocks = true;
