@@ -178,9 +178,9 @@ TEST(ScenarioRunnerTest, QuitMenuItemEndsTheRunWithTheBarAsItStoodBeforeTerminat
   EXPECT_EQ(report.log.back().message, "👋 Tarvolo 已安全退出。");
 }
 
-TEST(ScenarioRunnerTest, StepsAfterAQuitAreSkippedUnderTheTimeOfTheQuit) {
+TEST(ScenarioRunnerTest, StepsAfterCommandQAreSkippedUnderTheTimeOfTheQuit) {
   Report report = runScenario(demoWithSteps(json::parse(R"([
-    { "at": 3, "quit": true },
+    { "at": 3, "shortcut": "q" },
     { "at": 7, "click": "toggle" }
   ])")));
   ASSERT_EQ(report.warnings.size(), 1u);
