@@ -2,7 +2,7 @@
 // relaunches at any moment. Each run is seeded and bounded; the seed is printed so that a
 // failure can be replayed:
 //
-//   TARVOLO_FUZZ_SEED=<seed> TARVOLO_FUZZ_CASES=<n> build/tarvolo_tests_fuzz
+//   TARVOLO_FUZZ_SEED=<seed> TARVOLO_FUZZ_CASES=<n> build/tests/tarvolo_tests_fuzz
 //
 // Run under the sanitizer build, a memory error or undefined behaviour ends the process with a
 // report; the properties below catch what would pass silently.
