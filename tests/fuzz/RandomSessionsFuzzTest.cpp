@@ -608,7 +608,7 @@ void randomSession(const fs::path& directory) {
 TEST(RandomSessionsFuzzTest, NothingBreaksAndNoStoredSettingIsLost) {
   const auto seed = environmentNumber("TARVOLO_FUZZ_SEED").value_or(static_cast<std::uint64_t>(
       std::chrono::system_clock::now().time_since_epoch().count()));
-  const auto cases = environmentNumber("TARVOLO_FUZZ_CASES").value_or(30);
+  const auto cases = environmentNumber("TARVOLO_FUZZ_CASES").value_or(100);
   std::cout << "fuzz seed=" << seed << " cases=" << cases << " (replay: TARVOLO_FUZZ_SEED=" << seed
             << " TARVOLO_FUZZ_CASES=" << cases << ")" << std::endl;
 
