@@ -24,8 +24,14 @@
 
 namespace tarvolo {
 
-AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platform) {
-  Logging::setSink(&platform.logSink());
+AppEnvironment::LogSinkScope::LogSinkScope(LogSink& sink) : sink_(sink) { Logging::setSink(&sink_); }
+
+AppEnvironment::LogSinkScope::~LogSinkScope() {
+  if (Logging::sink() == &sink_) Logging::setSink(nullptr);
+}
+
+AppEnvironment::AppEnvironment(platform::Platform& platform)
+    : platform_(platform), logSinkScope_(platform.logSink()) {
   localization_ = std::make_unique<LocalizationManager>(LocalizationManagerArgs{
       .defaults = platform_.defaults(),
       .preferredLanguages = [&system = platform_.system()] { return system.preferredLanguages(); },
@@ -117,29 +123,8 @@ std::string AppEnvironment::appName(const std::string& bundleID) const {
   return bundleID;
 }
 
-AppEnvironment::~AppEnvironment() {
-  statusBarRouter_.reset();
-  windowSubscriptions_.clear();
-  reviewPrompt_.reset();
-  preferences_.reset();
-  placementGuide_.reset();
-  iconShelf_.reset();
-  firstLaunchCoach_.reset();
-  statusBarController_.reset();
-  newAppLaunchCenter_.reset();
-  recorderSubscriptions_.clear();
-  appShortcuts_.reset();
-  hotkeys_.reset();
-  launchAtLogin_.reset();
-  nativeVisibilityEngine_.reset();
-  statusItemManager_.reset();
-  newAppNotices_.reset();
-  categoryStore_.reset();
-  placementLedger_.reset();
-  accessibilityPermission_.reset();
-  localization_.reset();
-  if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
-}
+// The members go in reverse of their declaration, which is the order they were built in.
+AppEnvironment::~AppEnvironment() = default;
 
 StatusBarController& AppEnvironment::makeStatusBarController() {
   if (!statusBarController_) {

@@ -78,6 +78,11 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
 }
 
 MenuBarAccessController::~MenuBarAccessController() {
+  // The end of a run collapses the bar, updates the catalogue and tells the windows; at quit some
+  // of those may already be gone. With the handles dead first, stopping only stops.
+  weakFactory_.invalidate();
+  revealWork_.cancel();
+  panelUpdateWork_.cancel();
   menuSession_.reset();
   if (discovery_) discovery_->cancel();
   if (platform_.userInterface().iconShelfPanel().isShown()) platform_.userInterface().iconShelfPanel().close();

@@ -443,13 +443,7 @@ std::optional<std::string> MenuBarAccessModel::savedTier(std::string_view bundle
 std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
   const MenuBarAccessTier tier = selectedTier.get();
   std::vector<std::string> pieces;
-  const std::string& typed = query.get();
-  for (std::size_t start = 0; start < typed.size();) {
-    std::size_t end = start;
-    while (end < typed.size() && !std::isspace(static_cast<unsigned char>(typed[end]))) ++end;
-    if (end > start) pieces.push_back(DrawerSearch::fold(std::string_view(typed).substr(start, end - start)));
-    start = end + 1;
-  }
+  for (std::string_view word : text::words(query.get())) pieces.push_back(DrawerSearch::fold(word));
   const auto& rows = items.get();
   std::vector<AccessibleStatusItem> out;
   for (std::size_t index = 0; index < rows.size(); ++index) {
