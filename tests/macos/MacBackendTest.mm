@@ -367,4 +367,70 @@ TEST(MacBackend, PreferencesControlsStayLiveAcrossUpdates) {
   ui.preferences().close();
 }
 
+TEST(MacBackend, ShelfRowIsSizedToItsTilesAndTilesActOnTheRowTheyShow) {
+  MacUserInterface ui;
+  IconShelfViewState state;
+  state.title = "Icon Shelf";
+  state.tiers = {{.rawValue = "all", .title = "All", .selected = true}};
+  for (int i = 0; i < 6; ++i) {
+    std::string name = "App " + std::to_string(i);
+    state.rows.push_back({.id = name, .name = name, .accessibilityLabel = name});
+  }
+  std::vector<std::string> chosen;
+  ui.iconShelfPanel().show(state, IconShelfActions{.chooseRow = [&](const std::string& id) { chosen.push_back(id); }});
+  NSPanel* panel = nil;
+  for (NSWindow* window in NSApplication.sharedApplication.windows) {
+    if ([window isKindOfClass:[NSPanel class]] && window.visible &&
+        findView<NSScrollView>(window.contentView, [](NSScrollView*) { return true; })) {
+      panel = (NSPanel*)window;
+    }
+  }
+  ASSERT_TRUE(panel != nil);
+  [panel.contentView layoutSubtreeIfNeeded];
+  NSScrollView* strip = findView<NSScrollView>(panel.contentView, [](NSScrollView*) { return true; });
+  EXPECT_GE(strip.documentView.frame.size.width, 6 * 84.0);
+  EXPECT_GT(strip.documentView.frame.size.height, 0.0);
+  // The list changes under the same tiles: a click goes to the row shown now.
+  std::reverse(state.rows.begin(), state.rows.end());
+  ui.iconShelfPanel().update(state);
+  NSButton* first = findView<NSButton>(strip.documentView, [](NSButton* b) { return [b.title isEqualToString:@"App 5"]; });
+  ASSERT_TRUE(first != nil);
+  [first performClick:nil];
+  EXPECT_EQ(chosen, (std::vector<std::string>{"App 5"}));
+  ui.iconShelfPanel().close();
+}
+
+TEST(MacBackend, MainMenuKeepsTheStandardEditAndWindowCommands) {
+  MacApplication application;
+  int opened = 0;
+  Menu commands;
+  commands.items.push_back(MenuItem{.title = "Settings…", .action = "openPreferences", .keyEquivalent = ",",
+                                    .perform = [&opened] { ++opened; }});
+  application.setMainMenu(commands);
+  NSMenu* main = NSApplication.sharedApplication.mainMenu;
+  auto find = [&](NSString* key, SEL action) -> NSMenuItem* {
+    for (NSMenuItem* holder in main.itemArray) {
+      for (NSMenuItem* item in holder.submenu.itemArray) {
+        if ([item.keyEquivalent isEqualToString:key] && item.action == action) return item;
+      }
+    }
+    return nil;
+  };
+  for (NSString* key in @[ @"c", @"v", @"x", @"a", @"z" ]) {
+    SEL action = [key isEqualToString:@"c"]   ? @selector(copy:)
+                 : [key isEqualToString:@"v"] ? @selector(paste:)
+                 : [key isEqualToString:@"x"] ? @selector(cut:)
+                 : [key isEqualToString:@"a"] ? @selector(selectAll:)
+                                              : NSSelectorFromString(@"undo:");
+    NSMenuItem* item = find(key, action);
+    ASSERT_TRUE(item != nil) << key.UTF8String;
+    EXPECT_TRUE(item.target == nil);  // sent along the responder chain
+  }
+  EXPECT_TRUE(find(@"w", @selector(performClose:)) != nil);
+  NSMenuItem* settings = find(@",", @selector(perform:));
+  ASSERT_TRUE(settings != nil);
+  [NSApplication.sharedApplication sendAction:settings.action to:settings.target from:settings];
+  EXPECT_EQ(opened, 1);
+}
+
 }  // namespace
