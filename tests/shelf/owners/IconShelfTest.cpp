@@ -118,6 +118,30 @@ TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   EXPECT_TRUE(shelf().menuSessionActive());
 }
 
+// Every Accessibility message waits on another process: the shelf's reads, its menu opening
+// and the catalogue's scans send theirs from background queues, so a hung app never stalls
+// the main thread, on macOS 26 and on 27 where the system engine also checks its effect.
+TEST_F(IconShelfTest, TheMainThreadSendsNoAccessibilityMessage) {
+  for (int osMajor : {26, 27}) {
+    sim::SimSettings settings;
+    settings.osMajor = osMajor;
+    settings.accessibilityRoundTrip = 0.01;
+    settings.assessmentMode = {.offered = true, .activation = sim::SimActivation::succeeds, .activationDelay = 0.1};
+    start({app("com.apple.Safari", "Safari", 45), app("com.example.c", "Cloud", 50)}, settings);
+    shelf().showShelf(std::nullopt);
+    run(0.5);
+    shelf().setQuery("saf");
+    shelf().activateSelection();
+    run(2);
+    shelf().closeShelf();
+    controller().toggleBar(ExpandDepth::normal);
+    run(3);
+    controller().toggleBar(ExpandDepth::normal);
+    run(3);
+    EXPECT_EQ(desktop().waits().mainThreadAccessibilityCalls(), std::vector<std::string>{}) << "macOS " << osMajor;
+  }
+}
+
 TEST_F(IconShelfTest, AnItemWithoutPressGetsShowMenuFirst) {
   auto showOnly = app("com.example.show", "Shower", 40);
   showOnly.accessibilityActions = std::vector<std::string>{"AXShowMenu"};
