@@ -69,13 +69,13 @@ std::vector<std::string> report(AppEnvironment& environment) {
   const CollapseEngine& engine = bar->collapseEngine();
   const auto& cache = engine.lengths().perAppLengths();
   if (const auto& cliff = engine.lengths().cliffCache()) {
-    lines.push_back("cliff: " + cliff->screenKey + " " + number(cliff->length));
+    lines.push_back("cliff: " + cliff->screenKey.text() + " " + number(cliff->length));
   } else {
     lines.push_back("cliff: none");
   }
-  for (const auto& [key, length] : cache.perApp) lines.push_back("length " + key + ": " + number(length));
+  for (const auto& [key, length] : cache.perApp) lines.push_back("length " + key.text() + ": " + number(length));
   for (const auto& [key, length] : cache.knownGoodMinByScreen) {
-    lines.push_back("known good " + key + ": " + number(length));
+    lines.push_back("known good " + key.text() + ": " + number(length));
   }
   lines.push_back("collapse length now: " + number(engine.chooser().lengthForFrontmost()));
   const auto verdict = engine.verifier().lastCollapseVerdict();
