@@ -118,7 +118,8 @@ class MacApplication final : public Application {
   void setActivationPolicy(ActivationPolicy policy) override;
   ActivationPolicy activationPolicy() const override;
   void terminate() override;
-  void setMainMenu(const Menu& menu) override;
+  void setMainMenu(const Menu& appCommands) override;
+  void copyToPasteboard(const std::string& text) override;
   void openURL(const std::string& address) override;
 
  private:

@@ -108,6 +108,9 @@ struct SimSettings {
   SimAssessmentModeSettings assessmentMode;
   // The post-event privilege, separate from Accessibility trust.
   bool postEventAccess = true;
+  // What one answered Accessibility message costs its caller (a round trip to the other
+  // process); a process that does not answer costs the caller its time-out instead.
+  double accessibilityRoundTrip = 0;
 
   // Chords other applications hold as system-wide hot keys: registering one fails with -9878.
   std::vector<platform::KeyChord> takenHotkeys;

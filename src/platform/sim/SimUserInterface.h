@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Platform.h"
 #include "platform/windows/UserInterface.h"
 #include "platform/sim/SimWindowRecord.h"
 
@@ -144,6 +145,13 @@ class SimUserInterface final : public platform::UserInterface {
   const SimIconShelfPanel& iconShelfPanel() const { return iconShelf_; }
   const SimReviewPromptWindow& reviewPrompt() const { return reviewPrompt_; }
 
+  // A standard command of the main menu (⌘V, ⌘W, ...) sent to the first responder of the app's
+  // key window: the shelf's search field while it is open, else the settings window, whose
+  // Icons tab has its search field focused. Copy and cut write `pasteboard`, paste reads it.
+  // False when no window is key or the responder does not answer the command (undo is not
+  // modelled).
+  bool performResponderAction(platform::ResponderAction action, std::string& pasteboard);
+
   // A new notice replaces one of its kind.
   void presentNotice(platform::NoticeRequest notice) override;
   void dismissNotice(const std::string& kind) override;
@@ -168,6 +176,8 @@ class SimUserInterface final : public platform::UserInterface {
   SimIconShelfPanel iconShelf_{clock_};
   SimReviewPromptWindow reviewPrompt_{clock_};
   std::vector<SimNoticeRecord> notices_;
+  // Whether ⌘A selected the focused field's whole text; any other command ends the selection.
+  bool textSelected_ = false;
 };
 
 }  // namespace tarvolo::sim

@@ -16,6 +16,8 @@ namespace tarvolo {
 
 namespace {
 
+constexpr std::string_view kShelfWindow = "iconShelf";
+
 constexpr MenuBarAccessTier kTiers[] = {MenuBarAccessTier::all, MenuBarAccessTier::alwaysVisible,
                                         MenuBarAccessTier::hidden, MenuBarAccessTier::alwaysHidden};
 
@@ -38,6 +40,7 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
       localization_(dependencies.localization),
       defaultCenter_(dependencies.defaultCenter),
       systemSymbol_(std::move(dependencies.systemSymbol)),
+      permission_(dependencies.permission),
       model_(std::make_unique<MenuBarAccessModel>(MenuBarAccessModel::Dependencies{
           .platform = dependencies.platform,
           .catalog = dependencies.catalog,
@@ -105,6 +108,7 @@ void MenuBarAccessController::showShelf(std::optional<MenuBarAccessTier> tier) {
   model_->updateTrust();
   model_->errorKey = std::nullopt;
   platform_.userInterface().iconShelfPanel().show(viewState(), actions());
+  permission_.setAsking(kShelfWindow, !model_->trusted.get());
   model_->refresh(MenuBarAccessModel::RetainMissing::yes, MenuBarAccessModel::Diagnostics::off);
 }
 
@@ -117,6 +121,7 @@ void MenuBarAccessController::closeShelf() {
   if (!discoveryRunning()) model_->cancel();
   model_->keyboardSelectionID = std::nullopt;
   panel.close();
+  permission_.setAsking(kShelfWindow, false);
 }
 
 bool MenuBarAccessController::isShelfShown() const { return platform_.userInterface().iconShelfPanel().isShown(); }
@@ -124,6 +129,7 @@ bool MenuBarAccessController::isShelfShown() const { return platform_.userInterf
 void MenuBarAccessController::updatePanel() {
   auto& panel = platform_.userInterface().iconShelfPanel();
   if (panel.isShown()) panel.update(viewState());
+  permission_.setAsking(kShelfWindow, panel.isShown() && !model_->trusted.get());
 }
 
 platform::IconShelfActions MenuBarAccessController::actions() {

@@ -95,6 +95,7 @@ class MenuBarAccessController final {
   LocalizationManager& localization_;
   NotificationCenter& defaultCenter_;
   SystemSymbolLookup systemSymbol_;
+  AccessibilityPermission& permission_;
   MainThreadChecker mainThread_;
   std::unique_ptr<MenuBarAccessModel> model_;
   std::unique_ptr<MenuBarDiscoverySession> discovery_;

@@ -39,7 +39,12 @@ std::optional<std::vector<AXElement>> barItems(platform::Accessibility& accessib
   if (!list) return std::nullopt;
   std::vector<AXElement> out;
   for (const auto& child : *list) {
-    if (const AXElement* element = child.element()) out.push_back(*element);
+    const AXElement* element = child.element();
+    if (!element) continue;
+    // A time-out is not inherited: without its own, each read of an item of a hung app would
+    // wait the system's default of several seconds.
+    accessibility.setMessagingTimeout(*element, timeout);
+    out.push_back(*element);
   }
   return out;
 }
