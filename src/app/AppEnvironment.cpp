@@ -18,6 +18,7 @@
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
 #include "ui/ReviewPromptController.h"
+#include "ui/UpdateController.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "ui/FirstLaunchCoachController.h"
 
@@ -77,6 +78,13 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
             if (statusBarController_) statusBarController_->toggleBar(ExpandDepth::deep);
           },
   });
+  updates_ = std::make_unique<UpdateController>(UpdateController::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+      .localization = *localization_,
+      // Until the controller exists start-up is still under way, and the coach may yet come.
+      .coachRunning = [this] { return !statusBarController_ || !statusBarController_->onboardingComplete(); },
+  });
 }
 
 AppEnvironment::~AppEnvironment() {
@@ -89,6 +97,7 @@ AppEnvironment::~AppEnvironment() {
   firstLaunchCoach_.reset();
   statusBarController_.reset();
   newAppLaunchCenter_.reset();
+  updates_.reset();
   hotkeys_.reset();
   launchAtLogin_.reset();
   nativeVisibilityEngine_.reset();
@@ -136,7 +145,9 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .guide = *placementGuide_,
         .coach = *firstLaunchCoach_,
         .notices = *newAppLaunchCenter_,
+        .updates = *updates_,
     });
+    statusBarController_->noteUpdatesAvailable(updates_->available());
   }
   return *statusBarController_;
 }
@@ -221,6 +232,13 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   // once; with the own separators an always-visible choice goes through the guide.
   NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
   behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
+  // An app built without the update framework shows neither the switch nor the button.
+  if (updates_->available()) {
+    UpdateController& updates = *updates_;
+    behaviour.automaticUpdateChecks = [&updates] { return updates.automaticChecks(); };
+    behaviour.setAutomaticUpdateChecks = [&updates](bool on) { updates.setAutomaticChecks(on); };
+    behaviour.checkForUpdates = [&updates] { updates.checkNow(); };
+  }
   return behaviour;
 }
 

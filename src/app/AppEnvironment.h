@@ -28,6 +28,7 @@ class ReviewPromptController;
 class StatusBarController;
 class StatusBarRouter;
 class StatusItemManager;
+class UpdateController;
 
 // The composition root of one run: builds the shared owners in the order each needs the
 // others, hands each what it uses, and tears them down in reverse. Created when the app has
@@ -65,6 +66,7 @@ class AppEnvironment {
   PreferencesController* preferences() { return preferences_.get(); }
   ReviewPromptController* reviewPrompt() { return reviewPrompt_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
+  UpdateController& updates() { return *updates_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
@@ -86,6 +88,7 @@ class AppEnvironment {
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
+  std::unique_ptr<UpdateController> updates_;
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
   std::unique_ptr<PlacementGuideController> placementGuide_;

@@ -69,6 +69,8 @@ class StatusBarController final : private CollapseHost,
   const BarState& state() const { return state_; }
   // The placement guide tells whether it exists, runs, and where its panel and ring stand.
   void notePlacementGuide(PlacementGuidePresence presence);
+  // The update framework runs, so the context menu offers to check for a new version.
+  void noteUpdatesAvailable(bool available) { updatesAvailable_ = available; }
 
   // --- start-up
   void finishStartup();
@@ -102,6 +104,7 @@ class StatusBarController final : private CollapseHost,
   void menuArrange();
   void menuHideInSettings();
   void menuPreferences();
+  void menuCheckForUpdates();
   void openPreferences(std::optional<std::string> focusing);
   void repairMenuBarOrder();
   void quitApp();
@@ -192,6 +195,7 @@ class StatusBarController final : private CollapseHost,
 
   BarState state_;
   BarSurroundings surroundings_;
+  bool updatesAvailable_ = false;
   OwnStatusItems items_;
   CollapseEngine engine_;
   HidingEngineSwitch hiding_;

@@ -52,6 +52,9 @@ class PreferencesController {
     std::function<void()> beginHotkeyRecording;
     std::function<void()> cancelHotkeyRecording;
     std::function<bool()> nativeEngineAvailable;
+    std::function<bool()> automaticUpdateChecks;
+    std::function<void(bool)> setAutomaticUpdateChecks;
+    std::function<void()> checkForUpdates;
   };
 
   struct Dependencies {
@@ -92,6 +95,8 @@ class PreferencesController {
   void openLoginItemsSettings();
   void setRevealOnHover(bool enabled);
   void setNewAppNotices(bool enabled);
+  void setAutomaticUpdates(bool enabled);
+  void checkForUpdates();
   void search(const std::string& query);
   void setOtherRunningShown(bool shown);
   void pickZone(const std::string& bundleId, const std::string& zone);

@@ -47,6 +47,8 @@ struct PreferencesGeneralState {
   std::optional<std::string> launchAtLoginSettingsTitle;
   std::optional<PreferencesSwitch> revealOnHover;
   PreferencesSwitch newAppNotices;
+  // Absent in an app built without the update framework.
+  std::optional<PreferencesSwitch> automaticUpdates;
   friend bool operator==(const PreferencesGeneralState&, const PreferencesGeneralState&) = default;
 };
 
@@ -115,6 +117,8 @@ struct PreferencesAboutState {
   std::string docsTitle;
   std::string docsDetail;
   std::vector<PreferencesChoice> links;  // id is the address
+  // The button that checks for a new version now; absent without the update framework.
+  std::optional<std::string> checkForUpdatesTitle;
   friend bool operator==(const PreferencesAboutState&, const PreferencesAboutState&) = default;
 };
 
@@ -138,6 +142,7 @@ struct PreferencesCallbacks {
   std::function<void()> openLoginItemsSettings;
   std::function<void(bool)> setRevealOnHover;
   std::function<void(bool)> setNewAppNotices;
+  std::function<void(bool)> setAutomaticUpdates;
   std::function<void(const std::string& query)> search;
   std::function<void(bool)> setOtherRunningShown;
   std::function<void(const std::string& bundleId, const std::string& zone)> pickZone;
@@ -147,6 +152,7 @@ struct PreferencesCallbacks {
   std::function<void()> startRecordingHotkey;
   std::function<void()> cancelRecordingHotkey;
   std::function<void(const std::string& address)> openLink;
+  std::function<void()> checkForUpdates;
   std::function<void()> closed;
 };
 
