@@ -143,9 +143,8 @@ class MacUpdateWindow final : public UpdateWindow {
   void close() override;
   bool isShown() const override;
 
-  struct Impl;
-
  private:
+  struct Impl;
   std::unique_ptr<Impl> impl_;
 };
 

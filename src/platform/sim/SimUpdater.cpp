@@ -211,6 +211,11 @@ void SimUpdater::dismiss() {
 
 void SimUpdater::ownProcessExited() {
   listener_ = nullptr;
+  // An update ready and not answered counts as "later": it installs now, without a relaunch.
+  if (stage_ == Stage::ready && !pendingInstall_) {
+    pendingInstall_ = release_;
+    relaunchAfterInstall_ = false;
+  }
   stage_ = Stage::idle;
   ++generation_;
   if (!pendingInstall_) return;
