@@ -118,8 +118,6 @@ const std::set<std::pair<std::string_view, std::string_view>> kSameAsEnglish = {
     // The symbol of the unit is written alike.
     {"update.megabytes", "zh"}, {"update.megabytes", "zh-Hant"}, {"update.megabytes", "ja"},
     {"update.megabytes", "de"}, {"update.megabytes", "es"}, {"update.megabytes", "pt"},
-    // Numbers apart from the words.
-    {"update.progress", "zh"}, {"update.progress", "zh-Hant"},
 };
 
 std::vector<std::string> placeholders(std::string_view text) {

@@ -141,9 +141,9 @@ TEST_F(UpdateControllerTest, ABackgroundCheckThatFindsNothingShowsNoWindowAndCom
   ASSERT_EQ(framework().checks().size(), 1u);
   EXPECT_EQ(framework().checks()[0].kind, platform::UpdateCheckKind::background);
   EXPECT_EQ(window().showCount(), 0);
-  run(UpdatePolicy::checkInterval - 2);
+  run(UpdatePolicy::checkInterval - 4);
   EXPECT_EQ(framework().checks().size(), 1u) << "not before a day has passed";
-  run(2);
+  run(4);
   EXPECT_EQ(framework().checks().size(), 2u);
   EXPECT_EQ(window().showCount(), 0);
 }
