@@ -171,7 +171,18 @@ class UpdateView final : public WindowView {
       out += button.action == state_->defaultAction ? "  [[" + button.title + "]]" : "  [" + button.title + "]";
     }
     out += "\n";
-    if (state_->notes) out += "    " + state_->notesTitle.value_or("") + ": " + *state_->notes + "\n";
+    if (state_->notes) {
+      out += "    " + state_->notesTitle.value_or("") + ":\n";
+      std::string line;
+      for (char c : *state_->notes + "\n") {
+        if (c != '\n') {
+          line.push_back(c);
+          continue;
+        }
+        if (!line.empty()) out += "      " + line + "\n";
+        line.clear();
+      }
+    }
     return out;
   }
 
