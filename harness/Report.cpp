@@ -228,7 +228,7 @@ json toJson(const BarSnapshot& bar) {
   out["probes"] = bar.probes ? json(*bar.probes) : json(nullptr);
   json cliff = nullptr;
   if (bar.cache.cliff) {
-    cliff = {{"screen", bar.cache.cliff->screenKey}, {"length", bar.cache.cliff->length}, {"gap", bar.cache.cliff->gap}};
+    cliff = {{"screen", bar.cache.cliff->screenKey.text()}, {"length", bar.cache.cliff->length}, {"gap", bar.cache.cliff->gap}};
   }
   json perApp = json::object();
   for (const auto& [key, length] : bar.cache.perApp) perApp[key] = length;

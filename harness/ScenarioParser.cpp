@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "base/vocabulary/OwnBundle.h"
 #include "harness/StepTable.h"
 #include "platform/sim/SimDefaultsStore.h"
 
@@ -15,8 +16,6 @@ namespace tarvolo::scenario {
 using json = nlohmann::json;
 
 namespace {
-
-constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
 
 platform::ActivationPolicy parseActivation(const Field& field) {
   std::string name = field.string();
@@ -50,7 +49,7 @@ sim::SimAppSpec parseApp(const Field& field) {
        "launchDuration"});
   sim::SimAppSpec app;
   app.bundleId = field.required("bundleId").nonEmptyString();
-  if (lower(app.bundleId) == kOwnBundleId) {
+  if (lower(app.bundleId) == ownBundleID) {
     field.required("bundleId").fail("is Tarvolo itself, which the runner starts");
   }
   app.name = field.optional("name") ? field.required("name").nonEmptyString() : nameFromBundleId(app.bundleId);

@@ -1,18 +1,14 @@
 #include "statusbar/FrontmostPolicy.h"
 
-#include "base/Text.h"
-
 namespace tarvolo::MenuBarVisibilityPolicy {
 
-using text::equalsIgnoringCase;
-
-bool frontmostOwnsMenuBar(std::string_view frontmost, std::optional<std::string_view> owner) {
+bool frontmostOwnsMenuBar(const BundleID& frontmost, const std::optional<BundleID>& owner) {
   if (!owner || owner->empty()) return true;
-  return equalsIgnoringCase(frontmost, *owner);
+  return frontmost == *owner;
 }
 
 bool frontmostChangeIsTransient(const FrontmostChangeIsTransientInput& input) {
-  if (input.bundle.empty() || input.bundle == "none") return true;
+  if (!input.bundle || input.bundle->empty()) return true;
   if (input.isOwnApp) return true;
   return !(input.activationPolicyIsRegular && input.ownsMenuBar);
 }
@@ -29,7 +25,7 @@ std::string_view rawValue(FrontmostCommitAction action) {
 }
 
 FrontmostCommitAction frontmostCommitAction(const FrontmostCommitActionInput& input) {
-  if (input.releasedFor && !equalsIgnoringCase(*input.releasedFor, input.bundle)) {
+  if (input.releasedFor && *input.releasedFor != input.bundle) {
     return FrontmostCommitAction::collapse;
   }
   if (!input.presentationCollapsed) {

@@ -6,14 +6,17 @@
 #include <string>
 #include <string_view>
 
+#include "base/vocabulary/BundleID.h"
+
 namespace tarvolo::MenuBarVisibilityPolicy {
 
 // ---- Frontmost-app predicates ----------------------------------------------------------------
 
-bool frontmostOwnsMenuBar(std::string_view frontmost, std::optional<std::string_view> owner);
+// An owner without an identifier stands for whoever is frontmost.
+bool frontmostOwnsMenuBar(const BundleID& frontmost, const std::optional<BundleID>& owner);
 
 struct FrontmostChangeIsTransientInput {
-  std::string bundle;
+  std::optional<BundleID> bundle;  // none: no app is frontmost
   bool isOwnApp = false;
   bool activationPolicyIsRegular = false;
   bool ownsMenuBar = false;
@@ -24,8 +27,8 @@ enum class FrontmostCommitAction { collapse, released, expanded, hold, apply };
 std::string_view rawValue(FrontmostCommitAction action);
 
 struct FrontmostCommitActionInput {
-  std::optional<std::string> releasedFor;
-  std::string bundle;
+  std::optional<BundleID> releasedFor;
+  BundleID bundle;
   bool presentationCollapsed = false;
   bool lengthMatches = false;
 };

@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "base/Log.h"
-#include "base/Text.h"
 #include "visibility/owners/CollapseEngine.h"
 
 namespace tarvolo {
@@ -19,22 +18,23 @@ FrontmostTracker::FrontmostTracker(Dependencies dependencies)
       engine_(dependencies.engine),
       host_(dependencies.host),
       frontmostCommitWork_(dependencies.platform.mainQueue()) {
-  if (auto app = platform_.workspace().frontmostApplication()) recorded_ = app->bundleIdentifier;
+  if (auto app = platform_.workspace().frontmostApplication()) recorded_ = BundleID::from(app->bundleIdentifier);
 }
 
 void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplication& app) {
   mainThread_.check();
-  const std::string bundle = app.bundleIdentifier.value_or("none");
-  if (bundle == "none" || text::equalsIgnoringCase(bundle, platform_.system().ownBundleIdentifier())) return;
-  if (recorded_ && *recorded_ == bundle) return;
+  if (!app.bundleIdentifier) return;
+  const BundleID bundle(*app.bundleIdentifier);
+  if (bundle == BundleID(platform_.system().ownBundleIdentifier())) return;
+  if (recorded_ == bundle) return;
   LogLine line("frontmost change");
-  line.add("from", recorded_.value_or("none")).add("to", bundle);
+  line.add("from", spellingOf(recorded_)).add("to", bundle.spelling());
   recorded_ = bundle;
   if (!barCollapsed()) {
     MenuBarLog::log(line.add("action", "expanded"));
     return;
   }
-  const double length = engine_.collapseLength(bundle);
+  const double length = engine_.collapseLength(bundle.spelling());
   auto inForce = engine_.presentedBar().lastAppliedNormalLength;
   if (inForce && std::fabs(*inForce - length) <= kLengthTolerance) {
     MenuBarLog::log(line.add("action", "ignore").add("length", length));
@@ -46,7 +46,7 @@ void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplicati
 
 void FrontmostTracker::commit() {
   if (!barCollapsed()) return;
-  MenuBarLog::log(LogLine("frontmost commit").add("to", recorded_));
+  MenuBarLog::log(LogLine("frontmost commit").add("to", spellingOf(recorded_)));
   host_.commitFrontmostLength();
 }
 

@@ -6,6 +6,7 @@
 #include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
+#include "base/vocabulary/BundleID.h"
 #include "platform/Platform.h"
 #include "statusbar/StatusBarEvents.h"
 
@@ -50,7 +51,7 @@ class FrontmostTracker {
   const CollapseEngine& engine_;
   Host& host_;
   MainThreadChecker mainThread_;
-  std::optional<std::string> recorded_;
+  std::optional<BundleID> recorded_;
   WorkItem frontmostCommitWork_;
   WeakHandleFactory<FrontmostTracker> weakFactory_{this};
 };

@@ -513,7 +513,7 @@ void StatusBarController::noteMenuBarMembershipChanged(std::optional<std::string
   hiding_.expandIfAvailable();
   if (bundleID) {
     const std::string lowered = text::lowercased(*bundleID);
-    engine_.clearCollapseBudget(lowered);
+    engine_.clearCollapseBudget(BundleID::from(lowered));
     MenuBarLog::log(LogLine("collapse budget cleared").add("bundle", lowered));
   }
   if (currentPresentation() == MenuBarPresentation::collapsed) {

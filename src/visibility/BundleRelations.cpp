@@ -117,6 +117,23 @@ std::optional<ItemCategory> resolveTier(std::string_view bundleID, const std::ma
   return raw ? itemCategoryFromRaw(*raw) : std::nullopt;
 }
 
+std::optional<ItemCategory> resolveTier(const BundleID& bundleID, const std::map<BundleID, ItemCategory>& saved) {
+  auto find = [&saved](const BundleID& id) -> std::optional<ItemCategory> {
+    auto found = saved.find(id);
+    if (found == saved.end()) return std::nullopt;
+    return found->second;
+  };
+  if (auto tier = find(bundleID)) return tier;
+  for (const std::string& related : relatedBundleIDs(bundleID.spelling())) {
+    if (auto tier = find(BundleID(related))) return tier;
+  }
+  // Role endings are matched as spelt, so the parents come from the identifier as it arrived.
+  for (auto parent = immediateParent(bundleID.spelling()); parent; parent = immediateParent(*parent)) {
+    if (auto tier = find(BundleID(*parent))) return tier;
+  }
+  return std::nullopt;
+}
+
 std::vector<std::string> relatedBundleIDs(std::string_view bundleID) {
   const std::string lower = lowercased(bundleID);
   std::vector<std::string> related;

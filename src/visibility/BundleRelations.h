@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/vocabulary/BundleID.h"
 #include "base/vocabulary/PlacementTypes.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
@@ -44,6 +45,8 @@ std::optional<std::string> lookupRaw(std::string_view bundleID, const std::map<s
 
 // `lookupRaw` read as a tier; an unknown string is no tier.
 std::optional<ItemCategory> resolveTier(std::string_view bundleID, const std::map<std::string, std::string>& saved);
+// The same lookup over tiers filed by identifier, where case is already settled.
+std::optional<ItemCategory> resolveTier(const BundleID& bundleID, const std::map<BundleID, ItemCategory>& saved);
 
 // Ids that ship alongside this one and must share its fate.
 std::vector<std::string> relatedBundleIDs(std::string_view bundleID);

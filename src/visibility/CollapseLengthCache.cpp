@@ -1,22 +1,23 @@
 #include "visibility/CollapseLengthCache.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
-#include "base/Text.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {
 namespace {
 
-bool screenIsKept(std::string_view key, const std::vector<std::string>& keeping) {
-  const std::string_view screen = MenuBarVisibilityPolicy::CollapseLengthCache::screenPart(key);
+bool screenIsKept(const ScreenKey& screen, const std::vector<ScreenKey>& keeping) {
   return std::find(keeping.begin(), keeping.end(), screen) != keeping.end();
 }
+bool screenIsKept(const PerAppKey& key, const std::vector<ScreenKey>& keeping) {
+  return screenIsKept(key.screen(), keeping);
+}
 
-void keepScreens(std::map<std::string, double>& map, const std::vector<std::string>& keeping) {
+template <typename Key>
+void keepScreens(std::map<Key, double>& map, const std::vector<ScreenKey>& keeping) {
   std::erase_if(map, [&keeping](const auto& entry) { return !screenIsKept(entry.first, keeping); });
 }
 
@@ -29,110 +30,77 @@ namespace {
 
 using MenuBarVisibilityPolicy::collapseLengthHidesIcons;
 
-constexpr char perAppSeparator = '\t';
-
-std::optional<double> lookup(const std::map<std::string, double>& map, const std::string& key) {
+template <typename Key>
+std::optional<double> lookup(const std::map<Key, double>& map, const Key& key) {
   auto it = map.find(key);
   if (it == map.end()) return std::nullopt;
   return it->second;
 }
 
-void eraseLengthsThatHideNothing(std::map<std::string, double>& map) {
+template <typename Key>
+void eraseLengthsThatHideNothing(std::map<Key, double>& map) {
   std::erase_if(map, [](const auto& entry) { return !collapseLengthHidesIcons(entry.second); });
 }
 
 }  // namespace
 
-std::string CollapseLengthCache::key(std::string_view screen, std::string_view bundleID) {
-  std::string key(screen);
-  key += perAppSeparator;
-  key += text::lowercased(bundleID);
-  return key;
-}
+std::optional<double> CollapseLengthCache::length(const PerAppKey& key) const { return lookup(perApp, key); }
 
-std::string_view CollapseLengthCache::screenPart(std::string_view key) {
-  return key.substr(0, key.find(perAppSeparator));
-}
-
-std::optional<std::string_view> CollapseLengthCache::bundlePart(std::string_view key) {
-  const auto tab = key.find(perAppSeparator);
-  if (tab == std::string_view::npos) return std::nullopt;
-  return key.substr(tab + 1);
-}
-
-std::optional<double> CollapseLengthCache::screenWidth(std::string_view fromCollapseKey) {
-  const auto x = fromCollapseKey.find('x');
-  if (x == std::string_view::npos || x == 0) return std::nullopt;
-  const std::string_view digits = fromCollapseKey.substr(0, x);
-  if (!std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; })) return std::nullopt;
-  long long width = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), width);
-  if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-  return static_cast<double>(width);
-}
-
-std::optional<double> CollapseLengthCache::length(std::string_view screen, std::string_view bundleID) const {
-  return lookup(perApp, key(screen, bundleID));
-}
-
-std::optional<double> CollapseLengthCache::knownGoodMin(std::string_view screen) const {
-  auto value = lookup(knownGoodMinByScreen, std::string(screen));
+std::optional<double> CollapseLengthCache::knownGoodMin(const ScreenKey& screen) const {
+  auto value = lookup(knownGoodMinByScreen, screen);
   if (!value || !collapseLengthHidesIcons(*value)) return std::nullopt;
   return value;
 }
 
-std::optional<double> CollapseLengthCache::knownGoodMax(std::string_view screen, std::string_view bundleID) const {
-  return lookup(knownGoodMaxByApp, key(screen, bundleID));
+std::optional<double> CollapseLengthCache::knownGoodMax(const PerAppKey& key) const {
+  return lookup(knownGoodMaxByApp, key);
 }
 
-std::optional<double> CollapseLengthCache::knownGoodGap(std::string_view screen) const {
-  return lookup(knownGoodGapByScreen, std::string(screen));
+std::optional<double> CollapseLengthCache::knownGoodGap(const ScreenKey& screen) const {
+  return lookup(knownGoodGapByScreen, screen);
 }
 
-std::optional<double> CollapseLengthCache::searchGap(std::string_view screen) const {
-  return lookup(searchGapByScreen, std::string(screen));
+std::optional<double> CollapseLengthCache::searchGap(const ScreenKey& screen) const {
+  return lookup(searchGapByScreen, screen);
 }
 
-double CollapseLengthCache::lengthForCollapse(std::string_view screen, std::string_view bundleID,
-                                              double lowerBound) const {
-  if (auto perAppLength = length(screen, bundleID)) return *perAppLength;
-  if (auto min = knownGoodMin(screen)) return *min;
+double CollapseLengthCache::lengthForCollapse(const PerAppKey& key, double lowerBound) const {
+  if (auto perAppLength = length(key)) return *perAppLength;
+  if (auto min = knownGoodMin(key.screen())) return *min;
   return lowerBound;
 }
 
 void CollapseLengthCache::record(const RecordInput& in) {
   if (!collapseLengthHidesIcons(in.length)) return;
-  const std::string pair = key(in.screen, in.bundleID);
-  perApp[pair] = in.length;
+  perApp[in.key] = in.length;
   if (!in.knownGood) return;
 
-  const std::string screen(in.screen);
+  const ScreenKey& screen = in.key.screen();
   auto existingMin = lookup(knownGoodMinByScreen, screen);
   knownGoodMinByScreen[screen] =
       existingMin && collapseLengthHidesIcons(*existingMin) ? std::min(in.length, *existingMin) : in.length;
-  auto existingMax = lookup(knownGoodMaxByApp, pair);
-  knownGoodMaxByApp[pair] = existingMax ? std::max(in.length, *existingMax) : in.length;
+  auto existingMax = lookup(knownGoodMaxByApp, in.key);
+  knownGoodMaxByApp[in.key] = existingMax ? std::max(in.length, *existingMax) : in.length;
 }
 
-void CollapseLengthCache::recordGap(std::string_view screen, double gap) {
+void CollapseLengthCache::recordGap(const ScreenKey& screen, double gap) {
   if (!(gap > 0)) return;
-  knownGoodGapByScreen[std::string(screen)] = gap;
+  knownGoodGapByScreen[screen] = gap;
 }
 
-void CollapseLengthCache::recordSearchGap(std::string_view screen, double gap) {
+void CollapseLengthCache::recordSearchGap(const ScreenKey& screen, double gap) {
   if (!(gap >= 0)) return;
-  searchGapByScreen[std::string(screen)] = gap;
+  searchGapByScreen[screen] = gap;
 }
 
-void CollapseLengthCache::forget(std::string_view screen, std::string_view bundleID) {
-  const std::string pair = key(screen, bundleID);
-  perApp.erase(pair);
-  knownGoodMaxByApp.erase(pair);
+void CollapseLengthCache::forget(const PerAppKey& key) {
+  perApp.erase(key);
+  knownGoodMaxByApp.erase(key);
 }
 
-void CollapseLengthCache::forgetGap(std::string_view screen) {
-  knownGoodGapByScreen.erase(std::string(screen));
-  searchGapByScreen.erase(std::string(screen));
+void CollapseLengthCache::forgetGap(const ScreenKey& screen) {
+  knownGoodGapByScreen.erase(screen);
+  searchGapByScreen.erase(screen);
 }
 
 void CollapseLengthCache::discardLengthsThatHideNothing() {
@@ -141,7 +109,7 @@ void CollapseLengthCache::discardLengthsThatHideNothing() {
   eraseLengthsThatHideNothing(knownGoodMaxByApp);
 }
 
-void CollapseLengthCache::prune(const std::vector<std::string>& keeping) {
+void CollapseLengthCache::prune(const std::vector<ScreenKey>& keeping) {
   keepScreens(perApp, keeping);
   keepScreens(knownGoodMinByScreen, keeping);
   keepScreens(knownGoodMaxByApp, keeping);
@@ -171,29 +139,59 @@ std::optional<double> finiteNumber(const DefaultsValue& value) {
   return number;
 }
 
-DefaultsValue lengthDictionary(const std::map<std::string, double>& map) {
+const std::string& storedText(const ScreenKey& key) { return key.text(); }
+std::string storedText(const PerAppKey& key) { return key.text(); }
+
+template <typename Key>
+DefaultsValue lengthDictionary(const std::map<Key, double>& map) {
   DefaultsValue::Dictionary dict;
-  for (const auto& [key, value] : map) dict.emplace(key, DefaultsValue(value));
+  for (const auto& [key, value] : map) dict.emplace(storedText(key), DefaultsValue(value));
   return DefaultsValue(std::move(dict));
 }
 
-std::optional<DefaultsValue> lengthDictionaryUnlessEmpty(const std::map<std::string, double>& map) {
+template <typename Key>
+std::optional<DefaultsValue> lengthDictionaryUnlessEmpty(const std::map<Key, double>& map) {
   if (map.empty()) return std::nullopt;
   return lengthDictionary(map);
 }
 
-std::set<std::string> decodeStringSet(const std::optional<DefaultsValue>& stored) {
+template <typename Key>
+std::map<Key, double> decodeKeyedLengths(const DefaultsReader& read, const std::string& defaultsKey,
+                                         UnreadableCollapseKeys& unreadable) {
+  std::map<Key, double> map;
+  for (const auto& [stored, length] : decodeLengthMap(read(defaultsKey))) {
+    auto key = Key::parse(stored);
+    if (!key) {
+      unreadable.push_back({.defaultsKey = defaultsKey, .storedKey = stored});
+      continue;
+    }
+    map.emplace(std::move(*key), length);
+  }
+  return map;
+}
+
+std::set<PerAppKey> decodePerAppKeySet(const DefaultsReader& read, const std::string& defaultsKey,
+                                       UnreadableCollapseKeys& unreadable) {
+  auto stored = read(defaultsKey);
   if (!stored) return {};
   auto strings = stored->asStringArray();
   if (!strings) return {};
-  return {strings->begin(), strings->end()};
+  std::set<PerAppKey> keys;
+  for (const std::string& text : *strings) {
+    if (auto key = PerAppKey::parse(text)) {
+      keys.insert(std::move(*key));
+    } else {
+      unreadable.push_back({.defaultsKey = defaultsKey, .storedKey = text});
+    }
+  }
+  return keys;
 }
 
 }  // namespace
 
-void PersistedCollapseLengths::prune(const std::vector<std::string>& keeping) {
+void PersistedCollapseLengths::prune(const std::vector<ScreenKey>& keeping) {
   perAppLengths.prune(keeping);
-  std::erase_if(menuLimitedKeys, [&keeping](const std::string& key) { return !screenIsKept(key, keeping); });
+  std::erase_if(menuLimitedKeys, [&keeping](const PerAppKey& key) { return !screenIsKept(key, keeping); });
   keepScreens(foldTailByPair, keeping);
   keepScreens(foldTailBaseByPair, keeping);
 }
@@ -204,24 +202,25 @@ DefaultsWrites encodeCliffRecord(const std::optional<CliffRecord>& record) {
             {cliffLengthDefaultsKey, std::nullopt},
             {cliffGapDefaultsKey, std::nullopt}};
   }
-  return {{cliffScreenDefaultsKey, DefaultsValue(record->screenKey)},
+  return {{cliffScreenDefaultsKey, DefaultsValue(record->screenKey.text())},
           {cliffLengthDefaultsKey, DefaultsValue(record->length)},
           {cliffGapDefaultsKey, DefaultsValue(record->gap)}};
 }
 
-DefaultsWrites encodePerAppLengths(const CollapseLengthCache& lengths, const std::set<std::string>& menuLimitedKeys) {
-  // A set iterates in ascending order, which is how the list is stored.
+DefaultsWrites encodePerAppLengths(const CollapseLengthCache& lengths, const std::set<PerAppKey>& menuLimitedKeys) {
+  // The list is stored in the ascending order of its texts.
+  std::set<std::string> limited;
+  for (const PerAppKey& key : menuLimitedKeys) limited.insert(key.text());
   return {{cliffPerAppDefaultsKey, lengthDictionary(lengths.perApp)},
           {cliffMinGoodDefaultsKey, lengthDictionaryUnlessEmpty(lengths.knownGoodMinByScreen)},
           {cliffMaxGoodDefaultsKey, lengthDictionaryUnlessEmpty(lengths.knownGoodMaxByApp)},
           {cliffGoodGapDefaultsKey, lengthDictionaryUnlessEmpty(lengths.knownGoodGapByScreen)},
           {cliffSearchGapDefaultsKey, lengthDictionaryUnlessEmpty(lengths.searchGapByScreen)},
-          {cliffMenuLimitedDefaultsKey,
-           DefaultsValue::fromStrings(std::vector<std::string>(menuLimitedKeys.begin(), menuLimitedKeys.end()))}};
+          {cliffMenuLimitedDefaultsKey, DefaultsValue::fromStrings(std::vector<std::string>(limited.begin(), limited.end()))}};
 }
 
-DefaultsWrites encodeFoldTails(const std::map<std::string, double>& tailByPair,
-                               const std::map<std::string, double>& baseByPair) {
+DefaultsWrites encodeFoldTails(const std::map<PerAppKey, double>& tailByPair,
+                               const std::map<PerAppKey, double>& baseByPair) {
   return {{cliffFoldTailDefaultsKey, lengthDictionaryUnlessEmpty(tailByPair)},
           {cliffFoldTailBaseDefaultsKey, lengthDictionaryUnlessEmpty(baseByPair)}};
 }
@@ -244,13 +243,23 @@ std::map<std::string, double> decodeLengthMap(const std::optional<DefaultsValue>
   return map;
 }
 
-std::map<std::string, double> restoredPerAppLengths(const std::map<std::string, double>& stored,
-                                                   MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
+std::map<ScreenKey, double> decodeScreenLengths(const DefaultsReader& read, const std::string& defaultsKey,
+                                                UnreadableCollapseKeys& unreadable) {
+  return decodeKeyedLengths<ScreenKey>(read, defaultsKey, unreadable);
+}
+
+std::map<PerAppKey, double> decodePerAppLengths(const DefaultsReader& read, const std::string& defaultsKey,
+                                                UnreadableCollapseKeys& unreadable) {
+  return decodeKeyedLengths<PerAppKey>(read, defaultsKey, unreadable);
+}
+
+std::map<PerAppKey, double> restoredPerAppLengths(const std::map<PerAppKey, double>& stored,
+                                                  MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
   // A length longer than its screen's tail ceiling was learnt on a wider screen under the same key.
   constexpr double ceilingTolerance = 0.5;
-  std::map<std::string, double> restored;
+  std::map<PerAppKey, double> restored;
   for (const auto& [key, length] : stored) {
-    auto width = CollapseLengthCache::screenWidth(CollapseLengthCache::screenPart(key));
+    auto width = key.screen().firstScreenWidth();
     if (!width || !MenuBarVisibilityPolicy::collapseLengthHidesIcons(length)) continue;
     if (length > MenuBarVisibilityPolicy::collapseTailCeiling(*width, sizing) + ceilingTolerance) continue;
     restored.emplace(key, length);
@@ -267,25 +276,26 @@ std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read) {
   if (!key || key->empty() || !lengthValue || !MenuBarVisibilityPolicy::collapseLengthHidesIcons(*lengthValue)) {
     return std::nullopt;
   }
-  CliffRecord record{.screenKey = *key, .length = *lengthValue};
+  CliffRecord record{.screenKey = ScreenKey(*key), .length = *lengthValue};
   if (auto gap = read(cliffGapDefaultsKey)) record.gap = finiteNumber(*gap).value_or(-1);
   return record;
 }
 
-PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read,
+PersistedCollapseLengths decodeCollapseLengths(const DefaultsReader& read, UnreadableCollapseKeys& unreadable,
                                                MenuBarVisibilityPolicy::PublicCollapseSizing sizing) {
   PersistedCollapseLengths state;
   state.cliffRecord = decodeCliffRecord(read);
-  state.perAppLengths.perApp = restoredPerAppLengths(decodeLengthMap(read(cliffPerAppDefaultsKey)), sizing);
-  state.perAppLengths.knownGoodMinByScreen = decodeLengthMap(read(cliffMinGoodDefaultsKey));
-  state.perAppLengths.knownGoodMaxByApp = decodeLengthMap(read(cliffMaxGoodDefaultsKey));
-  state.perAppLengths.knownGoodGapByScreen = decodeLengthMap(read(cliffGoodGapDefaultsKey));
-  for (const auto& [screen, gap] : decodeLengthMap(read(cliffSearchGapDefaultsKey))) {
-    state.perAppLengths.recordSearchGap(screen, gap);
+  auto& lengths = state.perAppLengths;
+  lengths.perApp = restoredPerAppLengths(decodePerAppLengths(read, cliffPerAppDefaultsKey, unreadable), sizing);
+  lengths.knownGoodMinByScreen = decodeScreenLengths(read, cliffMinGoodDefaultsKey, unreadable);
+  lengths.knownGoodMaxByApp = decodePerAppLengths(read, cliffMaxGoodDefaultsKey, unreadable);
+  lengths.knownGoodGapByScreen = decodeScreenLengths(read, cliffGoodGapDefaultsKey, unreadable);
+  for (const auto& [screen, gap] : decodeScreenLengths(read, cliffSearchGapDefaultsKey, unreadable)) {
+    lengths.recordSearchGap(screen, gap);
   }
-  state.menuLimitedKeys = decodeStringSet(read(cliffMenuLimitedDefaultsKey));
-  state.foldTailByPair = decodeLengthMap(read(cliffFoldTailDefaultsKey));
-  state.foldTailBaseByPair = decodeLengthMap(read(cliffFoldTailBaseDefaultsKey));
+  state.menuLimitedKeys = decodePerAppKeySet(read, cliffMenuLimitedDefaultsKey, unreadable);
+  state.foldTailByPair = decodePerAppLengths(read, cliffFoldTailDefaultsKey, unreadable);
+  state.foldTailBaseByPair = decodePerAppLengths(read, cliffFoldTailBaseDefaultsKey, unreadable);
   return state;
 }
 

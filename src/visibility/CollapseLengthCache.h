@@ -5,10 +5,10 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "base/DefaultsValue.h"
+#include "base/vocabulary/ScreenKey.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
 namespace tarvolo::MenuBarVisibilityPolicy {
@@ -16,47 +16,38 @@ namespace tarvolo::MenuBarVisibilityPolicy {
 // Remembered collapse lengths per screen and per frontmost application. Lengths of 32 points or
 // less hide nothing and are never recorded.
 struct CollapseLengthCache {
-  std::map<std::string, double> perApp;                // per-app key -> length that collapses well
-  std::map<std::string, double> knownGoodMinByScreen;  // screen key -> shortest verified length
-  std::map<std::string, double> knownGoodMaxByApp;     // per-app key -> longest verified length
-  std::map<std::string, double> knownGoodGapByScreen;  // screen key -> gap seen with a verified collapse
-  // Screen key -> gap a search read that stopped at the menus, so wrote no screen record; the
-  // only keeper of a gap of 0 (no always-visible icons) when the verified gaps leave it out.
-  std::map<std::string, double> searchGapByScreen;
+  std::map<PerAppKey, double> perApp;                // length that collapses well
+  std::map<ScreenKey, double> knownGoodMinByScreen;  // shortest verified length
+  std::map<PerAppKey, double> knownGoodMaxByApp;     // longest verified length
+  std::map<ScreenKey, double> knownGoodGapByScreen;  // gap seen with a verified collapse
+  // The gap a search read that stopped at the menus, so wrote no screen record; the only keeper
+  // of a gap of 0 (no always-visible icons) when the verified gaps leave it out.
+  std::map<ScreenKey, double> searchGapByScreen;
 
-  // "<screen key>\t<lower-cased bundle id>".
-  static std::string key(std::string_view screen, std::string_view bundleID);
-  // The screen key of a per-app key; a key without a tab is all screen.
-  static std::string_view screenPart(std::string_view key);
-  static std::optional<std::string_view> bundlePart(std::string_view key);
-  // The width of the first screen in a key (the digits before the first "x").
-  static std::optional<double> screenWidth(std::string_view fromCollapseKey);
-
-  std::optional<double> length(std::string_view screen, std::string_view bundleID) const;
-  std::optional<double> knownGoodMin(std::string_view screen) const;
-  std::optional<double> knownGoodMax(std::string_view screen, std::string_view bundleID) const;
-  std::optional<double> knownGoodGap(std::string_view screen) const;
-  std::optional<double> searchGap(std::string_view screen) const;
-  double lengthForCollapse(std::string_view screen, std::string_view bundleID, double lowerBound) const;
+  std::optional<double> length(const PerAppKey& key) const;
+  std::optional<double> knownGoodMin(const ScreenKey& screen) const;
+  std::optional<double> knownGoodMax(const PerAppKey& key) const;
+  std::optional<double> knownGoodGap(const ScreenKey& screen) const;
+  std::optional<double> searchGap(const ScreenKey& screen) const;
+  double lengthForCollapse(const PerAppKey& key, double lowerBound) const;
 
   struct RecordInput {
-    std::string_view screen;
-    std::string_view bundleID;
+    const PerAppKey& key;
     double length = 0;
     bool knownGood = false;
   };
   void record(const RecordInput& input);
   // Only positive gaps are kept.
-  void recordGap(std::string_view screen, double gap);
+  void recordGap(const ScreenKey& screen, double gap);
   // Gaps of 0 and more; a negative one was never read.
-  void recordSearchGap(std::string_view screen, double gap);
+  void recordSearchGap(const ScreenKey& screen, double gap);
   // Drops the pair's length and its verified maximum.
-  void forget(std::string_view screen, std::string_view bundleID);
+  void forget(const PerAppKey& key);
   // Forgets both the verified and the search's gap.
-  void forgetGap(std::string_view screen);
+  void forgetGap(const ScreenKey& screen);
   void discardLengthsThatHideNothing();
   // Keeps only entries filed under one of the given screen keys.
-  void prune(const std::vector<std::string>& keeping);
+  void prune(const std::vector<ScreenKey>& keeping);
 
   friend bool operator==(const CollapseLengthCache&, const CollapseLengthCache&) = default;
 };
@@ -67,7 +58,7 @@ namespace tarvolo {
 
 // The screen arrangement's cliff as last settled by a search.
 struct CliffRecord {
-  std::string screenKey;
+  ScreenKey screenKey;
   double length = 0;
   double gap = -1;  // -1: no gap was known
 
@@ -97,13 +88,13 @@ inline constexpr const char* cliffFoldTailBaseDefaultsKey = "com.ostrand.tarvolo
 struct PersistedCollapseLengths {
   std::optional<CliffRecord> cliffRecord;
   MenuBarVisibilityPolicy::CollapseLengthCache perAppLengths;
-  std::set<std::string> menuLimitedKeys;
-  std::map<std::string, double> foldTailByPair;
-  std::map<std::string, double> foldTailBaseByPair;
+  std::set<PerAppKey> menuLimitedKeys;
+  std::map<PerAppKey, double> foldTailByPair;
+  std::map<PerAppKey, double> foldTailBaseByPair;
 
   // Forgets per-app and per-screen entries of screens no longer connected; the screen record
   // stays, as it only applies while its arrangement matches.
-  void prune(const std::vector<std::string>& keeping);
+  void prune(const std::vector<ScreenKey>& keeping);
 
   friend bool operator==(const PersistedCollapseLengths&, const PersistedCollapseLengths&) = default;
 };
@@ -114,21 +105,35 @@ using DefaultsReader = std::function<std::optional<DefaultsValue>(const std::str
 
 DefaultsWrites encodeCliffRecord(const std::optional<CliffRecord>& record);
 DefaultsWrites encodePerAppLengths(const MenuBarVisibilityPolicy::CollapseLengthCache& lengths,
-                                   const std::set<std::string>& menuLimitedKeys);
-DefaultsWrites encodeFoldTails(const std::map<std::string, double>& tailByPair,
-                               const std::map<std::string, double>& baseByPair);
+                                   const std::set<PerAppKey>& menuLimitedKeys);
+DefaultsWrites encodeFoldTails(const std::map<PerAppKey, double>& tailByPair,
+                               const std::map<PerAppKey, double>& baseByPair);
 DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state);
+
+// A stored entry whose key does not read as a screen or per-app key: skipped, and told.
+struct UnreadableCollapseKey {
+  std::string defaultsKey;
+  std::string storedKey;
+  friend bool operator==(const UnreadableCollapseKey&, const UnreadableCollapseKey&) = default;
+};
+using UnreadableCollapseKeys = std::vector<UnreadableCollapseKey>;
 
 // A dictionary of lengths; entries that are not finite numbers are skipped.
 std::map<std::string, double> decodeLengthMap(const std::optional<DefaultsValue>& stored);
+// The same filed by screen or by screen and app; keys that do not parse go to `unreadable`.
+std::map<ScreenKey, double> decodeScreenLengths(const DefaultsReader& read, const std::string& defaultsKey,
+                                                UnreadableCollapseKeys& unreadable);
+std::map<PerAppKey, double> decodePerAppLengths(const DefaultsReader& read, const std::string& defaultsKey,
+                                                UnreadableCollapseKeys& unreadable);
 // Only lengths that hide something and fit under their screen's tail ceiling survive a relaunch.
-std::map<std::string, double> restoredPerAppLengths(
-    const std::map<std::string, double>& stored,
+std::map<PerAppKey, double> restoredPerAppLengths(
+    const std::map<PerAppKey, double>& stored,
     MenuBarVisibilityPolicy::PublicCollapseSizing sizing = MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion);
 std::optional<CliffRecord> decodeCliffRecord(const DefaultsReader& read);
-// Reads back everything; a corrupt entry is skipped without losing its neighbours.
+// Reads back everything; a corrupt entry is skipped without losing its neighbours, and one whose
+// key does not parse is named in `unreadable`.
 PersistedCollapseLengths decodeCollapseLengths(
-    const DefaultsReader& read,
+    const DefaultsReader& read, UnreadableCollapseKeys& unreadable,
     MenuBarVisibilityPolicy::PublicCollapseSizing sizing = MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion);
 
 }  // namespace tarvolo

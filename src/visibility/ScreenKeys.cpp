@@ -14,28 +14,28 @@ std::string wholePoints(double value) {
 
 }  // namespace
 
-std::string screenKey(const Rect& frame) {
-  return wholePoints(frame.width) + "x" + wholePoints(frame.height) + "@" + wholePoints(frame.x) + "," +
-         wholePoints(frame.y);
+ScreenKey screenKey(const Rect& frame) {
+  return ScreenKey(wholePoints(frame.width) + "x" + wholePoints(frame.height) + "@" + wholePoints(frame.x) + "," +
+         wholePoints(frame.y));
 }
 
-std::string screenConfigKey(const std::vector<Rect>& screenFrames) {
+ScreenKey screenConfigKey(const std::vector<Rect>& screenFrames) {
   std::string key;
   for (const Rect& frame : screenFrames) {
     if (!key.empty()) key += "|";
-    key += screenKey(frame);
+    key += screenKey(frame).text();
   }
-  return key;
+  return ScreenKey(std::move(key));
 }
 
-std::string collapseScreenKey(const std::optional<Rect>& statusItemScreen, const std::vector<Rect>& screenFrames) {
+ScreenKey collapseScreenKey(const std::optional<Rect>& statusItemScreen, const std::vector<Rect>& screenFrames) {
   if (statusItemScreen) return screenKey(*statusItemScreen);
   return screenConfigKey(screenFrames);
 }
 
-std::vector<std::string> connectedScreenKeys(const std::vector<Rect>& screenFrames) {
-  std::vector<std::string> keys;
-  auto add = [&keys](std::string key) {
+std::vector<ScreenKey> connectedScreenKeys(const std::vector<Rect>& screenFrames) {
+  std::vector<ScreenKey> keys;
+  auto add = [&keys](ScreenKey key) {
     if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(std::move(key));
   };
   for (const Rect& frame : screenFrames) add(screenKey(frame));

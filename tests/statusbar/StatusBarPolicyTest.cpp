@@ -130,24 +130,26 @@ RC_GTEST_PROP(PreferredPositions, SeedingIsOrderedAndWritesExactlyWhatChanged, (
 // ---- Frontmost-app predicates ---------------------------------------------------------------
 
 TEST(FrontmostPredicates, OwnershipIgnoresCaseAndMissingOwnerCountsAsOwned) {
-  EXPECT_TRUE(P::frontmostOwnsMenuBar("Com.Example.App", "com.example.app"));
-  EXPECT_FALSE(P::frontmostOwnsMenuBar("com.example.app", "com.example.other"));
-  EXPECT_TRUE(P::frontmostOwnsMenuBar("com.example.app", std::nullopt));
-  EXPECT_TRUE(P::frontmostOwnsMenuBar("com.example.app", ""));
+  const BundleID app("com.example.app");
+  EXPECT_TRUE(P::frontmostOwnsMenuBar(BundleID("Com.Example.App"), app));
+  EXPECT_FALSE(P::frontmostOwnsMenuBar(app, BundleID("com.example.other")));
+  EXPECT_TRUE(P::frontmostOwnsMenuBar(app, std::nullopt));
+  EXPECT_TRUE(P::frontmostOwnsMenuBar(app, BundleID("")));
 }
 
 TEST(FrontmostPredicates, OnlyARegularForeignMenuOwnerIsLasting) {
-  EXPECT_FALSE(P::frontmostChangeIsTransient({"com.a", false, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"none", false, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"", false, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"com.a", true, true, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"com.a", false, false, true}));
-  EXPECT_TRUE(P::frontmostChangeIsTransient({"com.a", false, true, false}));
+  const BundleID a("com.a");
+  EXPECT_FALSE(P::frontmostChangeIsTransient({a, false, true, true}));
+  EXPECT_TRUE(P::frontmostChangeIsTransient({std::nullopt, false, true, true}));
+  EXPECT_TRUE(P::frontmostChangeIsTransient({BundleID(""), false, true, true}));
+  EXPECT_TRUE(P::frontmostChangeIsTransient({a, true, true, true}));
+  EXPECT_TRUE(P::frontmostChangeIsTransient({a, false, false, true}));
+  EXPECT_TRUE(P::frontmostChangeIsTransient({a, false, true, false}));
 }
 
 TEST(FrontmostPredicates, CommitActionTable) {
   auto action = [](std::optional<std::string> released, bool collapsed, bool matches) {
-    return rawValue(P::frontmostCommitAction({released, "com.a.App", collapsed, matches}));
+    return rawValue(P::frontmostCommitAction({BundleID::from(released), BundleID("com.a.App"), collapsed, matches}));
   };
   EXPECT_EQ(action("com.b.Other", true, true), "collapse");
   EXPECT_EQ(action("COM.A.APP", false, false), "released");

@@ -2,7 +2,6 @@
 
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
-#include "base/Text.h"
 #include "discovery/PlacementPolicy.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
@@ -24,16 +23,21 @@ void CategoryStore::load(const MenuBarPlacementLedger& ledger) {
       MenuBarLog::log(LogLine("catalog load ignored").add("key", categories).add("reason", "type"));
     }
   }
-  saved_ = PlacementPolicy::migrateStoredCategories(stored, ledger.snapshot().confirmed);
-  if (saved_.size() != stored.size()) {
-    const auto dropped = stored.size() - saved_.size();
-    MenuBarLog::log(LogLine("catalog categories migrated").add("kept", saved_.size()).add("dropped", dropped));
+  const auto migrated = PlacementPolicy::migrateStoredCategories(stored, ledger.snapshot().confirmed);
+  if (migrated.size() != stored.size()) {
+    const auto dropped = stored.size() - migrated.size();
+    MenuBarLog::log(LogLine("catalog categories migrated").add("kept", migrated.size()).add("dropped", dropped));
+  }
+  // The migration keeps known tiers only. Spellings that differ only in case are one application:
+  // the first in the stored order stays.
+  for (const auto& [id, raw] : migrated) {
+    if (auto category = itemCategoryFromRaw(raw)) saved_.emplace(BundleID(id), *category);
   }
 
   const std::string pins(pinsKey);
   if (auto value = defaults_.object(pins)) {
     if (auto list = value->asStringArray()) {
-      for (const auto& id : *list) pins_.insert(text::lowercased(id));
+      for (const auto& id : *list) pins_.insert(BundleID(id));
     } else {
       MenuBarLog::log(LogLine("catalog load ignored").add("key", pins).add("reason", "type"));
     }
@@ -41,16 +45,18 @@ void CategoryStore::load(const MenuBarPlacementLedger& ledger) {
 }
 
 void CategoryStore::storeCategories() {
-  defaults_.set(std::string(categoriesKey), DefaultsValue::fromStringMap(saved_));
+  std::map<std::string, std::string> stored;
+  for (const auto& [id, category] : saved_) stored.emplace(id.spelling(), rawValue(category));
+  defaults_.set(std::string(categoriesKey), DefaultsValue::fromStringMap(stored));
 }
 
 void CategoryStore::storePins() {
-  defaults_.set(std::string(pinsKey), DefaultsValue::fromStrings({pins_.begin(), pins_.end()}));
+  const std::set<std::string> keys = keysOf(pins_);
+  defaults_.set(std::string(pinsKey), DefaultsValue::fromStrings({keys.begin(), keys.end()}));
 }
 
 std::optional<ItemCategory> CategoryStore::savedCategory(std::string_view bundleID) const {
-  auto raw = MenuBarVisibilityPolicy::lookupRaw(bundleID, saved_);
-  return raw ? itemCategoryFromRaw(*raw) : std::nullopt;
+  return MenuBarVisibilityPolicy::resolveTier(BundleID(bundleID), saved_);
 }
 
 ItemCategory CategoryStore::category(std::string_view bundleID) const {
@@ -61,13 +67,10 @@ void CategoryStore::setCategory(std::string_view bundleID, ItemCategory category
   mainThread_.check();
   if (bundleID.empty()) return;
   const std::string raw(rawValue(category));
-  // One entry per application, whatever spelling it was saved under first.
-  std::string key(bundleID);
-  for (const auto& [savedKey, value] : saved_) {
-    if (text::equalsIgnoringCase(savedKey, bundleID)) key = savedKey;
-  }
-  if (auto existing = saved_.find(key); existing != saved_.end() && existing->second == raw) return;
-  saved_[key] = raw;
+  // One entry per application, under whatever spelling it was saved with first.
+  const BundleID id(bundleID);
+  if (auto existing = saved_.find(id); existing != saved_.end() && existing->second == category) return;
+  saved_[id] = category;
   storeCategories();
   MenuBarLog::log(LogLine("category assign").add("bundle", bundleID).add("category", raw));
   changed_.notify();
@@ -77,9 +80,7 @@ void CategoryStore::setCategory(std::string_view bundleID, ItemCategory category
 
 void CategoryStore::removeCategory(std::string_view bundleID) {
   mainThread_.check();
-  const auto removed =
-      std::erase_if(saved_, [&](const auto& entry) { return text::equalsIgnoringCase(entry.first, bundleID); });
-  if (removed == 0) return;
+  if (saved_.erase(BundleID(bundleID)) == 0) return;
   storeCategories();
   MenuBarLog::log(LogLine("category remove").add("bundle", bundleID));
   changed_.notify();
@@ -87,12 +88,12 @@ void CategoryStore::removeCategory(std::string_view bundleID) {
       Notification{.name = Notifications::itemCategoryDidChange, .userInfo = {{"bundleID", std::string(bundleID)}}});
 }
 
-bool CategoryStore::isPinned(std::string_view bundleID) const { return pins_.contains(text::lowercased(bundleID)); }
+bool CategoryStore::isPinned(std::string_view bundleID) const { return pins_.contains(BundleID(bundleID)); }
 
 void CategoryStore::setPinned(std::string_view bundleID, bool pinned) {
   mainThread_.check();
-  const std::string key = text::lowercased(bundleID);
-  if (key.empty() || isPinned(key) == pinned) return;
+  const BundleID key(bundleID);
+  if (key.empty() || pins_.contains(key) == pinned) return;
   if (pinned) {
     pins_.insert(key);
   } else {

@@ -1,7 +1,7 @@
 #pragma once
 
 // The zone the user chose for each application and the applications pinned in the settings
-// list, persisted in the defaults store. A category is kept under the spelling the application
+// list, persisted in the defaults store. A category is stored under the spelling the application
 // was first saved with and found whatever its case, and through its relatives (a helper finds
 // its parent's). Main thread only.
 
@@ -14,6 +14,7 @@
 
 #include "base/MainThreadChecker.h"
 #include "base/ObserverList.h"
+#include "base/vocabulary/BundleID.h"
 #include "base/vocabulary/PlacementTypes.h"
 #include "platform/Platform.h"
 
@@ -43,7 +44,7 @@ class CategoryStore {
   CategoryStore& operator=(const CategoryStore&) = delete;
 
   // The saved categories as loaded (always-visible only where it was confirmed) and assigned.
-  const std::map<std::string, std::string>& menuBarAssignments() const { return saved_; }
+  const std::map<BundleID, ItemCategory>& menuBarAssignments() const { return saved_; }
   std::optional<ItemCategory> savedCategory(std::string_view bundleID) const;
   ItemCategory category(std::string_view bundleID) const;
   void setCategory(std::string_view bundleID, ItemCategory category);
@@ -66,9 +67,8 @@ class CategoryStore {
   platform::DefaultsStore& defaults_;
   NotificationCenter& defaultCenter_;
   MainThreadChecker mainThread_;
-  std::map<std::string, std::string> saved_;
-  // Lower-cased bundle identifiers.
-  std::set<std::string> pins_;
+  std::map<BundleID, ItemCategory> saved_;
+  std::set<BundleID> pins_;
   ObserverList<> changed_;
 };
 

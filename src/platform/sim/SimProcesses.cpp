@@ -53,7 +53,7 @@ int SimProcesses::pidFor(const std::string& bundleId) {
 }
 
 std::optional<int> SimProcesses::pidOf(std::string_view bundleId) const {
-  if (text::lowercased(bundleId) == kOwnBundleId) return kOwnPid;
+  if (text::lowercased(bundleId) == ownBundleID) return kOwnPid;
   auto found = std::find_if(pids_.begin(), pids_.end(),
                             [&](const auto& entry) { return text::equalsIgnoringCase(entry.first, bundleId); });
   if (found == pids_.end()) return std::nullopt;
@@ -61,7 +61,7 @@ std::optional<int> SimProcesses::pidOf(std::string_view bundleId) const {
 }
 
 std::optional<std::string> SimProcesses::bundleIdOfPid(int pid) const {
-  if (pid == kOwnPid) return std::string(kOwnBundleId);
+  if (pid == kOwnPid) return std::string(ownBundleID);
   auto found = std::find_if(pids_.begin(), pids_.end(), [pid](const auto& entry) { return entry.second == pid; });
   if (found == pids_.end()) return std::nullopt;
   return found->first;
@@ -129,7 +129,7 @@ const SimAppSpec* SimProcesses::frontmostApp() const {
 
 platform::RunningApplication SimProcesses::ownRunningApp() const {
   return platform::RunningApplication{.pid = kOwnPid,
-                                      .bundleIdentifier = kOwnBundleId,
+                                      .bundleIdentifier = std::string(ownBundleID),
                                       .localizedName = "Tarvolo",
                                       .bundlePath = "/Applications/Tarvolo.app",
                                       .executablePath = "/Applications/Tarvolo.app/Contents/MacOS/Tarvolo",

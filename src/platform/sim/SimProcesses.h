@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/vocabulary/OwnBundle.h"
 #include "platform/Platform.h"
 #include "platform/sim/SimSetup.h"
 
@@ -18,7 +19,6 @@ namespace tarvolo::sim {
 
 // The app's own process as the desktop sees it.
 constexpr int kOwnPid = 100;
-constexpr const char* kOwnBundleId = "com.ostrand.tarvolo";
 
 class SimProcesses {
  public:

@@ -22,7 +22,7 @@ std::vector<std::string> SimLog::messages(const std::string& channel) const {
   return out;
 }
 
-std::string SimSystemInfo::ownBundleIdentifier() const { return kOwnBundleId; }
+std::string SimSystemInfo::ownBundleIdentifier() const { return std::string(ownBundleID); }
 
 void SimApplication::setActivationPolicy(platform::ActivationPolicy policy) {
   processes_.setOwnActivationPolicy(policy);

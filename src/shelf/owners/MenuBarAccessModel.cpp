@@ -377,7 +377,9 @@ void MenuBarAccessModel::cancel() {
 }
 
 std::optional<std::string> MenuBarAccessModel::savedTier(std::string_view bundleID) const {
-  return MenuBarVisibilityPolicy::lookupRaw(bundleID, categories_.menuBarAssignments());
+  auto tier = categories_.savedCategory(bundleID);
+  if (!tier) return std::nullopt;
+  return std::string(rawValue(*tier));
 }
 
 std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {

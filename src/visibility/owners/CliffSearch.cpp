@@ -53,15 +53,14 @@ std::optional<std::string> CliffSearch::calibrationBlockedReason() const {
 }
 
 void CliffSearch::startCliffSearchIfNeeded(const CollapseAttempt& attempt) {
-  searchUnlessRemembered({.screen = attempt.screenKey, .bundleID = attempt.frontmostBundleID});
+  searchUnlessRemembered(PerAppKey(attempt.screenKey, BundleID::from(attempt.frontmostBundleID)));
 }
 
-void CliffSearch::searchUnlessRemembered(const CollapsePair& pair) {
+void CliffSearch::searchUnlessRemembered(const PerAppKey& pair) {
   if (run_.has_value() || bar_.presentation != MenuBarPresentation::collapsed) return;
-  const std::string bundle = pair.bundleID.value_or("");
   const auto& lengths = lengths_.perAppLengths();
-  bool remembered = lengths_.cliffRecordForCurrentScreens() || lengths.length(pair.screen, bundle) ||
-                    lengths.knownGoodMin(pair.screen);
+  bool remembered =
+      lengths_.cliffRecordForCurrentScreens() || lengths.length(pair) || lengths.knownGoodMin(pair.screen());
   if (remembered && !cliffSearchOwed_) return;
   beginCliffSearch(pendingStart());
 }
@@ -109,7 +108,7 @@ bool CliffSearch::beginCliffSearch(Start start) {
                       .integer("low", run_->search.low)
                       .integer("high", run_->search.high)
                       .integer("readBack", items_.separatorLength())
-                      .add("screen", run_->screenKey));
+                      .add("screen", run_->screenKey.text()));
   cliffStepWork_.schedule(Policy::cliffProbeSettleDelay, bindWeak(weak(), &CliffSearch::readCliffBaseline, generation));
   return true;
 }
@@ -266,7 +265,7 @@ void CliffSearch::finishCliffSearch(double length) {
     return;
   }
   const double result = std::max(length, Policy::collapseSearchLowerBound);
-  const std::string& screenKey = run.screenKey;
+  const ScreenKey& screenKey = run.screenKey;
   const bool menuLimited = search.isMenuLimited();
   lengths_.settleScreenCliff({.screenKey = screenKey, .length = result, .gap = run.pinnedGap.value_or(-1)},
                              menuLimited);
@@ -274,7 +273,7 @@ void CliffSearch::finishCliffSearch(double length) {
     lengths_.recordSearchGap(*run.pinnedGap);
   }
   if (run.bundleID) {
-    lengths_.settleAppLength({.bundleID = *run.bundleID,
+    lengths_.settleAppLength({.bundleID = BundleID(*run.bundleID),
                               .length = result,
                               .menuLimited = menuLimited,
                               .hitEjection = search.hitEjection});
@@ -286,7 +285,7 @@ void CliffSearch::finishCliffSearch(double length) {
   MenuBarLog::log(LogLine("cliff settled")
                       .integer("length", result)
                       .add("gap", run.pinnedGap.value_or(-1))
-                      .add("screen", screenKey)
+                      .add("screen", screenKey.text())
                       .add("corrective", listener_.cliffSearchIsCorrective())
                       .add("probes", run.probes));
   cliffSearchGaveUp_ = false;
@@ -332,17 +331,18 @@ void CliffSearch::abortForExpandedBar() {
 }
 
 void CliffSearch::abortIfScreensChanged() {
-  const std::string screens = screens_.screenConfigKey();
+  const ScreenKey screens = screens_.screenConfigKey();
   if (!run_ || run_->screenKey == screens) return;
-  MenuBarLog::log(LogLine("cliff abort").add("reason", "screens").add("from", run_->screenKey).add("to", screens));
+  MenuBarLog::log(
+      LogLine("cliff abort").add("reason", "screens").add("from", run_->screenKey.text()).add("to", screens.text()));
   abortCliffSearch();
   oweSearchAfterInterruption();
 }
 
 void CliffSearch::searchAfterScreenChange() {
   cliffDeferWork_.schedule(kScreenChangeSearchDelay, bindWeak(weak(), [](CliffSearch& self) {
-                             self.searchUnlessRemembered(
-                                 {.screen = self.screens_.collapseScreenKey(), .bundleID = self.chooser_.frontmostBundleID()});
+                             self.searchUnlessRemembered(PerAppKey(self.screens_.collapseScreenKey(),
+                                                                   BundleID::from(self.chooser_.frontmostBundleID())));
                            }));
 }
 

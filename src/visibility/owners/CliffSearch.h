@@ -85,7 +85,7 @@ class CliffSearch {
 
  private:
   std::optional<std::string> calibrationBlockedReason() const;
-  void searchUnlessRemembered(const CollapsePair& pair);
+  void searchUnlessRemembered(const PerAppKey& pair);
   Start pendingStart() const { return cliffSearchForced_ ? Start::forced : Start::unlessKnown; }
   void readCliffBaseline(unsigned long long generation);
   void retryCliffBaseline(unsigned long long generation, SeparatorReadFailure reason);
@@ -116,7 +116,7 @@ class CliffSearch {
   // One search, from its baseline to its result; absent while none runs.
   struct Run {
     MenuBarVisibilityPolicy::CollapseLengthSearch search;
-    std::string screenKey;                // the arrangement it measures
+    ScreenKey screenKey;                  // the arrangement it measures
     std::optional<std::string> bundleID;  // the app frontmost when it began
     std::optional<double> baselineEdge;
     std::optional<double> baselineLeading;

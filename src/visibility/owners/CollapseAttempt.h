@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "visibility/CollapseLengthCache.h"
+#include "base/vocabulary/ScreenKey.h"
 #include "visibility/CollapseReasons.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 
@@ -17,19 +17,10 @@ struct CollapseAttempt {
   // As the workspace names it; none while no app is frontmost.
   std::optional<std::string> frontmostBundleID;
   // The key of the screen that holds the own items.
-  std::string screenKey;
+  ScreenKey screenKey;
   double length = 0;
   // Counts the attempts of this run, from 1.
   unsigned long long generation = 0;
-};
-
-// A screen and the app frontmost on it, which remembered lengths, fold tails and recovery budgets
-// are filed under. Kept apart so that nobody splits a joined key.
-struct CollapsePair {
-  std::string screen;
-  std::optional<std::string> bundleID;  // none files under ""
-
-  std::string key() const { return MenuBarVisibilityPolicy::CollapseLengthCache::key(screen, bundleID.value_or("")); }
 };
 
 // The bar as the state machine presents it and last applied it. The state machine tells the

@@ -2,39 +2,35 @@
 
 #include <algorithm>
 
-#include "visibility/CollapseLengthCache.h"
 #include "visibility/VisibilityConstants.h"
 
 namespace tarvolo {
 
-using MenuBarVisibilityPolicy::CollapseLengthCache;
-
-bool CollapseBudgets::mayStepDown(const std::string& pairKey) const {
-  auto budget = budgets_.find(pairKey);
+bool CollapseBudgets::mayStepDown(const PerAppKey& pair) const {
+  auto budget = budgets_.find(pair);
   return budget == budgets_.end() || budget->second.stepDowns < MenuBarVisibilityPolicy::menuEvictionStepLimit;
 }
 
-std::optional<CollapseBudget::BadUpperBound> CollapseBudgets::badUpperBound(const std::string& pairKey) const {
-  auto budget = budgets_.find(pairKey);
+std::optional<CollapseBudget::BadUpperBound> CollapseBudgets::badUpperBound(const PerAppKey& pair) const {
+  auto budget = budgets_.find(pair);
   if (budget == budgets_.end()) return std::nullopt;
   return budget->second.badUpperBound;
 }
 
-void CollapseBudgets::noteLaidOut(const std::string& pairKey) {
-  auto budget = budgets_.find(pairKey);
+void CollapseBudgets::noteLaidOut(const PerAppKey& pair) {
+  auto budget = budgets_.find(pair);
   if (budget == budgets_.end()) return;
   budget->second.stepDowns = 0;
   if (budget->second.isEmpty()) budgets_.erase(budget);
 }
 
-void CollapseBudgets::clearCollapseBudget(const std::string& bundleID) {
-  std::erase_if(budgets_,
-                [&bundleID](const auto& entry) { return CollapseLengthCache::bundlePart(entry.first) == bundleID; });
+void CollapseBudgets::clearCollapseBudget(const std::optional<BundleID>& bundleID) {
+  std::erase_if(budgets_, [&bundleID](const auto& entry) { return entry.first.bundleID() == bundleID; });
 }
 
-void CollapseBudgets::pruneCollapseBudgets(const std::vector<std::string>& keepingScreens) {
+void CollapseBudgets::pruneCollapseBudgets(const std::vector<ScreenKey>& keepingScreens) {
   std::erase_if(budgets_, [&keepingScreens](const auto& entry) {
-    auto screen = CollapseLengthCache::screenPart(entry.first);
+    const ScreenKey& screen = entry.first.screen();
     return std::find(keepingScreens.begin(), keepingScreens.end(), screen) == keepingScreens.end();
   });
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/vocabulary/ScreenKey.h"
+
 namespace tarvolo {
 
 // What one screen and frontmost app have spent on recovering collapses. Kept across collapses
@@ -24,28 +26,29 @@ struct CollapseBudget {
   friend bool operator==(const CollapseBudget&, const CollapseBudget&) = default;
 };
 
-// The recovery budgets of every pair of screen and frontmost app, by per-app key: read by the
-// length a collapse uses, spent by the recovery. Main thread only.
+// The recovery budgets of every pair of screen and frontmost app: read by the length a collapse
+// uses, spent by the recovery. Main thread only.
 class CollapseBudgets {
  public:
-  // Whether the pair of `pairKey` has step downs left.
-  bool mayStepDown(const std::string& pairKey) const;
-  std::optional<CollapseBudget::BadUpperBound> badUpperBound(const std::string& pairKey) const;
+  // Whether the pair has step downs left.
+  bool mayStepDown(const PerAppKey& pair) const;
+  std::optional<CollapseBudget::BadUpperBound> badUpperBound(const PerAppKey& pair) const;
   // The pair's budget, made on first use.
-  CollapseBudget& operator[](const std::string& pairKey) { return budgets_[pairKey]; }
+  CollapseBudget& operator[](const PerAppKey& pair) { return budgets_[pair]; }
 
   // The pair's length verified as laid out: its step downs start over.
-  void noteLaidOut(const std::string& pairKey);
-  // An app launched or quit: its budgets go, whatever the screen.
-  void clearCollapseBudget(const std::string& bundleID);
-  void pruneCollapseBudgets(const std::vector<std::string>& keepingScreens);
+  void noteLaidOut(const PerAppKey& pair);
+  // An app launched or quit: its budgets go, whatever the screen. An app without an identifier
+  // clears what was filed under none.
+  void clearCollapseBudget(const std::optional<BundleID>& bundleID);
+  void pruneCollapseBudgets(const std::vector<ScreenKey>& keepingScreens);
   // A collapse the user asked for may show its notices again.
   void resetCollapseNotices();
 
-  const std::map<std::string, CollapseBudget>& collapseBudgets() const { return budgets_; }
+  const std::map<PerAppKey, CollapseBudget>& collapseBudgets() const { return budgets_; }
 
  private:
-  std::map<std::string, CollapseBudget> budgets_;
+  std::map<PerAppKey, CollapseBudget> budgets_;
 };
 
 }  // namespace tarvolo

@@ -74,7 +74,7 @@ void CollapseEngine::restorePersistedLengths() {
 void CollapseEngine::logLaunchState() {
   auto screen = screens_.statusItemScreen();
   MenuBarLog::log(LogLine("launch")
-                      .add("screen", screens_.screenConfigKey())
+                      .add("screen", screens_.screenConfigKey().text())
                       .add("notch", screen ? screen->notchWidth() : 0)
                       .add("screens", platform_.screens().screens().size())
                       .add("os", platform_.system().osMajorVersion()));
@@ -93,7 +93,7 @@ void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
   const bool lengthsPruned = lengths_.pruneToScreens(keeping);
   const bool tailsPruned = fold_.pruneToScreens(keeping);
   if (!lengthsPruned && !tailsPruned) return;
-  MenuBarLog::log(LogLine("collapse lengths pruned").add("screens", screens_.screenConfigKey()));
+  MenuBarLog::log(LogLine("collapse lengths pruned").add("screens", screens_.screenConfigKey().text()));
   lengths_.persistPerAppLengths();
   fold_.persistFoldTails();
 }
@@ -128,7 +128,7 @@ CollapseAttempt CollapseEngine::beginCollapse(CollapseReason reason) {
                       .add("reason", rawValue(reason))
                       .add("length", attempt.length)
                       .add("frontmost", attempt.frontmostBundleID)
-                      .add("screen", attempt.screenKey));
+                      .add("screen", attempt.screenKey.text()));
   verifier_.captureCollapseReferenceIfShort();
   shelf_.captureDividerDistanceIfShort();
   return attempt;
@@ -142,7 +142,7 @@ void CollapseEngine::collapsed(const CollapseAttempt& attempt) {
   cliff_.startCliffSearchIfNeeded(attempt);
 }
 
-void CollapseEngine::clearCollapseBudget(const std::string& bundleID) {
+void CollapseEngine::clearCollapseBudget(const std::optional<BundleID>& bundleID) {
   budgets_.clearCollapseBudget(bundleID);
   fold_.forgetRejectedTails(bundleID);
 }

@@ -76,7 +76,7 @@ class CollapseEngine final : private CliffSearchListener {
     return chooser_.collapseLength(bundleID);
   }
   // An app launched or quit: its budgets and refused tails start over.
-  void clearCollapseBudget(const std::string& bundleID);
+  void clearCollapseBudget(const std::optional<BundleID>& bundleID);
   // The placeholder's length for the presentation just applied, with the normal separator at
   // `normalSeparatorLength`.
   void applyFoldPlaceholder(MenuBarPresentation presentation, double normalSeparatorLength);

@@ -8,7 +8,6 @@
 namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
-using Policy::CollapseLengthCache;
 
 CollapseLengthChooser::CollapseLengthChooser(Dependencies dependencies)
     : platform_(dependencies.platform),
@@ -24,11 +23,9 @@ std::optional<std::string> CollapseLengthChooser::frontmostBundleID() const {
 }
 
 double CollapseLengthChooser::collapseLength(const std::optional<std::string>& bundleID) const {
-  const std::string screen = screens_.collapseScreenKey();
-  const std::string bundle = bundleID.value_or("");
-  const std::string key = CollapseLengthCache::key(screen, bundle);
+  const PerAppKey key(screens_.collapseScreenKey(), BundleID::from(bundleID));
   const double width = screens_.collapseScreenWidth();
-  double length = lengths_.perAppLengths().lengthForCollapse(screen, bundle, lengths_.collapseLowerBound());
+  double length = lengths_.perAppLengths().lengthForCollapse(key, lengths_.collapseLowerBound());
   length = Policy::rememberedFoldTail({
       .preferredLength = length,
       .storedTail = fold_.storedTail(key),
@@ -48,7 +45,7 @@ double CollapseLengthChooser::collapseLength(const std::optional<std::string>& b
       auto below = Policy::lengthAfterBadUpperBound({
           .current = length,
           .badUpperBound = bad->length,
-          .knownGoodMax = lengths_.perAppLengths().knownGoodMax(screen, bundle),
+          .knownGoodMax = lengths_.perAppLengths().knownGoodMax(key),
       });
       if (below) length = *below;
     }

@@ -22,9 +22,17 @@ void applyDefaultsWrites(platform::DefaultsStore& defaults, const DefaultsWrites
   }
 }
 
+void logUnreadableCollapseKeys(const UnreadableCollapseKeys& unreadable) {
+  for (const UnreadableCollapseKey& entry : unreadable) {
+    MenuBarLog::log(LogLine("collapse key unreadable").add("store", entry.defaultsKey).add("key", entry.storedKey));
+  }
+}
+
 void CollapseLengthStore::restoreCliffCache() {
-  auto restored =
-      decodeCollapseLengths([this](const std::string& key) { return defaults_.object(key); }, screens_.sizing());
+  UnreadableCollapseKeys unreadable;
+  auto restored = decodeCollapseLengths([this](const std::string& key) { return defaults_.object(key); }, unreadable,
+                                        screens_.sizing());
+  logUnreadableCollapseKeys(unreadable);
   cliffCache_ = restored.cliffRecord;
   perAppLengths_ = std::move(restored.perAppLengths);
   collapseMenuLimitedKeys_ = std::move(restored.menuLimitedKeys);
@@ -36,7 +44,7 @@ void CollapseLengthStore::persistPerAppLengths() {
   applyDefaultsWrites(defaults_, encodePerAppLengths(perAppLengths_, collapseMenuLimitedKeys_));
 }
 
-bool CollapseLengthStore::pruneToScreens(const std::vector<std::string>& keeping) {
+bool CollapseLengthStore::pruneToScreens(const std::vector<ScreenKey>& keeping) {
   PersistedCollapseLengths state{.perAppLengths = perAppLengths_, .menuLimitedKeys = collapseMenuLimitedKeys_};
   PersistedCollapseLengths pruned = state;
   pruned.prune(keeping);
@@ -58,16 +66,17 @@ double CollapseLengthStore::collapseLowerBound() const {
 
 void CollapseLengthStore::recordCollapseLength(double length, const std::optional<std::string>& bundleID,
                                                Proof proof, std::optional<double> pinnedGap) {
-  const std::string screen = screens_.collapseScreenKey();
+  const ScreenKey screen = screens_.collapseScreenKey();
   if (proof == Proof::pending) {
     // This one is judged 0.4 s from now.
     MenuBarLog::log(LogLine("collapse length pending")
                         .add("length", length)
                         .add("frontmost", bundleID)
-                        .add("screen", screen));
+                        .add("screen", screen.text()));
     return;
   }
-  perAppLengths_.record({.screen = screen, .bundleID = bundleID.value_or(""), .length = length, .knownGood = true});
+  perAppLengths_.record(
+      {.key = PerAppKey(screen, BundleID::from(bundleID)), .length = length, .knownGood = true});
   if (pinnedGap) perAppLengths_.recordGap(screen, *pinnedGap);
   MenuBarLog::log(LogLine("collapse length verified")
                       .add("length", length)
@@ -85,11 +94,10 @@ void CollapseLengthStore::settleScreenCliff(const CliffRecord& settled, bool men
 }
 
 void CollapseLengthStore::settleAppLength(const SettledAppLength& settled) {
-  const std::string screen = screens_.collapseScreenKey();
-  const std::string key = CollapseLengthCache::key(screen, settled.bundleID);
+  const PerAppKey key(screens_.collapseScreenKey(), settled.bundleID);
   if (settled.menuLimited) collapseMenuLimitedKeys_.insert(key);
   if (settled.hitEjection) collapseMenuLimitedKeys_.erase(key);
-  perAppLengths_.record({.screen = screen, .bundleID = settled.bundleID, .length = settled.length});
+  perAppLengths_.record({.key = key, .length = settled.length});
   persistPerAppLengths();
 }
 
@@ -98,41 +106,41 @@ void CollapseLengthStore::forgetCliffRecord() {
   persistCliffCache();
 }
 
-void CollapseLengthStore::recordLength(std::string_view screen, std::string_view bundleID, double length) {
-  perAppLengths_.record({.screen = screen, .bundleID = bundleID, .length = length});
+void CollapseLengthStore::recordLength(const PerAppKey& pair, double length) {
+  perAppLengths_.record({.key = pair, .length = length});
   persistPerAppLengths();
 }
 
-void CollapseLengthStore::forgetLength(std::string_view screen, std::string_view bundleID) {
-  perAppLengths_.forget(screen, bundleID);
+void CollapseLengthStore::forgetLength(const PerAppKey& pair) {
+  perAppLengths_.forget(pair);
   persistPerAppLengths();
 }
 
-void CollapseLengthStore::recordGap(std::string_view screen, double gap) {
+void CollapseLengthStore::recordGap(const ScreenKey& screen, double gap) {
   perAppLengths_.recordGap(screen, gap);
   persistPerAppLengths();
 }
 
 void CollapseLengthStore::recordSearchGap(double gap) {
-  const std::string screen = screens_.collapseScreenKey();
+  const ScreenKey screen = screens_.collapseScreenKey();
   if (perAppLengths_.searchGap(screen) == gap) return;
   perAppLengths_.recordSearchGap(screen, gap);
-  MenuBarLog::log(LogLine("gap searched remembered").add("gap", gap).add("screen", screen));
+  MenuBarLog::log(LogLine("gap searched remembered").add("gap", gap).add("screen", screen.text()));
   persistPerAppLengths();
 }
 
-void CollapseLengthStore::forgetGap(std::string_view screen) {
+void CollapseLengthStore::forgetGap(const ScreenKey& screen) {
   perAppLengths_.forgetGap(screen);
   persistPerAppLengths();
 }
 
 void CollapseLengthStore::seedPinnedGapIfMissing() {
-  const std::string screen = screens_.collapseScreenKey();
+  const ScreenKey screen = screens_.collapseScreenKey();
   if (perAppLengths_.knownGoodGap(screen)) return;
   auto record = cliffRecordForCurrentScreens();
   if (!record || record->gap <= 0) return;
   perAppLengths_.recordGap(screen, record->gap);
-  MenuBarLog::log(LogLine("gap seeded").add("pinned", record->gap).add("screen", screen));
+  MenuBarLog::log(LogLine("gap seeded").add("pinned", record->gap).add("screen", screen.text()));
   persistPerAppLengths();
 }
 

@@ -3,7 +3,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -14,6 +13,8 @@ namespace tarvolo {
 
 // Writes `writes` to the store, removing the keys that carry no value.
 void applyDefaultsWrites(platform::DefaultsStore& defaults, const DefaultsWrites& writes);
+// Traces each stored entry that was skipped because its key did not read back.
+void logUnreadableCollapseKeys(const UnreadableCollapseKeys& unreadable);
 
 // The collapse lengths remembered across launches: the screen arrangement's cliff, the lengths
 // per screen and frontmost app with their verified bounds and gaps, and which apps' lengths the
@@ -31,14 +32,14 @@ class CollapseLengthStore {
   void persistCliffCache();
   void persistPerAppLengths();
   // Forgets the entries of screens not among `keeping`; says whether any went. Unpersisted.
-  bool pruneToScreens(const std::vector<std::string>& keeping);
+  bool pruneToScreens(const std::vector<ScreenKey>& keeping);
 
   const std::optional<CliffRecord>& cliffCache() const { return cliffCache_; }
   // The record, when it was settled on the screens connected now.
   std::optional<CliffRecord> cliffRecordForCurrentScreens() const;
   const CollapseLengthCache& perAppLengths() const { return perAppLengths_; }
-  const std::set<std::string>& collapseMenuLimitedKeys() const { return collapseMenuLimitedKeys_; }
-  bool isMenuLimited(const std::string& pairKey) const { return collapseMenuLimitedKeys_.count(pairKey) > 0; }
+  const std::set<PerAppKey>& collapseMenuLimitedKeys() const { return collapseMenuLimitedKeys_; }
+  bool isMenuLimited(const PerAppKey& pair) const { return collapseMenuLimitedKeys_.count(pair) > 0; }
   // What a collapse uses when nothing is remembered for the app: the cliff, else a safe guess.
   double collapseLowerBound() const;
 
@@ -53,17 +54,17 @@ class CollapseLengthStore {
   // A finished search's result for the screens, and for the app whose menus were in play.
   void settleScreenCliff(const CliffRecord& settled, bool menuLimited);
   struct SettledAppLength {
-    std::string bundleID;
+    BundleID bundleID;
     double length = 0;
     bool menuLimited = false;
     bool hitEjection = false;
   };
   void settleAppLength(const SettledAppLength& settled);
   void forgetCliffRecord();
-  void recordLength(std::string_view screen, std::string_view bundleID, double length);
-  void forgetLength(std::string_view screen, std::string_view bundleID);
-  void recordGap(std::string_view screen, double gap);
-  void forgetGap(std::string_view screen);
+  void recordLength(const PerAppKey& pair, double length);
+  void forgetLength(const PerAppKey& pair);
+  void recordGap(const ScreenKey& screen, double gap);
+  void forgetGap(const ScreenKey& screen);
   // Before macOS 27 a search stops at the menus and writes no screen record; what it read of the
   // gap is kept apart, so that the next launch can judge its collapse as this one did.
   void recordSearchGap(double gap);
@@ -75,7 +76,7 @@ class CollapseLengthStore {
   const CollapseScreens& screens_;
   std::optional<CliffRecord> cliffCache_;
   CollapseLengthCache perAppLengths_;
-  std::set<std::string> collapseMenuLimitedKeys_;
+  std::set<PerAppKey> collapseMenuLimitedKeys_;
 };
 
 }  // namespace tarvolo

@@ -29,9 +29,8 @@ CollapseRecovery::CollapseRecovery(Dependencies dependencies)
       host_(dependencies.host) {}
 
 void CollapseRecovery::beginCollapseRecovery(const CollapseAttempt& attempt) {
-  const CollapsePair pair{.screen = attempt.screenKey, .bundleID = attempt.frontmostBundleID};
   collapseRecoveryPhase_ = Phase::observing;
-  collapseSessionDidStep_ = !budgets_.mayStepDown(pair.key());
+  collapseSessionDidStep_ = !budgets_.mayStepDown(PerAppKey(attempt.screenKey, BundleID::from(attempt.frontmostBundleID)));
   collapseSessionDidSearch_ = false;
   attempt_ = attempt;
   collapseRecoverySearch_ = false;
@@ -41,8 +40,8 @@ std::optional<std::string> CollapseRecovery::collapseRecoveryTrigger() const {
   return attempt_ ? attempt_->frontmostBundleID : std::nullopt;
 }
 
-CollapsePair CollapseRecovery::currentPair() const {
-  return {.screen = screens_.collapseScreenKey(), .bundleID = collapseRecoveryTrigger()};
+PerAppKey CollapseRecovery::currentPair() const {
+  return PerAppKey(screens_.collapseScreenKey(), BundleID::from(collapseRecoveryTrigger()));
 }
 
 void CollapseRecovery::stopCollapseRecovery() {
@@ -55,14 +54,14 @@ void CollapseRecovery::stopCollapseRecovery() {
 
 // --- recovering ----------------------------------------------------------------------------------------
 
-void CollapseRecovery::noteRejectedLength(const std::string& pairKey, SeparatorLayoutVerdict verdict,
+void CollapseRecovery::noteRejectedLength(const PerAppKey& pair, SeparatorLayoutVerdict verdict,
                                           double length) {
-  fold_.revertCollapseFoldTailIfRejected(pairKey, length);
-  auto known = budgets_.badUpperBound(pairKey);
+  fold_.revertCollapseFoldTailIfRejected(pair, length);
+  auto known = budgets_.badUpperBound(pair);
   auto existing = known ? std::optional<double>(known->length) : std::nullopt;
   auto noted = Policy::notedBadUpperBound(existing, length);
   if (noted && (!existing || *noted != *existing)) {
-    budgets_[pairKey].badUpperBound =
+    budgets_[pair].badUpperBound =
         CollapseBudget::BadUpperBound{.length = *noted, .recordedAt = platform_.clock().now()};
   }
   // A remembered length the system has just thrown out is no longer the screen's cliff.
@@ -70,18 +69,18 @@ void CollapseRecovery::noteRejectedLength(const std::string& pairKey, SeparatorL
   const auto drag = platform_.events().pressedMouseButtons() != 0 ? Policy::Drag::inProgress : Policy::Drag::none;
   if (verdict == SeparatorLayoutVerdict::ejected && record && record->length <= length + 0.5 &&
       Policy::shouldInvalidateCachedLength(Policy::ScreenMatch::same, Policy::Ejection::proven, drag)) {
-    MenuBarLog::log(LogLine("cliff forgotten").add("length", record->length).add("screen", record->screenKey));
+    MenuBarLog::log(LogLine("cliff forgotten").add("length", record->length).add("screen", record->screenKey.text()));
     lengths_.forgetCliffRecord();
   }
 }
 
-bool CollapseRecovery::answerUnderfold(const std::string& pairKey, double length,
+bool CollapseRecovery::answerUnderfold(const PerAppKey& pair, double length,
                                        const SeparatorMeasurement& measurement) {
   auto hidden = items_.alwaysHiddenSeparatorFrame();
   auto screen = screens_.statusItemScreen();
   const double menusRight = Policy::menusRightForFold(hidden ? std::optional<double>(hidden->maxX()) : std::nullopt,
                                                       screen ? screen->frame.minX() : 0);
-  if (fold_.tryCollapseFoldTail({.pairKey = pairKey,
+  if (fold_.tryCollapseFoldTail({.pair = pair,
                                  .length = length,
                                  .separatorLeading = fold_.foldLeadingEdge(measurement),
                                  .menusRight = menusRight})) {
@@ -91,7 +90,7 @@ bool CollapseRecovery::answerUnderfold(const std::string& pairKey, double length
   bool search = Policy::underfoldShouldSearch({.length = length,
                                                .upperBound = upperBound,
                                                .margin = Policy::collapseLengthSafetyMargin,
-                                               .menuLimited = lengths_.isMenuLimited(pairKey),
+                                               .menuLimited = lengths_.isMenuLimited(pair),
                                                .searchAlreadyRan = collapseSessionDidSearch_});
   if (search) return false;
   MenuBarLog::log(LogLine("collapse underfold hold").add("length", length));
@@ -101,21 +100,20 @@ bool CollapseRecovery::answerUnderfold(const std::string& pairKey, double length
 
 void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, double length,
                                                 const SeparatorMeasurement& measurement) {
-  const CollapsePair pair = currentPair();
-  const std::string& screen = pair.screen;
-  const std::string key = pair.key();
+  const PerAppKey pair = currentPair();
+  const ScreenKey& screen = pair.screen();
 
   if (verdict == SeparatorLayoutVerdict::ejected || verdict == SeparatorLayoutVerdict::menusEvicted) {
-    noteRejectedLength(key, verdict, length);
+    noteRejectedLength(pair, verdict, length);
   }
-  if (verdict == SeparatorLayoutVerdict::underfold && answerUnderfold(key, length, measurement)) return;
+  if (verdict == SeparatorLayoutVerdict::underfold && answerUnderfold(pair, length, measurement)) return;
 
   const auto decision = Policy::nextCollapseRecovery({
       .verdict = verdict,
       .length = length,
       .phase = collapseRecoveryPhase_,
       .knownGoodMin = lengths_.perAppLengths().knownGoodMin(screen),
-      .sessionDidStep = collapseSessionDidStep_ || !budgets_.mayStepDown(key),
+      .sessionDidStep = collapseSessionDidStep_ || !budgets_.mayStepDown(pair),
       .sessionDidSearch = collapseSessionDidSearch_,
       .lowerBound = Policy::collapseSearchLowerBound,
       .step = Policy::menuEvictionStep,
@@ -133,7 +131,7 @@ void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, 
   using Kind = CollapseRecoveryAction::Kind;
   switch (decision.action.kind) {
     case Kind::stepDown:
-      ++budgets_[key].stepDowns;
+      ++budgets_[pair].stepDowns;
       applyRecoveredLength(pair, *decision.action.length, length);
       return;
     case Kind::applyKnownGood:
@@ -148,38 +146,38 @@ void CollapseRecovery::nextCollapseRecoveryStep(SeparatorLayoutVerdict verdict, 
       collapseRecoverySearch_ = true;
       // The pair's length failed: the search finds a new one, from a floor known to work.
       cliff_.setCollapseSearchFloor(Policy::usableKnownGoodMin(lengths_.perAppLengths().knownGoodMin(screen), length));
-      lengths_.forgetLength(screen, pair.bundleID.value_or(""));
+      lengths_.forgetLength(pair);
       if (!cliff_.beginCliffSearch(CliffSearch::Start::forced) && !cliff_.cliffSearchInFlight() &&
           !cliff_.cliffSearchOwed()) {
         stopEjectedRecovery(pair);
       }
       return;
     case Kind::noticeMenus:
-      presentMenusNotice(key);
+      presentMenusNotice(pair);
       // The app's menus need the room: its icons stay shown rather than fight them.
       host_.dropToNormalExpandedShelf();
       return;
     case Kind::noticeEjected:
-      budgets_[key].ejectedNoticeShown = true;
+      budgets_[pair].ejectedNoticeShown = true;
       stopEjectedRecovery(pair);
       return;
   }
 }
 
-void CollapseRecovery::applyRecoveredLength(const CollapsePair& pair, double length, double rejected) {
-  lengths_.recordLength(pair.screen, pair.bundleID.value_or(""), length);
+void CollapseRecovery::applyRecoveredLength(const PerAppKey& pair, double length, double rejected) {
+  lengths_.recordLength(pair, length);
   MenuBarLog::log(LogLine("collapse recovery apply").add("length", length).add("rejected", rejected));
   host_.reapplyVisibility();
 }
 
-void CollapseRecovery::stopEjectedRecovery(const CollapsePair& pair) {
-  lengths_.forgetLength(pair.screen, pair.bundleID.value_or(""));
+void CollapseRecovery::stopEjectedRecovery(const PerAppKey& pair) {
+  lengths_.forgetLength(pair);
   collapseRecoveryPhase_ = Phase::capped;
   host_.stayExpandedBecauseFoldingFailed(StayExpandedReason::ejected, RepairOffer::collapseAgain);
 }
 
-void CollapseRecovery::presentMenusNotice(const std::string& pairKey) {
-  auto& budget = budgets_[pairKey];
+void CollapseRecovery::presentMenusNotice(const PerAppKey& pair) {
+  auto& budget = budgets_[pair];
   if (budget.menusNoticeShown) return;
   budget.menusNoticeShown = true;
   MenuBarLog::log(LogLine("collapse notice").add("kind", kMenusNoticeKind).add("message", kMenusNoticeMessage));

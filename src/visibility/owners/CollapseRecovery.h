@@ -57,18 +57,18 @@ class CollapseRecovery {
   std::optional<std::string> collapseRecoveryTrigger() const;
   // The pair a verification or a recovery step files under now: the screen holding the own items
   // as it is now, and the app of the collapse.
-  CollapsePair currentPair() const;
+  PerAppKey currentPair() const;
   bool collapseRecoverySearch() const { return collapseRecoverySearch_; }
   Phase collapseRecoveryPhase() const { return collapseRecoveryPhase_; }
 
  private:
-  void noteRejectedLength(const std::string& pairKey, MenuBarVisibilityPolicy::SeparatorLayoutVerdict verdict,
+  void noteRejectedLength(const PerAppKey& pair, MenuBarVisibilityPolicy::SeparatorLayoutVerdict verdict,
                           double length);
   // True when the underfold was answered by a tail or held; false when it should search.
-  bool answerUnderfold(const std::string& pairKey, double length, const SeparatorMeasurement& measurement);
-  void applyRecoveredLength(const CollapsePair& pair, double length, double rejected);
-  void stopEjectedRecovery(const CollapsePair& pair);
-  void presentMenusNotice(const std::string& pairKey);
+  bool answerUnderfold(const PerAppKey& pair, double length, const SeparatorMeasurement& measurement);
+  void applyRecoveredLength(const PerAppKey& pair, double length, double rejected);
+  void stopEjectedRecovery(const PerAppKey& pair);
+  void presentMenusNotice(const PerAppKey& pair);
 
   platform::Platform& platform_;
   const SeparatorItems& items_;

@@ -12,14 +12,14 @@ std::vector<Rect> CollapseScreens::frames() const {
   return out;
 }
 
-std::string CollapseScreens::screenConfigKey() const { return ::tarvolo::screenConfigKey(frames()); }
+ScreenKey CollapseScreens::screenConfigKey() const { return ::tarvolo::screenConfigKey(frames()); }
 
-std::string CollapseScreens::collapseScreenKey() const {
+ScreenKey CollapseScreens::collapseScreenKey() const {
   auto screen = statusItemScreen();
   return ::tarvolo::collapseScreenKey(screen ? std::optional<Rect>(screen->frame) : std::nullopt, frames());
 }
 
-std::vector<std::string> CollapseScreens::connectedScreenKeys() const {
+std::vector<ScreenKey> CollapseScreens::connectedScreenKeys() const {
   return ::tarvolo::connectedScreenKeys(frames());
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/vocabulary/ScreenKey.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "visibility/owners/SeparatorItems.h"
@@ -18,10 +19,10 @@ class CollapseScreens {
       : screens_(screens), system_(system), items_(items) {}
 
   // Every connected screen's key, joined by "|".
-  std::string screenConfigKey() const;
+  ScreenKey screenConfigKey() const;
   // The key of the screen that holds the own items, or the whole arrangement.
-  std::string collapseScreenKey() const;
-  std::vector<std::string> connectedScreenKeys() const;
+  ScreenKey collapseScreenKey() const;
+  std::vector<ScreenKey> connectedScreenKeys() const;
   double widestScreenWidth() const;
   // The width of the screen that holds the own items, else the widest.
   double collapseScreenWidth() const;

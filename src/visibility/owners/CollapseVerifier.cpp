@@ -175,15 +175,15 @@ void CollapseVerifier::acceptVerifiedCollapse(double length, std::optional<doubl
   collapseVerifiedAt_ = platform_.clock().now();
   host_.noteAlwaysVisibleAnchorReady();
   // The length just judged is the one in force on the screen as it is now, for the collapse's app.
-  const CollapsePair pair = recovery_.currentPair();
-  const std::string key = pair.key();
+  const PerAppKey pair = recovery_.currentPair();
   const bool layoutA = observedGap && Policy::recordsVerifiedLayoutA(
                                            SeparatorLayoutVerdict::laidOut,
                                            collapseReference_ ? Policy::ShortReference::fresh : Policy::ShortReference::none);
   if (layoutA) {
-    lengths_.recordCollapseLength(length, pair.bundleID, CollapseLengthStore::Proof::verified, observedGap);
-    fold_.rememberVerifiedCollapseFoldTail(key);
-    budgets_.noteLaidOut(key);
+    lengths_.recordCollapseLength(length, recovery_.collapseRecoveryTrigger(), CollapseLengthStore::Proof::verified,
+                                  observedGap);
+    fold_.rememberVerifiedCollapseFoldTail(pair);
+    budgets_.noteLaidOut(pair);
   }
   cliff_.noteCollapseVerified(layoutA);
   recovery_.stopCollapseRecovery();
@@ -200,10 +200,10 @@ void CollapseVerifier::scheduleCollapseRebaseline() {
 void CollapseVerifier::rebaseline() {
   if (bar_.presentation != MenuBarPresentation::collapsed || cliff_.cliffSearchInFlight()) return;
   // The always-visible zone may have changed width: its gap no longer proves anything.
-  const std::string screen = screens_.collapseScreenKey();
+  const ScreenKey screen = screens_.collapseScreenKey();
   if (!lengths_.perAppLengths().knownGoodGap(screen)) return;
   lengths_.forgetGap(screen);
-  MenuBarLog::log(LogLine("collapse rebaseline gap forgotten").add("screen", screen));
+  MenuBarLog::log(LogLine("collapse rebaseline gap forgotten").add("screen", screen.text()));
 }
 
 }  // namespace tarvolo

@@ -9,7 +9,6 @@
 namespace tarvolo {
 
 namespace Policy = MenuBarVisibilityPolicy;
-using Policy::CollapseLengthCache;
 
 FoldTails::FoldTails(Dependencies dependencies)
     : platform_(dependencies.platform),
@@ -30,8 +29,11 @@ void FoldTails::installFoldPlaceholder(const std::string& foldAutosaveName, cons
 
 void FoldTails::restoreFoldTails() {
   auto& defaults = platform_.defaults();
-  collapseFoldTailByPair_ = decodeLengthMap(defaults.object(cliffFoldTailDefaultsKey));
-  collapseFoldTailBaseByPair_ = decodeLengthMap(defaults.object(cliffFoldTailBaseDefaultsKey));
+  const DefaultsReader read = [&defaults](const std::string& key) { return defaults.object(key); };
+  UnreadableCollapseKeys unreadable;
+  collapseFoldTailByPair_ = decodePerAppLengths(read, cliffFoldTailDefaultsKey, unreadable);
+  collapseFoldTailBaseByPair_ = decodePerAppLengths(read, cliffFoldTailBaseDefaultsKey, unreadable);
+  logUnreadableCollapseKeys(unreadable);
   // Tails that come back from the store covered the fold before.
   for (const auto& [key, tail] : collapseFoldTailByPair_) collapseFoldTailVerified_.insert(key);
 }
@@ -40,7 +42,7 @@ void FoldTails::persistFoldTails() {
   applyDefaultsWrites(platform_.defaults(), encodeFoldTails(collapseFoldTailByPair_, collapseFoldTailBaseByPair_));
 }
 
-bool FoldTails::pruneToScreens(const std::vector<std::string>& keeping) {
+bool FoldTails::pruneToScreens(const std::vector<ScreenKey>& keeping) {
   PersistedCollapseLengths state{.foldTailByPair = collapseFoldTailByPair_,
                                  .foldTailBaseByPair = collapseFoldTailBaseByPair_};
   PersistedCollapseLengths pruned = state;
@@ -51,57 +53,56 @@ bool FoldTails::pruneToScreens(const std::vector<std::string>& keeping) {
   return true;
 }
 
-std::optional<double> FoldTails::storedTail(const std::string& pairKey) const {
-  auto tail = collapseFoldTailByPair_.find(pairKey);
+std::optional<double> FoldTails::storedTail(const PerAppKey& pair) const {
+  auto tail = collapseFoldTailByPair_.find(pair);
   if (tail == collapseFoldTailByPair_.end()) return std::nullopt;
   return tail->second;
 }
 
-void FoldTails::forgetRejectedTails(const std::string& bundleID) {
-  std::erase_if(collapseFoldTailRejected_,
-                [&bundleID](const std::string& key) { return CollapseLengthCache::bundlePart(key) == bundleID; });
+void FoldTails::forgetRejectedTails(const std::optional<BundleID>& bundleID) {
+  std::erase_if(collapseFoldTailRejected_, [&bundleID](const PerAppKey& pair) { return pair.bundleID() == bundleID; });
 }
 
-void FoldTails::noteCollapseFoldTail(const std::string& pairKey, double length, double base) {
-  collapseFoldTailByPair_[pairKey] = length;
-  collapseFoldTailBaseByPair_[pairKey] = base;
-  collapseFoldTailVerified_.erase(pairKey);
+void FoldTails::noteCollapseFoldTail(const PerAppKey& pair, double length, double base) {
+  collapseFoldTailByPair_[pair] = length;
+  collapseFoldTailBaseByPair_[pair] = base;
+  collapseFoldTailVerified_.erase(pair);
   MenuBarLog::log(LogLine("fold tail noted").add("length", length).add("base", base));
 }
 
-void FoldTails::rememberVerifiedCollapseFoldTail(const std::string& pairKey) {
-  auto tail = collapseFoldTailByPair_.find(pairKey);
-  if (tail == collapseFoldTailByPair_.end() || !collapseFoldTailVerified_.insert(pairKey).second) return;
+void FoldTails::rememberVerifiedCollapseFoldTail(const PerAppKey& pair) {
+  auto tail = collapseFoldTailByPair_.find(pair);
+  if (tail == collapseFoldTailByPair_.end() || !collapseFoldTailVerified_.insert(pair).second) return;
   MenuBarLog::log(LogLine("fold tail verified").add("length", tail->second));
   persistFoldTails();
 }
 
-void FoldTails::revertCollapseFoldTailIfRejected(const std::string& pairKey, double length) {
-  auto tail = collapseFoldTailByPair_.find(pairKey);
+void FoldTails::revertCollapseFoldTailIfRejected(const PerAppKey& pair, double length) {
+  auto tail = collapseFoldTailByPair_.find(pair);
   if (tail == collapseFoldTailByPair_.end() || length + 0.5 < tail->second) return;
   MenuBarLog::log(LogLine("fold tail rejected").add("length", tail->second));
   collapseFoldTailByPair_.erase(tail);
-  collapseFoldTailBaseByPair_.erase(pairKey);
-  collapseFoldTailVerified_.erase(pairKey);
-  collapseFoldTailRejected_.insert(pairKey);
+  collapseFoldTailBaseByPair_.erase(pair);
+  collapseFoldTailVerified_.erase(pair);
+  collapseFoldTailRejected_.insert(pair);
   persistFoldTails();
 }
 
 bool FoldTails::tryCollapseFoldTail(const TailAttempt& attempt) {
-  if (tailRejected(attempt.pairKey)) return false;
+  if (tailRejected(attempt.pair)) return false;
   auto extra = Policy::collapseTailExtra({
       .length = attempt.length,
       .separatorLeading = attempt.separatorLeading,
       .menusRight = attempt.menusRight,
       .upperBound = screens_.searchUpperBound(),
       .screenWidth = screens_.collapseScreenWidth(),
-      .menuLimited = lengths_.isMenuLimited(attempt.pairKey),
+      .menuLimited = lengths_.isMenuLimited(attempt.pair),
       .slack = Policy::foldCoverSlack,
       .margin = Policy::collapseLengthSafetyMargin,
       .sizing = screens_.sizing(),
   });
   if (!extra) return false;
-  noteCollapseFoldTail(attempt.pairKey, attempt.length + *extra, attempt.length);
+  noteCollapseFoldTail(attempt.pair, attempt.length + *extra, attempt.length);
   host_.reapplyVisibility();
   return true;
 }

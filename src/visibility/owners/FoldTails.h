@@ -43,18 +43,18 @@ class FoldTails {
   void restoreFoldTails();
   void persistFoldTails();
   // Forgets the tails of screens not among `keeping`; says whether any went. Unpersisted.
-  bool pruneToScreens(const std::vector<std::string>& keeping);
-  std::optional<double> storedTail(const std::string& pairKey) const;
-  bool tailRejected(const std::string& pairKey) const { return collapseFoldTailRejected_.count(pairKey) > 0; }
+  bool pruneToScreens(const std::vector<ScreenKey>& keeping);
+  std::optional<double> storedTail(const PerAppKey& pair) const;
+  bool tailRejected(const PerAppKey& pair) const { return collapseFoldTailRejected_.count(pair) > 0; }
   // A newly launched or quit app gets another chance at a tail.
-  void forgetRejectedTails(const std::string& bundleID);
-  const std::map<std::string, double>& collapseFoldTailByPair() const { return collapseFoldTailByPair_; }
+  void forgetRejectedTails(const std::optional<BundleID>& bundleID);
+  const std::map<PerAppKey, double>& collapseFoldTailByPair() const { return collapseFoldTailByPair_; }
 
-  void noteCollapseFoldTail(const std::string& pairKey, double length, double base);
-  void rememberVerifiedCollapseFoldTail(const std::string& pairKey);
-  void revertCollapseFoldTailIfRejected(const std::string& pairKey, double length);
+  void noteCollapseFoldTail(const PerAppKey& pair, double length, double base);
+  void rememberVerifiedCollapseFoldTail(const PerAppKey& pair);
+  void revertCollapseFoldTailIfRejected(const PerAppKey& pair, double length);
   struct TailAttempt {
-    std::string pairKey;
+    PerAppKey pair;
     double length = 0;
     double separatorLeading = 0;
     double menusRight = 0;
@@ -85,10 +85,10 @@ class FoldTails {
   const CollapseLengthStore& lengths_;
   CollapseHost& host_;
 
-  std::map<std::string, double> collapseFoldTailByPair_;
-  std::map<std::string, double> collapseFoldTailBaseByPair_;
-  std::set<std::string> collapseFoldTailVerified_;
-  std::set<std::string> collapseFoldTailRejected_;
+  std::map<PerAppKey, double> collapseFoldTailByPair_;
+  std::map<PerAppKey, double> collapseFoldTailBaseByPair_;
+  std::set<PerAppKey> collapseFoldTailVerified_;
+  std::set<PerAppKey> collapseFoldTailRejected_;
   std::unique_ptr<FoldPlaceholderController> foldPlaceholder_;
   int placeholderRereads_ = 0;
 };

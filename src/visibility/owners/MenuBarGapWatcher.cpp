@@ -126,7 +126,7 @@ void MenuBarGapWatcher::logDragEndGaps() {
 }
 
 void MenuBarGapWatcher::rememberPinnedGap(double gap) {
-  const std::string screen = screens_.collapseScreenKey();
+  const ScreenKey screen = screens_.collapseScreenKey();
   auto known = lengths_.perAppLengths().knownGoodGap(screen);
   // The always-visible zone changed width; a collapse now shows the new gap.
   if (!known || std::abs(*known - gap) <= kPinnedGapTolerance) return;

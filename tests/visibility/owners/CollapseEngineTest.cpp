@@ -16,6 +16,9 @@ using Verdict = MenuBarVisibilityPolicy::SeparatorLayoutVerdict;
 constexpr const char* kScreen = "1512x982@0,0";
 const std::string kEditorKey = std::string(kScreen) + "\tcom.example.editor";
 
+// What the engine files under a stored per-app key.
+PerAppKey filed(const std::string& storedKey) { return PerAppKey::parse(storedKey).value(); }
+
 sim::SimAppSpec menusApp(const std::string& bundle, double menusWidth) {
   return sim::SimAppSpec{.bundleId = bundle, .name = bundle, .path = "/Applications/" + bundle + ".app",
                          .menusWidth = menusWidth};
@@ -128,11 +131,11 @@ TEST_F(CollapseEngineTest, RestoredLengthsAreFilteredByTheirScreenAndPrunedToCon
 
   const auto& lengths = controller().collapseEngine().lengths().perAppLengths();
   // The tail ceiling of a 1512-wide screen is 740.
-  EXPECT_EQ(lengths.perApp.count(here + "com.example.fits"), 1u);
-  EXPECT_EQ(lengths.perApp.count(here + "com.example.toolong"), 0u);
-  EXPECT_EQ(lengths.perApp.count(here + "com.example.hidesnothing"), 0u);
-  EXPECT_EQ(lengths.perApp.count(elsewhere + "\tcom.example.fits"), 0u);
-  EXPECT_EQ(lengths.knownGoodMinByScreen.count(elsewhere), 0u);
+  EXPECT_EQ(lengths.perApp.count(filed(here + "com.example.fits")), 1u);
+  EXPECT_EQ(lengths.perApp.count(filed(here + "com.example.toolong")), 0u);
+  EXPECT_EQ(lengths.perApp.count(filed(here + "com.example.hidesnothing")), 0u);
+  EXPECT_EQ(lengths.perApp.count(filed(elsewhere + "\tcom.example.fits")), 0u);
+  EXPECT_EQ(lengths.knownGoodMinByScreen.count(ScreenKey(elsewhere)), 0u);
   EXPECT_EQ(storedEntry(desktop(), "com.ostrand.tarvolo.cliff.perApp", elsewhere + "\tcom.example.fits"), -1);
   // The cliff record and the pinned gap it carries are in force: no search.
   ASSERT_TRUE(controller().collapseEngine().lengths().cliffCache());
@@ -161,7 +164,7 @@ TEST_F(CollapseEngineTest, AFrontmostAppWithWiderMenusGetsItsOwnShorterLength) {
   EXPECT_EQ(problems(), std::vector<std::string>{});
   EXPECT_LE(controller().collapseEngine().cliff().cliffProbesMade() - probesBefore, 24);
   const std::string studio = std::string(kScreen) + "\tcom.example.studio";
-  auto length = controller().collapseEngine().lengths().perAppLengths().length(kScreen, "com.example.studio");
+  auto length = controller().collapseEngine().lengths().perAppLengths().length(filed(studio));
   ASSERT_TRUE(length);
   EXPECT_LT(*length, cliff);
   EXPECT_EQ(controller().collapseEngine().verifier().lastCollapseVerdict(), Verdict::laidOut);
@@ -194,7 +197,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
   const CollapseAttempt attempt = *engine.recovery().attempt();
   EXPECT_EQ(attempt.reason, CollapseReason::menu);
   EXPECT_EQ(attempt.frontmostBundleID, "com.example.editor");
-  EXPECT_EQ(attempt.screenKey, kScreen);
+  EXPECT_EQ(attempt.screenKey.text(), kScreen);
   EXPECT_EQ(attempt.generation, before + 1);
   EXPECT_EQ(engine.presentedBar().lastAppliedNormalLength, attempt.length);
 
@@ -203,7 +206,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
   ASSERT_EQ(desktop().processes().frontmostBundleId(), "com.example.studio");
   run(0.5);
   EXPECT_EQ(engine.recovery().collapseRecoveryTrigger(), "com.example.editor");
-  EXPECT_EQ(engine.recovery().currentPair().key(), kEditorKey);
+  EXPECT_EQ(engine.recovery().currentPair().text(), kEditorKey);
   EXPECT_EQ(engine.collapseAttempts(), before + 1);
 }
 
@@ -218,7 +221,7 @@ TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScre
   EXPECT_TRUE(logged("search begin low=32 high=832 readBack=16 screen=1728x1117@0,0"));
   EXPECT_EQ(problems(), std::vector<std::string>{});
   ASSERT_TRUE(controller().collapseEngine().lengths().cliffCache());
-  EXPECT_EQ(controller().collapseEngine().lengths().cliffCache()->screenKey, "1728x1117@0,0");
+  EXPECT_EQ(controller().collapseEngine().lengths().cliffCache()->screenKey.text(), "1728x1117@0,0");
   EXPECT_LE(controller().collapseEngine().cliff().cliffProbesMade(), 2 * 24);
   expectQuiescent(1);
 }
