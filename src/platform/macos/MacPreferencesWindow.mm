@@ -150,6 +150,7 @@ struct MacPreferencesWindow::Impl {
     }
     if (general.revealOnHover) addSwitch(*general.revealOnHover, callbacks.setRevealOnHover);
     addSwitch(general.newAppNotices, callbacks.setNewAppNotices);
+    if (general.automaticUpdates) addSwitch(*general.automaticUpdates, callbacks.setAutomaticUpdates);
     return padded(kit::column(views, 8));
   }
 
@@ -291,6 +292,7 @@ struct MacPreferencesWindow::Impl {
              }, targets)];
     }
     [views addObject:kit::row(links, 8)];
+    if (about.checkForUpdatesTitle) [views addObject:kit::button(*about.checkForUpdatesTitle, callbacks.checkForUpdates, targets)];
     return padded(kit::column(views, 8));
   }
 
