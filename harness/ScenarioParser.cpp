@@ -126,7 +126,9 @@ sim::SimRelease parseRelease(const Field& field) {
   }
   if (auto value = field.optional("install")) {
     const std::string raw = value->string();
-    if (raw != "succeeds" && raw != "fails") value->fail("unknown install " + inQuotes(raw) + " (expected succeeds or fails)");
+    if (raw != "succeeds" && raw != "fails") {
+      value->fail("unknown install " + inQuotes(raw) + " (expected succeeds or fails)");
+    }
     release.installFails = raw == "fails";
   }
   return release;

@@ -77,7 +77,9 @@ Action parseButton(const StepInput& in) {
 
 Action parseKey(const StepInput& in) {
   const std::string raw = in.value.string();
-  if (raw != "return" && raw != "escape") in.value.fail("unknown key " + inQuotes(raw) + " (expected return or escape)");
+  if (raw != "return" && raw != "escape") {
+    in.value.fail("unknown key " + inQuotes(raw) + " (expected return or escape)");
+  }
   return makeAction(UpdateKeyStep{.escape = raw == "escape"});
 }
 

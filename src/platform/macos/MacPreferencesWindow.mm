@@ -292,7 +292,9 @@ struct MacPreferencesWindow::Impl {
              }, targets)];
     }
     [views addObject:kit::row(links, 8)];
-    if (about.checkForUpdatesTitle) [views addObject:kit::button(*about.checkForUpdatesTitle, callbacks.checkForUpdates, targets)];
+    if (about.checkForUpdatesTitle) {
+      [views addObject:kit::button(*about.checkForUpdatesTitle, callbacks.checkForUpdates, targets)];
+    }
     return padded(kit::column(views, 8));
   }
 
