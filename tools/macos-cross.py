@@ -39,6 +39,7 @@ CHECK_WARNINGS = ("-Wunguarded-availability -Wunguarded-availability-new -Wdepre
                   "-Wobjc-literal-conversion -Wobjc-redundant-literal-use -Wimplicit-retain-self "
                   "-Warc-repeated-use-of-weak")
 ANALYZER_CHECKERS = "core,cplusplus,unix,osx"
+DEFAULT_UPDATE_FEED = "https://tarvolo.app/appcast.xml"
 
 
 def resources(root: str) -> list[tuple[str, str]]:
@@ -120,10 +121,13 @@ def generate(args: argparse.Namespace) -> str:
     root = os.path.abspath(args.source_dir)
     build = os.path.abspath(args.build_dir)
     sdk = os.path.abspath(os.path.expanduser(args.sdk))
-    version = read_version(root)
+    version = getattr(args, "version", "") or read_version(root)
+    feed = getattr(args, "update_feed", "") or DEFAULT_UPDATE_FEED
+    key = getattr(args, "update_key", "")
 
     with open(os.path.join(root, "src/platform/macos/Info.plist.in"), encoding="utf-8") as handle:
-        plist = handle.read().replace("@TARVOLO_VERSION@", version)
+        plist = (handle.read().replace("@TARVOLO_VERSION@", version)
+                 .replace("@TARVOLO_UPDATE_FEED@", feed).replace("@TARVOLO_UPDATE_KEY@", key))
     plist_path = os.path.join(build, "Info.plist")
     write_if_changed(plist_path, plist)
 
@@ -296,6 +300,9 @@ def main(argv: list[str]) -> int:
     parser.add_argument("--werror", action="store_true")
     parser.add_argument("--check", action="store_true", help="also run the checks of every .mm")
     parser.add_argument("--check-only", action="store_true", help="run only the checks of every .mm")
+    parser.add_argument("--version", default="", help="the version the bundle carries (default: the project's)")
+    parser.add_argument("--update-feed", default=DEFAULT_UPDATE_FEED, help="the update feed's address")
+    parser.add_argument("--update-key", default="", help="the EdDSA public key of the update archives")
     args = parser.parse_args(argv)
     args.arch = args.arch or ["arm64", "x86_64"]
     write_if_changed(os.path.join(os.path.abspath(args.build_dir), "build.ninja"), generate(args))

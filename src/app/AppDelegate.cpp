@@ -13,6 +13,7 @@
 #include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
+#include "ui/UpdateController.h"
 
 namespace tarvolo {
 
@@ -35,6 +36,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   environment_ = std::make_unique<AppEnvironment>(platform_);
   platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
+  environment_->updates().start();
   ReviewPrompt::noteUse(platform_.defaults(), platform_.clock().currentDate());
   environment_->hotkeys().registerHotkeys();
   environment_->appShortcuts().registerAll();

@@ -21,6 +21,7 @@
 #include "platform/AXElement.h"
 #include "platform/MenuBarAccessTier.h"
 #include "platform/SerialQueue.h"
+#include "platform/Updater.h"
 
 namespace tarvolo::platform {
 
@@ -515,6 +516,8 @@ class Platform {
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
   virtual AssessmentMode& assessmentMode() = 0;
+  // The update framework, which may be absent (Updater::loadFramework).
+  virtual Updater& updater() = 0;
   // A new serial background queue; destroying it cancels what has not started.
   virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) = 0;
   virtual HotkeyService& hotkeys() = 0;

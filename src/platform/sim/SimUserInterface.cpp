@@ -109,3 +109,40 @@ void SimUserInterface::dismissNotice(const std::string& kind) {
 }
 
 }  // namespace tarvolo::sim
+
+namespace tarvolo::sim {
+
+void SimUpdateWindow::note(std::optional<platform::UpdatePhase> phase, bool focused) {
+  if (!timeline_.empty() && timeline_.back().phase == phase) return;
+  timeline_.push_back(SimUpdateWindowMoment{.at = clock_.now(), .phase = phase, .focused = focused});
+}
+
+void SimUpdateWindow::show(const platform::UpdateViewState& state, platform::UpdateWindowCallbacks callbacks,
+                           platform::UpdateWindowFocus focus) {
+  recordShow(state, std::move(callbacks));
+  note(state.phase, focus == platform::UpdateWindowFocus::take);
+}
+
+void SimUpdateWindow::update(const platform::UpdateViewState& state) {
+  if (!shown()) return;
+  recordUpdate(state);
+  note(state.phase, false);
+}
+
+void SimUpdateWindow::close() {
+  if (shown()) note(std::nullopt, false);
+  recordClose();
+}
+
+void SimUpdateWindow::closeByUser() {
+  if (!shown()) return;
+  close();
+  if (auto closed = controls().closed) closed();
+}
+
+void SimUpdateWindow::ownProcessExited() {
+  if (shown()) note(std::nullopt, false);
+  recordProcessExit();
+}
+
+}  // namespace tarvolo::sim
