@@ -1,6 +1,7 @@
 #include "shelf/owners/MenuBarAccessController.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
@@ -117,6 +118,10 @@ void MenuBarAccessController::closeShelf() {
 bool MenuBarAccessController::isShelfShown() const { return platform_.userInterface().iconShelfPanel().isShown(); }
 
 void MenuBarAccessController::updatePanel() {
+  if (holdPanelUpdates_) {
+    panelUpdateHeld_ = true;
+    return;
+  }
   auto& panel = platform_.userInterface().iconShelfPanel();
   if (panel.isShown()) panel.update(viewState());
 }
@@ -158,7 +163,9 @@ std::string MenuBarAccessController::rowName(const AccessibleStatusItem& item) c
   return item.ownerName.empty() ? item.ownerBundleID : item.ownerName;
 }
 
-platform::IconShelfViewState MenuBarAccessController::viewState() const {
+platform::IconShelfViewState MenuBarAccessController::viewState() const { return viewState(model_->filtered()); }
+
+platform::IconShelfViewState MenuBarAccessController::viewState(const std::vector<AccessibleStatusItem>& rows) const {
   const auto& m = *model_;
   platform::IconShelfViewState state;
   state.title = tr("iconbar.title");
@@ -174,7 +181,6 @@ platform::IconShelfViewState MenuBarAccessController::viewState() const {
   state.query = m.query.get();
   state.searchPlaceholder = tr("iconbar.search");
   state.focusSearchRequest = m.focusSearchRequest.get();
-  const auto rows = m.filtered();
   for (const auto& item : rows) {
     auto labelKey = MenuBarAccessEntry::from(item).systemLabelKey(systemSymbol_);
     platform::IconShelfRow row{.id = item.id,
@@ -188,7 +194,7 @@ platform::IconShelfViewState MenuBarAccessController::viewState() const {
   state.rowWidth = m.viewportWidth.get();
   state.loading = m.isLoading.get();
   state.discovering = m.isDiscovering.get() || discoveryRunning();
-  const auto recovery = m.recoveryItems();
+  const auto& recovery = m.recoveryItems();
   if (!m.trusted.get()) {
     state.permissionText = tr("iconbar.permission_note");
     state.permissionButtonTitle = tr("iconbar.permission");
@@ -221,11 +227,18 @@ void MenuBarAccessController::selectTier(MenuBarAccessTier tier) {
 }
 
 void MenuBarAccessController::setQuery(const std::string& query) {
+  // One filtering per keystroke: the rows found both pick the selection and fill the panel.
+  holdPanelUpdates_ = true;
+  panelUpdateHeld_ = false;
   if (!query.empty()) model_->searchExpanded = true;
   model_->query = query;
+  const auto rows = model_->filtered();
   // Typing selects the best row, so Return opens it at once.
-  const auto ids = model_->displayedIDs();
-  model_->keyboardSelectionID = ids.empty() ? std::nullopt : std::optional<std::string>(ids.front());
+  model_->keyboardSelectionID = rows.empty() ? std::nullopt : std::optional<std::string>(rows.front().id);
+  holdPanelUpdates_ = false;
+  if (!std::exchange(panelUpdateHeld_, false)) return;
+  auto& panel = platform_.userInterface().iconShelfPanel();
+  if (panel.isShown()) panel.update(viewState(rows));
 }
 
 void MenuBarAccessController::moveSelection(int delta) {
