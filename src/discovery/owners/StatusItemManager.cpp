@@ -272,8 +272,9 @@ std::vector<AccessibleIconReader::Target> StatusItemManager::readingTargets() co
 }
 
 void StatusItemManager::accessibleIconsRead() {
-  attributeFromWindows();
-  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows();
+  const auto windows = attributionWindows();
+  attributeFromWindows(windows);
+  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows(windows);
 }
 
 void StatusItemManager::refreshAttributedMenuBarApps() {
@@ -282,11 +283,10 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
     iconReader_.read();
     return;
   }
-  attributeFromWindows();
+  attributeFromWindows(attributionWindows());
 }
 
-void StatusItemManager::attributeFromWindows() {
-  const auto windows = attributionWindows();
+void StatusItemManager::attributeFromWindows(const std::vector<ForeignMenuBarWindow>& windows) {
   const auto owners = PlacementPolicy::indexOwners(windows);
   std::set<std::string> attributed;
   for (const auto& app : scanned_) {
@@ -307,11 +307,13 @@ void StatusItemManager::refreshObservedZones() {
     iconReader_.read();
     return;
   }
-  attributeFromWindows();
-  observeZonesFromWindows();
+  // One reading of the bar serves both.
+  const auto windows = attributionWindows();
+  attributeFromWindows(windows);
+  observeZonesFromWindows(windows);
 }
 
-void StatusItemManager::observeZonesFromWindows() {
+void StatusItemManager::observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& barWindows) {
   if (!anchors_) return;
   const auto anchors = anchors_();
   const double expandedLength = expandedSeparatorLength_;
@@ -327,7 +329,7 @@ void StatusItemManager::observeZonesFromWindows() {
     screenMaxX = screen.frame.maxX();
     break;
   }
-  const auto windows = PlacementPolicy::windowsOnStatusItemScreen(attributionWindows(), screenMinX, screenMaxX);
+  const auto windows = PlacementPolicy::windowsOnStatusItemScreen(barWindows, screenMinX, screenMaxX);
   const auto owners = PlacementPolicy::indexOwners(windows);
   std::map<std::string, std::string> zones;
   // Every scanned application has its row in one of the two sections.

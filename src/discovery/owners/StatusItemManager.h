@@ -152,8 +152,8 @@ class StatusItemManager {
   std::vector<ForeignMenuBarWindow> attributionWindows() const;
   std::vector<AccessibleIconReader::Target> readingTargets() const;
   void accessibleIconsRead();
-  void attributeFromWindows();
-  void observeZonesFromWindows();
+  void attributeFromWindows(const std::vector<ForeignMenuBarWindow>& windows);
+  void observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& windows);
   std::vector<const MenuBarAppItem*> allItems() const;
 
   platform::Platform& platform_;
