@@ -156,7 +156,7 @@ platform::IconShelfActions MenuBarAccessController::actions() {
 
 std::string MenuBarAccessController::rowName(const AccessibleStatusItem& item) const {
   // The system's items all belong to a few processes; their own texts tell them apart.
-  if (text::lowercased(item.ownerBundleID).starts_with("com.apple.")) {
+  if (MenuBarAccessEntry::ownedBySystem(item.ownerBundleID)) {
     if (item.itemDescription) return *item.itemDescription;
     if (!item.title.empty()) return item.title;
   }

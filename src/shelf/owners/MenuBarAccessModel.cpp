@@ -405,7 +405,7 @@ std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
   for (std::size_t index = 0; index < rows.size(); ++index) {
     const auto& item = rows[index];
     if (tier != MenuBarAccessTier::all) {
-      if (text::lowercased(item.ownerBundleID).starts_with("com.apple.")) continue;
+      if (MenuBarAccessEntry::ownedBySystem(item.ownerBundleID)) continue;
       auto saved = savedTier(item.ownerBundleID);
       auto savedAsTier = saved ? menuBarAccessTier(*saved) : std::nullopt;
       if (!savedAsTier || savedAsTier == MenuBarAccessTier::all || *savedAsTier != tier) continue;
