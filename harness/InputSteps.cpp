@@ -1,6 +1,8 @@
 #include "harness/InputSteps.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
 #include "harness/SimSession.h"
 #include "harness/StepContext.h"
@@ -95,8 +97,13 @@ std::optional<std::string> TypeKey::perform(StepContext& context) const {
 }
 
 std::optional<std::string> Shortcut::perform(StepContext& context) const {
-  if (context.desktop().events().pressMainMenuShortcut(key)) return std::nullopt;
-  return "Tarvolo's main menu has no ⌘" + key + " item";
+  if (context.desktop().events().pressMainMenuShortcut(key, shift)) return std::nullopt;
+  return "Tarvolo's main menu has no " + describe() + " item";
+}
+
+std::optional<std::string> Pasteboard::perform(StepContext& context) const {
+  context.desktop().application().setPasteboard(text);
+  return std::nullopt;
 }
 
 std::optional<std::string> MenuTracking::perform(StepContext& context) const {
@@ -176,10 +183,13 @@ Action parseKeyStep(const StepInput& in) {
 
 Action parseShortcut(const StepInput& in) {
   std::string shortcut = in.value.string();
-  if (shortcut != "," && shortcut != "q") {
-    in.value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , or q)");
+  constexpr std::string_view kKeys[] = {",", "q", "z", "x", "c", "v", "a", "w"};
+  if (std::find(std::begin(kKeys), std::end(kKeys), shortcut) == std::end(kKeys)) {
+    in.value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , q z x c v a or w)");
   }
-  return makeAction(step::Shortcut{shortcut});
+  bool shift = false;
+  if (auto held = in.step.optional("shift")) shift = held->boolean();
+  return makeAction(step::Shortcut{.key = shortcut, .shift = shift});
 }
 
 Action parseMenuTracking(const StepInput& in) {
@@ -207,7 +217,8 @@ std::vector<StepKind> inputStepKinds() {
       {"modifierUp", {}, parseModifierPress},
       {"key", {"modifiers"}, parseKeyStep},
       {"menuTracking", {}, parseMenuTracking},
-      {"shortcut", {}, parseShortcut},
+      {"shortcut", {"shift"}, parseShortcut},
+      {"pasteboard", {}, [](const StepInput& in) { return makeAction(step::Pasteboard{in.value.string()}); }},
   };
 }
 

@@ -23,7 +23,7 @@ constexpr const char* kNotOpen = "Preferences is not open";
 const std::vector<std::string>& knownControls() {
   static const std::vector<std::string> controls = {"language",     "autoCollapseDelay", "launchAtLogin",
                                                     "revealOnHover", "newAppNotices",     "search",
-                                                    "showOtherRunning", "pin", "unpin"};
+                                                    "showOtherRunning", "pin", "unpin", "automaticUpdates"};
   return controls;
 }
 
@@ -64,6 +64,10 @@ struct PreferencesSet {
       press(window->setRevealOnHover, value.get<bool>());
     }
     if (control == "newAppNotices") press(window->setNewAppNotices, value.get<bool>());
+    if (control == "automaticUpdates") {
+      if (!state || !state->general.automaticUpdates) return std::string("Preferences offers no automatic updates");
+      press(window->setAutomaticUpdates, value.get<bool>());
+    }
     if (control == "search") press(window->search, value.get<std::string>());
     if (control == "showOtherRunning") press(window->setOtherRunningShown, value.get<bool>());
     if (control == "pin" || control == "unpin") press(window->setPinned, value.get<std::string>(), control == "pin");
@@ -87,6 +91,20 @@ struct PickZone {
     };
     if (!listed(state->items.rows) && !listed(state->items.otherRunningRows)) return bundleId + " is not listed";
     press(window->pickZone, bundleId, std::string(rawValue(zone)));
+    return std::nullopt;
+  }
+};
+
+// The About tab's button that checks for a new version now.
+struct AboutCheckForUpdates {
+  std::string describe() const { return "about check for updates"; }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::about) return std::string("the About tab is not shown");
+    if (!state->about.checkForUpdatesTitle) return std::string("About offers no update check");
+    press(window->checkForUpdates);
     return std::nullopt;
   }
 };
@@ -116,6 +134,83 @@ struct RecordHotkey {
   }
 };
 
+// The recorder of an app's own shortcut starts listening on its row of the Icons tab; the
+// window opens there and takes the keys.
+struct RecordShortcut {
+  std::string bundleId;
+  std::string describe() const { return "record the shortcut of " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    AppEnvironment* environment = context.environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("items"));
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (!state->items.shortcutsOffered) return std::string("the Icons tab offers no shortcuts");
+    const bool listed = std::any_of(state->items.rows.begin(), state->items.rows.end(), [&](const auto& row) {
+      return text::equalsIgnoringCase(row.bundleId, bundleId);
+    });
+    if (!listed) return bundleId + " is not listed";
+    press(window->recordAppShortcut, bundleId);
+    return std::nullopt;
+  }
+};
+
+// The clear button beside an app's shortcut in the open window.
+struct ClearShortcut {
+  std::string bundleId;
+  std::string describe() const { return "clear the shortcut of " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    if (!window) return std::string(kNotOpen);
+    press(window->clearAppShortcut, bundleId);
+    return std::nullopt;
+  }
+};
+
+// Sets a display's rule in the General tab of the open window: its switch, its delay, or both.
+struct DisplayRuleStep {
+  std::string displayId;
+  std::optional<bool> hideIcons;
+  std::optional<std::string> delay;  // "general" or whole seconds
+  std::string describe() const {
+    std::string out = "display rule " + displayId;
+    if (hideIcons) out += *hideIcons ? " hide icons" : " keep icons shown";
+    if (delay) out += " delay " + *delay;
+    return out;
+  }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::general) return std::string("the General tab is not shown");
+    const auto& rows = state->general.displays;
+    if (std::none_of(rows.begin(), rows.end(), [&](const auto& row) { return row.displayId == displayId; })) {
+      return "no display " + displayId + " is listed";
+    }
+    if (hideIcons) press(window->setDisplayHidesIcons, displayId, *hideIcons);
+    if (delay) press(window->chooseDisplayDelay, displayId, *delay);
+    return std::nullopt;
+  }
+};
+
+Action parseDisplayRule(const StepInput& in) {
+  DisplayRuleStep step{.displayId = in.value.nonEmptyString()};
+  if (auto hide = in.step.optional("hideIcons")) step.hideIcons = hide->boolean();
+  if (auto delay = in.step.optional("autoCollapseDelay")) {
+    if (delay->value().is_string()) {
+      if (delay->string() != "general") delay->fail("expected a number of seconds or \"general\"");
+      step.delay = "general";
+    } else {
+      step.delay = std::to_string(std::lround(delay->nonNegative()));
+    }
+  }
+  if (!step.hideIcons && !step.delay) in.step.fail("a displayRule step sets hideIcons, autoCollapseDelay or both");
+  return makeAction(step);
+}
+
 Action parseTab(const StepInput& in) {
   std::string name = in.value.string();
   auto tab = platform::preferencesTabFromRaw(name);
@@ -131,7 +226,7 @@ Action parseSet(const StepInput& in) {
   }
   Field setting = in.step.required("value");
   const bool wantsBool = control == "launchAtLogin" || control == "revealOnHover" || control == "newAppNotices" ||
-                         control == "showOtherRunning";
+                         control == "showOtherRunning" || control == "automaticUpdates";
   if (wantsBool) setting.boolean();
   if (control == "autoCollapseDelay") setting.nonNegative();
   if (control == "language" || control == "search" || control == "pin" || control == "unpin") setting.string();
@@ -162,11 +257,16 @@ json switchJson(const std::optional<platform::PreferencesSwitch>& control) {
 }
 
 json rowJson(const platform::PreferencesItemRow& row) {
-  return {{"bundleId", row.bundleId},
-          {"name", row.name},
-          {"zone", row.zone},
-          {"pinned", row.pinned},
-          {"outOfPlace", row.outOfPlaceNote.has_value()}};
+  json out = {{"bundleId", row.bundleId},
+              {"name", row.name},
+              {"zone", row.zone},
+              {"pinned", row.pinned},
+              {"outOfPlace", row.outOfPlaceNote.has_value()}};
+  // Only rows with something to say of their shortcut say it.
+  if (row.shortcut) out["shortcut"] = *row.shortcut;
+  if (row.shortcutRecording) out["shortcutRecording"] = true;
+  if (row.shortcutProblem) out["shortcutProblem"] = *row.shortcutProblem;
+  return out;
 }
 
 std::string titleOf(const std::vector<platform::PreferencesChoice>& choices, const std::string& id) {
@@ -182,9 +282,19 @@ json stateJson(const platform::PreferencesViewState& state) {
   const json delay = general.selectedDelay.empty() ? json(nullptr) : json(std::stod(general.selectedDelay));
   json rows = json::array();
   for (const auto& row : items.rows) rows.push_back(rowJson(row));
+  json displays = json::array();
+  for (const auto& display : general.displays) {
+    displays.push_back({{"id", display.displayId},
+                        {"name", display.name},
+                        {"hideIcons", display.hideIcons.on},
+                        {"autoCollapseDelay", display.selectedDelay == "general"
+                                                  ? json(nullptr)
+                                                  : json(std::stod(display.selectedDelay))},
+                        {"menuBar", display.holdsMenuBar}});
+  }
   json other = json::array();
   for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
-  return {{"title", state.windowTitle},
+  json out = {{"title", state.windowTitle},
           {"tab", platform::rawValue(state.tab)},
           {"tabTitle", titleOf(state.tabs, std::string(platform::rawValue(state.tab)))},
           {"general",
@@ -193,7 +303,8 @@ json stateJson(const platform::PreferencesViewState& state) {
             {"launchAtLogin", switchJson(general.launchAtLogin)},
             {"launchAtLoginNote", textOrNull(general.launchAtLoginNote)},
             {"revealOnHover", switchJson(general.revealOnHover)},
-            {"newAppNotices", general.newAppNotices.on}}},
+            {"newAppNotices", general.newAppNotices.on},
+            {"displays", std::move(displays)}}},
           {"items",
            {{"search", items.searchText},
             {"rows", std::move(rows)},
@@ -206,6 +317,10 @@ json stateJson(const platform::PreferencesViewState& state) {
             {"recording", state.hotkeys.recording},
             {"conflict", textOrNull(state.hotkeys.conflict)}}},
           {"about", {{"version", state.about.version}}}};
+  // Only in an app with the update framework, so that reports of one without it read as before.
+  if (general.automaticUpdates) out["general"]["automaticUpdates"] = general.automaticUpdates->on;
+  if (state.about.checkForUpdatesTitle) out["about"]["checkForUpdates"] = *state.about.checkForUpdatesTitle;
+  return out;
 }
 
 std::string renderState(const platform::PreferencesViewState& state) {
@@ -224,8 +339,16 @@ std::string renderState(const platform::PreferencesViewState& state) {
       out += "\n    ";
       if (general.launchAtLogin) out += general.launchAtLogin->title + ": " + onOff(general.launchAtLogin->on) + " · ";
       if (general.revealOnHover) out += general.revealOnHover->title + ": " + onOff(general.revealOnHover->on) + " · ";
-      out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on) + "\n";
+      out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on);
+      if (general.automaticUpdates) {
+        out += " · " + general.automaticUpdates->title + ": " + onOff(general.automaticUpdates->on);
+      }
+      out += "\n";
       if (general.launchAtLoginNote) out += "    " + *general.launchAtLoginNote + "\n";
+      for (const auto& display : general.displays) {
+        out += "    " + display.name + (display.holdsMenuBar ? " (menu bar)" : "") + ": " + display.hideIcons.title +
+               " " + onOff(display.hideIcons.on) + " · " + titleOf(display.delays, display.selectedDelay) + "\n";
+      }
       break;
     }
     case platform::PreferencesTab::items: {
@@ -235,6 +358,12 @@ std::string renderState(const platform::PreferencesViewState& state) {
         std::string line = "    " + row.name + " — " + titleOf(items.zones, row.zone);
         if (row.pinned) line += " · " + items.pinnedBadge;
         if (row.outOfPlaceNote) line += " · ⚠ " + *row.outOfPlaceNote;
+        if (row.shortcutRecording) {
+          line += " · " + items.shortcutPrompt;
+        } else if (row.shortcut) {
+          line += " · " + *row.shortcut;
+        }
+        if (row.shortcutProblem) line += " · ⚠ " + *row.shortcutProblem;
         return line + "\n";
       };
       for (const auto& row : items.rows) out += rowLine(row);
@@ -287,7 +416,15 @@ const WindowEntry& preferencesEntry() {
                 {"preferencesSet", {"value"}, parseSet},
                 {"pickZone", {"tier"}, parsePickZone},
                 {"closePreferences", {}, parseTrue<ClosePreferences>},
-                {"recordHotkey", {}, parseTrue<RecordHotkey>}},
+                {"aboutCheckForUpdates", {}, parseTrue<AboutCheckForUpdates>},
+                {"recordHotkey", {}, parseTrue<RecordHotkey>},
+                {"recordShortcut", {}, [](const StepInput& in) {
+                   return makeAction(RecordShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
+                {"clearShortcut", {}, [](const StepInput& in) {
+                   return makeAction(ClearShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
+                {"displayRule", {"hideIcons", "autoCollapseDelay"}, parseDisplayRule}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
         return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
       }};

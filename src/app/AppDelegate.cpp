@@ -3,20 +3,26 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/Diagnostics.h"
 #include "base/Log.h"
 #include "discovery/owners/StatusItemManager.h"
+#include "hotkeys/AppShortcuts.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/SystemActions.h"
 #include "localization/LocalizationManager.h"
 #include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
+#include "ui/UpdateController.h"
 
 namespace tarvolo {
 
 namespace {
 constexpr double kPreferencesLaunchDelay = 0.3;
 constexpr const char* kPreferencesArguments[] = {"--preferences", "-p", "--show-window"};
+constexpr const char* kDiagnoseArgument = "--diagnose";
+// Long enough for the own items' first frames and the start-up collapse's first verdict.
+constexpr double kDiagnoseDelay = 3.0;
 }  // namespace
 
 AppDelegate::AppDelegate(platform::Platform& platform) : platform_(platform) {}
@@ -30,8 +36,10 @@ void AppDelegate::applicationDidFinishLaunching() {
   environment_ = std::make_unique<AppEnvironment>(platform_);
   platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
+  environment_->updates().start();
   ReviewPrompt::noteUse(platform_.defaults(), platform_.clock().currentDate());
   environment_->hotkeys().registerHotkeys();
+  environment_->appShortcuts().registerAll();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();
   installMainMenu();
@@ -39,6 +47,18 @@ void AppDelegate::applicationDidFinishLaunching() {
   if (!pendingURLs_.empty()) applicationOpenURLs(std::exchange(pendingURLs_, {}));
 
   auto arguments = platform_.system().processArguments();
+  if (std::find(arguments.begin(), arguments.end(), kDiagnoseArgument) != arguments.end()) {
+    // Prints what a user can send, then quits as the Quit item does.
+    platform_.mainQueue().post(kDiagnoseDelay, [weak = weakFactory_.handle()] {
+      auto* self = weak.get();
+      if (!self) return;
+      for (const auto& line : Diagnostics::report(*self->environment_)) {
+        self->platform_.logSink().writeStandardOutput(line);
+      }
+      self->platform_.application().terminate();
+    });
+    return;
+  }
   for (const char* wanted : kPreferencesArguments) {
     if (std::find(arguments.begin(), arguments.end(), wanted) == arguments.end()) continue;
     platform_.mainQueue().post(kPreferencesLaunchDelay, [weak = weakFactory_.handle()] {
@@ -79,6 +99,7 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
 
 void AppDelegate::applicationWillTerminate() {
   if (environment_) environment_->hotkeys().unregisterHotkeys();
+  if (environment_) environment_->appShortcuts().unregisterAll();
   // Nothing may stay hidden by the system once the app has gone.
   if (environment_) environment_->nativeVisibilityEngine().expand();
   platform_.logSink().writeStandardOutput(exitBanner);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 namespace tarvolo::text {
@@ -141,6 +142,23 @@ std::string lowercased(std::string_view text) {
     }
     appendScalar(out, lowerScalar(decodeScalar(text, i)));
   }
+  return out;
+}
+
+std::vector<std::string_view> words(std::string_view text) {
+  std::vector<std::string_view> out;
+  std::optional<std::size_t> wordStart;
+  for (std::size_t offset = 0; offset < text.size();) {
+    const std::size_t start = offset;
+    const bool blank = isWhitespace(decodeScalar(text, offset));
+    if (blank && wordStart) {
+      out.push_back(text.substr(*wordStart, start - *wordStart));
+      wordStart.reset();
+    } else if (!blank && !wordStart) {
+      wordStart = start;
+    }
+  }
+  if (wordStart) out.push_back(text.substr(*wordStart));
   return out;
 }
 

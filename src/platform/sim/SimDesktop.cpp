@@ -60,15 +60,23 @@ SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpe
               .application = application_}),
       workspace_(processes_, bar_),
       system_(settings_),
-      loginItems_(settings_) {
+      loginItems_(settings_),
+      updater_(settings_, queue_) {
   assessmentMode_.setRestrictionChangedHandler([this] { bar_.relayout(); });
   menus_.setForeignMenuClosedHandler(
       [this](int pid, int itemId) { accessibility_.notify(pid, itemId, "AXMenuClosed"); });
   application_.setTerminationHandler([this] { terminateOwnProcess(); });
+  updater_.setTerminateHandler([this] { application_.terminate(); });
+  updater_.setRelaunchHandler([this] {
+    if (onOwnRelaunch_) onOwnRelaunch_();
+  });
   for (auto& app : apps) addApp(std::move(app));
 }
 
-SimDesktop::~SimDesktop() = default;
+// A pending task may hold objects whose release reaches any part of the desktop (a background
+// queue cancelling on the main queue, an observer leaving the Accessibility model): drop them
+// while every part still stands.
+SimDesktop::~SimDesktop() { queue_.discardPending(); }
 
 std::unique_ptr<platform::SerialQueue> SimDesktop::makeSerialQueue(const std::string& label) {
   return std::make_unique<SimSerialQueue>(queue_, waits_, label);
@@ -109,6 +117,7 @@ void SimDesktop::ownProcessExited() {
   ui_.ownProcessExited();
   application_.ownProcessExited();
   bar_.relayout();
+  updater_.ownProcessExited();
   if (onOwnExit_) onOwnExit_();
 }
 

@@ -4,6 +4,7 @@
 // items, and the settings of the simulated system. Its behaviour follows what real Macs do;
 // every choice real Macs leave open is a setting here.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +19,11 @@ struct SimScreenSpec {
   double x = 0;
   double y = 0;
   std::optional<double> notchWidth;
+  // As the system names the display; by default "Built-in Retina Display" for the first notched
+  // screen, else "Display <n>" by its place in the list.
+  std::optional<std::string> name;
+  // The display's lasting identity; by default its name.
+  std::optional<std::string> id;
 };
 
 struct SimItemSpec {
@@ -65,6 +71,37 @@ struct SimAssessmentModeSettings {
   double activationDelay = 0.1;
 };
 
+// How a download of one release goes.
+enum class SimDownload { completes, fails, stopsHalfway };
+
+// One release in the update feed.
+struct SimRelease {
+  std::string version;
+  std::string notes;  // as the feed holds them, plain or HTML
+  std::uint64_t size = 4'000'000;
+  // The archive's signature does not match the app's public key.
+  bool badSignature = false;
+  SimDownload download = SimDownload::completes;
+  // The installer cannot replace the app.
+  bool installFails = false;
+};
+
+// The update framework inside the app and the feed it reads.
+struct SimUpdateSettings {
+  std::string installedVersion = "1.0";
+  std::vector<SimRelease> feed;
+  bool feedReachable = true;
+  // The app's Info.plist names its feed and public key; without them the framework refuses to start.
+  bool configured = true;
+  double checkDuration = 0.5;
+  double bytesPerSecond = 4'000'000;
+  // Progress arrives in pieces this far apart.
+  double progressInterval = 0.25;
+  double extractionDuration = 0.5;
+  // From "install and relaunch" until the new version has started.
+  double installDuration = 1.0;
+};
+
 struct SimSettings {
   int osMajor = 15;
   std::vector<std::string> preferredLanguages = {"en-US"};
@@ -103,6 +140,9 @@ struct SimSettings {
   SimAssessmentModeSettings assessmentMode;
   // The post-event privilege, separate from Accessibility trust.
   bool postEventAccess = true;
+  // What one answered Accessibility message costs its caller (a round trip to the other
+  // process); a process that does not answer costs the caller its time-out instead.
+  double accessibilityRoundTrip = 0;
 
   // Chords other applications hold as system-wide hot keys: registering one fails with -9878.
   std::vector<platform::KeyChord> takenHotkeys;
@@ -112,6 +152,8 @@ struct SimSettings {
   bool loginItemNeedsApproval = false;
   // When set, registering and unregistering fail with this description.
   std::optional<std::string> loginItemError;
+  // Absent: the app was built without the update framework.
+  std::optional<SimUpdateSettings> updates;
 };
 
 }  // namespace tarvolo::sim

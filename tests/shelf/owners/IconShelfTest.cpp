@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "app/AppEnvironment.h"
+#include "permissions/AccessibilityPermission.h"
 #include "platform/sim/SimAccessibility.h"
 #include "shelf/owners/ExternalMenuAccessSession.h"
 #include "shelf/owners/MenuBarAccessController.h"
@@ -53,6 +54,75 @@ TEST_F(IconShelfTest, TypingFindsByNameAndPinyinAndTheTierPersists) {
   EXPECT_FALSE(shelf().isShelfShown());
 }
 
+// An input method types the ideographic space; pasted text brings no-break and em spaces.
+TEST_F(IconShelfTest, EveryUnicodeSpaceSeparatesSearchWords) {
+  start({app("com.tencent.xinWeChat", "微信", 40), app("com.example.dw", "Deep Work", 45), app("com.example.c", "Cloud", 50)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().setQuery("微\u3000信");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"微信"});
+  for (const char* query : {"deep\u00A0work", "work\u2003deep", "\u3000deep  work\u3000"}) {
+    shelf().setQuery(query);
+    EXPECT_EQ(rowNames(), std::vector<std::string>{"Deep Work"}) << query;
+  }
+  // Only white space: nothing to narrow by.
+  shelf().setQuery("\u3000\u00A0");
+  EXPECT_EQ(rowNames().size(), 3u);
+  // A malformed byte stays in its word and matches nothing, without harm.
+  shelf().setQuery("deep \xFF");
+  EXPECT_TRUE(rowNames().empty());
+}
+
+// The app's main menu carries the standard Edit and Window commands next to its own, so the
+// keys every text field relies on reach the shelf's search field and the settings window.
+TEST_F(IconShelfTest, TheMainMenusEditAndWindowCommandsReachTheKeyWindow) {
+  start({app("com.apple.Safari", "Safari", 45), app("com.example.c", "Cloud", 50)});
+  auto& input = desktop().events();
+  auto& application = desktop().application();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().find();  // ⌘F: the search field opens with the focus
+  application.setPasteboard("saf");
+  ASSERT_TRUE(input.pressMainMenuShortcut("v"));
+  EXPECT_EQ(panel().query, "saf");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Safari"});
+  // ⌘A then ⌘X takes the whole query; ⌘V puts it back.
+  ASSERT_TRUE(input.pressMainMenuShortcut("a"));
+  ASSERT_TRUE(input.pressMainMenuShortcut("x"));
+  EXPECT_EQ(panel().query, "");
+  EXPECT_EQ(application.pasteboard(), "saf");
+  ASSERT_TRUE(input.pressMainMenuShortcut("v"));
+  EXPECT_EQ(panel().query, "saf");
+  ASSERT_TRUE(input.pressMainMenuShortcut("z", true));  // redo is there, though nothing answers it
+  shelf().closeShelf();
+
+  auto& settings = desktop().userInterface().preferences();
+  ASSERT_TRUE(input.pressMainMenuShortcut(","));
+  run(0.1);
+  ASSERT_TRUE(settings.isShown());
+  settings.controls().selectTab(platform::PreferencesTab::items);
+  application.setPasteboard("Cloud");
+  ASSERT_TRUE(input.pressMainMenuShortcut("v"));
+  EXPECT_EQ(settings.showing()->items.searchText, "Cloud");
+  ASSERT_TRUE(input.pressMainMenuShortcut("w"));
+  EXPECT_FALSE(settings.isShown());
+}
+
+// The shelf's panel does not activate the app, so coming back from System Settings is never
+// reported: while the panel asks for the permission, the answer is read again every few seconds.
+TEST_F(IconShelfTest, ThePermissionIsReadAgainWhileTheShelfAsksForIt) {
+  start({app("com.apple.Safari", "Safari", 45)});
+  desktop().accessibility().setTrusted(false);
+  session().delegate()->environment()->accessibilityPermission().recheck();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  ASSERT_TRUE(panel().permissionText.has_value());
+  desktop().accessibility().setTrusted(true);  // granted in System Settings; Tarvolo stays inactive
+  run(AccessibilityPermission::askingPollInterval + 0.5);
+  EXPECT_FALSE(panel().permissionText.has_value());
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Safari"});
+}
+
 TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   auto blocking = app("com.example.block", "Blocker", 40);
   blocking.pressBlocks = true;
@@ -65,6 +135,30 @@ TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   EXPECT_TRUE(logged("action=AXPress result=-25204 menuVisible=true accepted=true"));
   EXPECT_FALSE(logged("iconShelf attempt bundle=com.example.block action=AXShowMenu"));
   EXPECT_TRUE(shelf().menuSessionActive());
+}
+
+// Every Accessibility message waits on another process: the shelf's reads, its menu opening
+// and the catalogue's scans send theirs from background queues, so a hung app never stalls
+// the main thread, on macOS 26 and on 27 where the system engine also checks its effect.
+TEST_F(IconShelfTest, TheMainThreadSendsNoAccessibilityMessage) {
+  for (int osMajor : {26, 27}) {
+    sim::SimSettings settings;
+    settings.osMajor = osMajor;
+    settings.accessibilityRoundTrip = 0.01;
+    settings.assessmentMode = {.offered = true, .activation = sim::SimActivation::succeeds, .activationDelay = 0.1};
+    start({app("com.apple.Safari", "Safari", 45), app("com.example.c", "Cloud", 50)}, settings);
+    shelf().showShelf(std::nullopt);
+    run(0.5);
+    shelf().setQuery("saf");
+    shelf().activateSelection();
+    run(2);
+    shelf().closeShelf();
+    controller().toggleBar(ExpandDepth::normal);
+    run(3);
+    controller().toggleBar(ExpandDepth::normal);
+    run(3);
+    EXPECT_EQ(desktop().waits().mainThreadAccessibilityCalls(), std::vector<std::string>{}) << "macOS " << osMajor;
+  }
 }
 
 TEST_F(IconShelfTest, AnItemWithoutPressGetsShowMenuFirst) {
@@ -110,6 +204,9 @@ TEST_F(IconShelfTest, NoClickWithoutThePostEventPermission) {
   run(2);
   EXPECT_TRUE(desktop().events().postedEvents().empty());
   EXPECT_EQ(panel().errorText, "This menu could not be opened.");
+  // The bar it expanded to reach the hidden icon folds again.
+  EXPECT_TRUE(logged("collapse reason=icon-shelf-menu"));
+  EXPECT_FALSE(controller().state().isExpanded);
 }
 
 TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain) {
@@ -129,6 +226,77 @@ TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain)
   run(0.3);
   EXPECT_FALSE(shelf().menuSessionActive());
   EXPECT_TRUE(logged("collapse reason=icon-shelf-menu"));
+  EXPECT_FALSE(controller().state().isExpanded);
+}
+
+// A read of an app that does not answer takes its whole time-out (0.5 s) on the scan queue.
+class IconShelfReadTest : public IconShelfTest {
+ protected:
+  void start() {
+    auto slow = app("com.example.slow", "Slow", 45);
+    slow.accessibilityUnresponsive = true;
+    IconShelfTest::start({app("com.example.a", "Alpha", 40), slow});
+  }
+  int scans() { return loggedCount("iconShelf scan "); }
+};
+
+TEST_F(IconShelfReadTest, AReadStillRunningWhenTheShelfClosesNeverLands) {
+  start();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  ASSERT_TRUE(shelf().model().isLoading.get());
+  shelf().closeShelf();
+  EXPECT_FALSE(shelf().model().isLoading.get());
+  run(2);
+  EXPECT_EQ(scans(), 0);
+  EXPECT_TRUE(shelf().model().items.get().empty());
+}
+
+TEST_F(IconShelfReadTest, AStaleReadNeverEndsTheLoadingOfTheNewerOne) {
+  start();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().closeShelf();
+  shelf().showShelf(std::nullopt);
+  // The first read answers at 0.5 s, the second, queued behind it, at 1 s.
+  run(0.6);
+  EXPECT_TRUE(shelf().model().isLoading.get());
+  EXPECT_EQ(scans(), 0);
+  run(0.6);
+  EXPECT_FALSE(shelf().model().isLoading.get());
+  EXPECT_EQ(scans(), 1);
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Alpha"});
+}
+
+TEST_F(IconShelfTest, ClosingTheShelfWhileAMenuIsOpeningOpensNothing) {
+  start({app("com.example.a", "Alpha", 40)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  shelf().closeShelf();
+  run(2);
+  EXPECT_EQ(desktop().menus().foreignMenu(), nullptr);
+  EXPECT_TRUE(desktop().accessibility().performed().empty());
+  EXPECT_FALSE(shelf().menuSessionActive());
+  EXPECT_FALSE(controller().state().isExpanded);
+}
+
+// The menu stays open and nothing says it closed: only the watchdog ends the session.
+TEST_F(IconShelfTest, AMenuSessionNobodySeesEndEndsAtItsWatchdogWithItsMonitorsRemoved) {
+  start({app("com.example.a", "Alpha", 40)});
+  const std::size_t monitorsBefore = desktop().events().monitorCount();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(1);
+  ASSERT_TRUE(shelf().menuSessionActive());
+  EXPECT_GT(desktop().events().monitorCount(), monitorsBefore);
+  run(ExternalMenuAccessSession::watchdogDelay - 2);
+  EXPECT_TRUE(shelf().menuSessionActive());
+  run(2);
+  EXPECT_FALSE(shelf().menuSessionActive());
+  EXPECT_TRUE(logged("iconShelf menuSession ended"));
+  EXPECT_EQ(desktop().events().monitorCount(), monitorsBefore);
   EXPECT_FALSE(controller().state().isExpanded);
 }
 
