@@ -250,6 +250,7 @@ void MenuBarAccessController::setQuery(const std::string& query) {
   if (!std::exchange(panelUpdateHeld_, false)) return;
   auto& panel = platform_.userInterface().iconShelfPanel();
   if (panel.isShown()) panel.update(viewState(rows));
+  permission_.setAsking(kShelfWindow, panel.isShown() && !model_->trusted.get());
 }
 
 void MenuBarAccessController::moveSelection(int delta) {
