@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/AppEnvironment.h"
+#include "discovery/PlacementPolicy.h"
 #include "discovery/owners/CategoryStore.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "discovery/owners/NewAppNoticeLedger.h"
@@ -274,6 +275,32 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   catalog().refreshObservedZones();
   EXPECT_EQ(catalog().observedZone(kAlwaysHiddenIcon), "always_visible");
   EXPECT_FALSE(catalog().isOutOfPlace(kAlwaysHiddenIcon));
+}
+
+TEST_F(CatalogTest, AZoneRefreshFoldsEachNameOnceNotOncePerApplicationAndWindow) {
+  // Enough applications and windows that matching them pair by pair would fold names thousands
+  // of times, where folding each application's names and each window owner once stays in the
+  // low hundreds.
+  constexpr int kIcons = 60;
+  DesktopOptions options;
+  options.apps = sampleApps(kIcons);
+  boot(options);
+  launch();
+  run(1);
+  expandAndSettle();
+  const std::size_t windows = desktop().windowList().onScreenWindows(platform::DesktopElements::include)->size();
+  const std::size_t applications = catalog().items.get().size() + catalog().otherRunningItems.get().size();
+  ASSERT_GE(applications, static_cast<std::size_t>(kIcons));
+  ASSERT_GE(windows, static_cast<std::size_t>(kIcons));
+
+  const std::uint64_t before = PlacementPolicy::ownerNamesFolded();
+  catalog().refreshObservedZones();
+  const std::uint64_t folded = PlacementPolicy::ownerNamesFolded() - before;
+  // Attribution and zones each: up to three names per application and one per window.
+  EXPECT_LE(folded, 2 * (3 * applications + windows));
+  EXPECT_GE(folded, applications) << "the count no longer sees the matching";
+  EXPECT_FALSE(catalog().observedZones.get().empty());
+  EXPECT_EQ(catalog().observedZone("com.example.icon0"), "always_visible");
 }
 
 TEST_F(CatalogTest, FromVersion26IconsAreTiedToAppsThroughAccessibility) {
