@@ -348,13 +348,14 @@ TEST(MacBackend, PreferencesControlsStayLiveAcrossUpdates) {
   ui.preferences().update(state);
   NSSearchField* search = findView<NSSearchField>(window.contentView, [](NSSearchField*) { return true; });
   ASSERT_TRUE(search != nil);
+  id searchTarget = search.target;  // read once: the property is weak
   search.stringValue = @"a";
-  [search sendAction:search.action to:search.target];
+  [search sendAction:search.action to:searchTarget];
   state.items.searchText = "a";
   state.items.rows = {{.bundleId = "com.example.b", .name = "B", .zone = "hidden"}};
   ui.preferences().update(state);
   search.stringValue = @"ab";
-  [search sendAction:search.action to:search.target];
+  [search sendAction:search.action to:searchTarget];
   EXPECT_EQ(findView<NSSearchField>(window.contentView, [](NSSearchField*) { return true; }), search);
   EXPECT_EQ(queries, (std::vector<std::string>{"a", "ab"}));
   // A reused row acts on the entry it shows now.
