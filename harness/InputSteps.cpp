@@ -49,7 +49,7 @@ std::optional<std::string> MovePointer::perform(StepContext& context) const {
   switch (spot) {
     case Spot::point: break;
     case Spot::desktop: {
-      const auto& screen = desktop.screens().primarySpec();
+      const auto& screen = desktop.screens().primarySetup();
       target = {screen.x + screen.width / 2, screen.y + screen.height / 2};
       break;
     }
@@ -60,7 +60,7 @@ std::optional<std::string> MovePointer::perform(StepContext& context) const {
       double left = std::max(desktop.bar().menusRightEdge(), desktop.bar().statusAreaMinX());
       double right = std::min(separator->frame->maxX(), desktop.bar().statusAreaMaxX());
       if (right - left < 2) return std::string("the menu bar has no empty stretch");
-      const auto& screen = desktop.screens().primarySpec();
+      const auto& screen = desktop.screens().primarySetup();
       target = {(left + right) / 2, screen.y + screen.height - 12};
       break;
     }
@@ -148,7 +148,7 @@ Action parseClick(const StepInput& in) {
 
 Action parseCommandDrag(const StepInput& in) {
   std::string item = in.value.nonEmptyString();
-  const sim::SimAppSpec* app = in.scenario.app(item);
+  const sim::SimAppSetup* app = in.scenario.app(item);
   if (!ownItemFromTargetName(item) && !(app && !app->items.empty())) {
     in.value.fail("unknown item " + inQuotes(item) +
                   " (expected toggle, separator, alwaysHiddenSeparator or the bundle id of an app with items)");

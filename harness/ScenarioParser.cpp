@@ -26,9 +26,9 @@ platform::ActivationPolicy parseActivation(const Field& field) {
   field.fail("unknown activation policy " + inQuotes(name) + " (expected regular, accessory or prohibited)");
 }
 
-sim::SimItemSpec parseItem(const Field& field) {
+sim::SimItemSetup parseItem(const Field& field) {
   field.allowOnly({"width", "position", "name", "title", "description"});
-  sim::SimItemSpec item;
+  sim::SimItemSetup item;
   item.width = field.required("width").positive();
   if (auto position = field.optional("position")) item.position = position->nonNegative();
   if (auto name = field.optional("name")) item.autosaveName = name->nonEmptyString();
@@ -42,12 +42,12 @@ std::string nameFromBundleId(const std::string& bundleId) {
   return dot == std::string::npos ? bundleId : bundleId.substr(dot + 1);
 }
 
-sim::SimAppSpec parseApp(const Field& field) {
+sim::SimAppSetup parseApp(const Field& field) {
   field.allowOnly(
       {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items",
        "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive",
        "launchDuration"});
-  sim::SimAppSpec app;
+  sim::SimAppSetup app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == ownBundleID) {
     field.required("bundleId").fail("is Tarvolo itself, which the runner starts");

@@ -8,9 +8,9 @@ import unittest
 import zipfile
 
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
-spec = importlib.util.spec_from_file_location("macos_release", os.path.join(ROOT, "tools", "macos-release.py"))
-release = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(release)
+module_spec = importlib.util.spec_from_file_location("macos_release", os.path.join(ROOT, "tools", "macos-release.py"))
+release = importlib.util.module_from_spec(module_spec)
+module_spec.loader.exec_module(release)
 
 
 class MacosRelease(unittest.TestCase):

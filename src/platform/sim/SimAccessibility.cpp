@@ -104,7 +104,7 @@ std::optional<std::vector<platform::AccessibilityMenuBarItem>> SimAccessibility:
 }
 
 std::string SimAccessibility::bundleOf(int pid) const {
-  const SimAppSpec* app = processes_.appOfPid(pid);
+  const SimAppSetup* app = processes_.appOfPid(pid);
   return "bundle=" + (app ? app->bundleId : "pid" + std::to_string(pid));
 }
 
@@ -151,7 +151,7 @@ const SimItemState* SimAccessibility::liveItem(const Key& key) const {
 
 std::vector<std::string> SimAccessibility::advertisedActions(const SimItemState& item) const {
   if (settings_.osMajor >= kHiddenItemsAbsentFromOSMajor) return {};
-  const SimAppSpec* app = processes_.appOfPid(item.ownerPid);
+  const SimAppSetup* app = processes_.appOfPid(item.ownerPid);
   if (app && app->accessibilityActions) return *app->accessibilityActions;
   return {"AXPress", "AXCancel"};
 }
@@ -255,7 +255,7 @@ AXError SimAccessibility::performAction(const AXElement& element, const std::str
   if (!answers(key, action)) return ax::cannotComplete;
   const SimItemState* item = liveItem(key);
   if (!item) return ax::invalidElement;
-  const SimAppSpec* app = processes_.appOfPid(key.pid);
+  const SimAppSetup* app = processes_.appOfPid(key.pid);
   const auto advertised = advertisedActions(*item);
   const bool offered = std::find(advertised.begin(), advertised.end(), action) != advertised.end() ||
                        (action == "AXShowMenu" && !advertised.empty());

@@ -41,7 +41,7 @@ namespace tarvolo::sim {
 
 class SimDesktop final : public platform::Platform {
  public:
-  SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpec> apps, SimSettings settings);
+  SimDesktop(std::vector<SimScreenSetup> screens, std::vector<SimAppSetup> apps, SimSettings settings);
   ~SimDesktop() override;
   SimDesktop(const SimDesktop&) = delete;
   SimDesktop& operator=(const SimDesktop&) = delete;
@@ -120,8 +120,8 @@ class SimDesktop final : public platform::Platform {
   // Reported to the app only for regular and accessory apps, as the workspace announces them.
   void launchApp(const std::string& bundleId);
   void terminateApp(const std::string& bundleId);
-  void addApp(SimAppSpec app);
-  void setScreens(std::vector<SimScreenSpec> screens);
+  void addApp(SimAppSetup app);
+  void setScreens(std::vector<SimScreenSetup> screens);
   void setPreferredLanguages(std::vector<std::string> languages);
   void wake();
   void changeSpace();

@@ -13,7 +13,7 @@
 
 namespace tarvolo::sim {
 
-struct SimScreenSpec {
+struct SimScreenSetup {
   double width = 1512;
   double height = 982;
   double x = 0;
@@ -26,7 +26,7 @@ struct SimScreenSpec {
   std::optional<std::string> id;
 };
 
-struct SimItemSpec {
+struct SimItemSetup {
   double width = 32;
   // Stored preferred position: distance from the right, larger stands further left.
   std::optional<double> position;
@@ -36,7 +36,7 @@ struct SimItemSpec {
   std::optional<std::string> description;
 };
 
-struct SimAppSpec {
+struct SimAppSetup {
   std::string bundleId;
   std::string name;
   std::string path;
@@ -44,7 +44,7 @@ struct SimAppSpec {
   double menusWidth = 300;  // Apple menu included
   // Widths of the menu titles left to right, Apple menu first; empty: derived from menusWidth.
   std::vector<double> menuTitleWidths;
-  std::vector<SimItemSpec> items;
+  std::vector<SimItemSetup> items;
   bool running = true;
   // How its items answer Accessibility. Advertised actions (absent: AXPress and AXCancel);
   // refusing every action (each reports action-unsupported); an AXPress that opens the menu and

@@ -25,14 +25,14 @@ const std::string kPins(CategoryStore::pinsKey);
 const std::string kKnown(NewAppNoticeLedger::knownBundleIDsKey);
 const std::string kSeated(MenuBarPlacementLedger::seatedKey);
 
-sim::SimAppSpec app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
+sim::SimAppSetup app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
                     std::string path = "", bool withItem = false) {
-  sim::SimAppSpec config{.bundleId = std::move(bundle),
+  sim::SimAppSetup config{.bundleId = std::move(bundle),
                        .name = std::move(name),
                        .path = std::move(path),
                        .activation = activation,
                        .menusWidth = 0};
-  if (withItem) config.items.push_back(sim::SimItemSpec{.width = 30, .position = 8});
+  if (withItem) config.items.push_back(sim::SimItemSetup{.width = 30, .position = 8});
   return config;
 }
 
@@ -75,7 +75,7 @@ class CatalogTest : public SimAppTest {
 TEST_F(CatalogTest, ScanOffersOnlyTopLevelApplicationsThatMayOwnAnIcon) {
   DesktopOptions options;
   options.apps = sampleApps(1);
-  auto add = [&](sim::SimAppSpec config) { options.apps.push_back(std::move(config)); };
+  auto add = [&](sim::SimAppSetup config) { options.apps.push_back(std::move(config)); };
   add(app("com.example.MyHelperApp", "My Helper"));
   add(app("com.example.agent", "Agent", ActivationPolicy::accessory,
           "/Applications/Host.app/Contents/Helpers/Agent.app"));
@@ -437,7 +437,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
 TEST_F(CatalogTest, AppLaunchedQuitAndRelaunchedIsFlaggedOnceAndTheCatalogueFollows) {
   DesktopOptions options;
   auto late = app("com.example.late", "Late", ActivationPolicy::accessory, "/Applications/Late.app");
-  late.items.push_back(sim::SimItemSpec{.width = 30, .position = 7});  // right of the separator
+  late.items.push_back(sim::SimItemSetup{.width = 30, .position = 7});  // right of the separator
   late.running = false;
   options.apps.push_back(late);
   boot(options);

@@ -70,7 +70,7 @@ class NativeEngineTest : public ::testing::Test {
     settings.accessibilityRoundTrip = accessibilityRoundTrip;
     settings.osMajor = osMajor;
     settings.assessmentMode = {.offered = offered, .activation = activation, .activationDelay = 0.1};
-    desktop_ = std::make_unique<sim::SimDesktop>(std::vector<sim::SimScreenSpec>{testing::plainDisplay()},
+    desktop_ = std::make_unique<sim::SimDesktop>(std::vector<sim::SimScreenSetup>{testing::plainDisplay()},
                                                  testing::sampleApps(), settings);
     engine_ = std::make_unique<NativeVisibilityEngine>(
         NativeVisibilityEngine::Dependencies{.platform = *desktop_, .defaultCenter = center_});

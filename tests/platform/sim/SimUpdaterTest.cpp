@@ -52,7 +52,7 @@ SimRelease release(std::string version, std::uint64_t size = 2'000'000) {
 class SimUpdaterTest : public ::testing::Test {
  protected:
   void make(SimSettings settings) {
-    desktop_ = std::make_unique<SimDesktop>(std::vector<SimScreenSpec>{SimScreenSpec{}}, std::vector<SimAppSpec>{},
+    desktop_ = std::make_unique<SimDesktop>(std::vector<SimScreenSetup>{SimScreenSetup{}}, std::vector<SimAppSetup>{},
                                             std::move(settings));
   }
   SimUpdater& updater() { return desktop_->updater(); }

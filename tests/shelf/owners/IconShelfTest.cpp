@@ -15,7 +15,7 @@ using sim::SimDesktop;
 
 class IconShelfTest : public SimAppTest {
  protected:
-  void start(std::vector<sim::SimAppSpec> apps, sim::SimSettings settings = {}) {
+  void start(std::vector<sim::SimAppSetup> apps, sim::SimSettings settings = {}) {
     boot({.apps = std::move(apps), .settings = std::move(settings)});
     launch();
     run(1);
@@ -27,7 +27,7 @@ class IconShelfTest : public SimAppTest {
     for (const auto& row : panel().rows) names.push_back(row.name);
     return names;
   }
-  static sim::SimAppSpec app(std::string bundle, std::string name, double position) {
+  static sim::SimAppSetup app(std::string bundle, std::string name, double position) {
     return {.bundleId = std::move(bundle), .name = std::move(name), .items = {{.width = 30, .position = position}}};
   }
 };
