@@ -34,7 +34,7 @@ void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplicati
     MenuBarLog::log(line.add("action", "expanded"));
     return;
   }
-  const double length = engine_.collapseLength(bundle.spelling());
+  const double length = engine_.collapseLength(bundle);
   auto inForce = engine_.presentedBar().lastAppliedNormalLength;
   if (inForce && std::fabs(*inForce - length) <= kLengthTolerance) {
     MenuBarLog::log(line.add("action", "ignore").add("length", length));

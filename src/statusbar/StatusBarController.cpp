@@ -497,7 +497,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
 }
 
 void StatusBarController::dropToNormalExpandedShelf() {
-  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", engine_.chooser().frontmostBundleID()));
+  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", spellingOf(engine_.chooser().frontmostBundleID())));
   show(ExpandDepth::normal);
   updateButtonAppearance();
   applyVisibilityNow();

@@ -84,7 +84,7 @@ void CollapseEngine::logLaunchState() {
                       .add("knownGood", gap)
                       .add("cliff", record ? std::optional<double>(record->length) : std::nullopt)
                       .add("cliffGap", record ? std::optional<double>(record->gap) : std::nullopt));
-  MenuBarLog::log(LogLine("launch").add("frontmost", chooser_.frontmostBundleID()));
+  MenuBarLog::log(LogLine("launch").add("frontmost", spellingOf(chooser_.frontmostBundleID())));
 }
 
 void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
@@ -127,7 +127,7 @@ CollapseAttempt CollapseEngine::beginCollapse(CollapseReason reason) {
   MenuBarLog::log(LogLine("collapse")
                       .add("reason", rawValue(reason))
                       .add("length", attempt.length)
-                      .add("frontmost", attempt.frontmostBundleID)
+                      .add("frontmost", spellingOf(attempt.frontmostBundleID))
                       .add("screen", attempt.screenKey.text()));
   verifier_.captureCollapseReferenceIfShort();
   shelf_.captureDividerDistanceIfShort();

@@ -72,7 +72,7 @@ class CollapseEngine final : private CliffSearchListener {
   void collapsed(const CollapseAttempt& attempt);
 
   // The length a collapse uses now with `bundleID` frontmost.
-  double collapseLength(const std::optional<std::string>& bundleID) const {
+  double collapseLength(const std::optional<BundleID>& bundleID) const {
     return chooser_.collapseLength(bundleID);
   }
   // An app launched or quit: its budgets and refused tails start over.

@@ -196,7 +196,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
   ASSERT_TRUE(engine.recovery().attempt());
   const CollapseAttempt attempt = *engine.recovery().attempt();
   EXPECT_EQ(attempt.reason, CollapseReason::menu);
-  EXPECT_EQ(attempt.frontmostBundleID, "com.example.editor");
+  EXPECT_EQ(attempt.frontmostBundleID, BundleID("com.example.editor"));
   EXPECT_EQ(attempt.screenKey.text(), kScreen);
   EXPECT_EQ(attempt.generation, before + 1);
   EXPECT_EQ(engine.presentedBar().lastAppliedNormalLength, attempt.length);
@@ -205,7 +205,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
   desktop().setFrontmost("com.example.studio");
   ASSERT_EQ(desktop().processes().frontmostBundleId(), "com.example.studio");
   run(0.5);
-  EXPECT_EQ(engine.recovery().collapseRecoveryTrigger(), "com.example.editor");
+  EXPECT_EQ(engine.recovery().collapseRecoveryTrigger(), BundleID("com.example.editor"));
   EXPECT_EQ(engine.recovery().currentPair().text(), kEditorKey);
   EXPECT_EQ(engine.collapseAttempts(), before + 1);
 }
