@@ -400,9 +400,8 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
     engine_.noteApplied(items_.separatorLength(), items_.alwaysHiddenSeparatorLength());
     return publishFoldingEffective(collapseLength);
   }
-  auto shelfCap = engine_.shelf().shelfHiddenCap();
-  if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
-    plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfCap);
+  if (presentation == MenuBarPresentation::shelfExpanded) {
+    plan.alwaysHiddenSeparatorLength = engine_.shelf().lengthForShelf(plan.alwaysHiddenSeparatorLength);
   }
 
   if (!searching) items_.setSeparatorLength(plan.normalSeparatorLength);
@@ -425,10 +424,7 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
   engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
   publishFoldingEffective(collapseLength);
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
-  if (presentation == MenuBarPresentation::shelfExpanded &&
-      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength) {
-    engine_.shelf().scheduleShelfHiddenVerify();
-  }
+  if (presentation == MenuBarPresentation::shelfExpanded) engine_.shelf().scheduleShelfHiddenVerify();
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.
   catalog_.scheduleZoneRefresh();

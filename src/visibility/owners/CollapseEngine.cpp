@@ -22,7 +22,13 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
       lengths_(dependencies.platform.defaults(), screens_),
       fold_({.platform = platform_, .items = items_, .screens = screens_, .lengths = lengths_, .host = host_}),
       chooser_({.platform = platform_, .screens = screens_, .lengths = lengths_, .fold = fold_, .budgets = budgets_}),
-      shelf_({.platform = platform_, .items = items_, .chooser = chooser_, .bar = bar_, .host = host_}),
+      shelf_({.platform = platform_,
+              .items = items_,
+              .screens = screens_,
+              .chooser = chooser_,
+              .bar = bar_,
+              .hiddenPlaceholder = hiddenPlaceholder_,
+              .host = host_}),
       cliff_({.platform = platform_,
               .items = items_,
               .screens = screens_,
@@ -69,6 +75,7 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
 void CollapseEngine::restorePersistedLengths() {
   lengths_.restoreCliffCache();
   fold_.restoreFoldTails();
+  shelf_.restoreRememberedLengths();
 }
 
 void CollapseEngine::logLaunchState() {
@@ -92,6 +99,7 @@ void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
   budgets_.pruneCollapseBudgets(keeping);
   const bool lengthsPruned = lengths_.pruneToScreens(keeping);
   const bool tailsPruned = fold_.pruneToScreens(keeping);
+  if (shelf_.pruneToScreens(keeping)) shelf_.persistRememberedLengths();
   if (!lengthsPruned && !tailsPruned) return;
   MenuBarLog::log(LogLine("collapse lengths pruned").add("screens", screens_.screenConfigKey().text()));
   lengths_.persistPerAppLengths();
@@ -121,7 +129,6 @@ CollapseAttempt CollapseEngine::beginCollapse(CollapseReason reason) {
                                 .screenKey = screens_.collapseScreenKey(),
                                 .length = chooser_.collapseLength(frontmost),
                                 .generation = ++attemptGeneration_};
-  shelf_.noteShelfCapBeforeCollapse(attempt);
   if (Policy::collapseResetsMenusNotice(reason)) budgets_.resetCollapseNotices();
   verifier_.cancelCollapseRebaseline();
   MenuBarLog::log(LogLine("collapse")
