@@ -60,15 +60,17 @@ void OwnStatusItems::createOwnItems(MenuBarPresentation shown, Actions actions,
 
   separatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, separatorAutosaveName);
   separatorStatusItem_->setVisible(true);
-  separatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
+  // The mouse-down tells a ⌘-drag of the item from a click, as on the toggle.
+  separatorStatusItem_->setAction(EventType::leftMouseDown | EventType::leftMouseUp | EventType::rightMouseUp,
                                   std::move(actions.separatorClicked));
   styleFoldSeparator();
   if (afterEach) afterEach(Item::separator);
 
   alwaysHiddenSeparatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, alwaysHiddenAutosaveName);
   alwaysHiddenSeparatorStatusItem_->setVisible(true);
-  alwaysHiddenSeparatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
-                                              std::move(actions.alwaysHiddenSeparatorClicked));
+  alwaysHiddenSeparatorStatusItem_->setAction(
+      EventType::leftMouseDown | EventType::leftMouseUp | EventType::rightMouseUp,
+      std::move(actions.alwaysHiddenSeparatorClicked));
   styleHiddenSeparator();
   if (afterEach) afterEach(Item::alwaysHiddenSeparator);
 }

@@ -59,9 +59,11 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                     .localization = dependencies.localization,
                     .host = *this}),
       clicks_(dependencies.platform, items_),
+      separatorClicks_(dependencies.platform, items_),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
-      recreateItemsWork_(dependencies.platform.mainQueue()) {
+      recreateItemsWork_(dependencies.platform.mainQueue()),
+      orderReadWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   items_.seedPreferredPositions();
@@ -288,6 +290,20 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
   }
 }
 
+// After a drag the order cannot be read while a separator is long: everything is shown, so both
+// separators are short, and the collapse is asked for again once they have been laid out.
+void StatusBarController::readOrderThenCollapse(CollapseReason reason) {
+  MenuBarLog::log(LogLine("collapse waits for order").add("trigger", rawValue(reason)));
+  orderUnsureAfterDrag_ = false;
+  show(ExpandDepth::deep);
+  updateButtonAppearance();
+  applyVisibilityNow();
+  orderReadWork_.schedule(Policy::collapseVerifyDelay, bindWeak(weak(), [reason](StatusBarController& self) {
+                            if (!self.state_.isExpanded) return;
+                            self.collapseBar(reason);
+                          }));
+}
+
 void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   mainThread_.check();
   const bool userInitiated = isUserInitiated(initiator);
@@ -318,6 +334,11 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   }
   // Guard 2: with the own items out of order a collapse would hide the wrong icons.
   auto order = readAlwaysVisibleAnchor();
+  if (!order && orderUnsureAfterDrag_ && !hiding_.nativeAvailable()) {
+    readOrderThenCollapse(reason);
+    return;
+  }
+  if (order) orderUnsureAfterDrag_ = false;
   if (Policy::shouldWithholdCollapse(hiding_.nativeAvailable(), order)) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
