@@ -1,6 +1,7 @@
 #include "harness/Report.h"
 
 #include "app/AppEnvironment.h"
+#include "hotkeys/AppShortcuts.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 
@@ -107,6 +108,12 @@ void snapshotEveryday(BarSnapshot& bar, const sim::SimDesktop& desktop, const St
                              .fallbackMonitor = hotkeys.fallbackMonitorInstalled(),
                              .conflict = hotkeys.hasHotkeyConflict.get(),
                              .conflictMessage = hotkeys.conflictMessage.get()};
+    const AppShortcuts& shortcuts = environment->appShortcuts();
+    for (const auto& [bundle, appChord] : shortcuts.chords.get()) {
+      bar.hotkey->apps.push_back(AppShortcutState{.bundleId = bundle,
+                                                  .chord = HotkeyManager::describe(appChord),
+                                                  .systemHotKey = shortcuts.registered(bundle)});
+    }
     if (auto result = environment->launchAtLogin().applyResult()) bar.loginItem.lastResult = std::string(rawValue(*result));
   }
 }
@@ -282,6 +289,13 @@ json toJson(const BarSnapshot& bar) {
                      {"fallbackMonitor", hotkey.fallbackMonitor},
                      {"conflict", hotkey.conflict},
                      {"conflictMessage", hotkey.conflictMessage ? json(*hotkey.conflictMessage) : json(nullptr)}};
+    if (!hotkey.apps.empty()) {
+      json apps = json::array();
+      for (const auto& app : hotkey.apps) {
+        apps.push_back({{"bundleId", app.bundleId}, {"chord", app.chord}, {"systemHotKey", app.systemHotKey}});
+      }
+      out["hotkey"]["apps"] = std::move(apps);
+    }
   } else {
     out["hotkey"] = nullptr;
   }

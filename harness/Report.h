@@ -92,6 +92,13 @@ struct AutoCollapseState {
   bool revealOnHover = false;
 };
 
+// An app's own shortcut that opens its menu.
+struct AppShortcutState {
+  std::string bundleId;  // lower-cased
+  std::string chord;
+  bool systemHotKey = false;  // registered with the system
+};
+
 struct HotkeyState {
   std::string chord;  // "⌥⇧⌘B"
   int keyCode = 0;
@@ -100,6 +107,7 @@ struct HotkeyState {
   bool fallbackMonitor = false;  // the passive monitor listens instead
   bool conflict = false;
   std::optional<std::string> conflictMessage;
+  std::vector<AppShortcutState> apps;
 };
 
 struct LoginItemState {

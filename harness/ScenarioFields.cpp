@@ -22,7 +22,7 @@ bool isIdentifier(std::string_view key) {
 }
 
 sim::SimScreenSpec parseScreen(const Field& field) {
-  field.allowOnly({"width", "height", "x", "y", "notchWidth"});
+  field.allowOnly({"width", "height", "x", "y", "notchWidth", "name", "id"});
   sim::SimScreenSpec screen;
   screen.width = field.required("width").positive();
   screen.height = field.required("height").positive();
@@ -33,6 +33,8 @@ sim::SimScreenSpec parseScreen(const Field& field) {
     if (width >= screen.width) notch->fail("must be narrower than the screen");
     screen.notchWidth = width;
   }
+  if (auto name = field.optional("name")) screen.name = name->nonEmptyString();
+  if (auto id = field.optional("id")) screen.id = id->nonEmptyString();
   return screen;
 }
 

@@ -82,6 +82,7 @@ class Run {
   }
 
   void tarvoloWillTerminate() {
+    if (!relaunching_) quitAt_ = session_->now();
     atQuit_ = snapshot();
     if (!relaunching_ && options_.onCheckpoint) {
       options_.onCheckpoint(Checkpoint{"Tarvolo quits", "", session_->desktop(), *atQuit_});
@@ -90,7 +91,8 @@ class Run {
 
   void skipRemaining(std::size_t first) {
     const auto& steps = scenario_.steps;
-    warn("Tarvolo quit at " + secondsText(session_->now()) + "; " + std::to_string(steps.size() - first) +
+    // The clock has run on to the next step by now; the quit happened earlier.
+    warn("Tarvolo quit at " + secondsText(quitAt_.value_or(session_->now())) + "; " + std::to_string(steps.size() - first) +
          " later step(s) skipped");
     for (std::size_t i = first; i < steps.size(); ++i) {
       report_.steps.push_back(StepOutcome{
@@ -117,6 +119,7 @@ class Run {
   Report report_;
   std::unique_ptr<sim::SimSession> session_;
   std::optional<BarSnapshot> atQuit_;
+  std::optional<double> quitAt_;
   bool relaunching_ = false;
 };
 

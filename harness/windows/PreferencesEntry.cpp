@@ -116,6 +116,83 @@ struct RecordHotkey {
   }
 };
 
+// The recorder of an app's own shortcut starts listening on its row of the Icons tab; the
+// window opens there and takes the keys.
+struct RecordShortcut {
+  std::string bundleId;
+  std::string describe() const { return "record the shortcut of " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    AppEnvironment* environment = context.environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("items"));
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (!state->items.shortcutsOffered) return std::string("the Icons tab offers no shortcuts");
+    const bool listed = std::any_of(state->items.rows.begin(), state->items.rows.end(), [&](const auto& row) {
+      return text::equalsIgnoringCase(row.bundleId, bundleId);
+    });
+    if (!listed) return bundleId + " is not listed";
+    press(window->recordAppShortcut, bundleId);
+    return std::nullopt;
+  }
+};
+
+// The clear button beside an app's shortcut in the open window.
+struct ClearShortcut {
+  std::string bundleId;
+  std::string describe() const { return "clear the shortcut of " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    if (!window) return std::string(kNotOpen);
+    press(window->clearAppShortcut, bundleId);
+    return std::nullopt;
+  }
+};
+
+// Sets a display's rule in the General tab of the open window: its switch, its delay, or both.
+struct DisplayRuleStep {
+  std::string displayId;
+  std::optional<bool> hideIcons;
+  std::optional<std::string> delay;  // "general" or whole seconds
+  std::string describe() const {
+    std::string out = "display rule " + displayId;
+    if (hideIcons) out += *hideIcons ? " hide icons" : " keep icons shown";
+    if (delay) out += " delay " + *delay;
+    return out;
+  }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::general) return std::string("the General tab is not shown");
+    const auto& rows = state->general.displays;
+    if (std::none_of(rows.begin(), rows.end(), [&](const auto& row) { return row.displayId == displayId; })) {
+      return "no display " + displayId + " is listed";
+    }
+    if (hideIcons) press(window->setDisplayHidesIcons, displayId, *hideIcons);
+    if (delay) press(window->chooseDisplayDelay, displayId, *delay);
+    return std::nullopt;
+  }
+};
+
+Action parseDisplayRule(const StepInput& in) {
+  DisplayRuleStep step{.displayId = in.value.nonEmptyString()};
+  if (auto hide = in.step.optional("hideIcons")) step.hideIcons = hide->boolean();
+  if (auto delay = in.step.optional("autoCollapseDelay")) {
+    if (delay->value().is_string()) {
+      if (delay->string() != "general") delay->fail("expected a number of seconds or \"general\"");
+      step.delay = "general";
+    } else {
+      step.delay = std::to_string(std::lround(delay->nonNegative()));
+    }
+  }
+  if (!step.hideIcons && !step.delay) in.step.fail("a displayRule step sets hideIcons, autoCollapseDelay or both");
+  return makeAction(step);
+}
+
 Action parseTab(const StepInput& in) {
   std::string name = in.value.string();
   auto tab = platform::preferencesTabFromRaw(name);
@@ -162,11 +239,16 @@ json switchJson(const std::optional<platform::PreferencesSwitch>& control) {
 }
 
 json rowJson(const platform::PreferencesItemRow& row) {
-  return {{"bundleId", row.bundleId},
-          {"name", row.name},
-          {"zone", row.zone},
-          {"pinned", row.pinned},
-          {"outOfPlace", row.outOfPlaceNote.has_value()}};
+  json out = {{"bundleId", row.bundleId},
+              {"name", row.name},
+              {"zone", row.zone},
+              {"pinned", row.pinned},
+              {"outOfPlace", row.outOfPlaceNote.has_value()}};
+  // Only rows with something to say of their shortcut say it.
+  if (row.shortcut) out["shortcut"] = *row.shortcut;
+  if (row.shortcutRecording) out["shortcutRecording"] = true;
+  if (row.shortcutProblem) out["shortcutProblem"] = *row.shortcutProblem;
+  return out;
 }
 
 std::string titleOf(const std::vector<platform::PreferencesChoice>& choices, const std::string& id) {
@@ -182,6 +264,16 @@ json stateJson(const platform::PreferencesViewState& state) {
   const json delay = general.selectedDelay.empty() ? json(nullptr) : json(std::stod(general.selectedDelay));
   json rows = json::array();
   for (const auto& row : items.rows) rows.push_back(rowJson(row));
+  json displays = json::array();
+  for (const auto& display : general.displays) {
+    displays.push_back({{"id", display.displayId},
+                        {"name", display.name},
+                        {"hideIcons", display.hideIcons.on},
+                        {"autoCollapseDelay", display.selectedDelay == "general"
+                                                  ? json(nullptr)
+                                                  : json(std::stod(display.selectedDelay))},
+                        {"menuBar", display.holdsMenuBar}});
+  }
   json other = json::array();
   for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
   return {{"title", state.windowTitle},
@@ -193,7 +285,8 @@ json stateJson(const platform::PreferencesViewState& state) {
             {"launchAtLogin", switchJson(general.launchAtLogin)},
             {"launchAtLoginNote", textOrNull(general.launchAtLoginNote)},
             {"revealOnHover", switchJson(general.revealOnHover)},
-            {"newAppNotices", general.newAppNotices.on}}},
+            {"newAppNotices", general.newAppNotices.on},
+            {"displays", std::move(displays)}}},
           {"items",
            {{"search", items.searchText},
             {"rows", std::move(rows)},
@@ -226,6 +319,10 @@ std::string renderState(const platform::PreferencesViewState& state) {
       if (general.revealOnHover) out += general.revealOnHover->title + ": " + onOff(general.revealOnHover->on) + " · ";
       out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on) + "\n";
       if (general.launchAtLoginNote) out += "    " + *general.launchAtLoginNote + "\n";
+      for (const auto& display : general.displays) {
+        out += "    " + display.name + (display.holdsMenuBar ? " (menu bar)" : "") + ": " + display.hideIcons.title +
+               " " + onOff(display.hideIcons.on) + " · " + titleOf(display.delays, display.selectedDelay) + "\n";
+      }
       break;
     }
     case platform::PreferencesTab::items: {
@@ -235,6 +332,12 @@ std::string renderState(const platform::PreferencesViewState& state) {
         std::string line = "    " + row.name + " — " + titleOf(items.zones, row.zone);
         if (row.pinned) line += " · " + items.pinnedBadge;
         if (row.outOfPlaceNote) line += " · ⚠ " + *row.outOfPlaceNote;
+        if (row.shortcutRecording) {
+          line += " · " + items.shortcutPrompt;
+        } else if (row.shortcut) {
+          line += " · " + *row.shortcut;
+        }
+        if (row.shortcutProblem) line += " · ⚠ " + *row.shortcutProblem;
         return line + "\n";
       };
       for (const auto& row : items.rows) out += rowLine(row);
@@ -287,7 +390,14 @@ const WindowEntry& preferencesEntry() {
                 {"preferencesSet", {"value"}, parseSet},
                 {"pickZone", {"tier"}, parsePickZone},
                 {"closePreferences", {}, parseTrue<ClosePreferences>},
-                {"recordHotkey", {}, parseTrue<RecordHotkey>}},
+                {"recordHotkey", {}, parseTrue<RecordHotkey>},
+                {"recordShortcut", {}, [](const StepInput& in) {
+                   return makeAction(RecordShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
+                {"clearShortcut", {}, [](const StepInput& in) {
+                   return makeAction(ClearShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
+                {"displayRule", {"hideIcons", "autoCollapseDelay"}, parseDisplayRule}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
         return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
       }};

@@ -5,6 +5,7 @@
 
 #include "base/Log.h"
 #include "discovery/owners/StatusItemManager.h"
+#include "hotkeys/AppShortcuts.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/SystemActions.h"
 #include "localization/LocalizationManager.h"
@@ -32,6 +33,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
   ReviewPrompt::noteUse(platform_.defaults(), platform_.clock().currentDate());
   environment_->hotkeys().registerHotkeys();
+  environment_->appShortcuts().registerAll();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();
   installMainMenu();
@@ -79,6 +81,7 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
 
 void AppDelegate::applicationWillTerminate() {
   if (environment_) environment_->hotkeys().unregisterHotkeys();
+  if (environment_) environment_->appShortcuts().unregisterAll();
   // Nothing may stay hidden by the system once the app has gone.
   if (environment_) environment_->nativeVisibilityEngine().expand();
   platform_.logSink().writeStandardOutput(exitBanner);

@@ -7,6 +7,7 @@
 #include "discovery/owners/NewAppLaunchCenter.h"
 #include "discovery/owners/NewAppNoticeLedger.h"
 #include "discovery/owners/StatusItemManager.h"
+#include "hotkeys/AppShortcuts.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
 #include "localization/LocalizationManager.h"
@@ -23,8 +24,14 @@
 
 namespace tarvolo {
 
-AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platform) {
-  Logging::setSink(&platform.logSink());
+AppEnvironment::LogSinkScope::LogSinkScope(LogSink& sink) : sink_(sink) { Logging::setSink(&sink_); }
+
+AppEnvironment::LogSinkScope::~LogSinkScope() {
+  if (Logging::sink() == &sink_) Logging::setSink(nullptr);
+}
+
+AppEnvironment::AppEnvironment(platform::Platform& platform)
+    : platform_(platform), logSinkScope_(platform.logSink()) {
   localization_ = std::make_unique<LocalizationManager>(LocalizationManagerArgs{
       .defaults = platform_.defaults(),
       .preferredLanguages = [&system = platform_.system()] { return system.preferredLanguages(); },
@@ -76,30 +83,48 @@ AppEnvironment::AppEnvironment(platform::Platform& platform) : platform_(platfor
           [this] {
             if (statusBarController_) statusBarController_->toggleBar(ExpandDepth::deep);
           },
+      .chordHolder = [this](const HotkeyManager::Chord& chord) -> std::optional<std::string> {
+        auto holder = appShortcuts_ ? appShortcuts_->holderOf(chord) : std::nullopt;
+        if (!holder) return std::nullopt;
+        return appName(*holder);
+      },
   });
+  appShortcuts_ = std::make_unique<AppShortcuts>(AppShortcuts::Dependencies{
+      .platform = platform_,
+      .localization = *localization_,
+      .deepChord = [this] { return hotkeys_->deepChord.get(); },
+      .open =
+          [this](const std::string& bundleID) {
+            if (iconShelf_) iconShelf_->openAppMenu(bundleID);
+          },
+      .appName = [this](const std::string& bundleID) { return appName(bundleID); },
+  });
+  recorderSubscriptions_.push_back(hotkeys_->recording.subscribe([this](const bool& recording) {
+    if (recording) {
+      appShortcuts_->unregisterAll();
+    } else {
+      appShortcuts_->registerAll();
+    }
+  }));
+  recorderSubscriptions_.push_back(appShortcuts_->recordingFor.subscribe(
+      [this, wasRecording = false](const std::optional<std::string>& bundle) mutable {
+        const bool recording = bundle.has_value();
+        if (recording == std::exchange(wasRecording, recording)) return;
+        if (recording) {
+          hotkeys_->unregisterHotkeys();
+        } else {
+          hotkeys_->registerHotkeys();
+        }
+      }));
 }
 
-AppEnvironment::~AppEnvironment() {
-  statusBarRouter_.reset();
-  windowSubscriptions_.clear();
-  reviewPrompt_.reset();
-  preferences_.reset();
-  placementGuide_.reset();
-  iconShelf_.reset();
-  firstLaunchCoach_.reset();
-  statusBarController_.reset();
-  newAppLaunchCenter_.reset();
-  hotkeys_.reset();
-  launchAtLogin_.reset();
-  nativeVisibilityEngine_.reset();
-  statusItemManager_.reset();
-  newAppNotices_.reset();
-  categoryStore_.reset();
-  placementLedger_.reset();
-  accessibilityPermission_.reset();
-  localization_.reset();
-  if (Logging::sink() == &platform_.logSink()) Logging::setSink(nullptr);
+std::string AppEnvironment::appName(const std::string& bundleID) const {
+  if (const MenuBarAppItem* item = statusItemManager_->item(bundleID)) return item->name;
+  return bundleID;
 }
+
+// The members go in reverse of their declaration, which is the order they were built in.
+AppEnvironment::~AppEnvironment() = default;
 
 StatusBarController& AppEnvironment::makeStatusBarController() {
   if (!statusBarController_) {
@@ -180,6 +205,9 @@ void AppEnvironment::makeWindows() {
   windowSubscriptions_.push_back(hotkeys_->recording.subscribe(redraw));
   windowSubscriptions_.push_back(hotkeys_->deepChord.subscribe(redraw));
   windowSubscriptions_.push_back(hotkeys_->conflictMessage.subscribe(redraw));
+  windowSubscriptions_.push_back(appShortcuts_->chords.subscribe(redraw));
+  windowSubscriptions_.push_back(appShortcuts_->recordingFor.subscribe(redraw));
+  windowSubscriptions_.push_back(appShortcuts_->refusal.subscribe(redraw));
   // "Show all and arrange" seats the new icon beside the toggle, where the user will see it.
   notices.setArrangeStarter(
       [&guide](const std::string& bundleID) { return guide.startPlacement(bundleID, ItemCategory::alwaysVisible); });
@@ -221,6 +249,27 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   // once; with the own separators an always-visible choice goes through the guide.
   NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
   behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
+  AppShortcuts& shortcuts = *appShortcuts_;
+  behaviour.appShortcut = [&shortcuts](const std::string& bundleID) -> std::optional<std::string> {
+    auto chord = shortcuts.chord(bundleID);
+    if (!chord) return std::nullopt;
+    return HotkeyManager::describe(*chord);
+  };
+  behaviour.appShortcutRecording = [&shortcuts] { return shortcuts.recordingFor.get(); };
+  behaviour.appShortcutProblem = [&shortcuts](const std::string& bundleID) { return shortcuts.problem(bundleID); };
+  behaviour.beginAppShortcutRecording = [&shortcuts](const std::string& bundleID) {
+    shortcuts.beginRecording(bundleID);
+  };
+  behaviour.cancelAppShortcutRecording = [&shortcuts] { shortcuts.cancelRecording(); };
+  behaviour.clearAppShortcut = [&shortcuts](const std::string& bundleID) { shortcuts.clear(bundleID); };
+  DisplayRuleStore& displays = bar.displayRules();
+  behaviour.displayRule = [&displays](const std::string& displayID) {
+    return DisplayRulePolicy::ruleFor(displays.rules.get(), displayID);
+  };
+  behaviour.setDisplayRule = [&displays](const std::string& displayID, const DisplayRule& rule) {
+    displays.setRule(displayID, rule);
+  };
+  behaviour.barDisplayID = [&bar] { return bar.barDisplayID(); };
   return behaviour;
 }
 

@@ -11,6 +11,7 @@
 
 namespace tarvolo {
 
+class AppShortcuts;
 class HotkeyManager;
 class LaunchAtLogin;
 class AccessibilityPermission;
@@ -65,34 +66,54 @@ class AppEnvironment {
   PreferencesController* preferences() { return preferences_.get(); }
   ReviewPromptController* reviewPrompt() { return reviewPrompt_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
+  AppShortcuts& appShortcuts() { return *appShortcuts_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
  private:
   void makeWindows();
+  std::string appName(const std::string& bundleID) const;
   PreferencesController::Behaviour behaviourSettings();
 
+  // Keeps the platform's log installed from the first owner built to the last one gone.
+  class LogSinkScope {
+   public:
+    explicit LogSinkScope(LogSink& sink);
+    ~LogSinkScope();
+    LogSinkScope(const LogSinkScope&) = delete;
+    LogSinkScope& operator=(const LogSinkScope&) = delete;
+
+   private:
+    LogSink& sink_;
+  };
+
   platform::Platform& platform_;
+  LogSinkScope logSinkScope_;
   NotificationCenter defaultCenter_;
   NotificationCenter workspaceCenter_;
-  // In construction order; destroyed in reverse.
+  // Declared in the order they are built, so that the members' own destruction takes them down in
+  // reverse: every owner goes before anything it was handed. Keep it so when adding one.
   std::unique_ptr<LocalizationManager> localization_;
   std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<MenuBarPlacementLedger> placementLedger_;
   std::unique_ptr<CategoryStore> categoryStore_;
   std::unique_ptr<NewAppNoticeLedger> newAppNotices_;
   std::unique_ptr<StatusItemManager> statusItemManager_;
-  std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
   std::unique_ptr<NewAppLaunchCenter> newAppLaunchCenter_;
+  std::unique_ptr<NativeVisibilityEngine> nativeVisibilityEngine_;
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<HotkeyManager> hotkeys_;
+  std::unique_ptr<AppShortcuts> appShortcuts_;
+  // Each recorder listens with the other's chords let go.
+  Cancellables recorderSubscriptions_;
+  // Start-up step 6 builds these, in this order.
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
+  std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
   std::unique_ptr<PlacementGuideController> placementGuide_;
   std::unique_ptr<PreferencesController> preferences_;
   std::unique_ptr<ReviewPromptController> reviewPrompt_;
   Cancellables windowSubscriptions_;
-  std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
   // Carries the bar's events to the owners above; made last, gone first.
   std::unique_ptr<StatusBarRouter> statusBarRouter_;
 };

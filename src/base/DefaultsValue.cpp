@@ -1,5 +1,6 @@
 #include "base/DefaultsValue.h"
 
+#include <cmath>
 #include <string_view>
 
 namespace tarvolo {
@@ -30,7 +31,10 @@ std::optional<bool> DefaultsValue::asBool() const {
 }
 
 std::optional<double> DefaultsValue::asDouble() const {
-  if (auto d = std::get_if<double>(&storage_)) return *d;
+  if (auto d = std::get_if<double>(&storage_)) {
+    if (!std::isfinite(*d)) return std::nullopt;
+    return *d;
+  }
   if (auto i = std::get_if<std::int64_t>(&storage_)) return static_cast<double>(*i);
   if (auto b = std::get_if<bool>(&storage_)) return *b ? 1.0 : 0.0;
   return std::nullopt;
@@ -38,7 +42,12 @@ std::optional<double> DefaultsValue::asDouble() const {
 
 std::optional<std::int64_t> DefaultsValue::asInteger() const {
   if (auto i = std::get_if<std::int64_t>(&storage_)) return *i;
-  if (auto d = std::get_if<double>(&storage_)) return static_cast<std::int64_t>(*d);
+  if (auto d = std::get_if<double>(&storage_)) {
+    // Converting a double outside int64's range is undefined; such a value is no integer we wrote.
+    constexpr double limit = 9223372036854775808.0;  // 2^63, exact in a double
+    if (!std::isfinite(*d) || *d < -limit || *d >= limit) return std::nullopt;
+    return static_cast<std::int64_t>(*d);
+  }
   if (auto b = std::get_if<bool>(&storage_)) return *b ? 1 : 0;
   return std::nullopt;
 }

@@ -39,7 +39,8 @@ class DefaultsValue {
   // Conversions follow the property-list rules: numbers and Booleans convert into each other,
   // a string reads as a Boolean the way the platform's own Boolean lookup reads it ("YES",
   // "true", "1" are true; "NO", "false", "" are false), everything else of the wrong type is
-  // absent.
+  // absent. A number that is not finite, or out of the integer range for `asInteger`, is absent
+  // too: nothing the app writes is one, and converting it would be undefined.
   std::optional<bool> asBool() const;
   std::optional<double> asDouble() const;
   std::optional<std::int64_t> asInteger() const;

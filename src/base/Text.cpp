@@ -131,6 +131,23 @@ std::string lowercased(std::string_view text) {
   return out;
 }
 
+std::vector<std::string_view> words(std::string_view text) {
+  std::vector<std::string_view> out;
+  std::optional<std::size_t> wordStart;
+  for (std::size_t offset = 0; offset < text.size();) {
+    const std::size_t start = offset;
+    const bool blank = isWhitespace(decodeScalar(text, offset));
+    if (blank && wordStart) {
+      out.push_back(text.substr(*wordStart, start - *wordStart));
+      wordStart.reset();
+    } else if (!blank && !wordStart) {
+      wordStart = start;
+    }
+  }
+  if (wordStart) out.push_back(text.substr(*wordStart));
+  return out;
+}
+
 std::string_view trimmed(std::string_view text) {
   std::size_t begin = 0;
   while (begin < text.size()) {

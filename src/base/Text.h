@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarvolo::text {
 
@@ -13,6 +14,11 @@ std::string lowercased(std::string_view text);
 
 // Without the white space and line breaks at either end (Unicode's, not only ASCII's).
 std::string_view trimmed(std::string_view text);
+
+// The runs of `text` between white space, by the same Unicode set `trimmed` removes (an input
+// method's ideographic space U+3000 separates words as U+0020 does). Malformed bytes stay inside
+// their word.
+std::vector<std::string_view> words(std::string_view text);
 
 // The comparison form for searching: trimmed, lower-cased, accents removed and the few letters
 // whose case folding differs from their lower case folded ("ß" to "ss", "ς" to "σ"), so that

@@ -7,6 +7,7 @@
 
 #include "base/Log.h"
 #include "localization/LocalizationManager.h"
+#include "localization/StringFormat.h"
 
 namespace tarvolo {
 
@@ -49,7 +50,8 @@ HotkeyManager::HotkeyManager(Dependencies dependencies)
     : deepChord(readStoredChord(dependencies.platform.defaults())),
       platform_(dependencies.platform),
       localization_(dependencies.localization),
-      toggleDeep_(std::move(dependencies.toggleDeep)) {}
+      toggleDeep_(std::move(dependencies.toggleDeep)),
+      chordHolder_(std::move(dependencies.chordHolder)) {}
 
 HotkeyManager::~HotkeyManager() { unregisterHotkeys(); }
 
@@ -158,11 +160,20 @@ bool HotkeyManager::handleKeyEvent(const platform::Event& event) {
   }
   if (*event.keyCode == escapeKeyCode) {
     recording = false;
+    // A refusal while listening goes with it; a registration's conflict stays.
+    conflictMessage =
+        hasConflictDeep.get() ? std::optional(localization_.tr("hotkey_conflict_fallback")) : std::nullopt;
     return true;
   }
   // A bare key cannot be a system-wide chord: keep listening.
   if (modifiers == 0) return true;
   const Chord recorded{*event.keyCode, modifiers};
+  if (auto holder = chordHolder_ ? chordHolder_(recorded) : std::nullopt) {
+    // Keep listening: the user picks another chord or cancels.
+    conflictMessage = formatText(localization_.tr("hotkey_conflict_app_shortcut"), {describe(recorded), *holder});
+    Diag::log(LogLine("hotkey recording refused").add("chord", describe(recorded)));
+    return true;
+  }
   deepChord = recorded;
   platform_.defaults().set(deepChordKey, DefaultsValue(DefaultsValue::Dictionary{
                                              {"keyCode", DefaultsValue(static_cast<int>(recorded.keyCode))},
@@ -180,6 +191,10 @@ void HotkeyManager::beginRecording() { recording = true; }
 
 std::string HotkeyManager::display(const Chord& chord) const {
   if (recording.get()) return localization_.tr("hotkey_press");
+  return describe(chord);
+}
+
+std::string HotkeyManager::describe(const Chord& chord) {
   std::string text;
   if (chord.modifiers & kControl) text += "⌃";
   if (chord.modifiers & kOption) text += "⌥";

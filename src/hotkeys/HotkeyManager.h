@@ -38,6 +38,8 @@ class HotkeyManager {
     const LocalizationManager& localization;
     // Runs on the main queue when the chord is pressed.
     std::function<void()> toggleDeep;
+    // The name of the app whose own shortcut is the chord, if one is; the recorder refuses it.
+    std::function<std::optional<std::string>(const Chord&)> chordHolder;
   };
 
   explicit HotkeyManager(Dependencies dependencies);
@@ -59,6 +61,8 @@ class HotkeyManager {
   void beginRecording();
 
   std::string display(const Chord& chord) const;
+  // The chord's symbols and key, whatever the recorder does.
+  static std::string describe(const Chord& chord);
   // The chord as a menu key equivalent: the lower-case letter or the printable character; empty
   // for a key that has none.
   static std::string keyEquivalent(const Chord& chord);
@@ -79,6 +83,7 @@ class HotkeyManager {
   platform::Platform& platform_;
   const LocalizationManager& localization_;
   std::function<void()> toggleDeep_;
+  std::function<std::optional<std::string>(const Chord&)> chordHolder_;
   bool carbonInForce_ = false;
   bool hotKeyRegistered_ = false;
   MainThreadChecker mainThread_;

@@ -12,5 +12,6 @@ std::span<const Entry> statusBarEntries();
 std::span<const Entry> iconShelfEntries();
 std::span<const Entry> placementEntries();
 std::span<const Entry> settingsEntries();
+std::span<const Entry> shortcutAndDisplayEntries();
 
 }  // namespace tarvolo::StringTable

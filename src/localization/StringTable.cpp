@@ -15,7 +15,8 @@ namespace {
 
 std::vector<Entry> joinedGroups() {
   std::vector<Entry> all;
-  for (std::span<const Entry> group : {statusBarEntries(), iconShelfEntries(), placementEntries(), settingsEntries()}) {
+  for (std::span<const Entry> group : {statusBarEntries(), iconShelfEntries(), placementEntries(), settingsEntries(),
+                                            shortcutAndDisplayEntries()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

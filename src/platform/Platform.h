@@ -247,6 +247,10 @@ struct ScreenInfo {
   std::optional<Rect> auxiliaryTopRightArea;
   double safeAreaTop = 0;
   double menuBarHeight = 24;
+  // The display as the system names it ("Built-in Retina Display"), and an identity that stays
+  // with the display across arrangements and restarts; both empty where the system gives none.
+  std::string name;
+  std::string displayID;
 
   // The notch's width, 0 without one.
   double notchWidth() const;

@@ -37,6 +37,7 @@ StatusBarController::StatusBarController(Dependencies dependencies)
     : platform_(dependencies.platform),
       catalog_(dependencies.catalog),
       localization_(dependencies.localization),
+      displayRules_(dependencies.platform.defaults()),
       items_(dependencies.platform, dependencies.localization, expandedSeparatorLength),
       engine_({.platform = dependencies.platform,
                .workspaceCenter = dependencies.workspaceCenter,
@@ -84,6 +85,11 @@ StatusBarController::StatusBarController(Dependencies dependencies)
       },
       expandedSeparatorLength);
   catalog_.refreshAttributedMenuBarApps();
+  cancellables_.push_back(displayRules_.rules.subscribe([weak = weak()](const DisplayRules&) {
+    auto* self = weak.get();
+    if (!self || self->followDisplayRule() || !std::exchange(self->keptForDisplay_, false)) return;
+    self->collapseBar(CollapseReason::displayRule);
+  }));
 }
 
 StatusBarController::~StatusBarController() = default;
@@ -185,6 +191,13 @@ void StatusBarController::notePlacementGuide(PlacementGuidePresence presence) {
 }
 
 void StatusBarController::screenParametersChanged() {
+  // Expanded first, so the engine starts no search for a display whose icons stay shown.
+  const bool kept = followDisplayRule();
+  if (!kept && std::exchange(keptForDisplay_, false)) {
+    if (!hiding_.nativeAvailable()) engine_.screenParametersChanged();
+    collapseBar(CollapseReason::displayRule);
+    return;
+  }
   if (!hiding_.nativeAvailable()) return engine_.screenParametersChanged();
   engine_.pruneCollapseLengthsToConnectedScreens();
   hiding_.expandIfAvailable();
@@ -317,9 +330,48 @@ void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   applyVisibilityNow();
   if (userInitiated && keepPreferencesVisible_) platform_.userInterface().preferences().keepFront();
   bool fromGuide = initiator == Initiator::placementGuide;
-  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || surroundings_.manualPlacement
+  autoCollapse_.scheduleAutoCollapseTimer(fromGuide || surroundings_.manualPlacement || barDisplayKeepsIconsShown()
                                               ? std::nullopt
-                                              : std::optional(autoCollapse_.configuredAutoCollapseDelay()));
+                                              : std::optional(autoCollapseDelayHere()));
+}
+
+// --- rules per display -------------------------------------------------------------------------
+
+std::string StatusBarController::barDisplayID() const {
+  auto screen = items_.statusItemScreen();
+  return screen ? screen->displayID : std::string();
+}
+
+bool StatusBarController::barDisplayKeepsIconsShown() const {
+  return DisplayRulePolicy::keepsIconsShown(displayRules_.rules.get(), barDisplayID());
+}
+
+double StatusBarController::autoCollapseDelayHere() const {
+  return DisplayRulePolicy::autoCollapseDelay(displayRules_.rules.get(), barDisplayID(),
+                                              autoCollapse_.configuredAutoCollapseDelay());
+}
+
+void StatusBarController::keepExpandedForDisplay(std::string_view trigger) {
+  MenuBarLog::log(LogLine("collapse skipped").add("reason", "display-rule").add("trigger", trigger).add("display", barDisplayID()));
+  keptForDisplay_ = true;
+  // Nothing is left to time out: the rule holds until the bar moves or the rule changes.
+  autoCollapse_.scheduleAutoCollapseTimer(std::nullopt);
+  if (state_.isExpanded && !state_.isDeepExpanded) return;
+  show(ExpandDepth::normal);
+  updateButtonAppearance();
+  applyVisibilityNow();
+}
+
+bool StatusBarController::followDisplayRule() {
+  mainThread_.check();
+  if (!campaign_.startupCollapseAllowed() || !onboardingComplete()) return false;
+  if (barDisplayKeepsIconsShown()) {
+    // A deep expansion the user asked for stays until it steps down.
+    if (!state_.isExpanded) keepExpandedForDisplay("display-change");
+    keptForDisplay_ = true;
+    return true;
+  }
+  return false;
 }
 
 void StatusBarController::collapseBar(CollapseReason reason) {
@@ -330,6 +382,11 @@ void StatusBarController::collapseBar(CollapseReason reason) {
     MenuBarLog::log(LogLine("collapse blocked").add("reason", reasonText));
     showEverything();
     if (!onboardingComplete()) presentFirstLaunchCoach();
+    return;
+  }
+  // The user keeps every icon shown on this display.
+  if (barDisplayKeepsIconsShown()) {
+    keepExpandedForDisplay(reasonText);
     return;
   }
   // Guard 2: with the own items out of order a collapse would hide the wrong icons.
@@ -460,12 +517,14 @@ void StatusBarController::publishFoldingEffective(double collapseLength) {
   // The order can only be judged while the separators are short; a collapse is judged by its
   // verification.
   if (auto order = readAlwaysVisibleAnchor()) next.alwaysVisibleAnchorReady = *order;
-  next.foldingEffective = Policy::foldingIsEffective({
-      .nativeEngineAvailable = hiding_.nativeAvailable(),
-      .anchorReady = next.alwaysVisibleAnchorReady,
-      .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
-      .collapseLength = collapseLength,
-  });
+  // Where the icons stay shown by choice nothing has been tried that could have failed: the
+  // toggle answers as usual rather than offering a repair.
+  next.foldingEffective = barDisplayKeepsIconsShown() || Policy::foldingIsEffective({
+                                                             .nativeEngineAvailable = hiding_.nativeAvailable(),
+                                                             .anchorReady = next.alwaysVisibleAnchorReady,
+                                                             .cliffGaveUp = engine_.cliff().cliffSearchGaveUp(),
+                                                             .collapseLength = collapseLength,
+                                                         });
   setState(next);
 }
 
@@ -518,8 +577,8 @@ void StatusBarController::dropToNormalExpandedShelf() {
   show(ExpandDepth::normal);
   updateButtonAppearance();
   applyVisibilityNow();
-  if (!surroundings_.manualPlacement) {
-    autoCollapse_.scheduleAutoCollapseTimer(autoCollapse_.configuredAutoCollapseDelay());
+  if (!surroundings_.manualPlacement && !barDisplayKeepsIconsShown()) {
+    autoCollapse_.scheduleAutoCollapseTimer(autoCollapseDelayHere());
   }
 }
 

@@ -12,6 +12,7 @@
 #include "platform/Platform.h"
 #include "statusbar/AutoCollapse.h"
 #include "statusbar/BarTransitions.h"
+#include "statusbar/DisplayRuleStore.h"
 #include "statusbar/FrontmostTracker.h"
 #include "statusbar/HidingEngineSwitch.h"
 #include "statusbar/OwnOrderRepair.h"
@@ -130,6 +131,16 @@ class StatusBarController final : private CollapseHost,
   const FrontmostTracker& frontmostTracker() const { return frontmost_; }
   const OwnOrderRepair& orderRepair() const { return orderRepair_; }
   const BarSurroundings& surroundings() const { return surroundings_; }
+  DisplayRuleStore& displayRules() { return displayRules_; }
+  const DisplayRuleStore& displayRules() const { return displayRules_; }
+  // The display whose bar holds the own items, by its lasting identity ("" when unknown).
+  std::string barDisplayID() const;
+  // Its rule keeps every icon shown: nothing collapses or searches while the bar is there.
+  bool barDisplayKeepsIconsShown() const;
+  // The bar stands expanded because its display's rule says so.
+  bool keptExpandedForDisplay() const { return keptForDisplay_; }
+  // How soon an expansion on the bar's display collapses by itself.
+  double autoCollapseDelayHere() const;
 
  private:
   // CollapseHost
@@ -169,6 +180,10 @@ class StatusBarController final : private CollapseHost,
   void subscribe(NotificationCenter& center, NotificationCenter& workspace);
   void noteMenuTracking(int count);
   void screenParametersChanged();
+  // Expands (not deep) on a display whose icons stay shown, and collapses when the bar has left it;
+  // true when it expanded.
+  bool followDisplayRule();
+  void keepExpandedForDisplay(std::string_view trigger);
   // Wake, space change: the system's engine lets everything back before the list is handed over again.
   void systemStateChanged();
   void nativeAvailabilityChanged();
@@ -196,6 +211,8 @@ class StatusBarController final : private CollapseHost,
 
   BarState state_;
   BarSurroundings surroundings_;
+  DisplayRuleStore displayRules_;
+  bool keptForDisplay_ = false;
   OwnStatusItems items_;
   CollapseEngine engine_;
   HidingEngineSwitch hiding_;

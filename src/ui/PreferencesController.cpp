@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "base/Log.h"
 #include "base/Text.h"
@@ -34,6 +35,8 @@ std::optional<PreferencesTab> tabForFocus(const std::optional<std::string>& focu
 
 std::string secondsId(double seconds) { return std::to_string(static_cast<long>(std::lround(seconds))); }
 
+constexpr const char* kGeneralDelayId = "general";
+
 }  // namespace
 
 PreferencesController::PreferencesController(Dependencies dependencies)
@@ -52,6 +55,9 @@ PreferencesController::PreferencesController(Dependencies dependencies)
   cancellables_.push_back(center.addObserver(Notifications::appLanguageDidChange, onMainQueue(queue, redraw)));
   cancellables_.push_back(center.addObserver(Notifications::menuBarCatalogDidChange, onMainQueue(queue, redraw)));
   cancellables_.push_back(center.addObserver(Notifications::itemCategoryDidChange, onMainQueue(queue, redraw)));
+  // A display connected or gone adds or drops its rule's row.
+  cancellables_.push_back(
+      center.addObserver(Notifications::applicationDidChangeScreenParameters, onMainQueue(queue, redraw)));
   cancellables_.push_back(catalog_.observedZones.subscribe(
       [refresh = bindWeak(weak(), &PreferencesController::refresh)](const auto&) { refresh(); }));
   ledgerObserver_ = ledger_.addObserver(
@@ -91,6 +97,7 @@ void PreferencesController::windowClosed() {
   if (behaviour_.hotkeyRecording && behaviour_.hotkeyRecording() && behaviour_.cancelHotkeyRecording) {
     behaviour_.cancelHotkeyRecording();
   }
+  if (behaviour_.cancelAppShortcutRecording) behaviour_.cancelAppShortcutRecording();
   toast_.reset();
 }
 
@@ -109,12 +116,17 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .openLoginItemsSettings = bindWeak(weak(), &Self::openLoginItemsSettings),
       .setRevealOnHover = bindWeak(weak(), &Self::setRevealOnHover),
       .setNewAppNotices = bindWeak(weak(), &Self::setNewAppNotices),
+      .setDisplayHidesIcons = bindWeak(weak(), &Self::setDisplayHidesIcons),
+      .chooseDisplayDelay = bindWeak(weak(), &Self::chooseDisplayDelay),
       .search = bindWeak(weak(), &Self::search),
       .setOtherRunningShown = bindWeak(weak(), &Self::setOtherRunningShown),
       .pickZone = bindWeak(weak(), &Self::pickZone),
       .setPinned = bindWeak(weak(), &Self::setPinned),
       .refresh = bindWeak(weak(), &Self::rescan),
       .arrange = bindWeak(weak(), &Self::arrange),
+      .recordAppShortcut = bindWeak(weak(), &Self::recordAppShortcut),
+      .clearAppShortcut = bindWeak(weak(), &Self::clearAppShortcut),
+      .cancelAppShortcut = bindWeak(weak(), &Self::cancelAppShortcut),
       .startRecordingHotkey = bindWeak(weak(), &Self::startRecordingHotkey),
       .cancelRecordingHotkey = bindWeak(weak(), &Self::cancelRecordingHotkey),
       .openLink = bindWeak(weak(), &Self::openLink),
@@ -166,6 +178,32 @@ void PreferencesController::setRevealOnHover(bool enabled) {
 
 void PreferencesController::setNewAppNotices(bool enabled) {
   notices_.setNewAppNoticesEnabled(enabled);
+  refresh();
+}
+
+void PreferencesController::setDisplayHidesIcons(const std::string& displayId, bool hide) {
+  if (!behaviour_.displayRule || !behaviour_.setDisplayRule || displayId.empty()) return;
+  DisplayRule rule = behaviour_.displayRule(displayId);
+  rule.hideIcons = hide;
+  behaviour_.setDisplayRule(displayId, rule);
+  refresh();
+}
+
+void PreferencesController::chooseDisplayDelay(const std::string& displayId, const std::string& delayId) {
+  if (!behaviour_.displayRule || !behaviour_.setDisplayRule || displayId.empty()) return;
+  DisplayRule rule = behaviour_.displayRule(displayId);
+  if (delayId == kGeneralDelayId) {
+    rule.autoCollapseDelay.reset();
+  } else {
+    char* end = nullptr;
+    const double seconds = std::strtod(delayId.c_str(), &end);
+    if (delayId.empty() || *end != '\0' || !std::isfinite(seconds) || seconds < 0) {
+      MenuBarLog::log(LogLine("preferences display delay ignored").add("value", delayId));
+      return;
+    }
+    rule.autoCollapseDelay = seconds;
+  }
+  behaviour_.setDisplayRule(displayId, rule);
   refresh();
 }
 
@@ -232,6 +270,24 @@ void PreferencesController::startRecordingHotkey() {
 
 void PreferencesController::cancelRecordingHotkey() {
   if (behaviour_.cancelHotkeyRecording) behaviour_.cancelHotkeyRecording();
+  refresh();
+}
+
+void PreferencesController::recordAppShortcut(const std::string& bundleId) {
+  if (!behaviour_.beginAppShortcutRecording || !catalog_.item(bundleId)) return;
+  behaviour_.beginAppShortcutRecording(bundleId);
+  refresh();
+}
+
+void PreferencesController::clearAppShortcut(const std::string& bundleId) {
+  if (!behaviour_.clearAppShortcut) return;
+  behaviour_.clearAppShortcut(bundleId);
+  refresh();
+}
+
+void PreferencesController::cancelAppShortcut() {
+  if (!behaviour_.cancelAppShortcutRecording) return;
+  behaviour_.cancelAppShortcutRecording();
   refresh();
 }
 
@@ -302,7 +358,41 @@ platform::PreferencesGeneralState PreferencesController::generalState() const {
   general.newAppNotices = platform::PreferencesSwitch{.title = tr("new_app_notices_title"),
                                                       .detail = tr("new_app_notices_desc"),
                                                       .on = notices_.newAppNoticesEnabled()};
+  general.displaysSection = tr("display_rules_section");
+  general.displays = displayRows();
   return general;
+}
+
+std::vector<platform::PreferencesDisplayRow> PreferencesController::displayRows() const {
+  std::vector<platform::PreferencesDisplayRow> rows;
+  if (!behaviour_.displayRule) return rows;
+  const std::string barDisplay = behaviour_.barDisplayID ? behaviour_.barDisplayID() : std::string();
+  for (const auto& screen : platform_.screens().screens()) {
+    if (screen.displayID.empty()) continue;
+    const DisplayRule rule = behaviour_.displayRule(screen.displayID);
+    platform::PreferencesDisplayRow row;
+    row.displayId = screen.displayID;
+    row.name = screen.name.empty() ? screen.displayID : screen.name;
+    row.hideIcons = platform::PreferencesSwitch{
+        .title = tr("display_hide_icons"), .detail = tr("display_hide_icons_desc"), .on = rule.hideIcons};
+    row.delayTitle = tr("display_delay_title");
+    row.delays.push_back({kGeneralDelayId, tr("display_delay_general")});
+    std::vector<double> seconds(std::begin(delayChoices), std::end(delayChoices));
+    if (rule.autoCollapseDelay &&
+        std::find(seconds.begin(), seconds.end(), std::round(*rule.autoCollapseDelay)) == seconds.end()) {
+      seconds.push_back(std::round(*rule.autoCollapseDelay));
+      std::sort(seconds.begin(), seconds.end());
+    }
+    for (double value : seconds) {
+      row.delays.push_back({secondsId(value), formatText(tr("auto_collapse_seconds"), {secondsId(value)})});
+    }
+    row.selectedDelay = rule.autoCollapseDelay ? secondsId(*rule.autoCollapseDelay) : std::string(kGeneralDelayId);
+    row.holdsMenuBar = screen.displayID == barDisplay;
+    rows.push_back(std::move(row));
+  }
+  // The display the bar is on comes first.
+  std::stable_partition(rows.begin(), rows.end(), [](const auto& row) { return row.holdsMenuBar; });
+  return rows;
 }
 
 bool PreferencesController::matchesSearch(const MenuBarAppItem& item) const {
@@ -325,6 +415,12 @@ platform::PreferencesItemRow PreferencesController::row(const MenuBarAppItem& it
   row.recommended = item.isRecommended;
   if (catalog_.isOutOfPlace(item.bundleId)) row.outOfPlaceNote = tr("placement_out_of_slot");
   if (item.needsDiscovery && !catalog_.observedZone(item.bundleId)) row.hint = tr("catalog_unconfirmed_hint");
+  if (behaviour_.appShortcut) row.shortcut = behaviour_.appShortcut(item.bundleId);
+  if (behaviour_.appShortcutRecording) {
+    const auto recording = behaviour_.appShortcutRecording();
+    row.shortcutRecording = recording && text::equalsIgnoringCase(*recording, item.bundleId);
+  }
+  if (behaviour_.appShortcutProblem) row.shortcutProblem = behaviour_.appShortcutProblem(item.bundleId);
   return row;
 }
 
@@ -359,6 +455,12 @@ platform::PreferencesItemsState PreferencesController::itemsState() const {
   items.refreshTitle = tr("refresh_button");
   items.refreshDetail = tr("refresh_action");
   items.arrangeTitle = tr("zones_settings_button");
+  items.shortcutsOffered = static_cast<bool>(behaviour_.beginAppShortcutRecording);
+  items.shortcutTitle = tr("app_shortcut_title");
+  items.shortcutRecordTitle = tr("app_shortcut_record");
+  items.shortcutClearTitle = tr("app_shortcut_clear");
+  items.shortcutPrompt = tr("hotkey_press");
+  items.shortcutCancelTitle = tr("placement_cancel");
   items.toast = toast_;
   return items;
 }

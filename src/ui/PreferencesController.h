@@ -2,7 +2,7 @@
 
 // The settings window's view model: everything it shows, localized, and what each control
 // does. General: language, the auto-collapse delay, the login item, reveal on hover and new-app
-// notices. Icons: the catalogue with a zone picker per app. Shortcuts: the deep-expand chord.
+// notices, a rule per display. Icons: the catalogue with a zone picker and a shortcut recorder per app. Shortcuts: the deep-expand chord.
 // About: version, privacy, support. Main thread only.
 
 #include <functional>
@@ -15,6 +15,7 @@
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "platform/Platform.h"
 #include "platform/windows/PreferencesWindow.h"
+#include "statusbar/DisplayRulePolicy.h"
 
 namespace tarvolo {
 
@@ -52,6 +53,17 @@ class PreferencesController {
     std::function<void()> beginHotkeyRecording;
     std::function<void()> cancelHotkeyRecording;
     std::function<bool()> nativeEngineAvailable;
+    // Each app's own shortcut (lower-cased bundle ids); empty hooks hide the recorder.
+    std::function<std::optional<std::string>(const std::string& bundleID)> appShortcut;
+    std::function<std::optional<std::string>()> appShortcutRecording;
+    std::function<std::optional<std::string>(const std::string& bundleID)> appShortcutProblem;
+    std::function<void(const std::string& bundleID)> beginAppShortcutRecording;
+    std::function<void()> cancelAppShortcutRecording;
+    std::function<void(const std::string& bundleID)> clearAppShortcut;
+    // The rules per display and the display the bar is on; empty hooks hide the section.
+    std::function<DisplayRule(const std::string& displayID)> displayRule;
+    std::function<void(const std::string& displayID, const DisplayRule& rule)> setDisplayRule;
+    std::function<std::string()> barDisplayID;
   };
 
   struct Dependencies {
@@ -92,6 +104,8 @@ class PreferencesController {
   void openLoginItemsSettings();
   void setRevealOnHover(bool enabled);
   void setNewAppNotices(bool enabled);
+  void setDisplayHidesIcons(const std::string& displayId, bool hide);
+  void chooseDisplayDelay(const std::string& displayId, const std::string& delayId);
   void search(const std::string& query);
   void setOtherRunningShown(bool shown);
   void pickZone(const std::string& bundleId, const std::string& zone);
@@ -100,11 +114,15 @@ class PreferencesController {
   void arrange();
   void startRecordingHotkey();
   void cancelRecordingHotkey();
+  void recordAppShortcut(const std::string& bundleId);
+  void clearAppShortcut(const std::string& bundleId);
+  void cancelAppShortcut();
   void openLink(const std::string& address);
 
  private:
   platform::PreferencesCallbacks callbacks();
   platform::PreferencesGeneralState generalState() const;
+  std::vector<platform::PreferencesDisplayRow> displayRows() const;
   platform::PreferencesItemsState itemsState() const;
   platform::PreferencesHotkeysState hotkeysState() const;
   platform::PreferencesAboutState aboutState() const;

@@ -15,6 +15,7 @@ std::string_view rawValue(CollapseReason reason) {
     case CollapseReason::nativeFallback: return "native-fallback";
     case CollapseReason::iconShelfMenu: return "icon-shelf-menu";
     case CollapseReason::placementGuide: return "placement-guide";
+    case CollapseReason::displayRule: return "display-rule";
   }
   return "unknown";
 }
@@ -35,6 +36,7 @@ bool collapseAttemptReopensRepair(CollapseReason reason) {
     case CollapseReason::nativeFallback:
     case CollapseReason::iconShelfMenu:
     case CollapseReason::placementGuide:
+    case CollapseReason::displayRule:
       return false;
   }
   return false;

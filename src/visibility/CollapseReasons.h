@@ -17,6 +17,7 @@ enum class CollapseReason {
   nativeFallback,      // "native-fallback": the system's engine failed; the own separators take over
   iconShelfMenu,       // "icon-shelf-menu": a menu the shelf opened has closed
   placementGuide,      // "placement-guide": the guide is over and hides what it showed
+  displayRule,         // "display-rule": the bar left a display whose icons stay shown
 };
 
 std::string_view rawValue(CollapseReason reason);

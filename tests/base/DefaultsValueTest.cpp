@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
 #include "base/DefaultsValue.h"
 
 namespace tarvolo {
@@ -12,6 +16,22 @@ TEST(DefaultsValue, NumbersAndBooleansConvertButOtherTypesAreAbsent) {
   EXPECT_EQ(DefaultsValue(0).asBool(), false);
   EXPECT_FALSE(DefaultsValue("12").asDouble().has_value());
   EXPECT_FALSE(DefaultsValue(12.0).asString());
+}
+
+// Anything can be written into the store by hand; converting an out-of-range double is undefined.
+TEST(DefaultsValue, NumbersOutsideTheIntegerRangeOrNotFiniteAreAbsent) {
+  constexpr double twoTo63 = 9223372036854775808.0;
+  for (double hostile : {1e300, -1e300, twoTo63, -twoTo63 * 2, std::numeric_limits<double>::infinity(),
+                         -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_FALSE(DefaultsValue(hostile).asInteger().has_value()) << hostile;
+  }
+  // Both ends of the range still convert.
+  EXPECT_EQ(DefaultsValue(-twoTo63).asInteger(), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(DefaultsValue(std::nextafter(twoTo63, 0.0)).asInteger(), std::int64_t{9223372036854774784});
+  EXPECT_EQ(DefaultsValue(-1e18).asInteger(), std::int64_t{-1000000000000000000});
+  EXPECT_FALSE(DefaultsValue(std::numeric_limits<double>::quiet_NaN()).asDouble().has_value());
+  EXPECT_FALSE(DefaultsValue(std::numeric_limits<double>::infinity()).asDouble().has_value());
+  EXPECT_EQ(DefaultsValue(1e300).asDouble(), 1e300);
 }
 
 // `defaults write DOMAIN KEY YES` stores a string, which the platform's Boolean lookup still reads.

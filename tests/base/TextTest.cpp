@@ -2,6 +2,8 @@
 
 #include <clocale>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/Text.h"
 
@@ -16,6 +18,18 @@ TEST(Text, TrimmingRemovesUnicodeWhiteSpaceAtEitherEndOnly) {
   EXPECT_EQ(trimmed(" two words "), "two words");
   EXPECT_EQ(trimmed(" \u00A0 "), "");
   EXPECT_EQ(trimmed("\u200Bzero-width\u200B"), "\u200Bzero-width\u200B");  // not white space
+}
+
+TEST(Text, WordsSplitOnEveryUnicodeWhiteSpace) {
+  using Words = std::vector<std::string_view>;
+  EXPECT_EQ(words("\u5FAE\u3000\u4FE1"), (Words{"\u5FAE", "\u4FE1"}));
+  EXPECT_EQ(words(" a\u00A0b\u2003c\t\u202Fd "), (Words{"a", "b", "c", "d"}));
+  EXPECT_EQ(words("one"), (Words{"one"}));
+  EXPECT_TRUE(words("").empty());
+  EXPECT_TRUE(words(" \u3000\u2028").empty());
+  EXPECT_EQ(words("a\u200Bb"), (Words{"a\u200Bb"}));  // zero-width space is not white space
+  // Malformed bytes belong to the word they sit in; a truncated sequence is not a space.
+  EXPECT_EQ(words("x\xFF y\xE3\x80"), (Words{"x\xFF", "y\xE3\x80"}));
 }
 
 TEST(Text, LowerCasingCoversTheScriptsNamesUseAndLeavesTheRestAlone) {

@@ -178,6 +178,17 @@ TEST(ScenarioRunnerTest, QuitMenuItemEndsTheRunWithTheBarAsItStoodBeforeTerminat
   EXPECT_EQ(report.log.back().message, "👋 Tarvolo 已安全退出。");
 }
 
+TEST(ScenarioRunnerTest, StepsAfterCommandQAreSkippedUnderTheTimeOfTheQuit) {
+  Report report = runScenario(demoWithSteps(json::parse(R"([
+    { "at": 3, "shortcut": "q" },
+    { "at": 7, "click": "toggle" }
+  ])")));
+  ASSERT_EQ(report.warnings.size(), 1u);
+  EXPECT_EQ(report.warnings.front(), "Tarvolo quit at 3.000 s; 1 later step(s) skipped");
+  ASSERT_EQ(report.steps.size(), 2u);
+  EXPECT_FALSE(report.steps[1].performed);
+}
+
 TEST(ScenarioRunnerTest, StepsThatCannotHappenAreReportedAndTheRunGoesOn) {
   Report report = runScenario(demoWithSteps(json::parse(R"([
     { "at": 1, "launch": "com.getdropbox.dropbox" },

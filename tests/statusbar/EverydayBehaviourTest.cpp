@@ -3,6 +3,7 @@
 #include "app/AppEnvironment.h"
 #include "hotkeys/HotkeyManager.h"
 #include "intents/LaunchAtLogin.h"
+#include "ui/PlacementGuideController.h"
 
 namespace tarvolo::testing {
 namespace {
@@ -175,6 +176,18 @@ TEST_F(EverydayTest, AnUnreadableStoredChordFallsBackAndStays) {
   EXPECT_EQ(desktop().defaults().getString(HotkeyManager::deepChordKey), "⌘B");
 }
 
+// Out of int64's range: converting it unchecked is undefined, which the sanitizer build reports.
+TEST_F(EverydayTest, AStoredChordWithNumbersOutOfRangeFallsBackAndStays) {
+  boot();
+  const DefaultsValue hostile(DefaultsValue::Dictionary{{"keyCode", DefaultsValue(1e19)}, {"modifiers", DefaultsValue(1e300)}});
+  desktop().defaults().set(HotkeyManager::deepChordKey, hostile);
+  launch();
+  run(1);
+  EXPECT_EQ(hotkeys().deepChord.get(), HotkeyManager::Chord::defaultDeep());
+  EXPECT_TRUE(logged("hotkey stored chord unreadable"));
+  EXPECT_EQ(desktop().defaults().object(HotkeyManager::deepChordKey), hostile);
+}
+
 TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   start();
   expandByClick(ModifierFlags{}.with(Modifier::option));
@@ -203,6 +216,39 @@ TEST_F(EverydayTest, OrderRepairPutsTheItemsBackOnceAndTheNextCollapseWorks) {
   controller().collapseBar(CollapseReason::menu);
   run(1);
   EXPECT_FALSE(expanded());
+}
+
+// The system puts the toggle leftmost whatever position is stored, so no rewrite can hold.
+TEST_F(EverydayTest, FailedRepairsTheUserAskedForAreCountedAndHandOverToTheGuide) {
+  DesktopOptions options = plain();
+  options.settings.ignorePreferredPositionsOf = {OwnStatusItems::toggleAutosaveName};
+  start(options);
+  ASSERT_NE(controller().readAlwaysVisibleAnchor(), true);
+  const int automatic = controller().orderRepair().ownOrderRepairAttempt();
+  controller().repairMenuBarOrder();
+  run(4);
+  EXPECT_EQ(controller().orderRepair().userOwnOrderRepairFailures(), 1);
+  EXPECT_FALSE(logged("own-order repair handover"));
+  controller().repairMenuBarOrder();
+  run(4);
+  EXPECT_EQ(controller().orderRepair().userOwnOrderRepairFailures(), 2);
+  EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), automatic + 2);
+  EXPECT_TRUE(logged("own-order repair handover failures=2"));
+  ASSERT_NE(environment().placementGuide(), nullptr);
+  EXPECT_TRUE(environment().placementGuide()->isShowingAnchorRepair());
+  // Asked again, the user is sent to drag them back rather than into a third rewrite.
+  controller().repairMenuBarOrder();
+  run(4);
+  EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), automatic + 2);
+  EXPECT_EQ(loggedCount("own-order repair handover failures=2"), 2);
+  // Where no guide can walk them through it, a notice that stays says how.
+  controller().notePlacementGuide({});
+  controller().repairMenuBarOrder();
+  const auto& notices = desktop().userInterface().notices();
+  EXPECT_TRUE(std::any_of(notices.begin(), notices.end(), [](const sim::SimNoticeRecord& notice) {
+    return notice.request.kind == "orderRepairDragBack" && !notice.dismissed;
+  }));
+  EXPECT_EQ(controller().orderRepair().ownOrderRepairAttempt(), automatic + 2);
 }
 
 TEST_F(EverydayTest, LoginItemRegistersOnceAndUnregistersOneAwaitingApproval) {

@@ -28,11 +28,15 @@ class MacPendingTasks : public std::enable_shared_from_this<MacPendingTasks> {
   };
 
   static std::shared_ptr<MacPendingTasks> create(Hooks hooks = {});
+  ~MacPendingTasks();
+  MacPendingTasks(const MacPendingTasks&) = delete;
+  MacPendingTasks& operator=(const MacPendingTasks&) = delete;
 
   // Runs `task` on `queue` after `delaySeconds` (at once when not positive).
   TaskId post(dispatch_queue_t queue, double delaySeconds, std::function<void()> task);
   void cancel(TaskId id);
-  // Drops every task that has not run.
+  // Drops every task that has not run. A released task may cancel or post here: it finds the
+  // table whole and empty, and what it posts is dropped in the next round.
   void clear();
 
  private:

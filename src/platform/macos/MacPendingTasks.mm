@@ -54,14 +54,22 @@ void MacPendingTasks::cancel(TaskId id) {
   // `dropped` dies here, outside the lock: its captures may cancel other tasks.
 }
 
+// Releasing the last tasks from the table's own destruction would let their captures cancel on a
+// map that is being torn down; emptied here first, the map is whole while they go.
+MacPendingTasks::~MacPendingTasks() { clear(); }
+
 void MacPendingTasks::clear() {
-  std::unordered_map<TaskId, std::function<void()>> dropped;
-  {
-    std::lock_guard lock(mutex_);
-    dropped.swap(tasks_);
-    if (hooks_.removed) {
-      for (const auto& [id, task] : dropped) hooks_.removed(id);
+  for (;;) {
+    std::unordered_map<TaskId, std::function<void()>> dropped;
+    {
+      std::lock_guard lock(mutex_);
+      if (tasks_.empty()) return;
+      dropped.swap(tasks_);
+      if (hooks_.removed) {
+        for (const auto& [id, task] : dropped) hooks_.removed(id);
+      }
     }
+    // `dropped` dies here, outside the lock.
   }
 }
 

@@ -150,7 +150,34 @@ struct MacPreferencesWindow::Impl {
     }
     if (general.revealOnHover) addSwitch(*general.revealOnHover, callbacks.setRevealOnHover);
     addSwitch(general.newAppNotices, callbacks.setNewAppNotices);
+    if (!general.displays.empty()) {
+      [views addObject:kit::label(general.displaysSection, NSFont.systemFontSize, NSFontWeightSemibold)];
+      for (const auto& display : general.displays) [views addObject:displayRule(display)];
+    }
     return padded(kit::column(views, 8));
+  }
+
+  // One connected display: its name, whether its icons hide, and its own delay.
+  NSView* displayRule(const PreferencesDisplayRow& display) {
+    NSTextField* name = kit::label(display.name, NSFont.systemFontSize, NSFontWeightMedium);
+    auto setHides = callbacks.setDisplayHidesIcons;
+    NSButton* hide = kit::checkbox(display.hideIcons.title, display.hideIcons.on,
+                                   [setHides, id = display.displayId](bool on) {
+                                     if (setHides) setHides(id, on);
+                                   },
+                                   targets);
+    hide.accessibilityLabel = nsString(display.name + ", " + display.hideIcons.title);
+    NSTextField* delayTitle = kit::label(display.delayTitle, NSFont.systemFontSize, NSFontWeightRegular);
+    auto choose = callbacks.chooseDisplayDelay;
+    NSPopUpButton* delay = popUp(display.delays, display.selectedDelay,
+                                 [choose, id = display.displayId](const std::string& delayId) {
+                                   if (choose) choose(id, delayId);
+                                 },
+                                 targets);
+    delay.accessibilityLabel = nsString(display.name + ", " + display.delayTitle);
+    return kit::column(@[ name, hide, kit::detailLabel(display.hideIcons.detail, kWidth - 2 * kInset),
+                          kit::row(@[ delayTitle, delay ], 8) ],
+                       4);
   }
 
   NSView* itemRow(const PreferencesItemsState& items, const PreferencesItemRow& row) {
@@ -160,6 +187,7 @@ struct MacPreferencesWindow::Impl {
                                                                                 NSFontWeightRegular)];
     if (row.outOfPlaceNote) [names addObject:kit::detailLabel("⚠︎ " + *row.outOfPlaceNote, 260)];
     if (row.hint) [names addObject:kit::detailLabel(*row.hint, 260)];
+    if (row.shortcutProblem) [names addObject:kit::detailLabel("⚠︎ " + *row.shortcutProblem, 260)];
     NSStackView* nameColumn = kit::column(names, 2);
     [nameColumn setContentHuggingPriority:NSLayoutPriorityDefaultLow forOrientation:NSLayoutConstraintOrientationHorizontal];
     [cells addObject:nameColumn];
@@ -193,7 +221,36 @@ struct MacPreferencesWindow::Impl {
                                    if (setPinned) setPinned(bundleId, !pinned);
                                  },
                                  targets)];
+    if (items.shortcutsOffered) [cells addObject:shortcutCell(items, row)];
     return kit::row(cells, 8);
+  }
+
+  // The app's own shortcut: the chord (or the prompt while listening) on a button that starts and
+  // cancels the recorder, and a button that clears it.
+  NSView* shortcutCell(const PreferencesItemsState& items, const PreferencesItemRow& row) {
+    const std::string shown =
+        row.shortcutRecording ? items.shortcutPrompt : row.shortcut.value_or(items.shortcutRecordTitle);
+    auto record = callbacks.recordAppShortcut;
+    auto cancel = callbacks.cancelAppShortcut;
+    NSButton* recorder = kit::button(shown,
+                                     [record, cancel, recording = row.shortcutRecording, bundleId = row.bundleId] {
+                                       if (recording && cancel) cancel();
+                                       if (!recording && record) record(bundleId);
+                                     },
+                                     targets);
+    recorder.accessibilityLabel = nsString(row.name + ", " + items.shortcutTitle + ": " + shown);
+    NSMutableArray<NSView*>* parts = [NSMutableArray arrayWithObject:recorder];
+    if (row.shortcut && !row.shortcutRecording) {
+      auto clear = callbacks.clearAppShortcut;
+      NSButton* clearButton = kit::button(items.shortcutClearTitle,
+                                          [clear, bundleId = row.bundleId] {
+                                            if (clear) clear(bundleId);
+                                          },
+                                          targets);
+      clearButton.accessibilityLabel = nsString(row.name + ", " + items.shortcutClearTitle);
+      [parts addObject:clearButton];
+    }
+    return kit::row(parts, 4);
   }
 
   NSView* itemsPage(const PreferencesViewState& state) {

@@ -65,6 +65,24 @@ using tarvolo::platform::RunningApplication;
 
 namespace tarvolo::platform::mac {
 
+namespace {
+
+// The monitor's vendor, model and serial number outlive the display's number, which the system
+// hands out afresh as displays come and go. Two identical monitors without serial numbers are
+// told apart by their unit number.
+std::string displayIdentity(NSScreen* screen) {
+  NSNumber* number = screen.deviceDescription[@"NSScreenNumber"];
+  if (![number isKindOfClass:[NSNumber class]]) return "";
+  const CGDirectDisplayID display = number.unsignedIntValue;
+  const std::uint32_t serial = CGDisplaySerialNumber(display);
+  std::string identity = std::to_string(CGDisplayVendorNumber(display)) + "-" +
+                         std::to_string(CGDisplayModelNumber(display)) + "-" + std::to_string(serial);
+  if (serial == 0) identity += "-u" + std::to_string(CGDisplayUnitNumber(display));
+  return identity;
+}
+
+}  // namespace
+
 std::vector<ScreenInfo> MacScreens::screens() const {
   std::vector<ScreenInfo> out;
   for (NSScreen* screen in [NSScreen screens]) {
@@ -83,6 +101,8 @@ std::vector<ScreenInfo> MacScreens::screens() const {
     if ([screen respondsToSelector:@selector(safeAreaInsets)]) info.safeAreaTop = screen.safeAreaInsets.top;
     // The status bar's thickness (22) is an item's content height, not the bar's.
     info.menuBarHeight = menuBarHeight(screen.frame, screen.visibleFrame, info.auxiliaryTopLeftArea ? 37 : 24);
+    info.name = stdString(screen.localizedName);
+    info.displayID = displayIdentity(screen);
     out.push_back(info);
   }
   return out;

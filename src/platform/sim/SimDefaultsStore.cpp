@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <limits>
 #include <sstream>
 #include <system_error>
 
@@ -32,7 +33,13 @@ std::optional<DefaultsValue> fromJson(const nlohmann::json& json) {
   switch (json.type()) {
     case nlohmann::json::value_t::boolean: return DefaultsValue(json.get<bool>());
     case nlohmann::json::value_t::number_integer: return DefaultsValue(json.get<std::int64_t>());
-    case nlohmann::json::value_t::number_unsigned: return DefaultsValue(static_cast<std::int64_t>(json.get<std::uint64_t>()));
+    case nlohmann::json::value_t::number_unsigned: {
+      const auto number = json.get<std::uint64_t>();
+      if (number > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+        return DefaultsValue(static_cast<double>(number));
+      }
+      return DefaultsValue(static_cast<std::int64_t>(number));
+    }
     case nlohmann::json::value_t::number_float: return DefaultsValue(json.get<double>());
     case nlohmann::json::value_t::string: return DefaultsValue(json.get<std::string>());
     case nlohmann::json::value_t::array: {
@@ -89,6 +96,7 @@ SimDefaultsStore SimDefaultsStore::backedBy(fs::path file, const Reporter& repor
     } else {
       for (const auto& [key, element] : parsed.items()) {
         if (auto value = fromJson(element)) store.values_.emplace(key, std::move(*value));
+        store.asLoaded_.emplace(key, element);
       }
       return store;
     }
@@ -112,11 +120,13 @@ std::optional<DefaultsValue> SimDefaultsStore::object(const std::string& key) co
 
 void SimDefaultsStore::set(const std::string& key, DefaultsValue value) {
   values_[key] = std::move(value);
+  asLoaded_.erase(key);
   persist();
 }
 
 void SimDefaultsStore::remove(const std::string& key) {
-  if (values_.erase(key)) persist();
+  const bool removed = values_.erase(key) > 0;
+  if (asLoaded_.erase(key) > 0 || removed) persist();
 }
 
 std::vector<std::string> SimDefaultsStore::keys() const {
@@ -129,6 +139,7 @@ std::vector<std::string> SimDefaultsStore::keys() const {
 nlohmann::json SimDefaultsStore::toJson() const {
   nlohmann::json object = nlohmann::json::object();
   for (const auto& [key, value] : values_) object[key] = sim::toJson(value);
+  for (const auto& [key, loaded] : asLoaded_) object[key] = loaded;
   return object;
 }
 

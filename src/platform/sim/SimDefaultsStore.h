@@ -13,11 +13,14 @@
 namespace tarvolo::sim {
 
 nlohmann::json toJson(const DefaultsValue& value);
-// Absent for JSON null, which the store has no type for.
+// Absent for JSON null, which the store has no type for. An integer beyond int64 reads as the
+// nearest double rather than wrapping round.
 std::optional<DefaultsValue> fromJson(const nlohmann::json& json);
 
 // The app's defaults domain. With a backing file every change is written through atomically
-// (write a sibling temp file, flush, rename), so a crash leaves the old or the new file.
+// (write a sibling temp file, flush, rename), so a crash leaves the old or the new file. A key the
+// app has not set or removed since the file was read is written back as the file held it, nulls
+// and unsigned 64-bit integers included, as the real store keeps what it does not understand.
 class SimDefaultsStore final : public platform::DefaultsStore {
  public:
   using Reporter = std::function<void(const std::string&)>;
@@ -42,6 +45,8 @@ class SimDefaultsStore final : public platform::DefaultsStore {
   void persist();
 
   std::map<std::string, DefaultsValue> values_;
+  // Each key as the file held it, until the app sets or removes it.
+  std::map<std::string, nlohmann::json> asLoaded_;
   std::optional<std::filesystem::path> file_;
   std::optional<std::filesystem::path> quarantined_;
   std::size_t writes_ = 0;

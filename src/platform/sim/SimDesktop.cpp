@@ -68,7 +68,10 @@ SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpe
   for (auto& app : apps) addApp(std::move(app));
 }
 
-SimDesktop::~SimDesktop() = default;
+// A pending task may hold objects whose release reaches any part of the desktop (a background
+// queue cancelling on the main queue, an observer leaving the Accessibility model): drop them
+// while every part still stands.
+SimDesktop::~SimDesktop() { queue_.discardPending(); }
 
 std::unique_ptr<platform::SerialQueue> SimDesktop::makeSerialQueue(const std::string& label) {
   return std::make_unique<SimSerialQueue>(queue_, waits_, label);

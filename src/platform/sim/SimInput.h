@@ -108,6 +108,8 @@ class SimInput final : public platform::Events {
   // The cursor in top-left global space.
   Point cursorTopLeft() const;
 
+  // How many event monitors the app has installed and not removed.
+  std::size_t monitorCount() const { return monitors_.size(); }
   // The app's process ended: its monitors went with it.
   void ownProcessExited() { monitors_.clear(); }
 

@@ -1,8 +1,21 @@
 #include "platform/sim/SimMainQueue.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tarvolo::sim {
+
+SimMainQueue::~SimMainQueue() { discardPending(); }
+
+void SimMainQueue::discardPending() {
+  // Out of the maps before any task is released, so a cancel from a released task finds
+  // nothing; a task posted meanwhile is dropped in the next round.
+  while (!tasks_.empty()) {
+    auto dropped = std::exchange(tasks_, {});
+    keys_.clear();
+    dropped.clear();
+  }
+}
 
 platform::TaskId SimMainQueue::post(double delaySeconds, std::function<void()> task) {
   auto id = ++nextId_;

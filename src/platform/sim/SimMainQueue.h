@@ -15,6 +15,11 @@ class SimMainQueue final : public platform::MainQueue, public platform::Clock {
   // Virtual seconds since 1970 at time 0, for dates (2026-11-21 00:00 UTC).
   static constexpr double kEpochDate = 1795219200.0;
 
+  SimMainQueue() = default;
+  ~SimMainQueue() override;
+  SimMainQueue(const SimMainQueue&) = delete;
+  SimMainQueue& operator=(const SimMainQueue&) = delete;
+
   double now() const override { return now_; }
   double currentDate() const override { return kEpochDate + now_; }
   platform::TaskId post(double delaySeconds, std::function<void()> task) override;
@@ -28,6 +33,9 @@ class SimMainQueue final : public platform::MainQueue, public platform::Clock {
   std::size_t pendingCount() const { return tasks_.size(); }
   // How many tasks ran so far; lets tests bound the work a procedure does.
   std::size_t executedCount() const { return executed_; }
+  // Drops every task without running it, while whatever the tasks hold may still reach the
+  // queue: releasing a task can destroy an object that cancels or posts here.
+  void discardPending();
 
  private:
   struct Key {

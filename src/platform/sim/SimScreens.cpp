@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
+#include <utility>
 
 namespace tarvolo::sim {
 
@@ -24,8 +26,13 @@ bool SimScreens::replace(std::vector<SimScreenSpec> specs) {
 
 std::vector<platform::ScreenInfo> SimScreens::infos() const {
   std::vector<platform::ScreenInfo> out;
+  bool builtInNamed = false;
   for (const auto& config : specs_) {
     platform::ScreenInfo info;
+    // A Mac has one built-in display: the first notched screen is it.
+    const bool builtIn = config.notchWidth && *config.notchWidth > 0 && !std::exchange(builtInNamed, true);
+    info.name = config.name.value_or(builtIn ? "Built-in Retina Display" : "Display " + std::to_string(out.size() + 1));
+    info.displayID = config.id.value_or(info.name);
     info.frame = Rect{config.x, config.y, config.width, config.height};
     bool notched = config.notchWidth && *config.notchWidth > 0;
     info.menuBarHeight = notched ? kNotchBarHeight : kPlainBarHeight;

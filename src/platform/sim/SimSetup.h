@@ -18,6 +18,11 @@ struct SimScreenSpec {
   double x = 0;
   double y = 0;
   std::optional<double> notchWidth;
+  // As the system names the display; by default "Built-in Retina Display" for the first notched
+  // screen, else "Display <n>" by its place in the list.
+  std::optional<std::string> name;
+  // The display's lasting identity; by default its name.
+  std::optional<std::string> id;
 };
 
 struct SimItemSpec {

@@ -30,6 +30,18 @@ struct PreferencesSwitch {
   friend bool operator==(const PreferencesSwitch&, const PreferencesSwitch&) = default;
 };
 
+// One connected display's rule.
+struct PreferencesDisplayRow {
+  std::string displayId;  // the display's lasting identity
+  std::string name;       // as the system names it
+  PreferencesSwitch hideIcons;
+  std::string delayTitle;
+  std::vector<PreferencesChoice> delays;  // "general" (the general delay), then whole seconds
+  std::string selectedDelay;
+  bool holdsMenuBar = false;  // the bar with the app's items is on this display now
+  friend bool operator==(const PreferencesDisplayRow&, const PreferencesDisplayRow&) = default;
+};
+
 struct PreferencesGeneralState {
   std::string subtitle;
   std::string languageSection;
@@ -47,6 +59,8 @@ struct PreferencesGeneralState {
   std::optional<std::string> launchAtLoginSettingsTitle;
   std::optional<PreferencesSwitch> revealOnHover;
   PreferencesSwitch newAppNotices;
+  std::string displaysSection;
+  std::vector<PreferencesDisplayRow> displays;  // every connected display, menu-bar display first
   friend bool operator==(const PreferencesGeneralState&, const PreferencesGeneralState&) = default;
 };
 
@@ -59,6 +73,10 @@ struct PreferencesItemRow {
   bool recommended = false;
   std::optional<std::string> outOfPlaceNote;  // the icon sits outside its zone
   std::optional<std::string> hint;            // not seen in the bar yet
+  // The app's own shortcut that opens its menu ("⌃⌥S"), absent when it has none.
+  std::optional<std::string> shortcut;
+  bool shortcutRecording = false;             // the recorder listens for this app's chord
+  std::optional<std::string> shortcutProblem;  // refused: taken by the deep chord, another app or the system
   friend bool operator==(const PreferencesItemRow&, const PreferencesItemRow&) = default;
 };
 
@@ -83,6 +101,13 @@ struct PreferencesItemsState {
   std::string refreshTitle;
   std::string refreshDetail;
   std::string arrangeTitle;
+  // The per-app shortcut recorder's labels; `shortcutsOffered` false hides it.
+  bool shortcutsOffered = false;
+  std::string shortcutTitle;
+  std::string shortcutRecordTitle;
+  std::string shortcutClearTitle;
+  std::string shortcutPrompt;  // shown on the row while the recorder listens
+  std::string shortcutCancelTitle;
   std::optional<std::string> toast;  // what the last action did
   friend bool operator==(const PreferencesItemsState&, const PreferencesItemsState&) = default;
 };
@@ -138,12 +163,18 @@ struct PreferencesCallbacks {
   std::function<void()> openLoginItemsSettings;
   std::function<void(bool)> setRevealOnHover;
   std::function<void(bool)> setNewAppNotices;
+  std::function<void(const std::string& displayId, bool hide)> setDisplayHidesIcons;
+  // `delayId`: "general" or whole seconds.
+  std::function<void(const std::string& displayId, const std::string& delayId)> chooseDisplayDelay;
   std::function<void(const std::string& query)> search;
   std::function<void(bool)> setOtherRunningShown;
   std::function<void(const std::string& bundleId, const std::string& zone)> pickZone;
   std::function<void(const std::string& bundleId, bool pinned)> setPinned;
   std::function<void()> refresh;
   std::function<void()> arrange;
+  std::function<void(const std::string& bundleId)> recordAppShortcut;
+  std::function<void(const std::string& bundleId)> clearAppShortcut;
+  std::function<void()> cancelAppShortcut;
   std::function<void()> startRecordingHotkey;
   std::function<void()> cancelRecordingHotkey;
   std::function<void(const std::string& address)> openLink;

@@ -78,6 +78,11 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
 }
 
 MenuBarAccessController::~MenuBarAccessController() {
+  // The end of a run collapses the bar, updates the catalogue and tells the windows; at quit some
+  // of those may already be gone. With the handles dead first, stopping only stops.
+  weakFactory_.invalidate();
+  revealWork_.cancel();
+  panelUpdateWork_.cancel();
   menuSession_.reset();
   if (discovery_) discovery_->cancel();
   if (platform_.userInterface().iconShelfPanel().isShown()) platform_.userInterface().iconShelfPanel().close();
@@ -272,6 +277,39 @@ void MenuBarAccessController::choose(const std::string& rowID) {
         return self && self->willPerform(element);
       },
       bindWeak(weak, &MenuBarAccessController::performed));
+}
+
+void MenuBarAccessController::openAppMenu(const std::string& bundleID) {
+  mainThread_.check();
+  MenuBarLog::log(LogLine("shortcut open").add("bundle", bundleID));
+  model_->errorKey = std::nullopt;
+  menuSession_.reset();
+  pendingElement_.reset();
+  if (MenuBarAccessPolicy::hiddenItemsLeaveAccessibilityTree(platform_.system().osMajorVersion())) expandForShelf();
+  auto weak = weakFactory_.handle();
+  model_->performFirstItem(
+      bundleID,
+      [weak](const platform::AXElement& element) {
+        auto* self = weak.get();
+        if (!self) return false;
+        // Accessibility reaches a hidden item where it stands: nothing needs to show.
+        self->pendingElement_ = element;
+        return true;
+      },
+      [weak] {
+        if (auto* self = weak.get()) self->expandForShelf();
+      },
+      bindWeak(weak, &MenuBarAccessController::performedForShortcut));
+}
+
+void MenuBarAccessController::performedForShortcut(bool opened) {
+  performed(opened);
+  if (opened || isShelfShown()) return;
+  // A key pressed anywhere has no panel to answer in: the shelf opens with the refusal, and with
+  // the rows to try instead.
+  const auto error = model_->errorKey.get();
+  showShelf(std::nullopt);
+  model_->errorKey = error;
 }
 
 bool MenuBarAccessController::willPerform(const platform::AXElement& element) {

@@ -62,6 +62,9 @@ class MenuBarAccessController final {
   void escape();
   void find();
   void choose(const std::string& rowID);
+  // An app's own shortcut: opens its first item's menu as choosing its row would, showing the
+  // hidden icons only when a click is the one way left.
+  void openAppMenu(const std::string& bundleID);
   void startDiscovery();
   void setViewportWidth(double width);
 
@@ -80,6 +83,7 @@ class MenuBarAccessController final {
   void discoveryFinished(MenuBarDiscoverySession::Outcome outcome);
   bool willPerform(const platform::AXElement& element);
   void performed(bool opened);
+  void performedForShortcut(bool opened);
   void menuSessionEnded();
   void expandForShelf();
   std::string rowName(const AccessibleStatusItem& item) const;

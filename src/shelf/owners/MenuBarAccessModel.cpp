@@ -55,8 +55,10 @@ double estimatedTextWidth(std::string_view text) {
   return width;
 }
 
+}  // namespace
+
 // One open-menu attempt, carried from step to step on the action queue.
-struct ActionRun {
+struct MenuBarAccessModel::ActionRun {
   platform::Accessibility& accessibility;
   platform::Clock& clock;
   NativeStatusItemClick::Context click;
@@ -64,6 +66,8 @@ struct ActionRun {
   AccessibleStatusItem item;
   int knownOwnerCount = 0;
   MenuBarAccessModel::WillPerform willPerform;
+  // Runs on the main thread before a click, which needs the item where the user could click it.
+  std::function<void()> beforeClick;
   std::weak_ptr<ShelfOperation> operation;
   std::function<void(bool)> finish;  // from the queue, with the outcome
 
@@ -74,6 +78,10 @@ struct ActionRun {
   bool menuVisible = false;
   double start = 0;
 };
+
+namespace {
+
+using ActionRun = MenuBarAccessModel::ActionRun;
 using ActionRunPtr = std::shared_ptr<ActionRun>;
 
 void summarize(const ActionRunPtr& run, bool accepted) {
@@ -132,6 +140,7 @@ void act(const ActionRunPtr& run) {
     summarize(run, accepted);
     return;
   }
+  if (run->beforeClick) run->queue->runOnMainSync([&] { run->beforeClick(); });
   NativeStatusItemClick::perform(run->click, *run->element, true, run->operation, [run](bool clicked) {
     run->menuVisible = clicked;
     summarize(run, clicked);
@@ -146,6 +155,26 @@ void resolveStep(const ActionRunPtr& run, int attempt) {
     return;
   }
   act(run);
+}
+
+// The first item of one application, read afresh: a shortcut may come before any scan, and on
+// systems that drop hidden items from the tree the item appears only once the bar shows it.
+void firstItemStep(const ActionRunPtr& run, const MenuBarAccessModel::ScanTarget& target, int attempt) {
+  if (operationStopped(run->operation)) return;
+  auto found = MenuBarAccessModel::scanTarget(run->accessibility, target);
+  if (found && !found->empty()) {
+    run->item = found->front();
+    run->knownOwnerCount = static_cast<int>(found->size());
+    resolveStep(run, 0);
+    return;
+  }
+  if (attempt + 1 < MenuBarAccessModel::resolveAttempts) {
+    run->queue->post(MenuBarAccessModel::resolveInterval,
+                     [run, target, attempt] { firstItemStep(run, target, attempt + 1); });
+    return;
+  }
+  MenuBarLog::log(LogLine("iconShelf first item missing").add("bundle", target.bundleID));
+  summarize(run, false);
 }
 
 }  // namespace
@@ -323,16 +352,46 @@ void MenuBarAccessModel::finishScan(unsigned long long generation, ScanResult re
 void MenuBarAccessModel::perform(const AccessibleStatusItem& item, WillPerform willPerform,
                                  std::function<void(bool)> completion) {
   mainThread_.check();
+  const int knownOwnerCount = static_cast<int>(std::count_if(items.get().begin(), items.get().end(), [&](const auto& row) {
+    return text::lowercased(row.ownerBundleID) == text::lowercased(item.ownerBundleID);
+  }));
+  auto run = startAction(item, std::move(willPerform), nullptr, std::move(completion));
+  run->knownOwnerCount = knownOwnerCount;
+  actionQueue_->post(0, [run] { resolveStep(run, 0); });
+}
+
+void MenuBarAccessModel::performFirstItem(const std::string& bundleID, WillPerform willPerform,
+                                          std::function<void()> beforeClick, std::function<void(bool)> completion) {
+  mainThread_.check();
+  const std::string owner = text::lowercased(bundleID);
+  std::optional<ScanTarget> target;
+  for (auto& candidate : scanTargets()) {
+    if (text::lowercased(candidate.bundleID) == owner) target = std::move(candidate);
+  }
+  AccessibleStatusItem placeholder{.ownerBundleID = bundleID};
+  if (target) placeholder = {.ownerBundleID = target->bundleID, .ownerName = target->name, .pid = target->pid};
+  auto run = startAction(placeholder, std::move(willPerform), std::move(beforeClick), std::move(completion));
+  run->start = platform_.clock().now();
+  if (!target) {
+    actionQueue_->post(0, [run, bundleID] {
+      MenuBarLog::log(LogLine("iconShelf first item missing").add("bundle", bundleID).add("running", false));
+      summarize(run, false);
+    });
+    return;
+  }
+  actionQueue_->post(0, [run, target = *target] { firstItemStep(run, target, 0); });
+}
+
+std::shared_ptr<ActionRun> MenuBarAccessModel::startAction(const AccessibleStatusItem& item, WillPerform willPerform,
+                                                           std::function<void()> beforeClick,
+                                                           std::function<void(bool)> completion) {
   if (actionOperation_) actionOperation_->cancel();
   auto operation = std::make_shared<ShelfOperation>();
   actionOperation_ = operation;
   actionResult_.reset();
-  const int knownOwnerCount = static_cast<int>(std::count_if(items.get().begin(), items.get().end(), [&](const auto& row) {
-    return text::lowercased(row.ownerBundleID) == text::lowercased(item.ownerBundleID);
-  }));
   const unsigned long long generation = generation_;
   auto weak = weakFactory_.handle();
-  auto run = std::make_shared<ActionRun>(ActionRun{
+  return std::make_shared<ActionRun>(ActionRun{
       .accessibility = platform_.accessibility(),
       .clock = platform_.clock(),
       .click = {.accessibility = platform_.accessibility(),
@@ -342,8 +401,8 @@ void MenuBarAccessModel::perform(const AccessibleStatusItem& item, WillPerform w
                 .queue = *actionQueue_},
       .queue = actionQueue_,
       .item = item,
-      .knownOwnerCount = knownOwnerCount,
       .willPerform = std::move(willPerform),
+      .beforeClick = std::move(beforeClick),
       .operation = operation,
       .finish =
           [queue = actionQueue_, weak, generation, weakOperation = std::weak_ptr<ShelfOperation>(operation),
@@ -355,7 +414,6 @@ void MenuBarAccessModel::perform(const AccessibleStatusItem& item, WillPerform w
             });
           },
   });
-  actionQueue_->post(0, [run] { resolveStep(run, 0); });
 }
 
 void MenuBarAccessModel::finishAction(unsigned long long generation, const std::shared_ptr<ShelfOperation>& operation,
@@ -385,13 +443,7 @@ std::optional<std::string> MenuBarAccessModel::savedTier(std::string_view bundle
 std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
   const MenuBarAccessTier tier = selectedTier.get();
   std::vector<std::string> pieces;
-  const std::string& typed = query.get();
-  for (std::size_t start = 0; start < typed.size();) {
-    std::size_t end = start;
-    while (end < typed.size() && !std::isspace(static_cast<unsigned char>(typed[end]))) ++end;
-    if (end > start) pieces.push_back(DrawerSearch::fold(std::string_view(typed).substr(start, end - start)));
-    start = end + 1;
-  }
+  for (std::string_view word : text::words(query.get())) pieces.push_back(DrawerSearch::fold(word));
   const auto& rows = items.get();
   std::vector<AccessibleStatusItem> out;
   for (std::size_t index = 0; index < rows.size(); ++index) {

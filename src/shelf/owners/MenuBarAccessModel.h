@@ -81,6 +81,10 @@ class MenuBarAccessModel {
   bool dismissSearch();
   void refresh(RetainMissing retainMissing, Diagnostics diagnostics, std::function<void()> completion = nullptr);
   void perform(const AccessibleStatusItem& item, WillPerform willPerform, std::function<void(bool)> completion);
+  // Opens the menu of the first item of a running application, read afresh; `beforeClick` runs on
+  // the main thread when only a click can open it.
+  void performFirstItem(const std::string& bundleID, WillPerform willPerform, std::function<void()> beforeClick,
+                        std::function<void(bool)> completion);
   void cancel();
   // Opens the system's Accessibility settings (the first time, through the system's prompt).
   void openAccessibilitySettings();
@@ -116,6 +120,9 @@ class MenuBarAccessModel {
   static std::optional<std::vector<AccessibleStatusItem>> scanTarget(platform::Accessibility& accessibility,
                                                                      const ScanTarget& target);
 
+  // One open-menu attempt, carried from step to step on the action queue.
+  struct ActionRun;
+
  private:
   struct ScanResult {
     std::vector<AccessibleStatusItem> items;
@@ -125,6 +132,8 @@ class MenuBarAccessModel {
                   Diagnostics diagnostics, const std::function<void()>& completion);
   void finishAction(unsigned long long generation, const std::shared_ptr<ShelfOperation>& operation, bool outcome,
                     const std::function<void(bool)>& completion);
+  std::shared_ptr<ActionRun> startAction(const AccessibleStatusItem& item, WillPerform willPerform,
+                                         std::function<void()> beforeClick, std::function<void(bool)> completion);
   std::vector<ScanTarget> scanTargets() const;
   std::optional<std::string> savedTier(std::string_view bundleID) const;
 

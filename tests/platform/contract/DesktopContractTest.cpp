@@ -34,6 +34,22 @@ TEST_F(DesktopContract, ScreensListThePrimaryFirstWithItsBarAboveTheVisibleFrame
   }
 }
 
+// Rules per display are kept under this identity: it must tell the screens apart and not change
+// from one reading to the next.
+TEST_F(DesktopContract, EveryScreenHasANameAndALastingIdentityOfItsOwn) {
+  const auto first = platform().screens().screens();
+  const auto again = platform().screens().screens();
+  ASSERT_EQ(first.size(), again.size());
+  std::set<std::string> identities;
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    EXPECT_FALSE(first[i].name.empty());
+    EXPECT_FALSE(first[i].displayID.empty());
+    EXPECT_EQ(first[i].displayID, again[i].displayID);
+    identities.insert(first[i].displayID);
+  }
+  EXPECT_EQ(identities.size(), first.size());
+}
+
 TEST_F(DesktopContract, TheFrontmostAndMenuOwningApplicationsAreRunningOnes) {
   auto& workspace = platform().workspace();
   const auto running = workspace.runningApplications();

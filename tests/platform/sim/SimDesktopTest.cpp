@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimMainQueue.h"
+#include "platform/sim/SimSerialQueue.h"
+#include "platform/sim/SimWaitLedger.h"
 
 namespace tarvolo::sim {
 namespace {
@@ -205,6 +208,35 @@ TEST(SimWindows, OnlyTheUsersCloseButtonCallsTheSettingsBack) {
   EXPECT_FALSE(settings.shown());
 }
 
+// A queued task can hold the last reference to a background queue, which cancels its own tasks on
+// the main queue when released: at the main queue's end that must find it whole.
+TEST(SimMainQueueTeardown, ReleasingATaskThatCancelsOnTheQueueIsSafeWhenTheQueueGoes) {
+  SimWaitLedger waits;
+  auto queue = std::make_unique<SimMainQueue>();
+  auto background = std::make_shared<SimSerialQueue>(*queue, waits, "test");
+  background->post(5, [] {});
+  queue->post(1, [held = std::move(background)] {});
+  ASSERT_EQ(queue->pendingCount(), 2u);
+  queue.reset();
+}
+
+TEST(SimMainQueueTeardown, DiscardingDropsWhatReleasedTasksPostOrCancel) {
+  SimMainQueue queue;
+  struct PostsWhenReleased {
+    SimMainQueue* queue = nullptr;
+    ~PostsWhenReleased() {
+      if (queue) queue->post(0, [] {});
+    }
+  };
+  auto poster = std::make_shared<PostsWhenReleased>();
+  poster->queue = &queue;
+  queue.post(1, [poster = std::move(poster)] {});
+  queue.discardPending();
+  EXPECT_EQ(queue.pendingCount(), 0u);
+  queue.runFor(2);
+  EXPECT_EQ(queue.executedCount(), 0u);
+}
+
 class SimDefaultsFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -236,6 +268,29 @@ TEST_F(SimDefaultsFileTest, ValuesSurviveAReloadWithTheirTypes) {
   EXPECT_TRUE(std::holds_alternative<std::int64_t>(store.object("count")->storage()));
   EXPECT_EQ(store.getStringArray("ids"), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(store.getStringDictionary("map")->at("k"), "v");
+}
+
+// The real store keeps what it does not understand; the app's first write must not rewrite it.
+TEST_F(SimDefaultsFileTest, KeysTheAppDoesNotTouchComeBackAsTheFileHeldThem) {
+  const auto foreign = nlohmann::json::parse(R"({
+    "other.null": null,
+    "other.nested": {"a": null, "b": [1, null, 18446744073709551615], "c": 2.5},
+    "other.huge": 18446744073709551615,
+    "mine": 1
+  })");
+  { std::ofstream(file_) << foreign.dump(2); }
+  auto store = SimDefaultsStore::backedBy(file_, nullptr);
+  EXPECT_FALSE(store.object("other.null").has_value());
+  EXPECT_EQ(store.getDouble("other.huge"), 18446744073709551615.0) << "read as the number it is, not -1";
+  store.set("mine", DefaultsValue(2));
+  const auto written = nlohmann::json::parse(std::ifstream(file_));
+  for (const char* key : {"other.null", "other.nested", "other.huge"}) {
+    ASSERT_TRUE(written.contains(key)) << key;
+    EXPECT_EQ(written[key].dump(), foreign[key].dump()) << key;
+  }
+  EXPECT_EQ(written["mine"], 2);
+  store.remove("other.null");
+  EXPECT_FALSE(nlohmann::json::parse(std::ifstream(file_)).contains("other.null")) << "a removal still removes";
 }
 
 TEST_F(SimDefaultsFileTest, CorruptFilesAreMovedAsideUnderFreshNamesAndReportedOnce) {

@@ -53,6 +53,25 @@ TEST_F(IconShelfTest, TypingFindsByNameAndPinyinAndTheTierPersists) {
   EXPECT_FALSE(shelf().isShelfShown());
 }
 
+// An input method types the ideographic space; pasted text brings no-break and em spaces.
+TEST_F(IconShelfTest, EveryUnicodeSpaceSeparatesSearchWords) {
+  start({app("com.tencent.xinWeChat", "微信", 40), app("com.example.dw", "Deep Work", 45), app("com.example.c", "Cloud", 50)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().setQuery("微\u3000信");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"微信"});
+  for (const char* query : {"deep\u00A0work", "work\u2003deep", "\u3000deep  work\u3000"}) {
+    shelf().setQuery(query);
+    EXPECT_EQ(rowNames(), std::vector<std::string>{"Deep Work"}) << query;
+  }
+  // Only white space: nothing to narrow by.
+  shelf().setQuery("\u3000\u00A0");
+  EXPECT_EQ(rowNames().size(), 3u);
+  // A malformed byte stays in its word and matches nothing, without harm.
+  shelf().setQuery("deep \xFF");
+  EXPECT_TRUE(rowNames().empty());
+}
+
 TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   auto blocking = app("com.example.block", "Blocker", 40);
   blocking.pressBlocks = true;
@@ -110,6 +129,9 @@ TEST_F(IconShelfTest, NoClickWithoutThePostEventPermission) {
   run(2);
   EXPECT_TRUE(desktop().events().postedEvents().empty());
   EXPECT_EQ(panel().errorText, "This menu could not be opened.");
+  // The bar it expanded to reach the hidden icon folds again.
+  EXPECT_TRUE(logged("collapse reason=icon-shelf-menu"));
+  EXPECT_FALSE(controller().state().isExpanded);
 }
 
 TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain) {
@@ -129,6 +151,77 @@ TEST_F(IconShelfTest, TheSessionEndsOnlyWhenNoMenuIsLeftAndTheBarCollapsesAgain)
   run(0.3);
   EXPECT_FALSE(shelf().menuSessionActive());
   EXPECT_TRUE(logged("collapse reason=icon-shelf-menu"));
+  EXPECT_FALSE(controller().state().isExpanded);
+}
+
+// A read of an app that does not answer takes its whole time-out (0.5 s) on the scan queue.
+class IconShelfReadTest : public IconShelfTest {
+ protected:
+  void start() {
+    auto slow = app("com.example.slow", "Slow", 45);
+    slow.accessibilityUnresponsive = true;
+    IconShelfTest::start({app("com.example.a", "Alpha", 40), slow});
+  }
+  int scans() { return loggedCount("iconShelf scan "); }
+};
+
+TEST_F(IconShelfReadTest, AReadStillRunningWhenTheShelfClosesNeverLands) {
+  start();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  ASSERT_TRUE(shelf().model().isLoading.get());
+  shelf().closeShelf();
+  EXPECT_FALSE(shelf().model().isLoading.get());
+  run(2);
+  EXPECT_EQ(scans(), 0);
+  EXPECT_TRUE(shelf().model().items.get().empty());
+}
+
+TEST_F(IconShelfReadTest, AStaleReadNeverEndsTheLoadingOfTheNewerOne) {
+  start();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().closeShelf();
+  shelf().showShelf(std::nullopt);
+  // The first read answers at 0.5 s, the second, queued behind it, at 1 s.
+  run(0.6);
+  EXPECT_TRUE(shelf().model().isLoading.get());
+  EXPECT_EQ(scans(), 0);
+  run(0.6);
+  EXPECT_FALSE(shelf().model().isLoading.get());
+  EXPECT_EQ(scans(), 1);
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Alpha"});
+}
+
+TEST_F(IconShelfTest, ClosingTheShelfWhileAMenuIsOpeningOpensNothing) {
+  start({app("com.example.a", "Alpha", 40)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  shelf().closeShelf();
+  run(2);
+  EXPECT_EQ(desktop().menus().foreignMenu(), nullptr);
+  EXPECT_TRUE(desktop().accessibility().performed().empty());
+  EXPECT_FALSE(shelf().menuSessionActive());
+  EXPECT_FALSE(controller().state().isExpanded);
+}
+
+// The menu stays open and nothing says it closed: only the watchdog ends the session.
+TEST_F(IconShelfTest, AMenuSessionNobodySeesEndEndsAtItsWatchdogWithItsMonitorsRemoved) {
+  start({app("com.example.a", "Alpha", 40)});
+  const std::size_t monitorsBefore = desktop().events().monitorCount();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().choose(panel().rows.front().id);
+  run(1);
+  ASSERT_TRUE(shelf().menuSessionActive());
+  EXPECT_GT(desktop().events().monitorCount(), monitorsBefore);
+  run(ExternalMenuAccessSession::watchdogDelay - 2);
+  EXPECT_TRUE(shelf().menuSessionActive());
+  run(2);
+  EXPECT_FALSE(shelf().menuSessionActive());
+  EXPECT_TRUE(logged("iconShelf menuSession ended"));
+  EXPECT_EQ(desktop().events().monitorCount(), monitorsBefore);
   EXPECT_FALSE(controller().state().isExpanded);
 }
 
