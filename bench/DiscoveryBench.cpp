@@ -1,101 +1,64 @@
-// Cost of reading where icons sit: one window-list probe and the observed zone of every
-// catalogued application, as a zone refresh does after each length change.
+// Cost of reading where icons sit, through the catalogue as the app does it: one window-list
+// probe, every catalogued application tied to its icons, and the observed zone of each, as a
+// zone refresh does after each length change. And the start-up of a desktop crowded with
+// applications, where that refresh runs against thousands of them.
 
 #include <benchmark/benchmark.h>
 
-#include <string>
-#include <vector>
+#include <memory>
 
-#include "discovery/owners/MenuBarWindowProbe.h"
-#include "discovery/PlacementPolicy.h"
+#include "BenchDesktops.h"
+#include "discovery/owners/StatusItemManager.h"
+#include "harness/SimSession.h"
+#include "statusbar/StatusBarController.h"
 
 namespace {
 
 using namespace tarvolo;
+using bench::crowdedDesktop;
 
-constexpr int kApplications = 100;
-constexpr int kWindows = 500;
-constexpr double kScreenWidth = 3840;
-constexpr double kScreenHeight = 2160;
-
-// A window list as a busy 4K desktop reports it: the menu bar, the system's items, one icon for
-// each of 100 applications, their document windows, and panels and palettes below the bar.
-class FixedWindowList final : public platform::WindowList {
- public:
-  std::optional<std::vector<platform::WindowInfo>> onScreenWindows(platform::DesktopElements) const override {
-    return windows;
+// 100 applications with five icons each: 500 windows in the bar. The bar stands expanded, so
+// every icon is read and placed.
+void BM_ProbeAndZonesThroughTheCatalogue(benchmark::State& state) {
+  sim::SimSession session(crowdedDesktop(100, 5));
+  session.launch();
+  session.runFor(3.0);
+  StatusBarController* controller = session.controller();
+  StatusItemManager* catalog = session.statusItemManager();
+  if (!controller || !catalog) {
+    state.SkipWithError("the app did not start");
+    return;
   }
-  std::vector<platform::WindowInfo> windows;
-};
-
-class FixedScreens final : public platform::Screens {
- public:
-  std::vector<platform::ScreenInfo> screens() const override {
-    return {platform::ScreenInfo{.frame = {0, 0, kScreenWidth, kScreenHeight}},
-            platform::ScreenInfo{.frame = {kScreenWidth, 0, 1920, 1080}}};
-  }
-};
-
-std::string appName(int i) { return "Utility " + std::to_string(i); }
-std::string bundleID(int i) { return "com.vendor" + std::to_string(i % 17) + ".utility" + std::to_string(i); }
-
-FixedWindowList sampleWindows() {
-  FixedWindowList list;
-  auto& w = list.windows;
-  w.push_back({.ownerName = "Control Center", .bounds = Rect{3760, 0, 80, 24}, .layer = 25});
-  w.push_back({.ownerName = "SystemUIServer", .bounds = Rect{3730, 0, 30, 24}, .layer = 25});
-  // Icons right to left from the toggle; some owners go by their identifier's last component.
-  double right = 3600;
-  for (int i = 0; i < kApplications; ++i) {
-    const std::string owner = i % 4 == 0 ? "utility" + std::to_string(i) : appName(i);
-    w.push_back({.ownerName = owner, .ownerPid = 1000 + i, .bounds = Rect{right - 28, 0, 28, 24}, .layer = 25});
-    right -= 28;
-  }
-  w.push_back({.ownerName = "Window Server", .bounds = Rect{0, 0, kScreenWidth, 24}, .layer = 24});
-  w.push_back({.ownerName = "Window Server", .bounds = Rect{kScreenWidth, 0, 1920, 24}, .layer = 24});
-  for (int i = 0; static_cast<int>(w.size()) < kWindows; ++i) {
-    const double height = i % 3 == 0 ? 36 : 600;  // toolbars and palettes, and documents
-    w.push_back({.ownerName = appName(i % kApplications),
-                 .ownerPid = 1000 + i % kApplications,
-                 .bounds = Rect{40.0 + i, 60.0 + i, 800, height},
-                 .layer = 0,
-                 .title = "Document"});
-  }
-  return list;
-}
-
-void BM_ProbeAndObservedZones(benchmark::State& state) {
-  const FixedWindowList windowList = sampleWindows();
-  const FixedScreens screens;
-  const PlacementAnchors anchors{.toggleMinX = 3600,
-                                 .toggleMaxX = 3630,
-                                 .normalMinX = 2784,
-                                 .normalMaxX = 2800,
-                                 .normalWidth = 16,
-                                 .hiddenMinX = 1984,
-                                 .hiddenMaxX = 2000,
-                                 .hiddenWidth = 16};
-  std::vector<std::string> names;
-  std::vector<std::string> ids;
-  for (int i = 0; i < kApplications; ++i) {
-    names.push_back(appName(i));
-    ids.push_back(bundleID(i));
-  }
-  std::size_t observed = 0;
+  controller->expandBar(ExpandDepth::deep, Initiator::automatic);
+  session.runFor(1.0);
   for (auto _ : state) {
-    const auto windows = MenuBarWindowProbe::snapshot(windowList, screens);
-    observed = 0;
-    for (int i = 0; i < kApplications; ++i) {
-      auto zone = PlacementPolicy::observedZone(
-          {.appName = names[i], .bundleID = ids[i], .windows = windows, .anchors = anchors, .expandedLength = 16});
-      observed += zone.has_value();
-      benchmark::DoNotOptimize(zone);
-    }
+    catalog->refreshObservedZones();
+    benchmark::DoNotOptimize(catalog->observedZones.get());
   }
-  state.counters["observed"] = static_cast<double>(observed);
-  state.counters["windows"] = static_cast<double>(windowList.windows.size());
+  state.counters["observed"] = static_cast<double>(catalog->observedZones.get().size());
+  state.counters["attributed"] = static_cast<double>(catalog->attributedBundleIDs.get().size());
 }
+BENCHMARK(BM_ProbeAndZonesThroughTheCatalogue)->Unit(benchmark::kMicrosecond);
+
+// A whole start-up on a desktop of 4,000 applications, one icon each, to the first collapse
+// settled: the catalogue scan, attribution and zone refreshes against all of them included.
+void BM_FirstCollapseOnACrowdedDesktop(benchmark::State& state) {
+  const int applications = static_cast<int>(state.range(0));
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto desktop = crowdedDesktop(applications, 1);
+    state.ResumeTiming();
+    sim::SimSession session(std::move(desktop));
+    session.launch();
+    session.runFor(3.0);
+    const StatusBarController* controller = session.controller();
+    if (!controller || controller->state().isExpanded) {
+      state.SkipWithError("the crowded desktop did not collapse at start-up");
+      break;
+    }
+    benchmark::DoNotOptimize(controller);
+  }
+}
+BENCHMARK(BM_FirstCollapseOnACrowdedDesktop)->Arg(1000)->Arg(4000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 }  // namespace
-
-BENCHMARK(BM_ProbeAndObservedZones)->Unit(benchmark::kMicrosecond);

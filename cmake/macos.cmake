@@ -21,6 +21,13 @@ target_compile_options(tarvolo_platform_macos PUBLIC -fobjc-arc PRIVATE -Wunguar
 target_link_options(tarvolo_platform_macos INTERFACE "LINKER:-dead_strip_dylibs")
 
 set(TARVOLO_VERSION ${PROJECT_VERSION})
+if(TARVOLO_RELEASE_VERSION)
+  set(TARVOLO_VERSION ${TARVOLO_RELEASE_VERSION})
+endif()
+# Where the app looks for new versions, and the public half of the key their archives are
+# signed with; without a key the updater does not start.
+set(TARVOLO_UPDATE_FEED "https://tarvolo.app/appcast.xml" CACHE STRING "The update feed's address")
+set(TARVOLO_UPDATE_KEY "" CACHE STRING "The EdDSA public key of the update archives (base64)")
 set(TARVOLO_INFO_PLIST ${CMAKE_CURRENT_BINARY_DIR}/Info.plist)
 configure_file(${TARVOLO_MACOS_DIR}/Info.plist.in ${TARVOLO_INFO_PLIST} @ONLY)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/PkgInfo "APPL????")

@@ -37,7 +37,7 @@ struct SetAppAccessibility {
   std::optional<std::string> perform(StepContext& context) const;
 };
 struct ChangeScreens {
-  std::vector<sim::SimScreenSpec> screens;
+  std::vector<sim::SimScreenSetup> screens;
   std::string describe() const;
   std::optional<std::string> perform(StepContext& context) const;
 };

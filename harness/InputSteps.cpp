@@ -1,6 +1,8 @@
 #include "harness/InputSteps.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
 #include "harness/SimSession.h"
 #include "harness/StepContext.h"
@@ -47,7 +49,7 @@ std::optional<std::string> MovePointer::perform(StepContext& context) const {
   switch (spot) {
     case Spot::point: break;
     case Spot::desktop: {
-      const auto& screen = desktop.screens().primarySpec();
+      const auto& screen = desktop.screens().primarySetup();
       target = {screen.x + screen.width / 2, screen.y + screen.height / 2};
       break;
     }
@@ -58,7 +60,7 @@ std::optional<std::string> MovePointer::perform(StepContext& context) const {
       double left = std::max(desktop.bar().menusRightEdge(), desktop.bar().statusAreaMinX());
       double right = std::min(separator->frame->maxX(), desktop.bar().statusAreaMaxX());
       if (right - left < 2) return std::string("the menu bar has no empty stretch");
-      const auto& screen = desktop.screens().primarySpec();
+      const auto& screen = desktop.screens().primarySetup();
       target = {(left + right) / 2, screen.y + screen.height - 12};
       break;
     }
@@ -95,8 +97,13 @@ std::optional<std::string> TypeKey::perform(StepContext& context) const {
 }
 
 std::optional<std::string> Shortcut::perform(StepContext& context) const {
-  if (context.desktop().events().pressMainMenuShortcut(key)) return std::nullopt;
-  return "Tarvolo's main menu has no ⌘" + key + " item";
+  if (context.desktop().events().pressMainMenuShortcut(key, shift)) return std::nullopt;
+  return "Tarvolo's main menu has no " + describe() + " item";
+}
+
+std::optional<std::string> Pasteboard::perform(StepContext& context) const {
+  context.desktop().application().setPasteboard(text);
+  return std::nullopt;
 }
 
 std::optional<std::string> MenuTracking::perform(StepContext& context) const {
@@ -141,7 +148,7 @@ Action parseClick(const StepInput& in) {
 
 Action parseCommandDrag(const StepInput& in) {
   std::string item = in.value.nonEmptyString();
-  const sim::SimAppSpec* app = in.scenario.app(item);
+  const sim::SimAppSetup* app = in.scenario.app(item);
   if (!ownItemFromTargetName(item) && !(app && !app->items.empty())) {
     in.value.fail("unknown item " + inQuotes(item) +
                   " (expected toggle, separator, alwaysHiddenSeparator or the bundle id of an app with items)");
@@ -176,10 +183,13 @@ Action parseKeyStep(const StepInput& in) {
 
 Action parseShortcut(const StepInput& in) {
   std::string shortcut = in.value.string();
-  if (shortcut != "," && shortcut != "q") {
-    in.value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , or q)");
+  constexpr std::string_view kKeys[] = {",", "q", "z", "x", "c", "v", "a", "w"};
+  if (std::find(std::begin(kKeys), std::end(kKeys), shortcut) == std::end(kKeys)) {
+    in.value.fail("unknown shortcut " + inQuotes(shortcut) + " (expected , q z x c v a or w)");
   }
-  return makeAction(step::Shortcut{shortcut});
+  bool shift = false;
+  if (auto held = in.step.optional("shift")) shift = held->boolean();
+  return makeAction(step::Shortcut{.key = shortcut, .shift = shift});
 }
 
 Action parseMenuTracking(const StepInput& in) {
@@ -207,7 +217,8 @@ std::vector<StepKind> inputStepKinds() {
       {"modifierUp", {}, parseModifierPress},
       {"key", {"modifiers"}, parseKeyStep},
       {"menuTracking", {}, parseMenuTracking},
-      {"shortcut", {}, parseShortcut},
+      {"shortcut", {"shift"}, parseShortcut},
+      {"pasteboard", {}, [](const StepInput& in) { return makeAction(step::Pasteboard{in.value.string()}); }},
   };
 }
 

@@ -59,10 +59,17 @@ struct TypeKey {
   std::string describe() const { return "key " + modifierSymbols(modifiers) + name; }
   std::optional<std::string> perform(StepContext& context) const;
 };
-// ⌘ and a key of Tarvolo's main menu ("," opens Preferences).
+// ⌘ (and ⇧ where `shift`) and a key of Tarvolo's main menu ("," opens Preferences, "v" pastes).
 struct Shortcut {
   std::string key;
-  std::string describe() const { return "⌘" + key; }
+  bool shift = false;
+  std::string describe() const { return (shift ? "⇧⌘" : "⌘") + key; }
+  std::optional<std::string> perform(StepContext& context) const;
+};
+// Another app puts text on the general pasteboard.
+struct Pasteboard {
+  std::string text;
+  std::string describe() const { return "pasteboard " + text; }
   std::optional<std::string> perform(StepContext& context) const;
 };
 struct MenuTracking {

@@ -129,7 +129,7 @@ struct Entry {
 };
 
 std::string screenCaption(const sim::SimDesktop& desktop, std::size_t index) {
-  const sim::SimScreenSpec& config = desktop.screens().specs()[index];
+  const sim::SimScreenSetup& config = desktop.screens().setups()[index];
   std::string caption = "  screen " + std::to_string(index + 1) + " · " + points(config.width) + "×" +
                         points(config.height) + " at " + points(config.x) + "," + points(config.y);
   if (auto notch = desktop.screens().infos()[index].notchRect())
@@ -161,7 +161,7 @@ void appendWrapped(std::string& out, const std::string& lead, const std::vector<
 
 }  // namespace
 
-std::map<std::string, std::string> shortLabels(const std::vector<sim::SimAppSpec>& apps) {
+std::map<std::string, std::string> shortLabels(const std::vector<sim::SimAppSetup>& apps) {
   std::map<std::string, std::string> labels;
   std::set<std::string> taken;
   for (const auto& app : apps) {
@@ -211,7 +211,7 @@ std::string ownGlyph(const std::string& autosave, const BarSnapshot& bar) {
 
 // The primary screen's bar at a uniform scale, between two frame bars.
 std::string barPicture(const sim::SimDesktop& desktop, const BarSnapshot& bar, const Labels& labels, int columns) {
-  const sim::SimScreenSpec& config = desktop.screens().specs().front();
+  const sim::SimScreenSetup& config = desktop.screens().setups().front();
   auto notch = desktop.screens().infos().front().notchRect();
   // One scale for every screen keeps icons two columns wide; a screen too wide for the terminal
   // loses its left end, where the menus start and nothing of Tarvolo's shows.
@@ -334,7 +334,7 @@ std::string renderBar(const RenderBarInput& input) {
   Labels labels = shortLabels(input.desktop.processes().apps());
   out += barPicture(input.desktop, input.bar, labels, input.columns);
   // The simulated desktop lays status items out on the primary screen only.
-  for (std::size_t index = 1; index < input.desktop.screens().specs().size(); ++index) {
+  for (std::size_t index = 1; index < input.desktop.screens().setups().size(); ++index) {
     out += screenCaption(input.desktop, index) + " · no status items\n";
   }
   out += iconListing(input.bar, labels, input.columns);

@@ -17,7 +17,7 @@ inline constexpr int kRenderColumns = 118;
 inline constexpr double kPointsPerColumn = 15;
 
 // Two-character labels, one per app, stable for a whole run (taken from the app's name).
-std::map<std::string, std::string> shortLabels(const std::vector<sim::SimAppSpec>& apps);
+std::map<std::string, std::string> shortLabels(const std::vector<sim::SimAppSetup>& apps);
 
 struct RenderBarInput {
   const sim::SimDesktop& desktop;

@@ -35,10 +35,10 @@ std::string autosaveName(OwnItem item) {
 
 bool Scenario::endsByQuitting() const { return !steps.empty() && steps.back().action->endsTheRun(); }
 
-const sim::SimAppSpec* Scenario::app(std::string_view bundleId) const {
+const sim::SimAppSetup* Scenario::app(std::string_view bundleId) const {
   const std::string wanted = lower(bundleId);
   auto found = std::find_if(apps.begin(), apps.end(),
-                            [&](const sim::SimAppSpec& candidate) { return lower(candidate.bundleId) == wanted; });
+                            [&](const sim::SimAppSetup& candidate) { return lower(candidate.bundleId) == wanted; });
   return found == apps.end() ? nullptr : &*found;
 }
 

@@ -28,8 +28,8 @@ struct Scenario {
   std::string description;
   // Holds the OS version, languages, arguments and the simulator's knobs.
   sim::SimSettings settings;
-  std::vector<sim::SimScreenSpec> screens;
-  std::vector<sim::SimAppSpec> apps;
+  std::vector<sim::SimScreenSetup> screens;
+  std::vector<sim::SimAppSetup> apps;
   // Process names the window list gives apps whose process is not named like the app.
   std::map<std::string, std::string> processNames;
   bool accessibilityTrusted = true;
@@ -39,7 +39,7 @@ struct Scenario {
 
   // Whether the timeline itself ends the app's run (a quit step or the Quit menu item).
   bool endsByQuitting() const;
-  const sim::SimAppSpec* app(std::string_view bundleId) const;
+  const sim::SimAppSetup* app(std::string_view bundleId) const;
 };
 
 // The bundle id of an app the scenario lists; throws ScenarioError naming the field.

@@ -21,9 +21,9 @@ bool isIdentifier(std::string_view key) {
   return std::all_of(key.begin(), key.end(), [](unsigned char c) { return std::isalnum(c) || c == '_'; });
 }
 
-sim::SimScreenSpec parseScreen(const Field& field) {
+sim::SimScreenSetup parseScreen(const Field& field) {
   field.allowOnly({"width", "height", "x", "y", "notchWidth", "name", "id"});
-  sim::SimScreenSpec screen;
+  sim::SimScreenSetup screen;
   screen.width = field.required("width").positive();
   screen.height = field.required("height").positive();
   if (auto x = field.optional("x")) screen.x = x->number();
@@ -69,8 +69,8 @@ std::string Field::childPath(std::string_view key) const {
   return isIdentifier(key) ? path_ + "." + name : path_ + name;
 }
 
-std::vector<sim::SimScreenSpec> parseScreens(const Field& field) {
-  std::vector<sim::SimScreenSpec> screens;
+std::vector<sim::SimScreenSetup> parseScreens(const Field& field) {
+  std::vector<sim::SimScreenSetup> screens;
   for (const Field& element : field.array()) screens.push_back(parseScreen(element));
   if (screens.empty()) field.fail("needs at least one screen");
   return screens;

@@ -134,7 +134,7 @@ class Field {
 };
 
 // Screens: at least one, each with a positive size and a notch narrower than itself.
-std::vector<sim::SimScreenSpec> parseScreens(const Field& field);
+std::vector<sim::SimScreenSetup> parseScreens(const Field& field);
 // "command", "option", "shift" and "control".
 platform::ModifierFlags parseModifiers(const Field& field);
 // A key by name: "A"…"Z" (either case), "escape", or a virtual key code; with its name for

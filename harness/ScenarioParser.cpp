@@ -26,9 +26,9 @@ platform::ActivationPolicy parseActivation(const Field& field) {
   field.fail("unknown activation policy " + inQuotes(name) + " (expected regular, accessory or prohibited)");
 }
 
-sim::SimItemSpec parseItem(const Field& field) {
+sim::SimItemSetup parseItem(const Field& field) {
   field.allowOnly({"width", "position", "name", "title", "description"});
-  sim::SimItemSpec item;
+  sim::SimItemSetup item;
   item.width = field.required("width").positive();
   if (auto position = field.optional("position")) item.position = position->nonNegative();
   if (auto name = field.optional("name")) item.autosaveName = name->nonEmptyString();
@@ -42,12 +42,12 @@ std::string nameFromBundleId(const std::string& bundleId) {
   return dot == std::string::npos ? bundleId : bundleId.substr(dot + 1);
 }
 
-sim::SimAppSpec parseApp(const Field& field) {
+sim::SimAppSetup parseApp(const Field& field) {
   field.allowOnly(
       {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items",
        "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive",
        "launchDuration"});
-  sim::SimAppSpec app;
+  sim::SimAppSetup app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == ownBundleID) {
     field.required("bundleId").fail("is Tarvolo itself, which the runner starts");
@@ -101,12 +101,63 @@ void parseAssessmentMode(const Field& field, sim::SimAssessmentModeSettings& mod
   }
 }
 
+sim::SimRelease parseRelease(const Field& field) {
+  field.allowOnly({"version", "notes", "size", "signature", "download", "install"});
+  sim::SimRelease release;
+  release.version = field.required("version").nonEmptyString();
+  if (auto value = field.optional("notes")) release.notes = value->string();
+  if (auto value = field.optional("size")) release.size = static_cast<std::uint64_t>(value->positive());
+  if (auto value = field.optional("signature")) {
+    const std::string raw = value->string();
+    if (raw != "good" && raw != "bad") value->fail("unknown signature " + inQuotes(raw) + " (expected good or bad)");
+    release.badSignature = raw == "bad";
+  }
+  if (auto value = field.optional("download")) {
+    const std::string raw = value->string();
+    if (raw == "completes") {
+      release.download = sim::SimDownload::completes;
+    } else if (raw == "fails") {
+      release.download = sim::SimDownload::fails;
+    } else if (raw == "stopsHalfway") {
+      release.download = sim::SimDownload::stopsHalfway;
+    } else {
+      value->fail("unknown download " + inQuotes(raw) + " (expected completes, fails or stopsHalfway)");
+    }
+  }
+  if (auto value = field.optional("install")) {
+    const std::string raw = value->string();
+    if (raw != "succeeds" && raw != "fails") {
+      value->fail("unknown install " + inQuotes(raw) + " (expected succeeds or fails)");
+    }
+    release.installFails = raw == "fails";
+  }
+  return release;
+}
+
+sim::SimUpdateSettings parseUpdates(const Field& field) {
+  field.allowOnly({"installedVersion", "feed", "feedReachable", "configured", "checkDuration", "bytesPerSecond",
+                   "progressInterval", "extractionDuration", "installDuration"});
+  sim::SimUpdateSettings updates;
+  if (auto value = field.optional("installedVersion")) updates.installedVersion = value->nonEmptyString();
+  if (auto value = field.optional("feed")) {
+    for (const Field& element : value->array()) updates.feed.push_back(parseRelease(element));
+  }
+  if (auto value = field.optional("feedReachable")) updates.feedReachable = value->boolean();
+  if (auto value = field.optional("configured")) updates.configured = value->boolean();
+  if (auto value = field.optional("checkDuration")) updates.checkDuration = value->nonNegative();
+  if (auto value = field.optional("bytesPerSecond")) updates.bytesPerSecond = value->positive();
+  if (auto value = field.optional("progressInterval")) updates.progressInterval = value->positive();
+  if (auto value = field.optional("extractionDuration")) updates.extractionDuration = value->nonNegative();
+  if (auto value = field.optional("installDuration")) updates.installDuration = value->nonNegative();
+  return updates;
+}
+
 void parseSettings(const Field& field, Scenario& scenario) {
   field.allowOnly({"frameLatency", "systemItemsWidth", "symbolItemWidth", "textCharWidth", "textItemPadding",
                    "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
                    "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
                    "overflowChevronWidth", "sharedWindowItems", "takenHotkeys", "loginItemStatus",
-                   "loginItemNeedsApproval", "loginItemError", "assessmentMode", "postEventAccess"});
+                   "loginItemNeedsApproval", "loginItemError", "assessmentMode", "postEventAccess", "updates"});
   if (auto value = field.optional("takenHotkeys")) {
     for (const Field& element : value->array()) {
       element.allowOnly({"key", "modifiers"});
@@ -135,6 +186,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
   if (auto value = field.optional("loginItemError")) scenario.settings.loginItemError = value->nonEmptyString();
   sim::SimSettings& settings = scenario.settings;
   if (auto value = field.optional("assessmentMode")) parseAssessmentMode(*value, settings.assessmentMode);
+  if (auto value = field.optional("updates")) settings.updates = parseUpdates(*value);
   if (auto value = field.optional("accessibilityTrusted")) scenario.accessibilityTrusted = value->boolean();
   if (auto value = field.optional("frameLatency")) settings.frameLatency = value->nonNegative();
   if (auto value = field.optional("systemItemsWidth")) settings.systemItemsWidth = value->nonNegative();

@@ -85,7 +85,9 @@ class Run {
     if (!relaunching_) quitAt_ = session_->now();
     atQuit_ = snapshot();
     if (!relaunching_ && options_.onCheckpoint) {
-      options_.onCheckpoint(Checkpoint{"Tarvolo quits", "", session_->desktop(), *atQuit_});
+      const bool updating = session_->desktop().updater().relaunchAwaited();
+      options_.onCheckpoint(Checkpoint{updating ? "Tarvolo quits to install an update" : "Tarvolo quits", "",
+                                       session_->desktop(), *atQuit_});
     }
   }
 

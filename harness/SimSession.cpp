@@ -10,10 +10,13 @@ SimSession::SimSession(std::unique_ptr<SimDesktop> desktop) : desktop_(std::move
     desktop_->setApplicationDelegate(nullptr);
     delegate_.reset();
   });
+  // An installed update starts the app again, as the framework's installer does on a Mac.
+  desktop_->setOwnRelaunchHandler([this] { launch(); });
 }
 
 SimSession::~SimSession() {
   desktop_->setOwnProcessExitHandler(nullptr);
+  desktop_->setOwnRelaunchHandler(nullptr);
   desktop_->setApplicationDelegate(nullptr);
   delegate_.reset();
 }

@@ -16,11 +16,11 @@ AppEnvironment* StepContext::environment() {
 }
 
 bool StepContext::appRunning(const std::string& bundleId) {
-  const sim::SimAppSpec* listed = scenario_.app(bundleId);
+  const sim::SimAppSetup* listed = scenario_.app(bundleId);
   if (!listed) return false;
   const auto& apps = desktop().processes().apps();
   auto app = std::find_if(apps.begin(), apps.end(),
-                          [&](const sim::SimAppSpec& candidate) { return candidate.bundleId == listed->bundleId; });
+                          [&](const sim::SimAppSetup& candidate) { return candidate.bundleId == listed->bundleId; });
   return app != apps.end() && app->running;
 }
 

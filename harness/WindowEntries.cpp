@@ -8,6 +8,7 @@ const WindowEntry& foreignMenusEntry();
 const WindowEntry& placementGuideEntry();
 const WindowEntry& newAppNoticeEntry();
 const WindowEntry& reviewPromptEntry();
+const WindowEntry& updateEntry();
 const WindowEntry& preferencesEntry();
 const WindowEntry& contextMenuEntry();
 const WindowEntry& coachEntry();
@@ -16,6 +17,7 @@ const WindowEntry& noticesEntry();
 const std::vector<const WindowEntry*>& windowEntries() {
   static const std::vector<const WindowEntry*> entries = {
       &iconShelfEntry(),     &foreignMenusEntry(), &placementGuideEntry(), &newAppNoticeEntry(), &reviewPromptEntry(),
+      &updateEntry(),
       &preferencesEntry(),   &contextMenuEntry(),  &coachEntry(),          &noticesEntry(),
   };
   return entries;

@@ -8,6 +8,12 @@ into one universal executable and the bundle is assembled around it.
 The SDK lacks text stubs for libSystem and libc++, so tools/macos-stubs.py writes them from the
 objects' undefined symbols before the link.
 
+The `check` target runs the checks a review of the Objective-C++ would: every .mm (the backend,
+its entry point and its tests) is compiled once more for one architecture with the availability,
+Objective-C and selector warnings as errors, then through the clang static analyzer's core,
+C++, Unix and macOS checkers; any finding fails it. Each file's check is redone only when the
+file or a header it reads changed.
+
 Sources are globbed on every run, so new files join without editing anything here. Standard
 library only.
 """
@@ -25,6 +31,15 @@ import sys
 MINIMUM_MACOS = "13.0"
 FRAMEWORKS = ["AppKit", "Foundation", "CoreFoundation", "CoreGraphics", "ApplicationServices", "Carbon", "QuartzCore"]
 LIBRARIES = ["objc"]
+# What the check adds to the project's warnings: calls to API newer than the deployment target,
+# selectors no header declares, and the Objective-C rules ARC code can still break.
+CHECK_WARNINGS = ("-Wunguarded-availability -Wunguarded-availability-new -Wdeprecated-declarations "
+                  "-Wundeclared-selector -Wstrict-selector-match -Wobjc-missing-super-calls "
+                  "-Wobjc-designated-initializers -Wobjc-property-implementation -Wobjc-method-access "
+                  "-Wobjc-literal-conversion -Wobjc-redundant-literal-use -Wimplicit-retain-self "
+                  "-Warc-repeated-use-of-weak")
+ANALYZER_CHECKERS = "core,cplusplus,unix,osx"
+DEFAULT_UPDATE_FEED = "https://tarvolo.app/appcast.xml"
 
 
 def resources(root: str) -> list[tuple[str, str]]:
@@ -58,6 +73,12 @@ def test_sources(root: str) -> list[str]:
     """The Mac backend's test target: its own checks and the platform contract's tests."""
     return sorted(glob.glob(os.path.join(root, "tests", "macos", "*.mm"))) + sorted(
         glob.glob(os.path.join(root, "tests", "platform", "contract", "*.cpp")))
+
+
+def checked_sources(root: str) -> list[str]:
+    """Every Objective-C++ file: the Mac backend, its entry point and its tests."""
+    return sorted(glob.glob(os.path.join(root, "src", "platform", "macos", "*.mm")) +
+                  glob.glob(os.path.join(root, "tests", "macos", "*.mm")))
 
 
 def googletest_dirs(googletest: str) -> tuple[str, str] | None:
@@ -100,10 +121,13 @@ def generate(args: argparse.Namespace) -> str:
     root = os.path.abspath(args.source_dir)
     build = os.path.abspath(args.build_dir)
     sdk = os.path.abspath(os.path.expanduser(args.sdk))
-    version = read_version(root)
+    version = getattr(args, "version", "") or read_version(root)
+    feed = getattr(args, "update_feed", "") or DEFAULT_UPDATE_FEED
+    key = getattr(args, "update_key", "")
 
     with open(os.path.join(root, "src/platform/macos/Info.plist.in"), encoding="utf-8") as handle:
-        plist = handle.read().replace("@TARVOLO_VERSION@", version)
+        plist = (handle.read().replace("@TARVOLO_VERSION@", version)
+                 .replace("@TARVOLO_UPDATE_FEED@", feed).replace("@TARVOLO_UPDATE_KEY@", key))
     plist_path = os.path.join(build, "Info.plist")
     write_if_changed(plist_path, plist)
 
@@ -156,6 +180,18 @@ def generate(args: argparse.Namespace) -> str:
         "rule pkginfo",
         "  command = printf 'APPL????' > $out",
         "  description = PKGINFO $out",
+        # The analyzer reports its findings as warnings that -Werror leaves alone: any line of
+        # its output naming one fails the step.
+        "rule check",
+        f"  command = $cxx -target {args.arch[0]}-apple-macos{MINIMUM_MACOS} $common $warnings {CHECK_WARNINGS} -Werror "
+        "$extra -fsyntax-only -MD -MF $out.d $in && "
+        f"$cxx -target {args.arch[0]}-apple-macos{MINIMUM_MACOS} $common $extra --analyze "
+        f"-Xclang -analyzer-output=text -Xanalyzer -analyzer-checker={ANALYZER_CHECKERS} -o /dev/null $in "
+        "> $out.log 2>&1; status=$$?; cat $out.log; "
+        "if [ $$status -ne 0 ] || grep -q 'warning:' $out.log; then exit 1; fi; touch $out",
+        "  depfile = $out.d",
+        "  deps = gcc",
+        "  description = CHECK $in",
         "",
     ]
 
@@ -235,6 +271,15 @@ def generate(args: argparse.Namespace) -> str:
         lines.append(f"build {ninja_escape(target)}: copy {ninja_escape(source)}")
         bundle.append(target)
     lines.append(f"default {' '.join(map(ninja_escape, bundle + finals))}")
+
+    stamps = []
+    for source in checked_sources(root):
+        stamp = object_path(build, root, "check", source) + ".checked"
+        includes = f"-I{q(os.path.join(root, 'tests'))}" + (f" -isystem {q(gtest[1])}" if gtest else "")
+        lines.append(f"build {ninja_escape(stamp)}: check {ninja_escape(source)}")
+        lines.append(f"  extra = {objc} {includes}")
+        stamps.append(stamp)
+    lines.append(f"build check: phony {' '.join(map(ninja_escape, stamps))}")
     return "\n".join(lines) + "\n"
 
 
@@ -253,10 +298,21 @@ def main(argv: list[str]) -> int:
     parser.add_argument("--arch", action="append", default=[])
     parser.add_argument("--jobs", default="2")
     parser.add_argument("--werror", action="store_true")
+    parser.add_argument("--check", action="store_true", help="also run the checks of every .mm")
+    parser.add_argument("--check-only", action="store_true", help="run only the checks of every .mm")
+    parser.add_argument("--version", default="", help="the version the bundle carries (default: the project's)")
+    parser.add_argument("--update-feed", default=DEFAULT_UPDATE_FEED, help="the update feed's address")
+    parser.add_argument("--update-key", default="", help="the EdDSA public key of the update archives")
     args = parser.parse_args(argv)
     args.arch = args.arch or ["arm64", "x86_64"]
     write_if_changed(os.path.join(os.path.abspath(args.build_dir), "build.ninja"), generate(args))
-    return subprocess.call(["ninja", "-C", args.build_dir, "-j", args.jobs])
+    targets = ["check"] if args.check_only else []
+    ninja = ["ninja", "-C", args.build_dir, "-j", args.jobs]
+    if args.check and not args.check_only:
+        # The build first: a file that does not compile is reported once, by the compiler.
+        status = subprocess.call(ninja)
+        return status or subprocess.call(ninja + ["check"])
+    return subprocess.call(ninja + targets)
 
 
 if __name__ == "__main__":

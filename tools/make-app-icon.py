@@ -140,8 +140,9 @@ def png(rows) -> bytes:
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(bytes(raw), 9)) + chunk(b"IEND", b"")
 
 
-# icns element types holding PNG data, by pixel size (the @2x types repeat a size).
-ICNS_TYPES = [(b"ic11", 32), (b"ic12", 64), (b"ic07", 128), (b"ic13", 256), (b"ic08", 256),
+# icns element types holding PNG data, by pixel size (the @2x types repeat a size). Finder's
+# lists and the menu bar's 1x screens ask for the 16 and 32 px images by their own types.
+ICNS_TYPES = [(b"icp4", 16), (b"icp5", 32), (b"ic11", 32), (b"ic12", 64), (b"ic07", 128), (b"ic13", 256), (b"ic08", 256),
               (b"ic14", 512), (b"ic09", 512), (b"ic10", 1024)]
 
 
@@ -157,7 +158,7 @@ def main(argv: list[str]) -> int:
     args = parser.parse_args(argv)
     full = render()
     scaled = {1024: full}
-    for size in (512, 256, 128, 64, 32):
+    for size in (512, 256, 128, 64, 32, 16):
         scaled[size] = downscale(full, 1024 // size)
     images = {size: png(rows) for size, rows in scaled.items()}
     with open(args.out, "wb") as handle:

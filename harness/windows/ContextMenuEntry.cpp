@@ -16,7 +16,7 @@ using json = nlohmann::ordered_json;
 const std::vector<std::string>& knownMenuActions() {
   static const std::vector<std::string> actions = {
       "menuOpenIconBar", "menuExpandFolded",   "menuShowAll",     "menuCollapse",
-      "menuArrange",     "menuHideInSettings", "openPreferences", "quitApp", "repairMenuBarOrder",
+      "menuArrange",     "menuHideInSettings", "openPreferences", "quitApp", "repairMenuBarOrder", "checkForUpdates",
   };
   return actions;
 }

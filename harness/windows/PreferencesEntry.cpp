@@ -23,7 +23,7 @@ constexpr const char* kNotOpen = "Preferences is not open";
 const std::vector<std::string>& knownControls() {
   static const std::vector<std::string> controls = {"language",     "autoCollapseDelay", "launchAtLogin",
                                                     "revealOnHover", "newAppNotices",     "search",
-                                                    "showOtherRunning", "pin", "unpin"};
+                                                    "showOtherRunning", "pin", "unpin", "automaticUpdates"};
   return controls;
 }
 
@@ -64,6 +64,10 @@ struct PreferencesSet {
       press(window->setRevealOnHover, value.get<bool>());
     }
     if (control == "newAppNotices") press(window->setNewAppNotices, value.get<bool>());
+    if (control == "automaticUpdates") {
+      if (!state || !state->general.automaticUpdates) return std::string("Preferences offers no automatic updates");
+      press(window->setAutomaticUpdates, value.get<bool>());
+    }
     if (control == "search") press(window->search, value.get<std::string>());
     if (control == "showOtherRunning") press(window->setOtherRunningShown, value.get<bool>());
     if (control == "pin" || control == "unpin") press(window->setPinned, value.get<std::string>(), control == "pin");
@@ -87,6 +91,20 @@ struct PickZone {
     };
     if (!listed(state->items.rows) && !listed(state->items.otherRunningRows)) return bundleId + " is not listed";
     press(window->pickZone, bundleId, std::string(rawValue(zone)));
+    return std::nullopt;
+  }
+};
+
+// The About tab's button that checks for a new version now.
+struct AboutCheckForUpdates {
+  std::string describe() const { return "about check for updates"; }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::about) return std::string("the About tab is not shown");
+    if (!state->about.checkForUpdatesTitle) return std::string("About offers no update check");
+    press(window->checkForUpdates);
     return std::nullopt;
   }
 };
@@ -208,7 +226,7 @@ Action parseSet(const StepInput& in) {
   }
   Field setting = in.step.required("value");
   const bool wantsBool = control == "launchAtLogin" || control == "revealOnHover" || control == "newAppNotices" ||
-                         control == "showOtherRunning";
+                         control == "showOtherRunning" || control == "automaticUpdates";
   if (wantsBool) setting.boolean();
   if (control == "autoCollapseDelay") setting.nonNegative();
   if (control == "language" || control == "search" || control == "pin" || control == "unpin") setting.string();
@@ -276,7 +294,7 @@ json stateJson(const platform::PreferencesViewState& state) {
   }
   json other = json::array();
   for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
-  return {{"title", state.windowTitle},
+  json out = {{"title", state.windowTitle},
           {"tab", platform::rawValue(state.tab)},
           {"tabTitle", titleOf(state.tabs, std::string(platform::rawValue(state.tab)))},
           {"general",
@@ -299,6 +317,10 @@ json stateJson(const platform::PreferencesViewState& state) {
             {"recording", state.hotkeys.recording},
             {"conflict", textOrNull(state.hotkeys.conflict)}}},
           {"about", {{"version", state.about.version}}}};
+  // Only in an app with the update framework, so that reports of one without it read as before.
+  if (general.automaticUpdates) out["general"]["automaticUpdates"] = general.automaticUpdates->on;
+  if (state.about.checkForUpdatesTitle) out["about"]["checkForUpdates"] = *state.about.checkForUpdatesTitle;
+  return out;
 }
 
 std::string renderState(const platform::PreferencesViewState& state) {
@@ -317,7 +339,11 @@ std::string renderState(const platform::PreferencesViewState& state) {
       out += "\n    ";
       if (general.launchAtLogin) out += general.launchAtLogin->title + ": " + onOff(general.launchAtLogin->on) + " · ";
       if (general.revealOnHover) out += general.revealOnHover->title + ": " + onOff(general.revealOnHover->on) + " · ";
-      out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on) + "\n";
+      out += general.newAppNotices.title + ": " + onOff(general.newAppNotices.on);
+      if (general.automaticUpdates) {
+        out += " · " + general.automaticUpdates->title + ": " + onOff(general.automaticUpdates->on);
+      }
+      out += "\n";
       if (general.launchAtLoginNote) out += "    " + *general.launchAtLoginNote + "\n";
       for (const auto& display : general.displays) {
         out += "    " + display.name + (display.holdsMenuBar ? " (menu bar)" : "") + ": " + display.hideIcons.title +
@@ -390,6 +416,7 @@ const WindowEntry& preferencesEntry() {
                 {"preferencesSet", {"value"}, parseSet},
                 {"pickZone", {"tier"}, parsePickZone},
                 {"closePreferences", {}, parseTrue<ClosePreferences>},
+                {"aboutCheckForUpdates", {}, parseTrue<AboutCheckForUpdates>},
                 {"recordHotkey", {}, parseTrue<RecordHotkey>},
                 {"recordShortcut", {}, [](const StepInput& in) {
                    return makeAction(RecordShortcut{.bundleId = knownAppId(in.value, in.scenario)});

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/Diagnostics.h"
 #include "base/Log.h"
 #include "discovery/owners/StatusItemManager.h"
 #include "hotkeys/AppShortcuts.h"
@@ -12,12 +13,16 @@
 #include "native/owners/NativeVisibilityEngine.h"
 #include "statusbar/StatusBarController.h"
 #include "ui/ReviewPrompt.h"
+#include "ui/UpdateController.h"
 
 namespace tarvolo {
 
 namespace {
 constexpr double kPreferencesLaunchDelay = 0.3;
 constexpr const char* kPreferencesArguments[] = {"--preferences", "-p", "--show-window"};
+constexpr const char* kDiagnoseArgument = "--diagnose";
+// Long enough for the own items' first frames and the start-up collapse's first verdict.
+constexpr double kDiagnoseDelay = 3.0;
 }  // namespace
 
 AppDelegate::AppDelegate(platform::Platform& platform) : platform_(platform) {}
@@ -31,6 +36,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   environment_ = std::make_unique<AppEnvironment>(platform_);
   platform_.setSystemEventSink(this);
   platform_.application().setActivationPolicy(platform::ActivationPolicy::accessory);
+  environment_->updates().start();
   ReviewPrompt::noteUse(platform_.defaults(), platform_.clock().currentDate());
   environment_->hotkeys().registerHotkeys();
   environment_->appShortcuts().registerAll();
@@ -41,6 +47,18 @@ void AppDelegate::applicationDidFinishLaunching() {
   if (!pendingURLs_.empty()) applicationOpenURLs(std::exchange(pendingURLs_, {}));
 
   auto arguments = platform_.system().processArguments();
+  if (std::find(arguments.begin(), arguments.end(), kDiagnoseArgument) != arguments.end()) {
+    // Prints what a user can send, then quits as the Quit item does.
+    platform_.mainQueue().post(kDiagnoseDelay, [weak = weakFactory_.handle()] {
+      auto* self = weak.get();
+      if (!self) return;
+      for (const auto& line : Diagnostics::report(*self->environment_)) {
+        self->platform_.logSink().writeStandardOutput(line);
+      }
+      self->platform_.application().terminate();
+    });
+    return;
+  }
   for (const char* wanted : kPreferencesArguments) {
     if (std::find(arguments.begin(), arguments.end(), wanted) == arguments.end()) continue;
     platform_.mainQueue().post(kPreferencesLaunchDelay, [weak = weakFactory_.handle()] {

@@ -19,6 +19,7 @@
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
 #include "ui/ReviewPromptController.h"
+#include "ui/UpdateController.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "ui/FirstLaunchCoachController.h"
 
@@ -116,6 +117,13 @@ AppEnvironment::AppEnvironment(platform::Platform& platform)
           hotkeys_->registerHotkeys();
         }
       }));
+  updates_ = std::make_unique<UpdateController>(UpdateController::Dependencies{
+      .platform = platform_,
+      .defaultCenter = defaultCenter_,
+      .localization = *localization_,
+      // Until the controller exists start-up is still under way, and the coach may yet come.
+      .coachRunning = [this] { return !statusBarController_ || !statusBarController_->onboardingComplete(); },
+  });
 }
 
 std::string AppEnvironment::appName(const std::string& bundleID) const {
@@ -161,7 +169,9 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .guide = *placementGuide_,
         .coach = *firstLaunchCoach_,
         .notices = *newAppLaunchCenter_,
+        .updates = *updates_,
     });
+    statusBarController_->noteUpdatesAvailable(updates_->available());
   }
   return *statusBarController_;
 }
@@ -270,6 +280,13 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
     displays.setRule(displayID, rule);
   };
   behaviour.barDisplayID = [&bar] { return bar.barDisplayID(); };
+  // An app built without the update framework shows neither the switch nor the button.
+  if (updates_->available()) {
+    UpdateController& updates = *updates_;
+    behaviour.automaticUpdateChecks = [&updates] { return updates.automaticChecks(); };
+    behaviour.setAutomaticUpdateChecks = [&updates](bool on) { updates.setAutomaticChecks(on); };
+    behaviour.checkForUpdates = [&updates] { updates.checkNow(); };
+  }
   return behaviour;
 }
 

@@ -29,6 +29,7 @@ class ReviewPromptController;
 class StatusBarController;
 class StatusBarRouter;
 class StatusItemManager;
+class UpdateController;
 
 // The composition root of one run: builds the shared owners in the order each needs the
 // others, hands each what it uses, and tears them down in reverse. Created when the app has
@@ -67,6 +68,7 @@ class AppEnvironment {
   ReviewPromptController* reviewPrompt() { return reviewPrompt_.get(); }
   HotkeyManager& hotkeys() { return *hotkeys_; }
   AppShortcuts& appShortcuts() { return *appShortcuts_; }
+  UpdateController& updates() { return *updates_; }
   LaunchAtLogin& launchAtLogin() { return *launchAtLogin_; }
   FirstLaunchCoachController* firstLaunchCoach() { return firstLaunchCoach_.get(); }
 
@@ -106,6 +108,7 @@ class AppEnvironment {
   std::unique_ptr<AppShortcuts> appShortcuts_;
   // Each recorder listens with the other's chords let go.
   Cancellables recorderSubscriptions_;
+  std::unique_ptr<UpdateController> updates_;
   // Start-up step 6 builds these, in this order.
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;

@@ -8,6 +8,7 @@
 #include "ui/FirstLaunchCoachController.h"
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
+#include "ui/UpdateController.h"
 
 namespace tarvolo {
 
@@ -25,6 +26,7 @@ StatusBarRouter::StatusBarRouter(Dependencies dependencies)
       guide_(dependencies.guide),
       coach_(dependencies.coach),
       notices_(dependencies.notices),
+      updates_(dependencies.updates),
       subscription_(dependencies.bar.observe([this](const StatusBarEvent& event) { route(event); })) {}
 
 void StatusBarRouter::route(const StatusBarEvent& event) {
@@ -48,6 +50,7 @@ void StatusBarRouter::route(const StatusBarEvent& event) {
                  },
                  [this](const BarEvent::OpenPreferences& open) { preferences_.open(open.focus); },
                  [this](const BarEvent::Arrange&) { guide_.startTour(); },
+                 [this](const BarEvent::CheckForUpdates&) { updates_.checkNow(); },
                  [this](const BarEvent::RepairAnchors& repair) {
                    if (!guide_.isShowingAnchorRepair()) {
                      guide_.startAnchorRepair(repair.openedByCollapseAttempt, repair.userInitiated);

@@ -11,9 +11,10 @@ class NewAppLaunchCenter;
 class PlacementGuideController;
 class PreferencesController;
 class StatusBarController;
+class UpdateController;
 
 // Carries what the status bar publishes to the owners that act on it: the Icon Shelf, the
-// settings, the placement guide, the first-launch coach and the new-app notices. Every event
+// settings, the placement guide, the first-launch coach, the new-app notices and the updater. Every event
 // has one case here, and an event without one does not compile. Main thread only.
 class StatusBarRouter {
  public:
@@ -24,6 +25,7 @@ class StatusBarRouter {
     PlacementGuideController& guide;
     FirstLaunchCoachController& coach;
     NewAppLaunchCenter& notices;
+    UpdateController& updates;
   };
 
   explicit StatusBarRouter(Dependencies dependencies);
@@ -38,6 +40,7 @@ class StatusBarRouter {
   PlacementGuideController& guide_;
   FirstLaunchCoachController& coach_;
   NewAppLaunchCenter& notices_;
+  UpdateController& updates_;
   Subscription subscription_;
 };
 

@@ -1,6 +1,7 @@
 #include "discovery/PlacementPolicy.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 
@@ -35,53 +36,48 @@ std::string_view lastBundleComponent(std::string_view bundleID) {
   return dot == std::string_view::npos ? bundleID : bundleID.substr(dot + 1);
 }
 
-// One application's side of owner matching, prepared once: a zone refresh compares every
-// application against every window, so nothing is trimmed or counted twice.
+std::atomic<std::uint64_t> namesFolded{0};
+
+// Trimmed and lower-cased: how owner names and the names they may stand for are compared.
+std::string comparisonForm(std::string_view name) {
+  namesFolded.fetch_add(1, std::memory_order_relaxed);
+  return text::lowercased(text::trimmed(name));
+}
+
+// One application's side of owner matching, prepared once: the names a window owner may carry
+// for it, each in comparison form.
 class OwnerMatcher {
  public:
-  OwnerMatcher(std::string_view appName, std::string_view bundleID)
-      : app_(text::trimmed(appName)), bundle_(text::trimmed(bundleID)), last_(lastBundleComponent(bundle_)) {
+  OwnerMatcher(std::string_view appName, std::string_view bundleID) {
+    const std::string_view app = text::trimmed(appName);
+    const std::string_view bundle = text::trimmed(bundleID);
+    const std::string_view last = lastBundleComponent(bundle);
     // One-letter names and components would match unrelated processes.
-    appUsable_ = characterCount(app_) >= 2;
-    lastUsable_ = characterCount(last_) >= 2;
+    if (characterCount(app) >= 2) add(app);
+    if (bundle.empty()) return;
+    add(bundle);
+    if (characterCount(last) >= 2) add(last);
   }
 
-  bool matches(std::string_view ownerName) const {
-    const std::string_view owner = text::trimmed(ownerName);
-    if (owner.empty() || isSystemOwner(owner)) return false;
-    if (appUsable_ && text::equalsIgnoringCase(app_, owner)) return true;
-    if (bundle_.empty()) return false;
-    if (text::equalsIgnoringCase(bundle_, owner)) return true;
-    return lastUsable_ && text::equalsIgnoringCase(last_, owner);
+  // `owner` in comparison form.
+  bool matches(const std::string& owner) const {
+    if (owner.empty() || systemOwners().contains(owner)) return false;
+    return std::find(names_.begin(), names_.end(), owner) != names_.end();
   }
+  const std::vector<std::string>& names() const { return names_; }
 
  private:
-  static bool isSystemOwner(std::string_view owner) {
-    const auto& system = systemOwners();
-    return std::any_of(system.begin(), system.end(),
-                       [&](const std::string& name) { return text::equalsIgnoringCase(owner, name); });
+  void add(std::string_view name) {
+    std::string form = comparisonForm(name);
+    if (std::find(names_.begin(), names_.end(), form) == names_.end()) names_.push_back(std::move(form));
   }
 
-  std::string_view app_;
-  std::string_view bundle_;
-  std::string_view last_;
-  bool appUsable_ = false;
-  bool lastUsable_ = false;
+  std::vector<std::string> names_;
 };
 
 bool looksLikeStatusItem(const ForeignMenuBarWindow& window) {
   return window.height <= statusItemMaxHeight && window.width >= statusItemMinWidth &&
          window.width <= statusItemMaxWidth;
-}
-
-std::vector<const ForeignMenuBarWindow*> statusItemsOf(std::string_view appName, std::string_view bundleID,
-                                                       std::span<const ForeignMenuBarWindow> windows) {
-  const OwnerMatcher matcher(appName, bundleID);
-  std::vector<const ForeignMenuBarWindow*> out;
-  for (const auto& window : windows) {
-    if (looksLikeStatusItem(window) && matcher.matches(window.ownerName)) out.push_back(&window);
-  }
-  return out;
 }
 
 std::optional<std::string> tierShownIn(PlacementZone zone) {
@@ -145,7 +141,41 @@ std::optional<PlacementZone> zone(const ZoneInput& input) {
 }
 
 bool ownerMatches(std::string_view ownerName, std::string_view appName, std::string_view bundleID) {
-  return OwnerMatcher(appName, bundleID).matches(ownerName);
+  return OwnerMatcher(appName, bundleID).matches(comparisonForm(ownerName));
+}
+
+OwnerIndex indexOwners(std::span<const ForeignMenuBarWindow> windows) {
+  OwnerIndex index;
+  for (std::size_t position = 0; position < windows.size(); ++position) {
+    const ForeignMenuBarWindow& window = windows[position];
+    if (!looksLikeStatusItem(window)) continue;
+    std::string owner = comparisonForm(window.ownerName);
+    if (owner.empty() || systemOwners().contains(owner)) continue;
+    index.statusItems[std::move(owner)].push_back(position);
+  }
+  return index;
+}
+
+std::vector<std::size_t> statusItemsOf(const OwnerIndex& index, std::string_view appName, std::string_view bundleID) {
+  const OwnerMatcher matcher(appName, bundleID);
+  std::vector<std::size_t> positions;
+  for (const std::string& name : matcher.names()) {
+    const auto found = index.statusItems.find(name);
+    if (found == index.statusItems.end()) continue;
+    positions.insert(positions.end(), found->second.begin(), found->second.end());
+  }
+  // The names are distinct, so no window is listed twice; only the order needs restoring.
+  std::sort(positions.begin(), positions.end());
+  return positions;
+}
+
+std::uint64_t ownerNamesFolded() { return namesFolded.load(std::memory_order_relaxed); }
+
+std::optional<std::string> zoneShownAt(const ForeignMenuBarWindow& window, const PlacementAnchors& anchors,
+                                       double expandedLength) {
+  const auto where = zone({.minX = window.minX, .maxX = window.maxX, .anchors = anchors, .expandedLength = expandedLength});
+  if (!where) return std::nullopt;
+  return tierShownIn(*where);
 }
 
 std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const ForeignMenuBarWindow> windows,
@@ -162,26 +192,20 @@ std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const Fore
 std::optional<std::string> observedZone(const ObservedZoneInput& input) {
   if (!input.anchors || !anchorsUsable(*input.anchors, input.expandedLength)) return std::nullopt;
   // Only the first window in window-list order speaks for the application.
-  const OwnerMatcher matcher(input.appName, input.bundleID);
-  const auto found = std::find_if(input.windows.begin(), input.windows.end(), [&](const ForeignMenuBarWindow& window) {
-    return looksLikeStatusItem(window) && matcher.matches(window.ownerName);
-  });
-  if (found == input.windows.end()) return std::nullopt;
-  const ForeignMenuBarWindow& first = *found;
-  const auto where =
-      zone({.minX = first.minX, .maxX = first.maxX, .anchors = *input.anchors, .expandedLength = input.expandedLength});
-  if (!where) return std::nullopt;
-  return tierShownIn(*where);
+  const auto positions = statusItemsOf(indexOwners(input.windows), input.appName, input.bundleID);
+  if (positions.empty()) return std::nullopt;
+  return zoneShownAt(input.windows[positions.front()], *input.anchors, input.expandedLength);
 }
 
 std::optional<bool> foreignItemInTargetZone(const ForeignItemInTargetZoneInput& input) {
   if (!anchorsUsable(input.anchors, input.expandedLength)) return std::nullopt;
-  const auto candidates = statusItemsOf(input.appName, input.bundleID, input.windows);
-  if (candidates.empty()) return std::nullopt;
+  const auto positions = statusItemsOf(indexOwners(input.windows), input.appName, input.bundleID);
+  if (positions.empty()) return std::nullopt;
   // Any one icon in place counts: an application with several items is placed once one of them is.
-  return std::any_of(candidates.begin(), candidates.end(), [&](const ForeignMenuBarWindow* window) {
-    return zone({.minX = window->minX,
-                 .maxX = window->maxX,
+  return std::any_of(positions.begin(), positions.end(), [&](std::size_t position) {
+    const ForeignMenuBarWindow& window = input.windows[position];
+    return zone({.minX = window.minX,
+                 .maxX = window.maxX,
                  .anchors = input.anchors,
                  .expandedLength = input.expandedLength}) == input.target;
   });

@@ -3,12 +3,15 @@
 // Where a foreign application's icon belongs and where it actually sits. Every function is pure
 // and total: categories travel as their raw strings, so an unknown string is an ordinary input.
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/vocabulary/PlacementTypes.h"
@@ -61,6 +64,26 @@ struct ZoneInput {
 std::optional<PlacementZone> zone(const ZoneInput& input);
 
 bool ownerMatches(std::string_view ownerName, std::string_view appName, std::string_view bundleID);
+
+// A window list's status items grouped by their owner's name in comparison form, built once per
+// reading of the bar: matching every application against every window name by name would fold
+// the same names apps × windows times on each refresh.
+struct OwnerIndex {
+  // Comparison form of an owner name to the positions of its status-item windows in the indexed
+  // list, ascending. System owners and unnamed windows are left out: they never match.
+  std::unordered_map<std::string, std::vector<std::size_t>> statusItems;
+};
+OwnerIndex indexOwners(std::span<const ForeignMenuBarWindow> windows);
+// The positions of the application's status-item windows in the indexed list, ascending.
+std::vector<std::size_t> statusItemsOf(const OwnerIndex& index, std::string_view appName, std::string_view bundleID);
+// How many names this process has put into comparison form for owner matching. Matching stays
+// linear in applications plus windows; a check holds the count to that.
+std::uint64_t ownerNamesFolded();
+
+// The tier an icon at this window shows, as a raw category; absent on the system's side of the
+// bar or while the anchors cannot be used.
+std::optional<std::string> zoneShownAt(const ForeignMenuBarWindow& window, const PlacementAnchors& anchors,
+                                       double expandedLength);
 
 // The windows overlapping the screen horizontally; all of them when a screen edge is unknown.
 std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const ForeignMenuBarWindow> windows,

@@ -5,7 +5,9 @@
 namespace tarvolo {
 
 AccessibilityPermission::AccessibilityPermission(Dependencies dependencies)
-    : isTrusted(dependencies.platform.accessibility().isProcessTrusted()), platform_(dependencies.platform) {
+    : isTrusted(dependencies.platform.accessibility().isProcessTrusted()),
+      platform_(dependencies.platform),
+      poll_(dependencies.platform.mainQueue()) {
   becameActive_ = dependencies.defaultCenter.addObserver(
       Notifications::applicationDidBecomeActive,
       onMainQueue(platform_.mainQueue(), [call = bindWeak(weakFactory_.handle(), &AccessibilityPermission::recheck)](
@@ -19,6 +21,24 @@ void AccessibilityPermission::recheck() {
   if (trusted == isTrusted.get()) return;
   Diag::log(LogLine("accessibility changed").add("trusted", trusted));
   isTrusted = trusted;
+}
+
+void AccessibilityPermission::setAsking(std::string_view window, bool asking) {
+  mainThread_.check();
+  auto found = askers_.find(window);
+  if (asking && found == askers_.end()) askers_.emplace(window);
+  if (!asking && found != askers_.end()) askers_.erase(found);
+  if (askers_.empty() || isTrusted.get()) {
+    poll_.cancel();
+  } else if (!poll_.isScheduled()) {
+    poll_.schedule(askingPollInterval, bindWeak(weakFactory_.handle(), &AccessibilityPermission::poll));
+  }
+}
+
+void AccessibilityPermission::poll() {
+  recheck();
+  if (askers_.empty() || isTrusted.get()) return;
+  poll_.schedule(askingPollInterval, bindWeak(weakFactory_.handle(), &AccessibilityPermission::poll));
 }
 
 void AccessibilityPermission::requestAccess() {

@@ -39,6 +39,54 @@ std::string_view rawValue(LoginItemStatus status) {
   return "notFound";
 }
 
+std::string_view selectorName(ResponderAction action) {
+  switch (action) {
+    case ResponderAction::undo: return "undo:";
+    case ResponderAction::redo: return "redo:";
+    case ResponderAction::cut: return "cut:";
+    case ResponderAction::copy: return "copy:";
+    case ResponderAction::paste: return "paste:";
+    case ResponderAction::selectAll: return "selectAll:";
+    case ResponderAction::performClose: return "performClose:";
+  }
+  return "undo:";
+}
+
+const MainMenuItem* MainMenu::itemFor(std::string_view keyEquivalent, bool shift) const {
+  for (const auto& section : sections) {
+    for (const auto& item : section.items) {
+      if (!item.isSeparator && item.keyEquivalent == keyEquivalent && item.shift == shift) return &item;
+    }
+  }
+  return nullptr;
+}
+
+MainMenu mainMenuWith(const Menu& appCommands) {
+  MainMenuSection app{.title = "Tarvolo"};
+  for (const MenuItem& command : appCommands.items) {
+    if (command.isSeparator) {
+      app.items.push_back(MainMenuItem{.isSeparator = true});
+      continue;
+    }
+    app.items.push_back(
+        MainMenuItem{.title = command.title, .keyEquivalent = command.keyEquivalent, .perform = command.perform});
+  }
+  auto standard = [](std::string title, std::string key, ResponderAction action, bool shift = false) {
+    return MainMenuItem{
+        .title = std::move(title), .keyEquivalent = std::move(key), .shift = shift, .responderAction = action};
+  };
+  MainMenuSection edit{.title = "Edit",
+                       .items = {standard("Undo", "z", ResponderAction::undo),
+                                 standard("Redo", "z", ResponderAction::redo, true),
+                                 MainMenuItem{.isSeparator = true},
+                                 standard("Cut", "x", ResponderAction::cut),
+                                 standard("Copy", "c", ResponderAction::copy),
+                                 standard("Paste", "v", ResponderAction::paste),
+                                 standard("Select All", "a", ResponderAction::selectAll)}};
+  MainMenuSection window{.title = "Window", .items = {standard("Close", "w", ResponderAction::performClose)}};
+  return MainMenu{.sections = {std::move(app), std::move(edit), std::move(window)}};
+}
+
 double ScreenInfo::notchWidth() const {
   if (!auxiliaryTopLeftArea || !auxiliaryTopRightArea) return 0;
   double width = auxiliaryTopRightArea->minX() - auxiliaryTopLeftArea->maxX();

@@ -21,6 +21,7 @@
 #include "platform/AXElement.h"
 #include "platform/MenuBarAccessTier.h"
 #include "platform/SerialQueue.h"
+#include "platform/Updater.h"
 
 namespace tarvolo::platform {
 
@@ -198,6 +199,39 @@ struct MenuItem {
 struct Menu {
   std::vector<MenuItem> items;
 };
+
+// The standard commands AppKit sends to the first responder (the focused text field, the key
+// window), by their action names.
+enum class ResponderAction { undo, redo, cut, copy, paste, selectAll, performClose };
+
+std::string_view selectorName(ResponderAction action);  // "undo:", ..., "performClose:"
+
+struct MainMenuItem {
+  std::string title;
+  std::string keyEquivalent;  // "" for none; typed with ⌘ (and ⇧ where `shift`)
+  bool shift = false;
+  bool isSeparator = false;
+  // Exactly one of these for an item that is not a separator.
+  std::optional<ResponderAction> responderAction;
+  std::function<void()> perform;
+};
+
+struct MainMenuSection {
+  std::string title;
+  std::vector<MainMenuItem> items;
+};
+
+// The application's main menu. An app without a menu bar of its own still needs one: its key
+// equivalents are the only way ⌘C, ⌘V, ⌘A and ⌘Z reach a text field and ⌘W a window.
+struct MainMenu {
+  std::vector<MainMenuSection> sections;
+  // The item typed with ⌘ and `keyEquivalent` (⇧ too where `shift`); null when there is none.
+  const MainMenuItem* itemFor(std::string_view keyEquivalent, bool shift = false) const;
+};
+
+// The main menu every backend installs: the app's commands (`appCommands`, under the app's
+// name), then the standard Edit and Window menus. The titles are never shown.
+MainMenu mainMenuWith(const Menu& appCommands);
 
 constexpr double kVariableStatusItemLength = -1;
 
@@ -421,9 +455,12 @@ class Application {
   virtual ActivationPolicy activationPolicy() const = 0;
   // Asks the application to terminate; the delegate's applicationWillTerminate runs first.
   virtual void terminate() = 0;
-  // The app's main menu: only its key equivalents matter to an app without a menu bar of its
-  // own (⌘, while one of its windows is key).
-  virtual void setMainMenu(const Menu& menu) = 0;
+  // The app's commands in its main menu (⌘, and ⌘Q while one of its windows is key); the
+  // backend installs them with the standard Edit and Window menus (`mainMenuWith`), so text
+  // fields keep copy, paste and undo and windows close with ⌘W.
+  virtual void setMainMenu(const Menu& appCommands) = 0;
+  // Puts `text` on the general pasteboard, replacing what it held.
+  virtual void copyToPasteboard(const std::string& text) = 0;
   // Opens a web address or a System Settings link in the system's handler.
   virtual void openURL(const std::string& address) = 0;
 };
@@ -479,6 +516,8 @@ class Platform {
   virtual Application& application() = 0;
   virtual UserInterface& userInterface() = 0;
   virtual AssessmentMode& assessmentMode() = 0;
+  // The update framework, which may be absent (Updater::loadFramework).
+  virtual Updater& updater() = 0;
   // A new serial background queue; destroying it cancels what has not started.
   virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) = 0;
   virtual HotkeyService& hotkeys() = 0;

@@ -46,6 +46,9 @@ struct MenuBarAccessEntry {
   std::optional<std::string> systemLabelKey(const SystemSymbolLookup& symbol) const;
   // The key a system symbol is labelled with.
   static std::string labelKey(std::string_view symbol);
+  // Whether the system owns the item: its owner's identifier starts with "com.apple." in any
+  // case. Asked for every row on every keystroke, so it compares in place.
+  static bool ownedBySystem(std::string_view ownerBundleID);
 };
 
 }  // namespace tarvolo

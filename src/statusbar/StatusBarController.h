@@ -70,6 +70,8 @@ class StatusBarController final : private CollapseHost,
   const BarState& state() const { return state_; }
   // The placement guide tells whether it exists, runs, and where its panel and ring stand.
   void notePlacementGuide(PlacementGuidePresence presence);
+  // The update framework runs, so the context menu offers to check for a new version.
+  void noteUpdatesAvailable(bool available) { updatesAvailable_ = available; }
 
   // --- start-up
   void finishStartup();
@@ -106,6 +108,7 @@ class StatusBarController final : private CollapseHost,
   void menuArrange();
   void menuHideInSettings();
   void menuPreferences();
+  void menuCheckForUpdates();
   void openPreferences(std::optional<std::string> focusing);
   void repairMenuBarOrder();
   void quitApp();
@@ -213,6 +216,7 @@ class StatusBarController final : private CollapseHost,
   BarSurroundings surroundings_;
   DisplayRuleStore displayRules_;
   bool keptForDisplay_ = false;
+  bool updatesAvailable_ = false;
   OwnStatusItems items_;
   CollapseEngine engine_;
   HidingEngineSwitch hiding_;

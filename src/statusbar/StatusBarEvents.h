@@ -91,6 +91,8 @@ struct OpenPreferences {
 };
 // The placement guide's tour of every icon out of place.
 struct Arrange {};
+// The user asked for a new version now.
+struct CheckForUpdates {};
 // Rewriting positions did not put the own items back in order: the guide shows how to drag them.
 struct RepairAnchors {
   bool openedByCollapseAttempt = false;
@@ -102,6 +104,6 @@ struct RepairAnchors {
 using StatusBarEvent = std::variant<BarEvent::StateChanged, BarEvent::GapsChanged, BarEvent::Collapsed,
                                     BarEvent::CoachWanted, BarEvent::ShowIconShelf, BarEvent::ToggleIconShelf,
                                     BarEvent::CloseIconShelf, BarEvent::OpenPreferences, BarEvent::Arrange,
-                                    BarEvent::RepairAnchors>;
+                                    BarEvent::RepairAnchors, BarEvent::CheckForUpdates>;
 
 }  // namespace tarvolo

@@ -113,6 +113,9 @@ platform::Menu StatusBarController::buildContextMenu() {
     menu.items.push_back(item("menu_repair_order", "repairMenuBarOrder", &StatusBarController::repairMenuBarOrder));
   }
   menu.items.push_back(platform::MenuItem::separator());
+  if (updatesAvailable_) {
+    menu.items.push_back(item("menu_check_updates", "checkForUpdates", &StatusBarController::menuCheckForUpdates));
+  }
   menu.items.push_back(item("menu_preferences", "openPreferences", &StatusBarController::menuPreferences, ","));
   menu.items.push_back(item("menu_quit", "quitApp", &StatusBarController::quitApp, "q"));
   return menu;
@@ -135,6 +138,7 @@ void StatusBarController::menuArrange() {
 
 void StatusBarController::menuHideInSettings() { openPreferences(std::string("items")); }
 void StatusBarController::menuPreferences() { openPreferences(std::nullopt); }
+void StatusBarController::menuCheckForUpdates() { publish(BarEvent::CheckForUpdates{}); }
 
 void StatusBarController::openPreferences(std::optional<std::string> focusing) {
   Diag::log(LogLine("openPreferences").add("focus", focusing));

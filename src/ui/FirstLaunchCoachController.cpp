@@ -7,6 +7,10 @@
 
 namespace tarvolo {
 
+namespace {
+constexpr std::string_view kCoachWindow = "coach";
+}  // namespace
+
 FirstLaunchCoachController::FirstLaunchCoachController(Dependencies dependencies)
     : platform_(dependencies.platform),
       statusBar_(dependencies.statusBar),
@@ -72,11 +76,13 @@ void FirstLaunchCoachController::placeAt(std::optional<Rect> anchor) {
   }
   MenuBarLog::log(LogLine("coach shown").add("step", model_.step()).add("anchored", anchor.has_value()));
   window.show(viewState(), actions());
+  permission_.setAsking(kCoachWindow, !permission_.isTrusted.get());
 }
 
 void FirstLaunchCoachController::refresh() {
   if (!isShown()) return;
   platform_.userInterface().firstLaunchCoach().update(viewState());
+  permission_.setAsking(kCoachWindow, !permission_.isTrusted.get());
 }
 
 void FirstLaunchCoachController::next() {
@@ -111,6 +117,7 @@ void FirstLaunchCoachController::finish(Finish how) {
   }
   MenuBarLog::log(LogLine("coach finished").add("action", action).add("step", model_.step()));
   platform_.userInterface().firstLaunchCoach().close();
+  permission_.setAsking(kCoachWindow, false);
   statusBar_.completeOnboarding();
 }
 

@@ -118,6 +118,7 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .setNewAppNotices = bindWeak(weak(), &Self::setNewAppNotices),
       .setDisplayHidesIcons = bindWeak(weak(), &Self::setDisplayHidesIcons),
       .chooseDisplayDelay = bindWeak(weak(), &Self::chooseDisplayDelay),
+      .setAutomaticUpdates = bindWeak(weak(), &Self::setAutomaticUpdates),
       .search = bindWeak(weak(), &Self::search),
       .setOtherRunningShown = bindWeak(weak(), &Self::setOtherRunningShown),
       .pickZone = bindWeak(weak(), &Self::pickZone),
@@ -130,6 +131,7 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .startRecordingHotkey = bindWeak(weak(), &Self::startRecordingHotkey),
       .cancelRecordingHotkey = bindWeak(weak(), &Self::cancelRecordingHotkey),
       .openLink = bindWeak(weak(), &Self::openLink),
+      .checkForUpdates = bindWeak(weak(), &Self::checkForUpdates),
       .closed = bindWeak(weak(), &Self::closedByUser),
   };
 }
@@ -291,6 +293,16 @@ void PreferencesController::cancelAppShortcut() {
   refresh();
 }
 
+void PreferencesController::setAutomaticUpdates(bool enabled) {
+  if (!behaviour_.setAutomaticUpdateChecks) return;
+  behaviour_.setAutomaticUpdateChecks(enabled);
+  refresh();
+}
+
+void PreferencesController::checkForUpdates() {
+  if (behaviour_.checkForUpdates) behaviour_.checkForUpdates();
+}
+
 void PreferencesController::openLink(const std::string& address) {
   if (address == kWebsite || address == kGuide || address == kPrivacy) platform_.application().openURL(address);
 }
@@ -360,6 +372,11 @@ platform::PreferencesGeneralState PreferencesController::generalState() const {
                                                       .on = notices_.newAppNoticesEnabled()};
   general.displaysSection = tr("display_rules_section");
   general.displays = displayRows();
+  if (behaviour_.automaticUpdateChecks) {
+    general.automaticUpdates = platform::PreferencesSwitch{.title = tr("update.automatic"),
+                                                           .detail = tr("update.automatic_desc"),
+                                                           .on = behaviour_.automaticUpdateChecks()};
+  }
   return general;
 }
 
@@ -506,7 +523,11 @@ platform::PreferencesAboutState PreferencesController::aboutState() const {
         formatText(tr("about_sentence_stats"), {std::to_string(hidden), std::to_string(total)}));
   }
   about.privacyTitle = tr("about_feature_privacy_title");
-  about.privacyDetail = tr("about_feature_privacy_desc") + " " + tr("about_feature_network_desc");
+  // With the updater the app does go online, for its feed and nothing else.
+  const bool updates = static_cast<bool>(behaviour_.checkForUpdates);
+  about.privacyDetail =
+      tr("about_feature_privacy_desc") + " " + tr(updates ? "update.network_desc" : "about_feature_network_desc");
+  if (updates) about.checkForUpdatesTitle = tr("update.check_now");
   about.supportSection = tr("about_support_section");
   about.docsTitle = tr("about_support_docs_title");
   about.docsDetail = tr("about_support_docs_desc");

@@ -64,6 +64,9 @@ class PreferencesController {
     std::function<DisplayRule(const std::string& displayID)> displayRule;
     std::function<void(const std::string& displayID, const DisplayRule& rule)> setDisplayRule;
     std::function<std::string()> barDisplayID;
+    std::function<bool()> automaticUpdateChecks;
+    std::function<void(bool)> setAutomaticUpdateChecks;
+    std::function<void()> checkForUpdates;
   };
 
   struct Dependencies {
@@ -106,6 +109,8 @@ class PreferencesController {
   void setNewAppNotices(bool enabled);
   void setDisplayHidesIcons(const std::string& displayId, bool hide);
   void chooseDisplayDelay(const std::string& displayId, const std::string& delayId);
+  void setAutomaticUpdates(bool enabled);
+  void checkForUpdates();
   void search(const std::string& query);
   void setOtherRunningShown(bool shown);
   void pickZone(const std::string& bundleId, const std::string& zone);

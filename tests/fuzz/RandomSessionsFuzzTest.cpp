@@ -217,16 +217,16 @@ json foreignValue(int depth) {
 
 // --- the desktop ----------------------------------------------------------------------------------
 
-std::vector<sim::SimScreenSpec> genScreens() {
-  static const std::vector<sim::SimScreenSpec> kinds = {
+std::vector<sim::SimScreenSetup> genScreens() {
+  static const std::vector<sim::SimScreenSetup> kinds = {
       {.width = 1512, .height = 982, .notchWidth = 185}, {.width = 1728, .height = 1117, .notchWidth = 185},
       {.width = 1920, .height = 1080},                   {.width = 2560, .height = 1440},
       {.width = 1280, .height = 800},                    {.width = 1024, .height = 640, .notchWidth = 185},
   };
-  std::vector<sim::SimScreenSpec> screens;
+  std::vector<sim::SimScreenSetup> screens;
   double x = 0;
   for (int i = *inRange(1, 4); i > 0; --i) {
-    sim::SimScreenSpec screen = *rc::gen::elementOf(kinds);
+    sim::SimScreenSetup screen = *rc::gen::elementOf(kinds);
     screen.x = x;
     screen.y = static_cast<double>(*inRange(-300, 301));
     x += screen.width;
@@ -235,22 +235,22 @@ std::vector<sim::SimScreenSpec> genScreens() {
   return screens;
 }
 
-std::vector<sim::SimAppSpec> genApps() {
-  std::vector<sim::SimAppSpec> apps;
+std::vector<sim::SimAppSetup> genApps() {
+  std::vector<sim::SimAppSetup> apps;
   apps.push_back({.bundleId = "com.fuzz.editor", .name = "Editor", .menusWidth = static_cast<double>(*inRange(0, 900))});
   const int count = *inRange(0, 61);
   for (int i = 0; i < count; ++i) {
-    sim::SimAppSpec app;
+    sim::SimAppSetup app;
     app.bundleId = (*inRange(0, 4) == 0 ? "COM.Fuzz.App" : "com.fuzz.app") + std::to_string(i);
     app.name = genText(false, 5);
     app.activation = *inRange(0, 3) == 0 ? platform::ActivationPolicy::regular : platform::ActivationPolicy::accessory;
     app.menusWidth = static_cast<double>(*inRange(0, 900));
     for (int item = *inRange(0, 4); item > 0; --item) {
-      sim::SimItemSpec spec;
-      spec.width = *inRange(0, 40) == 0 ? 6000.0 : static_cast<double>(*inRange(1, 200));
-      if (*inRange(0, 5) != 0) spec.position = static_cast<double>(*inRange(1, 3000));
-      spec.title = genText(false, 2);
-      app.items.push_back(spec);
+      sim::SimItemSetup setup;
+      setup.width = *inRange(0, 40) == 0 ? 6000.0 : static_cast<double>(*inRange(1, 200));
+      if (*inRange(0, 5) != 0) setup.position = static_cast<double>(*inRange(1, 3000));
+      setup.title = genText(false, 2);
+      app.items.push_back(setup);
     }
     app.running = *inRange(0, 10) != 0;
     app.accessibilityUnresponsive = *inRange(0, 10) == 0;
@@ -267,7 +267,7 @@ std::vector<sim::SimAppSpec> genApps() {
 
 class FuzzSession {
  public:
-  FuzzSession(fs::path file, std::vector<sim::SimAppSpec> apps) : file_(std::move(file)), apps_(std::move(apps)) {}
+  FuzzSession(fs::path file, std::vector<sim::SimAppSetup> apps) : file_(std::move(file)), apps_(std::move(apps)) {}
 
   void start(std::unique_ptr<sim::SimDesktop> desktop) {
     session_ = std::make_unique<sim::SimSession>(std::move(desktop));
@@ -329,7 +329,7 @@ class FuzzSession {
   bool appRunning(const std::string& bundleId) {
     const auto& apps = desktop().processes().apps();
     return std::any_of(apps.begin(), apps.end(),
-                       [&](const sim::SimAppSpec& app) { return app.bundleId == bundleId && app.running; });
+                       [&](const sim::SimAppSetup& app) { return app.bundleId == bundleId && app.running; });
   }
 
   platform::ModifierFlags randomModifiers() {
@@ -511,7 +511,7 @@ class FuzzSession {
   }
 
   fs::path file_;
-  std::vector<sim::SimAppSpec> apps_;
+  std::vector<sim::SimAppSetup> apps_;
   std::unique_ptr<sim::SimSession> session_;
   std::string trace_;
   std::set<int> performed_;

@@ -228,12 +228,12 @@ TEST(ScenarioParserTest, ReadsEveryFieldAndFillsDefaults) {
   EXPECT_DOUBLE_EQ(scenario.screens[0].x, 0);
 
   ASSERT_EQ(scenario.apps.size(), 3u);
-  const sim::SimAppSpec& safari = scenario.apps[0];
+  const sim::SimAppSetup& safari = scenario.apps[0];
   EXPECT_EQ(safari.name, "Safari") << "named after the bundle id's last part";
   EXPECT_EQ(safari.path, "/Applications/Safari.app");
   EXPECT_EQ(safari.activation, platform::ActivationPolicy::regular);
   EXPECT_TRUE(safari.running);
-  const sim::SimAppSpec& dropbox = scenario.apps[1];
+  const sim::SimAppSetup& dropbox = scenario.apps[1];
   EXPECT_EQ(dropbox.activation, platform::ActivationPolicy::accessory);
   ASSERT_EQ(dropbox.items.size(), 2u);
   EXPECT_EQ(dropbox.items[0].position, 160);

@@ -189,6 +189,46 @@ TEST(ScenarioRunnerTest, StepsAfterCommandQAreSkippedUnderTheTimeOfTheQuit) {
   EXPECT_FALSE(report.steps[1].performed);
 }
 
+// What --diagnose prints after start-up, checked against the desktop it ran on; the same desktop
+// quit at the same moment without it has the same bar, so reading changed nothing.
+TEST(ScenarioRunnerTest, DiagnoseArgumentPrintsTheReportAndChangesNothingInTheBar) {
+  std::ifstream in(scenariosDirectory() / "diagnose.json");
+  json document = json::parse(in);
+  Report report = runScenario(parseScenario(document));
+  std::vector<std::string> printed;
+  for (const auto& line : report.log) {
+    if (line.channel == "stdout") printed.push_back(line.message);
+  }
+  auto has = [&](const std::string& wanted) {
+    return std::find(printed.begin(), printed.end(), wanted) != printed.end();
+  };
+  auto startsWith = [&](const std::string& prefix) {
+    return std::any_of(printed.begin(), printed.end(), [&](const std::string& line) { return line.rfind(prefix, 0) == 0; });
+  };
+  EXPECT_TRUE(has("macOS: 15"));
+  EXPECT_TRUE(has("screens: 2"));
+  EXPECT_TRUE(startsWith("screen 1: ") && startsWith("screen 2: "));
+  EXPECT_TRUE(has("accessibility: yes"));
+  EXPECT_TRUE(has("post events: yes"));
+  EXPECT_TRUE(startsWith("toggle: ") && !has("toggle: unreadable"));
+  EXPECT_TRUE(startsWith("separator: ") && startsWith("always-hidden separator: "));
+  EXPECT_TRUE(has("engine: publicSpacer (system engine unsupported)"));
+  EXPECT_TRUE(startsWith("cliff: ") && startsWith("last collapse: ") && startsWith("collapse length now: "));
+  EXPECT_TRUE(has("last collapse: laidOut") || has("last collapse: underfold")) << "the start-up collapse was verified";
+  EXPECT_TRUE(has("check own items in order: ok"));
+  EXPECT_TRUE(has("check toggle on a screen: ok"));
+  for (const auto& line : printed) EXPECT_EQ(line.find("FAILED"), std::string::npos) << line;
+  EXPECT_FALSE(report.atQuit.tarvoloRunning && report.atQuit.time > 4) << "it quits once printed";
+
+  document["arguments"] = json::array();
+  document["steps"] = json::parse(R"([{ "at": )" + std::to_string(report.atQuit.time) + R"(, "quit": true }])");
+  Report plain = runScenario(parseScenario(document));
+  ASSERT_TRUE(report.atQuit.toggle && plain.atQuit.toggle && report.atQuit.separator && plain.atQuit.separator);
+  EXPECT_DOUBLE_EQ(report.atQuit.toggle->minX, plain.atQuit.toggle->minX);
+  EXPECT_DOUBLE_EQ(report.atQuit.separator->length, plain.atQuit.separator->length);
+  EXPECT_EQ(onScreenBundles(report.atQuit), onScreenBundles(plain.atQuit));
+}
+
 TEST(ScenarioRunnerTest, StepsThatCannotHappenAreReportedAndTheRunGoesOn) {
   Report report = runScenario(demoWithSteps(json::parse(R"([
     { "at": 1, "launch": "com.getdropbox.dropbox" },

@@ -27,6 +27,7 @@ const std::vector<std::string_view> kInterfaceKeys = {
     "update.title", "update.checking", "update.available", "update.download", "update.downloading",
     "update.preparing", "update.ready", "update.install", "update.installing", "update.current", "update.failed",
     "update.complete", "update.notes", "update.cancel", "update.close",
+    "update.you_have", "update.version_line", "update.megabytes", "update.progress", "update.skipped", "update.skip", "update.later", "update.install_update", "update.installed_version", "update.error.feed", "update.error.download", "update.error.interrupted", "update.error.signature", "update.error.install", "update.automatic", "update.automatic_desc", "update.check_now", "update.network_desc",
     "review_message", "review_later", "review_never",
     "app_shortcut_title", "app_shortcut_record", "app_shortcut_clear", "app_shortcut_conflict_deep",
     "app_shortcut_conflict_app", "app_shortcut_taken", "hotkey_conflict_app_shortcut",
@@ -74,7 +75,7 @@ const std::vector<std::string_view> kInterfaceKeys = {
     "open_preferences_help",
     "context_pin", "context_unpin", "context_move_visible", "context_move_hidden", "context_move_always_hidden",
     "menu_collapse_hidden", "menu_expand_hidden", "menu_collapse_deep", "menu_expand_deep",
-    "menu_reset_separators", "menu_refresh_apps", "menu_repair_order", "menu_preferences", "menu_quit",
+    "menu_reset_separators", "menu_refresh_apps", "menu_repair_order", "menu_check_updates", "menu_preferences", "menu_quit",
     "menu_rate_tarvolo", "menu_header_title", "menu_show_all", "menu_collapse", "menu_arrange",
     "menu_hide_in_settings",
     "about_feature_privacy_desc", "about_feature_privacy_title", "about_support_docs_desc",
@@ -118,6 +119,9 @@ const std::set<std::pair<std::string_view, std::string_view>> kSameAsEnglish = {
     {"about_version_label", "de"}, {"about_version_label", "fr"},
     {"official_website", "de"},
     {"about_support_section", "de"},
+    // The symbol of the unit is written alike.
+    {"update.megabytes", "zh"}, {"update.megabytes", "zh-Hant"}, {"update.megabytes", "ja"},
+    {"update.megabytes", "de"}, {"update.megabytes", "es"}, {"update.megabytes", "pt"},
 };
 
 std::vector<std::string> placeholders(std::string_view text) {

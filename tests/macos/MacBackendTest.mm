@@ -44,6 +44,15 @@ int visiblePanels() {
   return count;
 }
 
+template <typename View>
+View* findView(NSView* root, const std::function<bool(View*)>& matches) {
+  if ([root isKindOfClass:[View class]] && matches((View*)root)) return (View*)root;
+  for (NSView* child in root.subviews) {
+    if (View* found = findView<View>(child, matches)) return found;
+  }
+  return nil;
+}
+
 NSButton* firstButton(NSView* view) {
   if ([view isKindOfClass:[NSButton class]]) return (NSButton*)view;
   for (NSView* child in view.subviews) {
@@ -296,6 +305,133 @@ TEST(MacBackend, GuideAndNoticeWindowsOpenAndClose) {
   EXPECT_TRUE(ui.newAppNotice().isShown());
   ui.newAppNotice().close();
   EXPECT_FALSE(ui.newAppNotice().isShown());
+}
+
+TEST(MacBackend, PreferencesControlsStayLiveAcrossUpdates) {
+  MacUserInterface ui;
+  PreferencesViewState state;
+  state.windowTitle = "Settings";
+  state.tab = PreferencesTab::general;
+  state.tabs = {{"general", "General"}, {"items", "Icons"}, {"hotkeys", "Shortcuts"}, {"about", "About"}};
+  state.general.newAppNotices = {.title = "Tell me about new icons", .on = false};
+  state.items.zones = {{"always_visible", "Visible"}, {"hidden", "Folded"}, {"always_hidden", "Hidden"}};
+  state.items.rows = {{.bundleId = "com.example.a", .name = "A", .zone = "hidden"}};
+  std::vector<bool> notices;
+  std::vector<std::string> queries;
+  std::vector<std::string> pinned;
+  PreferencesCallbacks callbacks{.setNewAppNotices = [&](bool on) { notices.push_back(on); },
+                                 .search = [&](const std::string& query) { queries.push_back(query); },
+                                 .setPinned = [&](const std::string& bundleId, bool) { pinned.push_back(bundleId); }};
+  ui.preferences().show(state, callbacks);
+  NSWindow* window = nil;
+  for (NSWindow* candidate in NSApplication.sharedApplication.windows) {
+    if (candidate.visible && [candidate.title isEqualToString:@"Settings"]) window = candidate;
+  }
+  ASSERT_TRUE(window != nil);
+  auto noticesBox = [&] {
+    return findView<NSButton>(window.contentView, [](NSButton* b) { return [b.title hasPrefix:@"Tell me"]; });
+  };
+  NSButton* box = noticesBox();
+  ASSERT_TRUE(box != nil);
+  // Updates that change values, as the catalogue and the user's own choices do.
+  state.general.newAppNotices.on = true;
+  ui.preferences().update(state);
+  state.general.newAppNotices.title = "Tell me about new icons!";
+  ui.preferences().update(state);
+  EXPECT_EQ(noticesBox(), box);  // the same control, still the one on screen
+  EXPECT_EQ(box.state, NSControlStateValueOn);
+  [box performClick:nil];
+  ASSERT_EQ(notices.size(), 1u);
+  EXPECT_FALSE(notices[0]);
+
+  state.tab = PreferencesTab::items;
+  ui.preferences().update(state);
+  NSSearchField* search = findView<NSSearchField>(window.contentView, [](NSSearchField*) { return true; });
+  ASSERT_TRUE(search != nil);
+  id searchTarget = search.target;  // read once: the property is weak
+  search.stringValue = @"a";
+  [search sendAction:search.action to:searchTarget];
+  state.items.searchText = "a";
+  state.items.rows = {{.bundleId = "com.example.b", .name = "B", .zone = "hidden"}};
+  ui.preferences().update(state);
+  search.stringValue = @"ab";
+  [search sendAction:search.action to:searchTarget];
+  EXPECT_EQ(findView<NSSearchField>(window.contentView, [](NSSearchField*) { return true; }), search);
+  EXPECT_EQ(queries, (std::vector<std::string>{"a", "ab"}));
+  // A reused row acts on the entry it shows now.
+  state.items.pinTitle = "Pin";
+  ui.preferences().update(state);
+  NSButton* pin = findView<NSButton>(window.contentView, [](NSButton* b) { return [b.title isEqualToString:@"Pin"] && !b.hidden; });
+  ASSERT_TRUE(pin != nil);
+  [pin performClick:nil];
+  EXPECT_EQ(pinned, (std::vector<std::string>{"com.example.b"}));
+  ui.preferences().close();
+}
+
+TEST(MacBackend, ShelfRowIsSizedToItsTilesAndTilesActOnTheRowTheyShow) {
+  MacUserInterface ui;
+  IconShelfViewState state;
+  state.title = "Icon Shelf";
+  state.tiers = {{.rawValue = "all", .title = "All", .selected = true}};
+  for (int i = 0; i < 6; ++i) {
+    std::string name = "App " + std::to_string(i);
+    state.rows.push_back({.id = name, .name = name, .accessibilityLabel = name});
+  }
+  std::vector<std::string> chosen;
+  ui.iconShelfPanel().show(state, IconShelfActions{.chooseRow = [&](const std::string& id) { chosen.push_back(id); }});
+  NSPanel* panel = nil;
+  for (NSWindow* window in NSApplication.sharedApplication.windows) {
+    if ([window isKindOfClass:[NSPanel class]] && window.visible &&
+        findView<NSScrollView>(window.contentView, [](NSScrollView*) { return true; })) {
+      panel = (NSPanel*)window;
+    }
+  }
+  ASSERT_TRUE(panel != nil);
+  [panel.contentView layoutSubtreeIfNeeded];
+  NSScrollView* strip = findView<NSScrollView>(panel.contentView, [](NSScrollView*) { return true; });
+  EXPECT_GE(strip.documentView.frame.size.width, 6 * 84.0);
+  EXPECT_GT(strip.documentView.frame.size.height, 0.0);
+  // The list changes under the same tiles: a click goes to the row shown now.
+  std::reverse(state.rows.begin(), state.rows.end());
+  ui.iconShelfPanel().update(state);
+  NSButton* first = findView<NSButton>(strip.documentView, [](NSButton* b) { return [b.title isEqualToString:@"App 5"]; });
+  ASSERT_TRUE(first != nil);
+  [first performClick:nil];
+  EXPECT_EQ(chosen, (std::vector<std::string>{"App 5"}));
+  ui.iconShelfPanel().close();
+}
+
+TEST(MacBackend, MainMenuKeepsTheStandardEditAndWindowCommands) {
+  MacApplication application;
+  int opened = 0;
+  Menu commands;
+  commands.items.push_back(MenuItem{.title = "Settings…", .action = "openPreferences", .keyEquivalent = ",",
+                                    .perform = [&opened] { ++opened; }});
+  application.setMainMenu(commands);
+  NSMenu* main = NSApplication.sharedApplication.mainMenu;
+  auto find = [&](NSString* key, SEL action) -> NSMenuItem* {
+    for (NSMenuItem* holder in main.itemArray) {
+      for (NSMenuItem* item in holder.submenu.itemArray) {
+        if ([item.keyEquivalent isEqualToString:key] && item.action == action) return item;
+      }
+    }
+    return nil;
+  };
+  for (NSString* key in @[ @"c", @"v", @"x", @"a", @"z" ]) {
+    SEL action = [key isEqualToString:@"c"]   ? @selector(copy:)
+                 : [key isEqualToString:@"v"] ? @selector(paste:)
+                 : [key isEqualToString:@"x"] ? @selector(cut:)
+                 : [key isEqualToString:@"a"] ? @selector(selectAll:)
+                                              : NSSelectorFromString(@"undo:");
+    NSMenuItem* item = find(key, action);
+    ASSERT_TRUE(item != nil) << key.UTF8String;
+    EXPECT_TRUE(item.target == nil);  // sent along the responder chain
+  }
+  EXPECT_TRUE(find(@"w", @selector(performClose:)) != nil);
+  NSMenuItem* settings = find(@",", @selector(perform:));
+  ASSERT_TRUE(settings != nil);
+  [NSApplication.sharedApplication sendAction:settings.action to:settings.target from:settings];
+  EXPECT_EQ(opened, 1);
 }
 
 }  // namespace

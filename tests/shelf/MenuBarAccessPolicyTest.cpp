@@ -95,5 +95,16 @@ TEST(MenuBarAccessEntry, LabelsOnlySystemItemsWithASymbol) {
   EXPECT_EQ(MenuBarAccessEntry::labelKey("wifi"), "iconbar.system");
 }
 
+TEST(MenuBarAccessEntry, TheSystemOwnsItemsByItsIdentifierPrefixInAnyCase) {
+  EXPECT_TRUE(MenuBarAccessEntry::ownedBySystem("com.apple."));
+  EXPECT_TRUE(MenuBarAccessEntry::ownedBySystem("COM.Apple.Spotlight"));
+  EXPECT_FALSE(MenuBarAccessEntry::ownedBySystem("com.apple"));
+  EXPECT_FALSE(MenuBarAccessEntry::ownedBySystem("com.applesauce.app"));
+  EXPECT_FALSE(MenuBarAccessEntry::ownedBySystem(" com.apple.Spotlight"));
+  // A letter outside ASCII stays outside it when lower-cased: no look-alike passes.
+  EXPECT_FALSE(MenuBarAccessEntry::ownedBySystem("\u0441om.apple.Spotlight"));
+  EXPECT_FALSE(MenuBarAccessEntry::ownedBySystem(""));
+}
+
 }  // namespace
 }  // namespace tarvolo

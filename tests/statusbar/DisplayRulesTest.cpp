@@ -5,13 +5,13 @@
 namespace tarvolo::testing {
 namespace {
 
-sim::SimScreenSpec external() {
-  return sim::SimScreenSpec{.width = 2560, .height = 1440, .name = "Studio Display", .id = "studio"};
+sim::SimScreenSetup external() {
+  return sim::SimScreenSetup{.width = 2560, .height = 1440, .name = "Studio Display", .id = "studio"};
 }
-sim::SimScreenSpec laptopBeside() {
-  return sim::SimScreenSpec{.width = 1512, .height = 982, .x = -1512, .notchWidth = 185, .id = "built-in"};
+sim::SimScreenSetup laptopBeside() {
+  return sim::SimScreenSetup{.width = 1512, .height = 982, .x = -1512, .notchWidth = 185, .id = "built-in"};
 }
-sim::SimScreenSpec laptopAlone() { return sim::SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185, .id = "built-in"}; }
+sim::SimScreenSetup laptopAlone() { return sim::SimScreenSetup{.width = 1512, .height = 982, .notchWidth = 185, .id = "built-in"}; }
 
 DefaultsValue keepShownOn(const std::string& displayID) {
   return DefaultsValue(DefaultsValue::Dictionary{

@@ -375,7 +375,7 @@ TEST_F(SimAppTest, BackgroundProcessChurnLeavesCollapseBudgetsAlone) {
   DesktopOptions options;
   for (auto [bundle, policy] : {std::pair{"com.example.daemon", platform::ActivationPolicy::prohibited},
                                 std::pair{"com.example.agent", platform::ActivationPolicy::accessory}}) {
-    options.apps.push_back(sim::SimAppSpec{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
+    options.apps.push_back(sim::SimAppSetup{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
   }
   boot(options);
   launch();

@@ -2,22 +2,22 @@
 
 namespace tarvolo::testing {
 
-sim::SimScreenSpec notchedLaptop() { return sim::SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}; }
-sim::SimScreenSpec plainDisplay() { return sim::SimScreenSpec{.width = 1920, .height = 1080}; }
+sim::SimScreenSetup notchedLaptop() { return sim::SimScreenSetup{.width = 1512, .height = 982, .notchWidth = 185}; }
+sim::SimScreenSetup plainDisplay() { return sim::SimScreenSetup{.width = 1920, .height = 1080}; }
 
-std::vector<sim::SimAppSpec> sampleApps(int count) {
-  std::vector<sim::SimAppSpec> apps;
-  apps.push_back(sim::SimAppSpec{.bundleId = "com.example.editor", .name = "Editor",
+std::vector<sim::SimAppSetup> sampleApps(int count) {
+  std::vector<sim::SimAppSetup> apps;
+  apps.push_back(sim::SimAppSetup{.bundleId = "com.example.editor", .name = "Editor",
                                  .path = "/Applications/Editor.app", .menusWidth = 420});
   for (int i = 0; i < count; ++i) {
     std::string n = std::to_string(i);
-    apps.push_back(sim::SimAppSpec{
+    apps.push_back(sim::SimAppSetup{
         .bundleId = "com.example.icon" + n,
         .name = "Icon" + n,
         .path = "/Applications/Icon" + n + ".app",
         .activation = platform::ActivationPolicy::accessory,
         .menusWidth = 0,
-        .items = {sim::SimItemSpec{.width = 30, .position = 10.0 * (i + 1)}},
+        .items = {sim::SimItemSetup{.width = 30, .position = 10.0 * (i + 1)}},
     });
   }
   return apps;

@@ -13,15 +13,15 @@
 namespace tarvolo::testing {
 
 // Desktops the tests boot the app on.
-sim::SimScreenSpec notchedLaptop();   // 1512×982 with a 185-wide notch
-sim::SimScreenSpec plainDisplay();    // 1920×1080
+sim::SimScreenSetup notchedLaptop();   // 1512×982 with a 185-wide notch
+sim::SimScreenSetup plainDisplay();    // 1920×1080
 
 // A dozen-icon menu bar: icons at stored positions 10, 20, … (larger stands further left).
-std::vector<sim::SimAppSpec> sampleApps(int count = 6);
+std::vector<sim::SimAppSetup> sampleApps(int count = 6);
 
 struct DesktopOptions {
-  std::vector<sim::SimScreenSpec> screens = {notchedLaptop()};
-  std::vector<sim::SimAppSpec> apps = sampleApps();
+  std::vector<sim::SimScreenSetup> screens = {notchedLaptop()};
+  std::vector<sim::SimAppSetup> apps = sampleApps();
   sim::SimSettings settings;
   bool onboardingComplete = true;
   // Own positions: toggle, separator, always-hidden separator.

@@ -225,6 +225,25 @@ class CommandLine(unittest.TestCase):
             self.assertFalse(os.path.exists(os.path.join(out, "stubs/libSystem.tbd")))
 
 
+class AppIcon(unittest.TestCase):
+    def test_shipped_icon_holds_every_size_each_at_its_own_type(self):
+        with open(os.path.join(ROOT, "src/platform/macos/Resources/Tarvolo.icns"), "rb") as handle:
+            data = handle.read()
+        self.assertEqual(data[:4], b"icns")
+        self.assertEqual(int.from_bytes(data[4:8], "big"), len(data))
+        found = {}
+        offset = 8
+        while offset < len(data):
+            kind, length = data[offset:offset + 4], int.from_bytes(data[offset + 4:offset + 8], "big")
+            image = data[offset + 8:offset + length]
+            self.assertEqual(image[:8], b"\x89PNG\r\n\x1a\n", kind)
+            found[kind] = int.from_bytes(image[16:20], "big")  # the PNG header's width
+            offset += length
+        # 1x and 2x of 16, 32, 128, 256 and 512 points.
+        self.assertEqual(found, {b"icp4": 16, b"icp5": 32, b"ic11": 32, b"ic12": 64, b"ic07": 128, b"ic13": 256,
+                                 b"ic08": 256, b"ic14": 512, b"ic09": 512, b"ic10": 1024})
+
+
 class CrossBuildSources(unittest.TestCase):
     def test_version_comes_from_the_cmake_project(self):
         self.assertRegex(cross.read_version(ROOT), r"^\d+\.\d+\.\d+$")
@@ -260,6 +279,23 @@ class CrossBuildSources(unittest.TestCase):
         self.assertRegex(ninja, r"build \S*/Tarvolo\.app/Contents/Resources/Tarvolo\.icns: copy \S*/Resources/Tarvolo\.icns")
         default = [line for line in ninja.splitlines() if line.startswith("default ")][0]
         self.assertIn("Contents/Resources/Tarvolo.icns", default)
+
+    def test_every_objective_c_file_is_checked_and_check_is_not_built_by_default(self):
+        ninja = CrossBuildGoogleTest.generate(self, "/nonexistent")
+        check = [line for line in ninja.splitlines() if line.startswith("build check: phony ")][0]
+        for source in cross.checked_sources(ROOT):
+            self.assertIn(os.path.relpath(source, ROOT) + ".o.checked", check)
+        self.assertIn("src/platform/macos/main.mm", check)
+        self.assertIn("tests/macos/MacBackendTest.mm", check)
+        self.assertNotIn(".cpp", check)
+        rule = ninja[ninja.index("rule check"):].split("\n\n")[0]
+        for checker in ["core", "cplusplus", "unix", "osx"]:
+            self.assertRegex(rule, rf"-analyzer-checker=[a-z,]*\b{checker}\b")
+        self.assertIn("-Wundeclared-selector", rule)
+        self.assertIn("-Wunguarded-availability", rule)
+        self.assertIn("grep -q 'warning:'", rule)
+        default = [line for line in ninja.splitlines() if line.startswith("default ")][0]
+        self.assertNotIn(".checked", default)
 
     def test_objects_of_sources_outside_the_tree_stay_inside_the_build(self):
         self.assertEqual(cross.object_path("/b", "/src/t", "arm64", "/src/t/src/base/Log.cpp"),

@@ -38,17 +38,23 @@ std::string hostApplicationPath(const std::string& bundlePath) {
   return bundlePath.substr(0, nested + 4);
 }
 
-bool looksLikeStatusItem(const ForeignMenuBarWindow& window) {
-  return window.height <= PlacementPolicy::statusItemMaxHeight && window.width >= PlacementPolicy::statusItemMinWidth &&
-         window.width <= PlacementPolicy::statusItemMaxWidth;
-}
+// A row with what it sorts by, lower-cased once rather than at every comparison.
+struct SortedRow {
+  std::string name;
+  std::string bundle;
+  MenuBarAppItem item;
+};
 
 // Names first, as the user reads the list; the identifier keeps equal names apart.
-bool catalogOrder(const MenuBarAppItem& a, const MenuBarAppItem& b) {
-  const std::string nameA = text::lowercased(a.name);
-  const std::string nameB = text::lowercased(b.name);
-  if (nameA != nameB) return nameA < nameB;
-  return text::lowercased(a.bundleId) < text::lowercased(b.bundleId);
+std::vector<MenuBarAppItem> inCatalogOrder(std::vector<SortedRow> rows) {
+  std::sort(rows.begin(), rows.end(), [](const SortedRow& a, const SortedRow& b) {
+    if (a.name != b.name) return a.name < b.name;
+    return a.bundle < b.bundle;
+  });
+  std::vector<MenuBarAppItem> items;
+  items.reserve(rows.size());
+  for (SortedRow& row : rows) items.push_back(std::move(row.item));
+  return items;
 }
 
 }  // namespace
@@ -147,15 +153,14 @@ void StatusItemManager::scheduleZoneRefresh() {
 
 // --- scanning --------------------------------------------------------------------------------------
 
-std::optional<std::string> StatusItemManager::skipReason(const platform::RunningApplication& app,
-                                                         std::set<std::string>& seen) const {
-  if (!app.bundleIdentifier || app.bundleIdentifier->empty() || app.localizedName.empty()) return "unnamed";
-  const std::string id = text::lowercased(*app.bundleIdentifier);
+std::optional<std::string> StatusItemManager::skipReason(const platform::RunningApplication& app, const BundleID& id,
+                                                         const BundleID& own, std::set<BundleID>& seen) const {
+  if (id.empty() || app.localizedName.empty()) return "unnamed";
   if (!seen.insert(id).second) return "duplicate";
-  const std::string own = text::lowercased(platform_.system().ownBundleIdentifier());
-  if (id == own || std::find(kOwnBundleIDs.begin(), kOwnBundleIDs.end(), id) != kOwnBundleIDs.end()) return "own";
-  if (id.starts_with(kSystemPrefix)) return "system";
-  if (containsAny(id, kSkippedIdentifierFragments)) return "identifier";
+  const std::string& key = id.key();
+  if (id == own || std::find(kOwnBundleIDs.begin(), kOwnBundleIDs.end(), key) != kOwnBundleIDs.end()) return "own";
+  if (key.starts_with(kSystemPrefix)) return "system";
+  if (containsAny(key, kSkippedIdentifierFragments)) return "identifier";
   if (app.bundlePath && MenuBarCatalogPolicy::isInEmbeddedFolder(text::lowercased(*app.bundlePath))) return "embedded";
   if (app.activationPolicy == platform::ActivationPolicy::prohibited) return "background";
   return std::nullopt;
@@ -172,13 +177,13 @@ MenuBarAppItem StatusItemManager::makeItem(const platform::RunningApplication& a
   return item;
 }
 
-void StatusItemManager::decorate(MenuBarAppItem& item) const {
+void StatusItemManager::decorate(MenuBarAppItem& item, const BundleID& id) const {
   const auto saved = categories_.savedCategory(item.bundleId);
   item.hasSavedTier = saved.has_value();
   item.category = saved.value_or(CategoryStore::defaultCategory);
   item.isPinned = categories_.isPinned(item.bundleId);
   const bool accessible = hasAccessibleMenuBarItem(item.bundleId);
-  const bool detected = accessible || attributedBundleIDs.get().contains(text::lowercased(item.bundleId));
+  const bool detected = accessible || attributedBundleIDs.get().contains(id.key());
   item.needsDiscovery = !item.hasSavedTier && !accessible;
   const auto decision = MenuBarCatalogPolicy::decide({.kind = item.kind,
                                                       .bundleID = item.bundleId,
@@ -192,25 +197,28 @@ void StatusItemManager::decorate(MenuBarAppItem& item) const {
 void StatusItemManager::scanRunningApplications() {
   mainThread_.check();
   const auto running = platform_.workspace().runningApplications();
-  std::set<std::string> seen;
-  std::vector<MenuBarAppItem> accepted;
+  const BundleID own(platform_.system().ownBundleIdentifier());
+  std::set<BundleID> seen;
+  std::vector<ScannedApp> accepted;
   std::vector<std::string> found;
   std::map<std::string, int> skipped;
   for (const auto& app : running) {
-    if (auto reason = skipReason(app, seen)) {
+    // Each identifier is put into the form the catalogue compares once, here where it arrives.
+    BundleID id = app.bundleIdentifier ? BundleID(*app.bundleIdentifier) : BundleID();
+    if (auto reason = skipReason(app, id, own, seen)) {
       ++skipped[*reason];
       continue;
     }
-    accepted.push_back(makeItem(app));
-    found.push_back(text::lowercased(*app.bundleIdentifier));
+    found.push_back(id.key());
+    accepted.push_back({.item = makeItem(app), .id = std::move(id)});
   }
   scanned_ = std::move(accepted);
   notices_.noteFound(found);
 
   // Zones of applications that quit say nothing any more.
+  const std::set<std::string> stillRunning(found.begin(), found.end());
   auto zones = observedZones.get();
-  std::erase_if(zones,
-                [&](const auto& entry) { return std::find(found.begin(), found.end(), entry.first) == found.end(); });
+  std::erase_if(zones, [&](const auto& entry) { return !stillRunning.contains(entry.first); });
   observedZones = std::move(zones);
 
   publishCatalog();
@@ -225,17 +233,18 @@ void StatusItemManager::scanRunningApplications() {
 }
 
 void StatusItemManager::publishCatalog() {
-  std::vector<MenuBarAppItem> likely;
-  std::vector<MenuBarAppItem> other;
-  for (MenuBarAppItem item : scanned_) {
-    decorate(item);
-    switch (item.catalogSection) {
-      case MenuBarCatalogSection::likely: likely.push_back(std::move(item)); break;
-      case MenuBarCatalogSection::otherRunning: other.push_back(std::move(item)); break;
+  std::vector<SortedRow> likelyRows;
+  std::vector<SortedRow> otherRows;
+  for (const ScannedApp& app : scanned_) {
+    SortedRow row{.name = text::lowercased(app.item.name), .bundle = app.id.key(), .item = app.item};
+    decorate(row.item, app.id);
+    switch (row.item.catalogSection) {
+      case MenuBarCatalogSection::likely: likelyRows.push_back(std::move(row)); break;
+      case MenuBarCatalogSection::otherRunning: otherRows.push_back(std::move(row)); break;
     }
   }
-  std::sort(likely.begin(), likely.end(), catalogOrder);
-  std::sort(other.begin(), other.end(), catalogOrder);
+  std::vector<MenuBarAppItem> likely = inCatalogOrder(std::move(likelyRows));
+  std::vector<MenuBarAppItem> other = inCatalogOrder(std::move(otherRows));
   const bool changed = likely != items.get() || other != otherRunningItems.get();
   items = std::move(likely);
   otherRunningItems = std::move(other);
@@ -258,13 +267,14 @@ std::vector<ForeignMenuBarWindow> StatusItemManager::attributionWindows() const 
 
 std::vector<AccessibleIconReader::Target> StatusItemManager::readingTargets() const {
   std::vector<AccessibleIconReader::Target> targets;
-  for (const auto& item : scanned_) targets.push_back({.pid = item.pid, .bundleID = item.bundleId});
+  for (const auto& app : scanned_) targets.push_back({.pid = app.item.pid, .bundleID = app.item.bundleId});
   return targets;
 }
 
 void StatusItemManager::accessibleIconsRead() {
-  attributeFromWindows();
-  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows();
+  const auto windows = attributionWindows();
+  attributeFromWindows(windows);
+  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows(windows);
 }
 
 void StatusItemManager::refreshAttributedMenuBarApps() {
@@ -273,17 +283,16 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
     iconReader_.read();
     return;
   }
-  attributeFromWindows();
+  attributeFromWindows(attributionWindows());
 }
 
-void StatusItemManager::attributeFromWindows() {
-  const auto windows = attributionWindows();
+void StatusItemManager::attributeFromWindows(const std::vector<ForeignMenuBarWindow>& windows) {
+  const auto owners = PlacementPolicy::indexOwners(windows);
   std::set<std::string> attributed;
-  for (const auto& item : scanned_) {
-    const bool found = std::any_of(windows.begin(), windows.end(), [&](const ForeignMenuBarWindow& window) {
-      return looksLikeStatusItem(window) && PlacementPolicy::ownerMatches(window.ownerName, item.name, item.bundleId);
-    });
-    if (found) attributed.insert(text::lowercased(item.bundleId));
+  for (const auto& app : scanned_) {
+    if (!PlacementPolicy::statusItemsOf(owners, app.item.name, app.item.bundleId).empty()) {
+      attributed.insert(app.id.key());
+    }
   }
   if (attributed == attributedBundleIDs.get()) return;
   MenuBarLog::log(LogLine("catalog attributed").add("count", attributed.size()).add("bundles", attributed));
@@ -298,11 +307,13 @@ void StatusItemManager::refreshObservedZones() {
     iconReader_.read();
     return;
   }
-  attributeFromWindows();
-  observeZonesFromWindows();
+  // One reading of the bar serves both.
+  const auto windows = attributionWindows();
+  attributeFromWindows(windows);
+  observeZonesFromWindows(windows);
 }
 
-void StatusItemManager::observeZonesFromWindows() {
+void StatusItemManager::observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& barWindows) {
   if (!anchors_) return;
   const auto anchors = anchors_();
   const double expandedLength = expandedSeparatorLength_;
@@ -318,15 +329,16 @@ void StatusItemManager::observeZonesFromWindows() {
     screenMaxX = screen.frame.maxX();
     break;
   }
-  const auto windows = PlacementPolicy::windowsOnStatusItemScreen(attributionWindows(), screenMinX, screenMaxX);
+  const auto windows = PlacementPolicy::windowsOnStatusItemScreen(barWindows, screenMinX, screenMaxX);
+  const auto owners = PlacementPolicy::indexOwners(windows);
   std::map<std::string, std::string> zones;
-  for (const MenuBarAppItem* item : allItems()) {
-    auto zone = PlacementPolicy::observedZone({.appName = item->name,
-                                               .bundleID = item->bundleId,
-                                               .windows = windows,
-                                               .anchors = anchors,
-                                               .expandedLength = expandedLength});
-    if (zone) zones.emplace(text::lowercased(item->bundleId), std::move(*zone));
+  // Every scanned application has its row in one of the two sections.
+  for (const auto& app : scanned_) {
+    const auto positions = PlacementPolicy::statusItemsOf(owners, app.item.name, app.item.bundleId);
+    // Only the first window in window-list order speaks for the application.
+    if (positions.empty()) continue;
+    auto zone = PlacementPolicy::zoneShownAt(windows[positions.front()], *anchors, expandedLength);
+    if (zone) zones.emplace(app.id.key(), std::move(*zone));
   }
   if (zones == observedZones.get()) return;
   LogLine line("zones observed");
@@ -341,11 +353,16 @@ void StatusItemManager::observeZonesFromWindows() {
 bool StatusItemManager::hasAccessibleMenuBarItem(std::string_view bundleID) const {
   const auto& accessible = accessibleMenuBarBundleIDs.get();
   if (accessible.empty()) return false;
-  if (accessible.contains(text::lowercased(bundleID))) return true;
-  // The shared lookup also finds an application through its relatives and parents.
-  std::map<std::string, std::string> table;
-  for (const auto& id : accessible) table.emplace(id, id);
-  return MenuBarVisibilityPolicy::lookupRaw(bundleID, table).has_value();
+  auto known = [&accessible](std::string_view id) { return accessible.contains(BundleID(id).key()); };
+  if (known(bundleID)) return true;
+  // Found through its relatives and parents too, as every table filed by identifier is.
+  const auto related = MenuBarVisibilityPolicy::relatedBundleIDs(bundleID);
+  if (std::any_of(related.begin(), related.end(), known)) return true;
+  for (auto parent = MenuBarVisibilityPolicy::immediateParent(bundleID); parent;
+       parent = MenuBarVisibilityPolicy::immediateParent(*parent)) {
+    if (known(*parent)) return true;
+  }
+  return false;
 }
 
 void StatusItemManager::invalidateAccessibleMenuBarCatalog() {

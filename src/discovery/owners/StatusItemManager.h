@@ -18,6 +18,7 @@
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
 #include "base/WorkItem.h"
+#include "base/vocabulary/BundleID.h"
 #include "base/vocabulary/PlacementTypes.h"
 #include "discovery/MenuBarCatalogPolicy.h"
 #include "discovery/owners/AccessibleIconReader.h"
@@ -137,16 +138,22 @@ class StatusItemManager {
   void subscribe(NotificationCenter& workspace);
   void applicationLaunched(const std::optional<std::string>& bundleID);
   void applicationTerminated(const std::optional<std::string>& bundleID);
-  std::optional<std::string> skipReason(const platform::RunningApplication& app, std::set<std::string>& seen) const;
+  // One accepted application, with its identifier in the form the catalogue files it under.
+  struct ScannedApp {
+    MenuBarAppItem item;
+    BundleID id;
+  };
+  std::optional<std::string> skipReason(const platform::RunningApplication& app, const BundleID& id,
+                                        const BundleID& own, std::set<BundleID>& seen) const;
   MenuBarAppItem makeItem(const platform::RunningApplication& app) const;
-  void decorate(MenuBarAppItem& item) const;
+  void decorate(MenuBarAppItem& item, const BundleID& id) const;
   // Rebuilds both sections from the last scan; posts the catalogue notification on a change.
   void publishCatalog();
   std::vector<ForeignMenuBarWindow> attributionWindows() const;
   std::vector<AccessibleIconReader::Target> readingTargets() const;
   void accessibleIconsRead();
-  void attributeFromWindows();
-  void observeZonesFromWindows();
+  void attributeFromWindows(const std::vector<ForeignMenuBarWindow>& windows);
+  void observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& windows);
   std::vector<const MenuBarAppItem*> allItems() const;
 
   platform::Platform& platform_;
@@ -160,7 +167,7 @@ class StatusItemManager {
   MainThreadChecker mainThread_;
 
   // Every application the last scan accepted, in workspace order.
-  std::vector<MenuBarAppItem> scanned_;
+  std::vector<ScannedApp> scanned_;
   AccessibleIconReader iconReader_;
   // A reading was asked for zones too, not only for attribution.
   bool zonesWanted_ = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
@@ -77,31 +78,41 @@ void NativeVisibilityEngine::activationFinished(bool success) {
 void NativeVisibilityEngine::checkEffect(NativeVisibilityRequestState::Generation generation) {
   mainThread_.check();
   if (!session_ || !session_->isActive() || session_->requestState().generation() != generation) return;
-  auto outsiders = visibleOutsiders();
-  if (!outsiders || outsiders->empty()) return;
-  MenuBarLog::log(LogLine("native activation without effect")
-                      .add("visible", static_cast<int>(outsiders->size()))
-                      .add("first", outsiders->front()));
-  session_->fail(generation);
-}
-
-std::optional<std::vector<std::string>> NativeVisibilityEngine::visibleOutsiders() const {
   auto list = allowList();
-  if (!list) return std::vector<std::string>{};
+  if (!list || !platform_.accessibility().isProcessTrusted()) return;
   std::set<std::string> allowed;
   for (const auto& id : *list) allowed.insert(text::lowercased(id));
-  auto& accessibility = platform_.accessibility();
-  if (!accessibility.isProcessTrusted()) return std::nullopt;
-  std::vector<std::string> outsiders;
+  std::vector<std::pair<int, std::string>> targets;
   for (const auto& app : platform_.workspace().runningApplications()) {
     if (!app.bundleIdentifier || allowed.contains(text::lowercased(*app.bundleIdentifier))) continue;
-    auto items = accessibility.extrasMenuBarItems(app.pid);
-    const bool shows = items && std::any_of(items->begin(), items->end(), [](const auto& item) {
-                         return item.frame && item.frame->width > 0;
-                       });
-    if (shows) outsiders.push_back(*app.bundleIdentifier);
+    targets.emplace_back(app.pid, *app.bundleIdentifier);
   }
-  return outsiders;
+  if (targets.empty()) return;
+  if (!effectQueue_) effectQueue_ = platform_.makeSerialQueue("effect check");
+  effectQueue_->post(0, [queue = effectQueue_, &accessibility = platform_.accessibility(), targets = std::move(targets),
+                         done = bindWeak(weakFactory_.handle(), &NativeVisibilityEngine::effectRead, generation)] {
+    std::vector<std::string> outsiders;
+    for (const auto& [pid, bundleId] : targets) {
+      auto items = accessibility.extrasMenuBarItems(pid);
+      const bool shows = items && std::any_of(items->begin(), items->end(), [](const auto& item) {
+                           return item.frame && item.frame->width > 0;
+                         });
+      if (shows) outsiders.push_back(bundleId);
+    }
+    queue->postToMain([done, outsiders = std::move(outsiders)]() mutable { done(std::move(outsiders)); });
+  });
+}
+
+void NativeVisibilityEngine::effectRead(NativeVisibilityRequestState::Generation generation,
+                                        std::vector<std::string> outsiders) {
+  mainThread_.check();
+  // Expanded or collapsed anew while the read ran: this reading is of another request.
+  if (!session_ || !session_->isActive() || session_->requestState().generation() != generation) return;
+  if (outsiders.empty()) return;
+  MenuBarLog::log(LogLine("native activation without effect")
+                      .add("visible", static_cast<int>(outsiders.size()))
+                      .add("first", outsiders.front()));
+  session_->fail(generation);
 }
 
 void NativeVisibilityEngine::sessionFailed() {

@@ -54,10 +54,10 @@ class NativeVisibilityEngine {
   VisibilityAssertionSession& session();
   void sessionFailed();
   void activationFinished(bool success);
+  // Reads, on a background queue, which running applications off the list the bar still
+  // shows: one Accessibility round trip per application, which a hung one makes wait.
   void checkEffect(NativeVisibilityRequestState::Generation generation);
-  // Running applications off the list whose items the bar still shows; absent when it cannot
-  // be read.
-  std::optional<std::vector<std::string>> visibleOutsiders() const;
+  void effectRead(NativeVisibilityRequestState::Generation generation, std::vector<std::string> outsiders);
 
   platform::Platform& platform_;
   NotificationCenter& defaultCenter_;
@@ -65,6 +65,7 @@ class NativeVisibilityEngine {
   MainThreadChecker mainThread_;
   std::unique_ptr<VisibilityAssertionSession> session_;
   WorkItem effectCheck_;
+  std::shared_ptr<platform::SerialQueue> effectQueue_;
   WeakHandleFactory<NativeVisibilityEngine> weakFactory_{this};
 };
 

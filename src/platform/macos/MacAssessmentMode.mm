@@ -3,7 +3,7 @@
 // OS quirks handled here:
 // - The classes have no public headers: they are looked up by name and messaged through
 //   objc_msgSend cast to the exact function type of each selector (a variadic call would pass
-//   arguments wrongly on arm64).
+//   arguments wrongly on arm64), ownership attributes included for init.
 // - The framework exists from macOS 27 on only; every step checks before it relies on it, and
 //   a missing piece makes the whole engine unavailable rather than failing later.
 // - The activation handler may arrive on any thread; it is moved to the main queue, and it is
@@ -99,9 +99,12 @@ std::unique_ptr<AssessmentModeAssertion> MacAssessmentMode::createAssertion(
   NSMutableArray<NSString*>* bundles = [NSMutableArray array];
   for (const auto& bundle : configuration.allowedBundleIdentifiers) [bundles addObject:nsString(bundle)];
 
-  using Init = id (*)(id, SEL, id, id);
-  id allocated = [configurationClass() alloc];
-  id made = reinterpret_cast<Init>(objc_msgSend)(allocated, configurationInitSelector(), systemItems, bundles);
+  // An init consumes the allocated object and returns a retained one, possibly another object
+  // (having released the first): the function type says so, or ARC would release the
+  // allocation once more and balance a result it did not own.
+  typedef id __attribute__((ns_returns_retained)) (*Init)(__attribute__((ns_consumed)) id, SEL, id, id);
+  id made = reinterpret_cast<Init>(objc_msgSend)([configurationClass() alloc], configurationInitSelector(), systemItems,
+                                                 bundles);
   id assertion = [[assertionClass() alloc] init];
   if (!made || !assertion) return nullptr;
   return std::make_unique<MacAssessmentModeAssertion>(assertion, made);

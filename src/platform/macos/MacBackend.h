@@ -20,11 +20,48 @@
 
 #include "platform/Platform.h"
 #include "platform/macos/MacPendingTasks.h"
+#include "platform/macos/MacUpdateFramework.h"
 
 // Forwards an AppKit target/action message to a C++ closure.
 @interface TRVActionTarget : NSObject
 - (instancetype)initWithAction:(std::function<void()>)action;
 - (void)perform:(id)sender;
+@end
+
+// The update framework's user driver: it forwards every call of the framework to the core's
+// listener and keeps the framework's reply, cancellation and acknowledgement blocks until the
+// user answers (MacUpdater.mm). Each method below is the framework's own selector.
+@interface TRVUpdateUserDriver : NSObject
+- (instancetype)initWithListener:(tarvolo::platform::UpdaterListener*)listener;
+// Nothing reaches the listener any more; a question still open is answered "dismiss".
+- (void)detach;
+// The user's answer to the update found or ready; NO when no question is open.
+- (BOOL)answer:(TRVUpdateChoice)choice;
+// Stops the check or the download under way; NO when neither runs.
+- (BOOL)cancel;
+// The user saw how the session ended; NO when nothing waits for that.
+- (BOOL)acknowledge;
+
+- (void)showUpdatePermissionRequest:(id)request reply:(void (^)(id))reply;
+- (void)showUserInitiatedUpdateCheckWithCancellation:(void (^)(void))cancellation;
+- (void)showUpdateFoundWithAppcastItem:(id<TRVFrameworkAppcastItem>)appcastItem
+                                 state:(id)state
+                                 reply:(void (^)(TRVUpdateChoice))reply;
+- (void)showUpdateReleaseNotesWithDownloadData:(id<TRVFrameworkDownloadData>)downloadData;
+- (void)showUpdateReleaseNotesFailedToDownloadWithError:(NSError*)error;
+- (void)showUpdateNotFoundWithError:(NSError*)error acknowledgement:(void (^)(void))acknowledgement;
+- (void)showUpdaterError:(NSError*)error acknowledgement:(void (^)(void))acknowledgement;
+- (void)showDownloadInitiatedWithCancellation:(void (^)(void))cancellation;
+- (void)showDownloadDidReceiveExpectedContentLength:(uint64_t)expectedContentLength;
+- (void)showDownloadDidReceiveDataOfLength:(uint64_t)length;
+- (void)showDownloadDidStartExtractingUpdate;
+- (void)showExtractionReceivedProgress:(double)progress;
+- (void)showReadyToInstallAndRelaunch:(void (^)(TRVUpdateChoice))reply;
+- (void)showInstallingUpdateWithApplicationTerminated:(BOOL)applicationTerminated
+                          retryTerminatingApplication:(void (^)(void))retryTerminatingApplication;
+- (void)showUpdateInstalledAndRelaunched:(BOOL)relaunched acknowledgement:(void (^)(void))acknowledgement;
+- (void)showUpdateInFocus;
+- (void)dismissUpdateInstallation;
 @end
 
 namespace tarvolo::platform::mac {
@@ -118,7 +155,8 @@ class MacApplication final : public Application {
   void setActivationPolicy(ActivationPolicy policy) override;
   ActivationPolicy activationPolicy() const override;
   void terminate() override;
-  void setMainMenu(const Menu& menu) override;
+  void setMainMenu(const Menu& appCommands) override;
+  void copyToPasteboard(const std::string& text) override;
   void openURL(const std::string& address) override;
 
  private:
@@ -296,6 +334,32 @@ class MacAssessmentMode final : public AssessmentMode {
  private:
   std::optional<bool> loaded_;
   void* handle_ = nullptr;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The update framework, loaded from the app's Frameworks folder (MacUpdater.mm)
+
+// What the window says of a framework error: the failures it words itself, else the
+// framework's own description.
+UpdateError updateErrorFrom(NSError* error);
+
+class MacUpdater final : public Updater {
+ public:
+  ~MacUpdater() override;
+  bool loadFramework() override;
+  std::optional<std::string> start(UpdaterListener& listener) override;
+  void stop() override;
+  void check(UpdateCheckKind kind) override;
+  void answer(UpdateChoice choice) override;
+  void cancel() override;
+  void acknowledge() override;
+  std::string installedVersion() const override;
+
+ private:
+  std::optional<bool> loaded_;
+  void* handle_ = nullptr;
+  id<TRVFrameworkUpdater> updater_ = nil;
+  TRVUpdateUserDriver* driver_ = nil;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -1,5 +1,9 @@
 // The Icon Shelf's panel in AppKit, built in code.
 //
+// Drawn as every Mac window is: views built once (`build`), values set on each update
+// (`apply`), every target kept for the panel's life. The row of tiles is a pool reused by
+// position; a tile acts on the row it shows when clicked.
+//
 // OS quirks handled here:
 // - A non-activating panel does not take focus from the frontmost app, but it must be able to
 //   become key for its search field and the arrow keys: the panel class answers YES to
@@ -88,7 +92,7 @@ struct MacIconShelfPanel::Impl {
   NSProgressIndicator* progress = nil;
   // Controls hold their targets weakly.
   NSMutableArray<TRVActionTarget*>* targets = [NSMutableArray array];
-  NSMutableArray<TRVActionTarget*>* rowTargets = [NSMutableArray array];
+  std::vector<NSButton*> tiles;
   IconShelfActions actions;
   std::optional<IconShelfViewState> state;
   int focusSearchRequest = 0;
@@ -182,6 +186,14 @@ struct MacIconShelfPanel::Impl {
     strip.hasHorizontalScroller = YES;
     strip.drawsBackground = NO;
     strip.documentView = rows;
+    // A document view keeps the frame it was given (none) unless constraints size it: the row
+    // is as tall as the visible strip and as wide as its tiles, from the strip's leading edge.
+    rows.translatesAutoresizingMaskIntoConstraints = NO;
+    NSClipView* clip = strip.contentView;
+    [rows.leadingAnchor constraintEqualToAnchor:clip.leadingAnchor].active = YES;
+    [rows.topAnchor constraintEqualToAnchor:clip.topAnchor].active = YES;
+    [rows.heightAnchor constraintEqualToAnchor:clip.heightAnchor].active = YES;
+    [rows.widthAnchor constraintGreaterThanOrEqualToAnchor:clip.widthAnchor].active = YES;
     [strip.heightAnchor constraintEqualToConstant:64].active = YES;
     [strip.widthAnchor constraintEqualToConstant:kShelfWidth - 2 * kShelfMargin].active = YES;
 
@@ -229,25 +241,45 @@ struct MacIconShelfPanel::Impl {
     return handleKey(event);
   }
 
-  NSView* tile(const platform::IconShelfRow& row) {
-    TRVActionTarget* target = [[TRVActionTarget alloc] initWithAction:[this, id = row.id] {
-      if (actions.chooseRow) actions.chooseRow(id);
+  NSButton* makeTile(std::size_t index) {
+    TRVActionTarget* target = [[TRVActionTarget alloc] initWithAction:[this, index] {
+      if (state && index < state->rows.size() && actions.chooseRow) actions.chooseRow(state->rows[index].id);
     }];
-    [rowTargets addObject:target];
-    NSImage* icon = row.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*row.iconPath)]
-                                 : [NSImage imageWithSystemSymbolName:@"menubar.rectangle" accessibilityDescription:nil];
-    NSString* caption = nsString(row.name);
-    if (row.systemLabel) caption = [caption stringByAppendingFormat:@"\n%@", nsString(*row.systemLabel)];
-    NSButton* made = [NSButton buttonWithTitle:caption image:(icon ? icon : [[NSImage alloc] init]) target:target
-                                        action:@selector(perform:)];
+    [targets addObject:target];
+    NSButton* made = [NSButton buttonWithTitle:@"" image:[[NSImage alloc] init] target:target action:@selector(perform:)];
     made.imagePosition = NSImageAbove;
     made.bezelStyle = NSBezelStyleRegularSquare;
-    made.bordered = row.selected;
     made.font = [NSFont systemFontOfSize:NSFont.smallSystemFontSize];
     made.imageScaling = NSImageScaleProportionallyUpOrDown;
     [made.widthAnchor constraintEqualToConstant:kRowTileWidth].active = YES;
-    made.accessibilityLabel = nsString(row.accessibilityLabel);
     return made;
+  }
+
+  void fillTile(NSButton* made, const platform::IconShelfRow& row, const platform::IconShelfRow* before) {
+    if (!before || before->iconPath != row.iconPath) {
+      NSImage* icon = row.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*row.iconPath)]
+                                   : [NSImage imageWithSystemSymbolName:@"menubar.rectangle" accessibilityDescription:nil];
+      made.image = icon ? icon : [[NSImage alloc] init];
+    }
+    NSString* caption = nsString(row.name);
+    if (row.systemLabel) caption = [caption stringByAppendingFormat:@"\n%@", nsString(*row.systemLabel)];
+    made.title = caption;
+    made.bordered = row.selected;
+    made.accessibilityLabel = nsString(row.accessibilityLabel);
+  }
+
+  // Shows `next` in the pooled tiles, adding tiles when there are too few and hiding the rest.
+  void fillTiles(const std::vector<platform::IconShelfRow>& next) {
+    while (tiles.size() < next.size()) {
+      tiles.push_back(makeTile(tiles.size()));
+      [rows addArrangedSubview:tiles.back()];
+    }
+    for (std::size_t i = 0; i < tiles.size(); ++i) {
+      tiles[i].hidden = i >= next.size();
+      if (i >= next.size()) continue;
+      const platform::IconShelfRow* before = state && i < state->rows.size() ? &state->rows[i] : nullptr;
+      fillTile(tiles[i], next[i], before);
+    }
   }
 
   void apply(const IconShelfViewState& next) {
@@ -269,12 +301,7 @@ struct MacIconShelfPanel::Impl {
       [panel makeFirstResponder:search];
     }
 
-    for (NSView* view in [rows.arrangedSubviews copy]) {
-      [rows removeArrangedSubview:view];
-      [view removeFromSuperview];
-    }
-    [rowTargets removeAllObjects];
-    for (const auto& row : next.rows) [rows addArrangedSubview:tile(row)];
+    fillTiles(next.rows);
     strip.hidden = next.rows.empty();
 
     empty.hidden = !next.emptyText;

@@ -31,6 +31,7 @@ class MacPlatform final : public Platform {
   Application& application() override;
   UserInterface& userInterface() override;
   AssessmentMode& assessmentMode() override;
+  Updater& updater() override;
   HotkeyService& hotkeys() override;
   LoginItemService& loginItems() override;
   void setSystemEventSink(SystemEventSink* sink) override;

@@ -26,6 +26,7 @@ struct MacPlatform::Impl {
   mac::MacApplication application;
   mac::MacUserInterface userInterface;
   mac::MacAssessmentMode assessmentMode;
+  mac::MacUpdater updater;
   mac::MacHotkeyService hotkeys;
   mac::MacLoginItemService loginItems;
   // Last, so it is destroyed first.
@@ -50,6 +51,7 @@ SystemInfo& MacPlatform::system() { return impl_->system; }
 Application& MacPlatform::application() { return impl_->application; }
 UserInterface& MacPlatform::userInterface() { return impl_->userInterface; }
 AssessmentMode& MacPlatform::assessmentMode() { return impl_->assessmentMode; }
+Updater& MacPlatform::updater() { return impl_->updater; }
 HotkeyService& MacPlatform::hotkeys() { return impl_->hotkeys; }
 LoginItemService& MacPlatform::loginItems() { return impl_->loginItems; }
 void MacPlatform::setSystemEventSink(SystemEventSink* sink) { impl_->observer.setSink(sink); }

@@ -7,6 +7,9 @@
 // - The unified log stores dynamic strings as <private> unless the format marks them public.
 // - NSUserDefaults reads fall through to the global domain and registered defaults; the key
 //   list is taken from the app's own persistent domain only.
+// - An accessory app shows no menu bar, yet key equivalents still go through NSApp.mainMenu
+//   while one of its windows is key: without Edit and Window menus, ⌘C/⌘V/⌘A/⌘Z do nothing in
+//   its text fields and ⌘W closes nothing. The main menu is never seen; it carries them.
 
 #include <pwd.h>
 #include <sys/utsname.h>
@@ -164,27 +167,43 @@ std::string MacSystemInfo::homeDirectory() const {
 
 void MacApplication::terminate() { [NSApplication.sharedApplication terminate:nil]; }
 
-void MacApplication::setMainMenu(const Menu& menu) {
+void MacApplication::setMainMenu(const Menu& appCommands) {
   NSMenu* main = [[NSMenu alloc] initWithTitle:@""];
-  NSMenuItem* appItem = [[NSMenuItem alloc] initWithTitle:@"Tarvolo" action:nil keyEquivalent:@""];
-  NSMenu* appMenu = [[NSMenu alloc] initWithTitle:@"Tarvolo"];
   menuTargets_ = [NSMutableArray array];
-  for (const MenuItem& entry : menu.items) {
-    if (entry.isSeparator) {
-      [appMenu addItem:[NSMenuItem separatorItem]];
-      continue;
+  for (const MainMenuSection& section : mainMenuWith(appCommands).sections) {
+    NSMenu* menu = [[NSMenu alloc] initWithTitle:nsString(section.title)];
+    for (const MainMenuItem& entry : section.items) {
+      if (entry.isSeparator) {
+        [menu addItem:[NSMenuItem separatorItem]];
+        continue;
+      }
+      // A standard command has no target: AppKit sends it along the responder chain, to the
+      // focused field or the key window.
+      SEL action = entry.responderAction ? NSSelectorFromString(nsString(selectorName(*entry.responderAction)))
+                                         : @selector(perform:);
+      NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:nsString(entry.title)
+                                                    action:action
+                                             keyEquivalent:nsString(entry.keyEquivalent)];
+      item.keyEquivalentModifierMask =
+          NSEventModifierFlagCommand | (entry.shift ? NSEventModifierFlagShift : NSEventModifierFlags{0});
+      if (!entry.responderAction) {
+        TRVActionTarget* target = [[TRVActionTarget alloc] initWithAction:entry.perform];
+        [menuTargets_ addObject:target];
+        item.target = target;
+      }
+      [menu addItem:item];
     }
-    TRVActionTarget* target = [[TRVActionTarget alloc] initWithAction:entry.perform];
-    [menuTargets_ addObject:target];
-    NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:nsString(entry.title)
-                                                  action:@selector(perform:)
-                                           keyEquivalent:nsString(entry.keyEquivalent)];
-    item.target = target;
-    [appMenu addItem:item];
+    NSMenuItem* holder = [[NSMenuItem alloc] initWithTitle:nsString(section.title) action:nil keyEquivalent:@""];
+    holder.submenu = menu;
+    [main addItem:holder];
   }
-  appItem.submenu = appMenu;
-  [main addItem:appItem];
   NSApplication.sharedApplication.mainMenu = main;
+}
+
+void MacApplication::copyToPasteboard(const std::string& text) {
+  NSPasteboard* pasteboard = NSPasteboard.generalPasteboard;
+  [pasteboard clearContents];
+  [pasteboard setString:nsString(text) forType:NSPasteboardTypeString];
 }
 
 void MacApplication::openURL(const std::string& address) {

@@ -130,6 +130,24 @@ class MacReviewPromptWindow final : public ReviewPromptWindow {
   std::unique_ptr<Impl> impl_;
 };
 
+// The software-update window (MacUpdateWindow.mm): built once, its values set from each state.
+class MacUpdateWindow final : public UpdateWindow {
+ public:
+  MacUpdateWindow();
+  ~MacUpdateWindow() override;
+  MacUpdateWindow(const MacUpdateWindow&) = delete;
+  MacUpdateWindow& operator=(const MacUpdateWindow&) = delete;
+
+  void show(const UpdateViewState& state, UpdateWindowCallbacks callbacks, UpdateWindowFocus focus) override;
+  void update(const UpdateViewState& state) override;
+  void close() override;
+  bool isShown() const override;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
 class MacUserInterface final : public UserInterface {
  public:
   MacUserInterface();
@@ -143,6 +161,7 @@ class MacUserInterface final : public UserInterface {
   void presentNotice(NoticeRequest notice) override;
   void dismissNotice(const std::string& kind) override;
   ReviewPromptWindow& reviewPrompt() override { return reviewPrompt_; }
+  UpdateWindow& updateWindow() override { return updateWindow_; }
 
  private:
   // Drops notices the user closed by hand; every listed notice has been shown.
@@ -155,6 +174,7 @@ class MacUserInterface final : public UserInterface {
   MacNewAppNoticeWindow newAppNotice_;
   MacPlacementGuideWindow placementGuide_;
   MacReviewPromptWindow reviewPrompt_;
+  MacUpdateWindow updateWindow_;
   struct Notice {
     std::string kind;
     NSPanel* panel;

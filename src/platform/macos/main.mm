@@ -7,9 +7,8 @@
 //   applicationDidFinishLaunching:; the core keeps early ones until it has started.
 // - AppleScript commands are NSScriptCommand subclasses named by the sdef's "cocoa class"; they
 //   reach the core through the one delegate of the process.
-// - An accessory app shows no menu bar, yet key equivalents still go through NSApp.mainMenu
-//   while it is active: without one, ⌘C/⌘V/⌘A/⌘Z do nothing in its text fields and ⌘W closes
-//   nothing. A main menu that is never seen carries them; its actions go to the first responder.
+// - The main menu (the standard Edit and Window commands with the app's own) is installed by
+//   the core at launch through MacApplication::setMainMenu; no window exists before that.
 // - -[NSApplication terminate:] ends the process with exit() after applicationWillTerminate:,
 //   so [NSApp run] never returns and the objects below are never destroyed; the core's
 //   shutdown work belongs in applicationWillTerminate.
@@ -104,40 +103,6 @@ void performScriptCommand(NSScriptCommand* command, const char* name) {
 
 @end
 
-namespace {
-
-NSMenuItem* item(NSString* title, SEL action, NSString* key, NSEventModifierFlags modifiers = NSEventModifierFlagCommand) {
-  NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:title action:action keyEquivalent:key];
-  item.keyEquivalentModifierMask = modifiers;
-  return item;
-}
-
-NSMenuItem* submenu(NSString* title, NSArray<NSMenuItem*>* items) {
-  NSMenu* menu = [[NSMenu alloc] initWithTitle:title];
-  for (NSMenuItem* entry in items) [menu addItem:entry];
-  NSMenuItem* holder = [[NSMenuItem alloc] initWithTitle:title action:nil keyEquivalent:@""];
-  holder.submenu = menu;
-  return holder;
-}
-
-NSMenu* hiddenMainMenu() {
-  NSMenu* main = [[NSMenu alloc] initWithTitle:@"Tarvolo"];
-  [main addItem:submenu(@"Tarvolo", @[ item(@"Quit Tarvolo", @selector(terminate:), @"q") ])];
-  [main addItem:submenu(@"Edit", @[
-          item(@"Undo", NSSelectorFromString(@"undo:"), @"z"),
-          item(@"Redo", NSSelectorFromString(@"redo:"), @"z", NSEventModifierFlagCommand | NSEventModifierFlagShift),
-          [NSMenuItem separatorItem],
-          item(@"Cut", @selector(cut:), @"x"),
-          item(@"Copy", @selector(copy:), @"c"),
-          item(@"Paste", @selector(paste:), @"v"),
-          item(@"Select All", @selector(selectAll:), @"a"),
-        ])];
-  [main addItem:submenu(@"Window", @[ item(@"Close", @selector(performClose:), @"w") ])];
-  return main;
-}
-
-}  // namespace
-
 int main(int argc, const char* argv[]) {
   (void)argc;
   (void)argv;
@@ -148,7 +113,6 @@ int main(int argc, const char* argv[]) {
     gCoreDelegate = delegate.get();
     TRVApplicationDelegate* forwarder = [[TRVApplicationDelegate alloc] initWithDelegate:delegate.get()];
     application.delegate = forwarder;
-    application.mainMenu = hiddenMainMenu();
     [application run];
   }
   return 0;

@@ -84,6 +84,7 @@ std::vector<const SimItemState*> SimAccessibility::treeItems(int pid) const {
 
 std::optional<std::vector<platform::AccessibilityMenuBarItem>> SimAccessibility::extrasMenuBarItems(int pid) const {
   if (!trusted_ || !processes_.isRunning(pid)) return std::nullopt;
+  waits_.accessibilityCall("AXExtrasMenuBar " + bundleOf(pid), 0);
   if (!processes_.answersAccessibility(pid)) {
     // The read stops at its first unanswered request.
     waits_.charge(platform::kAccessibilityReadTimeout);
@@ -97,7 +98,14 @@ std::optional<std::vector<platform::AccessibilityMenuBarItem>> SimAccessibility:
     element.identifier = item->autosaveName;
     out.push_back(std::move(element));
   }
+  // The bar, its children, and each child's frame and names.
+  waits_.charge(settings_.accessibilityRoundTrip * static_cast<double>(2 + out.size()));
   return out;
+}
+
+std::string SimAccessibility::bundleOf(int pid) const {
+  const SimAppSetup* app = processes_.appOfPid(pid);
+  return "bundle=" + (app ? app->bundleId : "pid" + std::to_string(pid));
 }
 
 AXElement SimAccessibility::make(Key key) const { return AXElement(std::make_shared<SimAXRef>(key)); }
@@ -122,9 +130,13 @@ void SimAccessibility::setMessagingTimeout(const AXElement& element, double seco
 
 // Whether the element's process answers; one that does not makes the caller wait out the
 // element's time-out.
-bool SimAccessibility::answers(const Key& key) {
-  if (key.kind == Kind::systemWide) return true;
-  if (processes_.answersAccessibility(key.pid)) return true;
+bool SimAccessibility::answers(const Key& key, std::string_view what) {
+  waits_.accessibilityCall(std::string(what) + (key.kind == Kind::systemWide ? std::string(" systemWide") : " " + bundleOf(key.pid)),
+                           0);
+  if (key.kind == Kind::systemWide || processes_.answersAccessibility(key.pid)) {
+    waits_.charge(settings_.accessibilityRoundTrip);
+    return true;
+  }
   auto timeout = timeouts_.find(key);
   waits_.charge(timeout == timeouts_.end() ? defaultMessagingTimeout : timeout->second);
   return false;
@@ -139,7 +151,7 @@ const SimItemState* SimAccessibility::liveItem(const Key& key) const {
 
 std::vector<std::string> SimAccessibility::advertisedActions(const SimItemState& item) const {
   if (settings_.osMajor >= kHiddenItemsAbsentFromOSMajor) return {};
-  const SimAppSpec* app = processes_.appOfPid(item.ownerPid);
+  const SimAppSetup* app = processes_.appOfPid(item.ownerPid);
   if (app && app->accessibilityActions) return *app->accessibilityActions;
   return {"AXPress", "AXCancel"};
 }
@@ -149,7 +161,7 @@ AXResult<AXValue> SimAccessibility::attribute(const AXElement& element, const st
   if (!trusted_) return R::failed(ax::apiDisabled);
   const Key key = keyOf(element);
   if (key.kind != Kind::systemWide && !processes_.isRunning(key.pid)) return R::failed(ax::invalidElement);
-  if (!answers(key)) return R::failed(ax::cannotComplete);
+  if (!answers(key, name)) return R::failed(ax::cannotComplete);
   const bool groups = settings_.osMajor >= kHiddenItemsAbsentFromOSMajor;
   switch (key.kind) {
     case Kind::systemWide:
@@ -230,7 +242,7 @@ AXResult<std::vector<std::string>> SimAccessibility::actionNames(const AXElement
   if (!trusted_) return R::failed(ax::apiDisabled);
   const Key key = keyOf(element);
   if (key.kind != Kind::menuBarItem) return ok(std::vector<std::string>{});
-  if (!answers(key)) return R::failed(ax::cannotComplete);
+  if (!answers(key, "actionNames")) return R::failed(ax::cannotComplete);
   const SimItemState* item = liveItem(key);
   if (!item) return R::failed(ax::invalidElement);
   return ok(advertisedActions(*item));
@@ -240,10 +252,10 @@ AXError SimAccessibility::performAction(const AXElement& element, const std::str
   if (!trusted_) return ax::apiDisabled;
   const Key key = keyOf(element);
   if (key.kind != Kind::menuBarItem) return ax::actionUnsupported;
-  if (!answers(key)) return ax::cannotComplete;
+  if (!answers(key, action)) return ax::cannotComplete;
   const SimItemState* item = liveItem(key);
   if (!item) return ax::invalidElement;
-  const SimAppSpec* app = processes_.appOfPid(key.pid);
+  const SimAppSetup* app = processes_.appOfPid(key.pid);
   const auto advertised = advertisedActions(*item);
   const bool offered = std::find(advertised.begin(), advertised.end(), action) != advertised.end() ||
                        (action == "AXShowMenu" && !advertised.empty());
@@ -281,7 +293,7 @@ AXResult<AXElement> SimAccessibility::elementAtPosition(const AXElement& root, P
   if (!item) return R::failed(ax::noValue);
   if (rootKey.kind == Kind::application && rootKey.pid != item->ownerPid) return R::failed(ax::noValue);
   const Key key{.kind = Kind::menuBarItem, .pid = item->ownerPid, .itemId = item->id};
-  if (!answers(key)) return R::failed(ax::cannotComplete);
+  if (!answers(key, "elementAtPosition")) return R::failed(ax::cannotComplete);
   if (!liveItem(key)) return R::failed(ax::noValue);
   return ok(make(key));
 }

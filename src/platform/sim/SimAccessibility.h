@@ -9,6 +9,8 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -79,7 +81,9 @@ class SimAccessibility final : public platform::Accessibility {
  private:
   platform::AXElement make(Key key) const;
   static Key keyOf(const platform::AXElement& element);
-  bool answers(const Key& key);
+  // Sends the element's process one message (`what`, for the record of main-thread calls).
+  bool answers(const Key& key, std::string_view what);
+  std::string bundleOf(int pid) const;
   const SimItemState* liveItem(const Key& key) const;
   std::vector<const SimItemState*> treeItems(int pid) const;
   std::vector<std::string> advertisedActions(const SimItemState& item) const;

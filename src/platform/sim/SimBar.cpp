@@ -60,16 +60,16 @@ int SimBar::createOwnItem(double length, const std::string& autosaveName) {
   return id;
 }
 
-void SimBar::spawn(int pid, const std::vector<SimItemSpec>& items) {
-  for (const auto& itemSpec : items) {
+void SimBar::spawn(int pid, const std::vector<SimItemSetup>& items) {
+  for (const auto& itemSetup : items) {
     auto state = std::make_unique<SimItemState>();
     state->ownerPid = pid;
-    state->autosaveName = itemSpec.autosaveName;
-    state->length = itemSpec.width;
-    state->contentWidth = itemSpec.width;
-    state->preferredPosition = itemSpec.position;
-    state->title = itemSpec.title;
-    state->description = itemSpec.description;
+    state->autosaveName = itemSetup.autosaveName;
+    state->length = itemSetup.width;
+    state->contentWidth = itemSetup.width;
+    state->preferredPosition = itemSetup.position;
+    state->title = itemSetup.title;
+    state->description = itemSetup.description;
     addItem(std::move(state));
   }
   relayout();
@@ -172,10 +172,10 @@ void SimBar::storePosition(const SimItemState& item, double position) {
     return;
   }
   auto bundle = processes_.bundleIdOfPid(item.ownerPid);
-  SimAppSpec* app = bundle ? processes_.find(*bundle) : nullptr;
+  SimAppSetup* app = bundle ? processes_.find(*bundle) : nullptr;
   if (!app) return;
-  for (auto& itemSpec : app->items) {
-    if (itemSpec.autosaveName == item.autosaveName) itemSpec.position = position;
+  for (auto& itemSetup : app->items) {
+    if (itemSetup.autosaveName == item.autosaveName) itemSetup.position = position;
   }
 }
 
@@ -234,7 +234,7 @@ void SimBar::relayout() {
     return a->creationOrder < b->creationOrder;
   });
 
-  const SimScreenSpec& screen = screens_.primarySpec();
+  const SimScreenSetup& screen = screens_.primarySetup();
   const auto info = screens_.primary();
   StatusLayoutInput input{.screen = Rect{screen.x, screen.y, screen.width, screen.height},
                           .barY = screen.y + screen.height - info.menuBarHeight,
@@ -304,7 +304,7 @@ std::optional<Rect> SimBar::reportedWindowFrame(const SimItemState& item) const 
 // --- the menus and the status area ---------------------------------------------------------------
 
 std::vector<double> SimBar::frontmostMenuTitles() const {
-  if (const SimAppSpec* app = processes_.frontmostApp()) return menuTitleWidths(*app);
+  if (const SimAppSetup* app = processes_.frontmostApp()) return menuTitleWidths(*app);
   return menuTitleWidths(kDefaultMenusOwner, kDefaultMenusWidth);
 }
 
@@ -314,19 +314,19 @@ double SimBar::frontmostMenusWidth() const {
 }
 
 double SimBar::menusRightEdge() const {
-  const SimScreenSpec& screen = screens_.primarySpec();
+  const SimScreenSetup& screen = screens_.primarySetup();
   return menusRightFor(Rect{screen.x, screen.y, screen.width, screen.height}, screens_.primary().notchRect(),
                        frontmostMenusWidth() - droppedTitlesWidth_);
 }
 
 double SimBar::statusAreaMinX() const {
-  double minX = std::max(screens_.primarySpec().x, menusRightEdge());
+  double minX = std::max(screens_.primarySetup().x, menusRightEdge());
   if (auto notch = screens_.primary().notchRect()) minX = std::max(minX, notch->maxX());
   return minX + (chevronShown_ ? overflowChevronWidth(settings_) : 0);
 }
 
 double SimBar::statusAreaMaxX() const {
-  const SimScreenSpec& screen = screens_.primarySpec();
+  const SimScreenSetup& screen = screens_.primarySetup();
   return screen.x + screen.width - settings_.systemItemsWidth;
 }
 

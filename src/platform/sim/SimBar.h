@@ -78,7 +78,7 @@ class SimBar {
   // One of the app's own items, at its stored position unless the system disregards it.
   int createOwnItem(double length, const std::string& autosaveName);
   // Another process's items, as it creates them when it starts.
-  void spawn(int pid, const std::vector<SimItemSpec>& items);
+  void spawn(int pid, const std::vector<SimItemSetup>& items);
   SimItemState* item(int id);
   const SimItemState* item(int id) const;
   void remove(int id, StoredPosition position);

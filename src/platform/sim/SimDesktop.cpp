@@ -19,7 +19,7 @@ bool reportsLaunchAndTermination(platform::ActivationPolicy policy) {
 
 }  // namespace
 
-SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpec> apps, SimSettings settings)
+SimDesktop::SimDesktop(std::vector<SimScreenSetup> screens, std::vector<SimAppSetup> apps, SimSettings settings)
     : settings_(std::move(settings)),
       log_(queue_),
       processes_(queue_),
@@ -60,11 +60,16 @@ SimDesktop::SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpe
               .application = application_}),
       workspace_(processes_, bar_),
       system_(settings_),
-      loginItems_(settings_) {
+      loginItems_(settings_),
+      updater_(settings_, queue_) {
   assessmentMode_.setRestrictionChangedHandler([this] { bar_.relayout(); });
   menus_.setForeignMenuClosedHandler(
       [this](int pid, int itemId) { accessibility_.notify(pid, itemId, "AXMenuClosed"); });
   application_.setTerminationHandler([this] { terminateOwnProcess(); });
+  updater_.setTerminateHandler([this] { application_.terminate(); });
+  updater_.setRelaunchHandler([this] {
+    if (onOwnRelaunch_) onOwnRelaunch_();
+  });
   for (auto& app : apps) addApp(std::move(app));
 }
 
@@ -112,6 +117,7 @@ void SimDesktop::ownProcessExited() {
   ui_.ownProcessExited();
   application_.ownProcessExited();
   bar_.relayout();
+  updater_.ownProcessExited();
   if (onOwnExit_) onOwnExit_();
 }
 
@@ -128,13 +134,13 @@ std::optional<bool> SimDesktop::runAppleScriptCommand(const std::string& command
 
 // --- what happens to the desktop -----------------------------------------------------------------
 
-void SimDesktop::addApp(SimAppSpec app) {
-  SimAppSpec& added = processes_.add(std::move(app));
+void SimDesktop::addApp(SimAppSetup app) {
+  SimAppSetup& added = processes_.add(std::move(app));
   if (added.running) bar_.spawn(processes_.pidFor(added.bundleId), added.items);
 }
 
 void SimDesktop::launchApp(const std::string& bundleId) {
-  SimAppSpec* app = processes_.find(bundleId);
+  SimAppSetup* app = processes_.find(bundleId);
   if (!app || app->running) return;
   processes_.launched(*app);
   bar_.spawn(processes_.pidFor(app->bundleId), app->items);
@@ -143,7 +149,7 @@ void SimDesktop::launchApp(const std::string& bundleId) {
 }
 
 void SimDesktop::terminateApp(const std::string& bundleId) {
-  SimAppSpec* app = processes_.find(bundleId);
+  SimAppSetup* app = processes_.find(bundleId);
   if (!app || !app->running) return;
   processes_.terminated(*app);
   const int pid = processes_.pidFor(app->bundleId);
@@ -158,14 +164,14 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
 }
 
 void SimDesktop::setFrontmost(const std::string& bundleId) {
-  SimAppSpec* app = processes_.find(bundleId);
+  SimAppSetup* app = processes_.find(bundleId);
   if (!app || !app->running) return;
   processes_.setFrontmost(app->bundleId);
   bar_.relayout();
   sink_.report([&](platform::SystemEventSink& sink) { sink.applicationDidActivate(processes_.runningApp(*app)); });
 }
 
-void SimDesktop::setScreens(std::vector<SimScreenSpec> screens) {
+void SimDesktop::setScreens(std::vector<SimScreenSetup> screens) {
   if (!screens_.replace(std::move(screens))) return;
   bar_.relayout();
   sink_.report([](platform::SystemEventSink& sink) { sink.screenParametersDidChange(); });

@@ -32,6 +32,7 @@
 #include "platform/sim/SimSinkSlot.h"
 #include "platform/sim/SimSetup.h"
 #include "platform/sim/SimStatusBar.h"
+#include "platform/sim/SimUpdater.h"
 #include "platform/sim/SimUserInterface.h"
 #include "platform/sim/SimWaitLedger.h"
 #include "platform/sim/SimWindowList.h"
@@ -40,7 +41,7 @@ namespace tarvolo::sim {
 
 class SimDesktop final : public platform::Platform {
  public:
-  SimDesktop(std::vector<SimScreenSpec> screens, std::vector<SimAppSpec> apps, SimSettings settings);
+  SimDesktop(std::vector<SimScreenSetup> screens, std::vector<SimAppSetup> apps, SimSettings settings);
   ~SimDesktop() override;
   SimDesktop(const SimDesktop&) = delete;
   SimDesktop& operator=(const SimDesktop&) = delete;
@@ -60,6 +61,7 @@ class SimDesktop final : public platform::Platform {
   SimApplication& application() override { return application_; }
   SimUserInterface& userInterface() override { return ui_; }
   SimAssessmentMode& assessmentMode() override { return assessmentMode_; }
+  SimUpdater& updater() override { return updater_; }
   SimHotkeys& hotkeys() override { return hotkeys_; }
   SimLoginItems& loginItems() override { return loginItems_; }
   void setSystemEventSink(platform::SystemEventSink* sink) override { sink_.set(sink); }
@@ -86,6 +88,7 @@ class SimDesktop final : public platform::Platform {
   const SimApplication& application() const { return application_; }
   const SimUserInterface& userInterface() const { return ui_; }
   const SimAssessmentMode& assessmentMode() const { return assessmentMode_; }
+  const SimUpdater& updater() const { return updater_; }
   const SimHotkeys& hotkeys() const { return hotkeys_; }
   const SimLoginItems& loginItems() const { return loginItems_; }
   const SimSettings& settings() const { return settings_; }
@@ -95,6 +98,8 @@ class SimDesktop final : public platform::Platform {
   void setApplicationDelegate(platform::ApplicationDelegate* delegate) { delegate_ = delegate; }
   // Called once the app's process has exited, when nothing of it is on the stack any more.
   void setOwnProcessExitHandler(std::function<void()> handler) { onOwnExit_ = std::move(handler); }
+  // Starts the app's process again after an installed update; whoever made the process sets it.
+  void setOwnRelaunchHandler(std::function<void()> handler) { onOwnRelaunch_ = std::move(handler); }
   // Starts the app's process: didFinishLaunching runs now.
   void launchOwnApp();
   // The process ends without tidying up: its items vanish, stored positions stay.
@@ -115,8 +120,8 @@ class SimDesktop final : public platform::Platform {
   // Reported to the app only for regular and accessory apps, as the workspace announces them.
   void launchApp(const std::string& bundleId);
   void terminateApp(const std::string& bundleId);
-  void addApp(SimAppSpec app);
-  void setScreens(std::vector<SimScreenSpec> screens);
+  void addApp(SimAppSetup app);
+  void setScreens(std::vector<SimScreenSetup> screens);
   void setPreferredLanguages(std::vector<std::string> languages);
   void wake();
   void changeSpace();
@@ -147,8 +152,10 @@ class SimDesktop final : public platform::Platform {
   SimWorkspace workspace_;
   SimSystemInfo system_;
   SimLoginItems loginItems_;
+  SimUpdater updater_;
   platform::ApplicationDelegate* delegate_ = nullptr;
   std::function<void()> onOwnExit_;
+  std::function<void()> onOwnRelaunch_;
 };
 
 }  // namespace tarvolo::sim

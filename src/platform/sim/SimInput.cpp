@@ -250,15 +250,18 @@ void SimInput::typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers)
   }
 }
 
-bool SimInput::pressMainMenuShortcut(const std::string& keyEquivalent) {
+bool SimInput::pressMainMenuShortcut(const std::string& keyEquivalent, bool shift) {
   if (!processes_.ownAppRunning()) return false;
-  const auto& items = application_.mainMenu().items;
-  auto entry = std::find_if(items.begin(), items.end(), [&](const platform::MenuItem& item) {
-    return !item.isSeparator && item.keyEquivalent == keyEquivalent && item.perform;
-  });
-  if (entry == items.end()) return false;
+  const platform::MainMenuItem* item = application_.mainMenu().itemFor(keyEquivalent, shift);
+  if (!item) return false;
+  if (item->responderAction) {
+    std::string pasteboard = application_.pasteboard();
+    ui_.performResponderAction(*item->responderAction, pasteboard);
+    application_.setPasteboard(std::move(pasteboard));
+    return true;
+  }
   // The menu runs its action after the key event, as AppKit does.
-  queue_.post(0, entry->perform);
+  if (item->perform) queue_.post(0, item->perform);
   return true;
 }
 

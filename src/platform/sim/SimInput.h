@@ -49,8 +49,8 @@ class SimInput final : public platform::Events {
     const SimProcesses& processes;
     const SimHotkeys& hotkeys;
     const SimAccessibility& accessibility;
-    const SimUserInterface& ui;
-    const SimApplication& application;
+    SimUserInterface& ui;
+    SimApplication& application;
   };
   explicit SimInput(Parts parts);
   SimInput(const SimInput&) = delete;
@@ -98,9 +98,10 @@ class SimInput final : public platform::Events {
   void typeKey(std::uint16_t keyCode, platform::ModifierFlags modifiers);
   // `typeKey` with the modifiers held now.
   void pressKey(std::uint16_t keyCode) { typeKey(keyCode, modifiers_); }
-  // A key equivalent of the app's main menu typed with ⌘ ("," for Settings); false when the
-  // menu has no such item.
-  bool pressMainMenuShortcut(const std::string& keyEquivalent);
+  // A key equivalent of the app's main menu typed with ⌘ (and ⇧ where `shift`): "," for
+  // Settings, "v" for Paste; false when the menu has no such item. An app command runs after the
+  // key event; a standard command goes to the key window's first responder, if it answers it.
+  bool pressMainMenuShortcut(const std::string& keyEquivalent, bool shift = false);
   // The user picks an entry of the open foreign menu, which closes it.
   bool chooseForeignMenuEntry();
 
@@ -135,8 +136,8 @@ class SimInput final : public platform::Events {
   const SimProcesses& processes_;
   const SimHotkeys& hotkeys_;
   const SimAccessibility& accessibility_;
-  const SimUserInterface& ui_;
-  const SimApplication& application_;
+  SimUserInterface& ui_;
+  SimApplication& application_;
 
   platform::ModifierFlags modifiers_;
   Point pointer_{};

@@ -54,7 +54,7 @@ std::vector<double> menuTitleWidths(const std::string& bundleId, double menusWid
   return widths;
 }
 
-std::vector<double> menuTitleWidths(const SimAppSpec& app) {
+std::vector<double> menuTitleWidths(const SimAppSetup& app) {
   if (!app.menuTitleWidths.empty()) return app.menuTitleWidths;
   return menuTitleWidths(app.bundleId, app.menusWidth);
 }

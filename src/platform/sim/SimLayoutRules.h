@@ -33,7 +33,7 @@ namespace tarvolo::sim {
 // Widths of an app's menu titles, left to right, the Apple menu first. Explicit widths win;
 // otherwise titles of 20-45 points, chosen deterministically from the bundle id, fill the app's
 // menus width.
-std::vector<double> menuTitleWidths(const SimAppSpec& app);
+std::vector<double> menuTitleWidths(const SimAppSetup& app);
 std::vector<double> menuTitleWidths(const std::string& bundleId, double menusWidth);
 
 // The right end of menus `width` wide on a screen, continuing right of a notch they reach.

@@ -6,8 +6,8 @@
 
 namespace tarvolo::sim {
 
-SimAppSpec& SimProcesses::add(SimAppSpec app) {
-  SimAppSpec& added = apps_.emplace_back(std::move(app));
+SimAppSetup& SimProcesses::add(SimAppSetup app) {
+  SimAppSetup& added = apps_.emplace_back(std::move(app));
   int index = 0;
   for (auto& item : added.items) {
     if (item.autosaveName.empty()) item.autosaveName = "Item-" + std::to_string(index);
@@ -17,31 +17,31 @@ SimAppSpec& SimProcesses::add(SimAppSpec app) {
   return added;
 }
 
-SimAppSpec* SimProcesses::find(std::string_view bundleId) {
+SimAppSetup* SimProcesses::find(std::string_view bundleId) {
   auto found = std::find_if(apps_.begin(), apps_.end(),
-                            [&](const SimAppSpec& app) { return text::equalsIgnoringCase(app.bundleId, bundleId); });
+                            [&](const SimAppSetup& app) { return text::equalsIgnoringCase(app.bundleId, bundleId); });
   return found == apps_.end() ? nullptr : &*found;
 }
 
-const SimAppSpec* SimProcesses::appOfPid(int pid) const {
+const SimAppSetup* SimProcesses::appOfPid(int pid) const {
   auto bundle = bundleIdOfPid(pid);
   if (!bundle) return nullptr;
-  auto found = std::find_if(apps_.begin(), apps_.end(), [&](const SimAppSpec& app) { return app.bundleId == *bundle; });
+  auto found = std::find_if(apps_.begin(), apps_.end(), [&](const SimAppSetup& app) { return app.bundleId == *bundle; });
   return found == apps_.end() ? nullptr : &*found;
 }
 
 std::string SimProcesses::nameOf(const std::string& bundleId) const {
   auto found =
-      std::find_if(apps_.begin(), apps_.end(), [&](const SimAppSpec& app) { return app.bundleId == bundleId; });
+      std::find_if(apps_.begin(), apps_.end(), [&](const SimAppSetup& app) { return app.bundleId == bundleId; });
   return found == apps_.end() ? bundleId : found->name;
 }
 
-void SimProcesses::launched(SimAppSpec& app) {
+void SimProcesses::launched(SimAppSetup& app) {
   app.running = true;
   launchDates_[app.bundleId] = clock_.currentDate();
 }
 
-void SimProcesses::terminated(SimAppSpec& app) {
+void SimProcesses::terminated(SimAppSetup& app) {
   app.running = false;
   if (frontmost_ && text::equalsIgnoringCase(*frontmost_, app.bundleId)) frontmost_.reset();
 }
@@ -67,7 +67,7 @@ std::optional<std::string> SimProcesses::bundleIdOfPid(int pid) const {
   return found->first;
 }
 
-platform::RunningApplication SimProcesses::runningApp(const SimAppSpec& app) const {
+platform::RunningApplication SimProcesses::runningApp(const SimAppSetup& app) const {
   platform::RunningApplication running;
   auto pid = pids_.find(app.bundleId);
   running.pid = pid == pids_.end() ? 0 : pid->second;
@@ -93,7 +93,7 @@ std::vector<platform::RunningApplication> SimProcesses::runningApplications() co
   return out;
 }
 
-bool SimProcesses::hasFinishedLaunching(const SimAppSpec& app) const {
+bool SimProcesses::hasFinishedLaunching(const SimAppSetup& app) const {
   if (!app.running) return false;
   auto launched = launchDates_.find(app.bundleId);
   return launched == launchDates_.end() || clock_.currentDate() >= launched->second + app.launchDuration;
@@ -101,13 +101,13 @@ bool SimProcesses::hasFinishedLaunching(const SimAppSpec& app) const {
 
 bool SimProcesses::isRunning(int pid) const {
   if (pid == kOwnPid) return ownRunning_;
-  const SimAppSpec* app = appOfPid(pid);
+  const SimAppSetup* app = appOfPid(pid);
   return app && app->running;
 }
 
 bool SimProcesses::answersAccessibility(int pid) const {
   if (pid == kOwnPid) return ownRunning_;
-  const SimAppSpec* app = appOfPid(pid);
+  const SimAppSetup* app = appOfPid(pid);
   return app && app->running && !app->accessibilityUnresponsive && !unresponsive_.contains(pid) &&
          hasFinishedLaunching(*app);
 }
@@ -120,10 +120,10 @@ void SimProcesses::setUnresponsive(int pid, bool unresponsive) {
   }
 }
 
-const SimAppSpec* SimProcesses::frontmostApp() const {
+const SimAppSetup* SimProcesses::frontmostApp() const {
   if (!frontmost_) return nullptr;
   auto found = std::find_if(apps_.begin(), apps_.end(),
-                            [&](const SimAppSpec& app) { return app.running && app.bundleId == *frontmost_; });
+                            [&](const SimAppSetup& app) { return app.running && app.bundleId == *frontmost_; });
   return found == apps_.end() ? nullptr : &*found;
 }
 

@@ -28,27 +28,27 @@ class SimProcesses {
 
   // --- other applications
   // Adds an application; one that runs has started now. Items without a name get "Item-N".
-  SimAppSpec& add(SimAppSpec app);
-  const std::vector<SimAppSpec>& apps() const { return apps_; }
+  SimAppSetup& add(SimAppSetup app);
+  const std::vector<SimAppSetup>& apps() const { return apps_; }
   // By bundle id, ignoring case.
-  SimAppSpec* find(std::string_view bundleId);
-  const SimAppSpec* appOfPid(int pid) const;
+  SimAppSetup* find(std::string_view bundleId);
+  const SimAppSetup* appOfPid(int pid) const;
   // The app's display name; the bundle id itself for an app the desktop does not know.
   std::string nameOf(const std::string& bundleId) const;
   // The app starts now or quits; its status items are the bar's business.
-  void launched(SimAppSpec& app);
-  void terminated(SimAppSpec& app);
+  void launched(SimAppSetup& app);
+  void terminated(SimAppSetup& app);
 
   // --- process ids; an application keeps its pid across launches
   int pidFor(const std::string& bundleId);
   std::optional<int> pidOf(std::string_view bundleId) const;
   std::optional<std::string> bundleIdOfPid(int pid) const;
 
-  platform::RunningApplication runningApp(const SimAppSpec& app) const;
+  platform::RunningApplication runningApp(const SimAppSetup& app) const;
   // The app's own process first, then the other running applications.
   std::vector<platform::RunningApplication> runningApplications() const;
   // Running and past its launch duration.
-  bool hasFinishedLaunching(const SimAppSpec& app) const;
+  bool hasFinishedLaunching(const SimAppSetup& app) const;
   // Whether the process runs, the app's own included.
   bool isRunning(int pid) const;
   // Whether the process answers Accessibility: running, launched and not hung.
@@ -59,7 +59,7 @@ class SimProcesses {
   // --- the frontmost application
   std::optional<std::string> frontmostBundleId() const { return frontmost_; }
   // The frontmost application while it runs.
-  const SimAppSpec* frontmostApp() const;
+  const SimAppSetup* frontmostApp() const;
   void setFrontmost(std::optional<std::string> bundleId) { frontmost_ = std::move(bundleId); }
 
   // --- the app's own process
@@ -71,7 +71,7 @@ class SimProcesses {
 
  private:
   const platform::Clock& clock_;
-  std::vector<SimAppSpec> apps_;
+  std::vector<SimAppSetup> apps_;
   std::map<std::string, int> pids_;
   std::map<std::string, double> launchDates_;
   std::optional<std::string> frontmost_;

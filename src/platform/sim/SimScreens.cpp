@@ -14,20 +14,20 @@ constexpr double kPlainBarHeight = 24;
 
 }  // namespace
 
-SimScreens::SimScreens(std::vector<SimScreenSpec> specs) : specs_(std::move(specs)) {
-  if (specs_.empty()) specs_.push_back(SimScreenSpec{});
+SimScreens::SimScreens(std::vector<SimScreenSetup> setups) : setups_(std::move(setups)) {
+  if (setups_.empty()) setups_.push_back(SimScreenSetup{});
 }
 
-bool SimScreens::replace(std::vector<SimScreenSpec> specs) {
-  if (specs.empty()) return false;
-  specs_ = std::move(specs);
+bool SimScreens::replace(std::vector<SimScreenSetup> setups) {
+  if (setups.empty()) return false;
+  setups_ = std::move(setups);
   return true;
 }
 
 std::vector<platform::ScreenInfo> SimScreens::infos() const {
   std::vector<platform::ScreenInfo> out;
   bool builtInNamed = false;
-  for (const auto& config : specs_) {
+  for (const auto& config : setups_) {
     platform::ScreenInfo info;
     // A Mac has one built-in display: the first notched screen is it.
     const bool builtIn = config.notchWidth && *config.notchWidth > 0 && !std::exchange(builtInNamed, true);
@@ -52,15 +52,15 @@ std::vector<platform::ScreenInfo> SimScreens::infos() const {
 
 // Top-left space has its origin at the top-left of the screen whose origin is AppKit's.
 Rect SimScreens::topLeftFrame(const Rect& frame) const {
-  auto origin = std::find_if(specs_.begin(), specs_.end(),
-                             [](const SimScreenSpec& screen) { return screen.x == 0 && screen.y == 0; });
-  const double height = origin == specs_.end() ? specs_.front().height : origin->height;
+  auto origin = std::find_if(setups_.begin(), setups_.end(),
+                             [](const SimScreenSetup& screen) { return screen.x == 0 && screen.y == 0; });
+  const double height = origin == setups_.end() ? setups_.front().height : origin->height;
   return Rect{frame.x, height - frame.maxY(), frame.width, frame.height};
 }
 
 // The cursor's two spaces meet at the primary screen's top edge.
-Point SimScreens::topLeftPoint(Point bottomLeft) const { return {bottomLeft.x, primarySpec().height - bottomLeft.y}; }
+Point SimScreens::topLeftPoint(Point bottomLeft) const { return {bottomLeft.x, primarySetup().height - bottomLeft.y}; }
 
-Point SimScreens::bottomLeftPoint(Point topLeft) const { return {topLeft.x, primarySpec().height - topLeft.y}; }
+Point SimScreens::bottomLeftPoint(Point topLeft) const { return {topLeft.x, primarySetup().height - topLeft.y}; }
 
 }  // namespace tarvolo::sim

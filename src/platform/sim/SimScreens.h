@@ -13,17 +13,17 @@ namespace tarvolo::sim {
 
 class SimScreens final : public platform::Screens {
  public:
-  // One default screen when `specs` is empty.
-  explicit SimScreens(std::vector<SimScreenSpec> specs);
+  // One default screen when `setups` is empty.
+  explicit SimScreens(std::vector<SimScreenSetup> setups);
 
   std::vector<platform::ScreenInfo> screens() const override { return infos(); }
 
-  const std::vector<SimScreenSpec>& specs() const { return specs_; }
-  const SimScreenSpec& primarySpec() const { return specs_.front(); }
+  const std::vector<SimScreenSetup>& setups() const { return setups_; }
+  const SimScreenSetup& primarySetup() const { return setups_.front(); }
   std::vector<platform::ScreenInfo> infos() const;
   platform::ScreenInfo primary() const { return infos().front(); }
-  // False, changing nothing, when `specs` is empty.
-  bool replace(std::vector<SimScreenSpec> specs);
+  // False, changing nothing, when `setups` is empty.
+  bool replace(std::vector<SimScreenSetup> setups);
 
   // A frame of AppKit's bottom-left space in the window list's top-left space.
   Rect topLeftFrame(const Rect& frame) const;
@@ -32,7 +32,7 @@ class SimScreens final : public platform::Screens {
   Point bottomLeftPoint(Point topLeft) const;
 
  private:
-  std::vector<SimScreenSpec> specs_;
+  std::vector<SimScreenSetup> setups_;
 };
 
 }  // namespace tarvolo::sim

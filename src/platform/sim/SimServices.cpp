@@ -41,7 +41,7 @@ std::vector<platform::RunningApplication> SimWorkspace::runningApplications() co
 }
 
 std::optional<platform::RunningApplication> SimWorkspace::frontmostApplication() const {
-  const SimAppSpec* app = processes_.frontmostApp();
+  const SimAppSetup* app = processes_.frontmostApp();
   if (!app) return std::nullopt;
   return processes_.runningApp(*app);
 }

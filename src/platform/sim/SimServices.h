@@ -62,12 +62,18 @@ class SimApplication final : public platform::Application {
   platform::ActivationPolicy activationPolicy() const override;
   // Termination unwinds after the current event, as the real run loop does.
   void terminate() override;
-  void setMainMenu(const platform::Menu& menu) override { mainMenu_ = menu; }
+  // Installs what the Mac backend installs: the app's commands with the standard Edit and Window
+  // menus.
+  void setMainMenu(const platform::Menu& appCommands) override { mainMenu_ = platform::mainMenuWith(appCommands); }
+  void copyToPasteboard(const std::string& text) override { pasteboard_ = text; }
   void openURL(const std::string& address) override { openedURLs_.push_back(address); }
 
   // What terminating does once it unwinds; the desktop ends the process there.
   void setTerminationHandler(std::function<void()> handler) { terminate_ = std::move(handler); }
-  const platform::Menu& mainMenu() const { return mainMenu_; }
+  const platform::MainMenu& mainMenu() const { return mainMenu_; }
+  // The general pasteboard, shared with every other app: what was copied last, by anyone.
+  const std::string& pasteboard() const { return pasteboard_; }
+  void setPasteboard(std::string text) { pasteboard_ = std::move(text); }
   // Addresses the app opened, in order.
   const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   void ownProcessExited() { mainMenu_ = {}; }
@@ -76,7 +82,8 @@ class SimApplication final : public platform::Application {
   SimProcesses& processes_;
   SimMainQueue& queue_;
   std::function<void()> terminate_;
-  platform::Menu mainMenu_;
+  platform::MainMenu mainMenu_;
+  std::string pasteboard_;
   std::vector<std::string> openedURLs_;
 };
 

@@ -4,6 +4,7 @@
 // items, and the settings of the simulated system. Its behaviour follows what real Macs do;
 // every choice real Macs leave open is a setting here.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,7 +13,7 @@
 
 namespace tarvolo::sim {
 
-struct SimScreenSpec {
+struct SimScreenSetup {
   double width = 1512;
   double height = 982;
   double x = 0;
@@ -25,7 +26,7 @@ struct SimScreenSpec {
   std::optional<std::string> id;
 };
 
-struct SimItemSpec {
+struct SimItemSetup {
   double width = 32;
   // Stored preferred position: distance from the right, larger stands further left.
   std::optional<double> position;
@@ -35,7 +36,7 @@ struct SimItemSpec {
   std::optional<std::string> description;
 };
 
-struct SimAppSpec {
+struct SimAppSetup {
   std::string bundleId;
   std::string name;
   std::string path;
@@ -43,7 +44,7 @@ struct SimAppSpec {
   double menusWidth = 300;  // Apple menu included
   // Widths of the menu titles left to right, Apple menu first; empty: derived from menusWidth.
   std::vector<double> menuTitleWidths;
-  std::vector<SimItemSpec> items;
+  std::vector<SimItemSetup> items;
   bool running = true;
   // How its items answer Accessibility. Advertised actions (absent: AXPress and AXCancel);
   // refusing every action (each reports action-unsupported); an AXPress that opens the menu and
@@ -68,6 +69,37 @@ struct SimAssessmentModeSettings {
   SimActivation activation = SimActivation::succeeds;
   // Seconds until the system answers an activation.
   double activationDelay = 0.1;
+};
+
+// How a download of one release goes.
+enum class SimDownload { completes, fails, stopsHalfway };
+
+// One release in the update feed.
+struct SimRelease {
+  std::string version;
+  std::string notes;  // as the feed holds them, plain or HTML
+  std::uint64_t size = 4'000'000;
+  // The archive's signature does not match the app's public key.
+  bool badSignature = false;
+  SimDownload download = SimDownload::completes;
+  // The installer cannot replace the app.
+  bool installFails = false;
+};
+
+// The update framework inside the app and the feed it reads.
+struct SimUpdateSettings {
+  std::string installedVersion = "1.0";
+  std::vector<SimRelease> feed;
+  bool feedReachable = true;
+  // The app's Info.plist names its feed and public key; without them the framework refuses to start.
+  bool configured = true;
+  double checkDuration = 0.5;
+  double bytesPerSecond = 4'000'000;
+  // Progress arrives in pieces this far apart.
+  double progressInterval = 0.25;
+  double extractionDuration = 0.5;
+  // From "install and relaunch" until the new version has started.
+  double installDuration = 1.0;
 };
 
 struct SimSettings {
@@ -108,6 +140,9 @@ struct SimSettings {
   SimAssessmentModeSettings assessmentMode;
   // The post-event privilege, separate from Accessibility trust.
   bool postEventAccess = true;
+  // What one answered Accessibility message costs its caller (a round trip to the other
+  // process); a process that does not answer costs the caller its time-out instead.
+  double accessibilityRoundTrip = 0;
 
   // Chords other applications hold as system-wide hot keys: registering one fails with -9878.
   std::vector<platform::KeyChord> takenHotkeys;
@@ -117,6 +152,8 @@ struct SimSettings {
   bool loginItemNeedsApproval = false;
   // When set, registering and unregistering fail with this description.
   std::optional<std::string> loginItemError;
+  // Absent: the app was built without the update framework.
+  std::optional<SimUpdateSettings> updates;
 };
 
 }  // namespace tarvolo::sim

@@ -1,6 +1,8 @@
 #include "platform/sim/SimUserInterface.h"
 
 #include <functional>
+#include <optional>
+#include <utility>
 
 #include "platform/sim/SimScreens.h"
 
@@ -24,6 +26,54 @@ bool SimFirstLaunchCoachWindow::press(Control control) {
   }
   if (!action) return false;
   action();
+  return true;
+}
+
+namespace {
+
+// Edits a text field's `text` as AppKit's field editor does with the caret at the end: paste
+// inserts there, or replaces the whole text while it is selected. Returns the new text, absent
+// when the command leaves the text as it was.
+std::optional<std::string> editField(platform::ResponderAction action, const std::string& text, bool selected,
+                                     std::string& pasteboard) {
+  using platform::ResponderAction;
+  switch (action) {
+    case ResponderAction::paste: return selected ? pasteboard : text + pasteboard;
+    case ResponderAction::copy:
+      if (selected) pasteboard = text;
+      return std::nullopt;
+    case ResponderAction::cut:
+      if (!selected) return std::nullopt;
+      pasteboard = text;
+      return std::string();
+    default: return std::nullopt;
+  }
+}
+
+}  // namespace
+
+bool SimUserInterface::performResponderAction(platform::ResponderAction action, std::string& pasteboard) {
+  using platform::ResponderAction;
+  const bool selected = std::exchange(textSelected_, false);
+  const bool editing = action == ResponderAction::paste || action == ResponderAction::copy ||
+                       action == ResponderAction::cut || action == ResponderAction::selectAll;
+  if (const auto* shelf = iconShelf_.showing(); shelf && shelf->searchExpanded) {
+    if (!editing) return false;
+    if (action == ResponderAction::selectAll) return textSelected_ = true;
+    auto edited = editField(action, shelf->query, selected, pasteboard);
+    if (auto setQuery = iconShelf_.controls().setQuery; edited && setQuery) setQuery(*edited);
+    return true;
+  }
+  const auto* preferences = preferences_.showing();
+  if (!preferences) return false;
+  if (action == ResponderAction::performClose) {
+    preferences_.closeByUser();
+    return true;
+  }
+  if (!editing || preferences->tab != platform::PreferencesTab::items) return false;
+  if (action == ResponderAction::selectAll) return textSelected_ = true;
+  auto edited = editField(action, preferences->items.searchText, selected, pasteboard);
+  if (auto search = preferences_.controls().search; edited && search) search(*edited);
   return true;
 }
 
@@ -56,6 +106,43 @@ void SimUserInterface::dismissNotice(const std::string& kind) {
   for (auto& shown : notices_) {
     if (shown.request.kind == kind) shown.dismissed = true;
   }
+}
+
+}  // namespace tarvolo::sim
+
+namespace tarvolo::sim {
+
+void SimUpdateWindow::note(std::optional<platform::UpdatePhase> phase, bool focused) {
+  if (!timeline_.empty() && timeline_.back().phase == phase) return;
+  timeline_.push_back(SimUpdateWindowMoment{.at = clock_.now(), .phase = phase, .focused = focused});
+}
+
+void SimUpdateWindow::show(const platform::UpdateViewState& state, platform::UpdateWindowCallbacks callbacks,
+                           platform::UpdateWindowFocus focus) {
+  recordShow(state, std::move(callbacks));
+  note(state.phase, focus == platform::UpdateWindowFocus::take);
+}
+
+void SimUpdateWindow::update(const platform::UpdateViewState& state) {
+  if (!shown()) return;
+  recordUpdate(state);
+  note(state.phase, false);
+}
+
+void SimUpdateWindow::close() {
+  if (shown()) note(std::nullopt, false);
+  recordClose();
+}
+
+void SimUpdateWindow::closeByUser() {
+  if (!shown()) return;
+  close();
+  if (auto closed = controls().closed) closed();
+}
+
+void SimUpdateWindow::ownProcessExited() {
+  if (shown()) note(std::nullopt, false);
+  recordProcessExit();
 }
 
 }  // namespace tarvolo::sim

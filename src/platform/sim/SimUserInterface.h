@@ -4,9 +4,11 @@
 // what its controls call (SimWindowRecord.h); a scenario step or a test presses them as a click
 // would.
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/Platform.h"
 #include "platform/windows/UserInterface.h"
 #include "platform/sim/SimWindowRecord.h"
 
@@ -89,6 +91,38 @@ class SimReviewPromptWindow final
   bool isShown() const override { return shown(); }
 };
 
+// One change of what the update window shows, for the report's timeline.
+struct SimUpdateWindowMoment {
+  double at = 0;
+  // Absent when the window closed.
+  std::optional<platform::UpdatePhase> phase;
+  bool focused = false;  // it came up in front of the app the user works in
+};
+
+class SimUpdateWindow final
+    : public platform::UpdateWindow,
+      public SimWindowRecord<platform::UpdateViewState, platform::UpdateWindowCallbacks> {
+ public:
+  explicit SimUpdateWindow(const Clock& clock) : SimWindowRecord(clock), clock_(clock) {}
+  void show(const platform::UpdateViewState& state, platform::UpdateWindowCallbacks callbacks,
+            platform::UpdateWindowFocus focus) override;
+  void update(const platform::UpdateViewState& state) override;
+  void close() override;
+  bool isShown() const override { return shown(); }
+  // The user closes the window with its close box, which tells the app.
+  void closeByUser();
+  void ownProcessExited();
+
+  // Every phase it showed and every close, in order; a phase shown again in a row is one moment.
+  const std::vector<SimUpdateWindowMoment>& timeline() const { return timeline_; }
+
+ private:
+  void note(std::optional<platform::UpdatePhase> phase, bool focused);
+
+  const Clock& clock_;
+  std::vector<SimUpdateWindowMoment> timeline_;
+};
+
 class SimPlacementGuideWindow final
     : public platform::PlacementGuideWindow,
       public SimWindowRecord<platform::PlacementGuideViewState, platform::PlacementGuideCallbacks> {
@@ -137,12 +171,21 @@ class SimUserInterface final : public platform::UserInterface {
   SimPlacementGuideWindow& placementGuide() override { return placementGuide_; }
   SimIconShelfPanel& iconShelfPanel() override { return iconShelf_; }
   SimReviewPromptWindow& reviewPrompt() override { return reviewPrompt_; }
+  SimUpdateWindow& updateWindow() override { return updateWindow_; }
   const SimFirstLaunchCoachWindow& firstLaunchCoach() const { return coach_; }
   const SimPreferencesWindow& preferences() const { return preferences_; }
   const SimNewAppNoticeWindow& newAppNotice() const { return newAppNotice_; }
   const SimPlacementGuideWindow& placementGuide() const { return placementGuide_; }
   const SimIconShelfPanel& iconShelfPanel() const { return iconShelf_; }
   const SimReviewPromptWindow& reviewPrompt() const { return reviewPrompt_; }
+  const SimUpdateWindow& updateWindow() const { return updateWindow_; }
+
+  // A standard command of the main menu (⌘V, ⌘W, ...) sent to the first responder of the app's
+  // key window: the shelf's search field while it is open, else the settings window, whose
+  // Icons tab has its search field focused. Copy and cut write `pasteboard`, paste reads it.
+  // False when no window is key or the responder does not answer the command (undo is not
+  // modelled).
+  bool performResponderAction(platform::ResponderAction action, std::string& pasteboard);
 
   // A new notice replaces one of its kind.
   void presentNotice(platform::NoticeRequest notice) override;
@@ -156,6 +199,7 @@ class SimUserInterface final : public platform::UserInterface {
     preferences_.ownProcessExited();
     newAppNotice_.ownProcessExited();
     placementGuide_.ownProcessExited();
+    updateWindow_.ownProcessExited();
   }
 
  private:
@@ -167,7 +211,10 @@ class SimUserInterface final : public platform::UserInterface {
   SimPlacementGuideWindow placementGuide_{clock_, screens_};
   SimIconShelfPanel iconShelf_{clock_};
   SimReviewPromptWindow reviewPrompt_{clock_};
+  SimUpdateWindow updateWindow_{clock_};
   std::vector<SimNoticeRecord> notices_;
+  // Whether ⌘A selected the focused field's whole text; any other command ends the selection.
+  bool textSelected_ = false;
 };
 
 }  // namespace tarvolo::sim

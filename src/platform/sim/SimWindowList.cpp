@@ -57,7 +57,7 @@ void SimWindowList::appendStatusItemWindows(std::vector<platform::WindowInfo>& o
       window.title = item->autosaveName;
     } else {
       auto bundle = processes_.bundleIdOfPid(item->ownerPid);
-      const SimAppSpec* app = processes_.appOfPid(item->ownerPid);
+      const SimAppSetup* app = processes_.appOfPid(item->ownerPid);
       window.ownerName = processName(bundle.value_or(""), app ? app->name : std::string());
       window.title = item->autosaveName;
     }
@@ -122,13 +122,13 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
                      .title = config.title});
     }
   };
-  appendAdded([](const SimWindowSpec& config) { return config.layer > SimWindowLayer::statusItem; });
+  appendAdded([](const SimWindowSetup& config) { return config.layer > SimWindowLayer::statusItem; });
 
   if (desktopSettings_.osMajor < kSingleSurfaceFromOSMajor) {
     appendStatusItemWindows(out);
     appendSystemItemWindows(out);
   }
-  appendAdded([](const SimWindowSpec& config) {
+  appendAdded([](const SimWindowSetup& config) {
     return config.layer <= SimWindowLayer::statusItem && config.layer > SimWindowLayer::menuBar;
   });
 
@@ -140,7 +140,7 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
                    .layer = SimWindowLayer::menuBar,
                    .title = std::string("Menubar")});
   }
-  appendAdded([](const SimWindowSpec& config) {
+  appendAdded([](const SimWindowSetup& config) {
     return config.layer <= SimWindowLayer::menuBar && config.layer >= SimWindowLayer::normal;
   });
 
@@ -160,7 +160,7 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
       offset += 30;
     }
   }
-  appendAdded([](const SimWindowSpec& config) { return config.layer < SimWindowLayer::normal; });
+  appendAdded([](const SimWindowSetup& config) { return config.layer < SimWindowLayer::normal; });
 
   if (desktopElements == platform::DesktopElements::include) {
     for (const auto& screen : screens) {

@@ -32,7 +32,7 @@ inline constexpr int popUpMenu = 101;
 }  // namespace SimWindowLayer
 
 // A window placed on the desktop by hand, in the window list's top-left space.
-struct SimWindowSpec {
+struct SimWindowSetup {
   std::string ownerName;
   int ownerPid = 0;
   std::optional<Rect> bounds = Rect{};
@@ -73,7 +73,7 @@ class SimWindowList final : public platform::WindowList {
 
   SimWindowListSettings& settings() { return settings_; }
   const SimWindowListSettings& settings() const { return settings_; }
-  void addWindow(SimWindowSpec window) { extraWindows_.push_back(std::move(window)); }
+  void addWindow(SimWindowSetup window) { extraWindows_.push_back(std::move(window)); }
   void clearAddedWindows() { extraWindows_.clear(); }
   // The name the window list gives an application's process; its display name otherwise.
   void setProcessName(const std::string& bundleId, std::string processName);
@@ -89,7 +89,7 @@ class SimWindowList final : public platform::WindowList {
   const SimProcesses& processes_;
   const SimMenus& menus_;
   SimWindowListSettings settings_;
-  std::vector<SimWindowSpec> extraWindows_;
+  std::vector<SimWindowSetup> extraWindows_;
   std::map<std::string, std::string> processNames_;
 };
 

@@ -61,6 +61,8 @@ struct PreferencesGeneralState {
   PreferencesSwitch newAppNotices;
   std::string displaysSection;
   std::vector<PreferencesDisplayRow> displays;  // every connected display, menu-bar display first
+  // Absent in an app built without the update framework.
+  std::optional<PreferencesSwitch> automaticUpdates;
   friend bool operator==(const PreferencesGeneralState&, const PreferencesGeneralState&) = default;
 };
 
@@ -140,6 +142,8 @@ struct PreferencesAboutState {
   std::string docsTitle;
   std::string docsDetail;
   std::vector<PreferencesChoice> links;  // id is the address
+  // The button that checks for a new version now; absent without the update framework.
+  std::optional<std::string> checkForUpdatesTitle;
   friend bool operator==(const PreferencesAboutState&, const PreferencesAboutState&) = default;
 };
 
@@ -166,6 +170,7 @@ struct PreferencesCallbacks {
   std::function<void(const std::string& displayId, bool hide)> setDisplayHidesIcons;
   // `delayId`: "general" or whole seconds.
   std::function<void(const std::string& displayId, const std::string& delayId)> chooseDisplayDelay;
+  std::function<void(bool)> setAutomaticUpdates;
   std::function<void(const std::string& query)> search;
   std::function<void(bool)> setOtherRunningShown;
   std::function<void(const std::string& bundleId, const std::string& zone)> pickZone;
@@ -178,6 +183,7 @@ struct PreferencesCallbacks {
   std::function<void()> startRecordingHotkey;
   std::function<void()> cancelRecordingHotkey;
   std::function<void(const std::string& address)> openLink;
+  std::function<void()> checkForUpdates;
   std::function<void()> closed;
 };
 

@@ -13,6 +13,7 @@
 #include "platform/windows/PlacementGuideWindow.h"
 #include "platform/windows/PreferencesWindow.h"
 #include "platform/windows/ReviewPromptWindow.h"
+#include "platform/windows/UpdateWindow.h"
 
 namespace tarvolo::platform {
 
@@ -35,6 +36,7 @@ class UserInterface {
   virtual void presentNotice(NoticeRequest notice) = 0;
   virtual void dismissNotice(const std::string& kind) = 0;
   virtual ReviewPromptWindow& reviewPrompt() = 0;
+  virtual UpdateWindow& updateWindow() = 0;
 };
 
 }  // namespace tarvolo::platform

@@ -1,6 +1,7 @@
 #include "shelf/owners/MenuBarAccessController.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
@@ -15,6 +16,8 @@
 namespace tarvolo {
 
 namespace {
+
+constexpr std::string_view kShelfWindow = "iconShelf";
 
 constexpr MenuBarAccessTier kTiers[] = {MenuBarAccessTier::all, MenuBarAccessTier::alwaysVisible,
                                         MenuBarAccessTier::hidden, MenuBarAccessTier::alwaysHidden};
@@ -38,6 +41,7 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
       localization_(dependencies.localization),
       defaultCenter_(dependencies.defaultCenter),
       systemSymbol_(std::move(dependencies.systemSymbol)),
+      permission_(dependencies.permission),
       model_(std::make_unique<MenuBarAccessModel>(MenuBarAccessModel::Dependencies{
           .platform = dependencies.platform,
           .catalog = dependencies.catalog,
@@ -105,6 +109,7 @@ void MenuBarAccessController::showShelf(std::optional<MenuBarAccessTier> tier) {
   model_->updateTrust();
   model_->errorKey = std::nullopt;
   platform_.userInterface().iconShelfPanel().show(viewState(), actions());
+  permission_.setAsking(kShelfWindow, !model_->trusted.get());
   model_->refresh(MenuBarAccessModel::RetainMissing::yes, MenuBarAccessModel::Diagnostics::off);
 }
 
@@ -117,13 +122,19 @@ void MenuBarAccessController::closeShelf() {
   if (!discoveryRunning()) model_->cancel();
   model_->keyboardSelectionID = std::nullopt;
   panel.close();
+  permission_.setAsking(kShelfWindow, false);
 }
 
 bool MenuBarAccessController::isShelfShown() const { return platform_.userInterface().iconShelfPanel().isShown(); }
 
 void MenuBarAccessController::updatePanel() {
+  if (holdPanelUpdates_) {
+    panelUpdateHeld_ = true;
+    return;
+  }
   auto& panel = platform_.userInterface().iconShelfPanel();
   if (panel.isShown()) panel.update(viewState());
+  permission_.setAsking(kShelfWindow, panel.isShown() && !model_->trusted.get());
 }
 
 platform::IconShelfActions MenuBarAccessController::actions() {
@@ -156,14 +167,16 @@ platform::IconShelfActions MenuBarAccessController::actions() {
 
 std::string MenuBarAccessController::rowName(const AccessibleStatusItem& item) const {
   // The system's items all belong to a few processes; their own texts tell them apart.
-  if (text::lowercased(item.ownerBundleID).starts_with("com.apple.")) {
+  if (MenuBarAccessEntry::ownedBySystem(item.ownerBundleID)) {
     if (item.itemDescription) return *item.itemDescription;
     if (!item.title.empty()) return item.title;
   }
   return item.ownerName.empty() ? item.ownerBundleID : item.ownerName;
 }
 
-platform::IconShelfViewState MenuBarAccessController::viewState() const {
+platform::IconShelfViewState MenuBarAccessController::viewState() const { return viewState(model_->filtered()); }
+
+platform::IconShelfViewState MenuBarAccessController::viewState(const std::vector<AccessibleStatusItem>& rows) const {
   const auto& m = *model_;
   platform::IconShelfViewState state;
   state.title = tr("iconbar.title");
@@ -179,7 +192,6 @@ platform::IconShelfViewState MenuBarAccessController::viewState() const {
   state.query = m.query.get();
   state.searchPlaceholder = tr("iconbar.search");
   state.focusSearchRequest = m.focusSearchRequest.get();
-  const auto rows = m.filtered();
   for (const auto& item : rows) {
     auto labelKey = MenuBarAccessEntry::from(item).systemLabelKey(systemSymbol_);
     platform::IconShelfRow row{.id = item.id,
@@ -193,7 +205,7 @@ platform::IconShelfViewState MenuBarAccessController::viewState() const {
   state.rowWidth = m.viewportWidth.get();
   state.loading = m.isLoading.get();
   state.discovering = m.isDiscovering.get() || discoveryRunning();
-  const auto recovery = m.recoveryItems();
+  const auto& recovery = m.recoveryItems();
   if (!m.trusted.get()) {
     state.permissionText = tr("iconbar.permission_note");
     state.permissionButtonTitle = tr("iconbar.permission");
@@ -226,11 +238,19 @@ void MenuBarAccessController::selectTier(MenuBarAccessTier tier) {
 }
 
 void MenuBarAccessController::setQuery(const std::string& query) {
+  // One filtering per keystroke: the rows found both pick the selection and fill the panel.
+  holdPanelUpdates_ = true;
+  panelUpdateHeld_ = false;
   if (!query.empty()) model_->searchExpanded = true;
   model_->query = query;
+  const auto rows = model_->filtered();
   // Typing selects the best row, so Return opens it at once.
-  const auto ids = model_->displayedIDs();
-  model_->keyboardSelectionID = ids.empty() ? std::nullopt : std::optional<std::string>(ids.front());
+  model_->keyboardSelectionID = rows.empty() ? std::nullopt : std::optional<std::string>(rows.front().id);
+  holdPanelUpdates_ = false;
+  if (!std::exchange(panelUpdateHeld_, false)) return;
+  auto& panel = platform_.userInterface().iconShelfPanel();
+  if (panel.isShown()) panel.update(viewState(rows));
+  permission_.setAsking(kShelfWindow, panel.isShown() && !model_->trusted.get());
 }
 
 void MenuBarAccessController::moveSelection(int delta) {

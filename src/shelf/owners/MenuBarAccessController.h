@@ -77,6 +77,8 @@ class MenuBarAccessController final {
  private:
   platform::IconShelfActions actions();
   void updatePanel();
+  // The panel as it shows `rows`, the model's filtered rows.
+  platform::IconShelfViewState viewState(const std::vector<AccessibleStatusItem>& rows) const;
   void schedulePanelUpdate();
   MenuBarDiscoverySession& discovery();
   void reveal(const std::string& owner, std::function<void(bool)> completion);
@@ -95,6 +97,7 @@ class MenuBarAccessController final {
   LocalizationManager& localization_;
   NotificationCenter& defaultCenter_;
   SystemSymbolLookup systemSymbol_;
+  AccessibilityPermission& permission_;
   MainThreadChecker mainThread_;
   std::unique_ptr<MenuBarAccessModel> model_;
   std::unique_ptr<MenuBarDiscoverySession> discovery_;
@@ -103,6 +106,9 @@ class MenuBarAccessController final {
   std::optional<platform::AXElement> pendingElement_;
   bool expandedForMenu_ = false;
   bool expandedForDiscovery_ = false;
+  // While a keystroke changes several of the model's values, the panel is built once at its end.
+  bool holdPanelUpdates_ = false;
+  bool panelUpdateHeld_ = false;
   WorkItem panelUpdateWork_;
   WorkItem revealWork_;
   Cancellables cancellables_;

@@ -39,7 +39,12 @@ std::optional<std::vector<AXElement>> barItems(platform::Accessibility& accessib
   if (!list) return std::nullopt;
   std::vector<AXElement> out;
   for (const auto& child : *list) {
-    if (const AXElement* element = child.element()) out.push_back(*element);
+    const AXElement* element = child.element();
+    if (!element) continue;
+    // A time-out is not inherited: without its own, each read of an item of a hung app would
+    // wait the system's default of several seconds.
+    accessibility.setMessagingTimeout(*element, timeout);
+    out.push_back(*element);
   }
   return out;
 }
@@ -197,7 +202,15 @@ MenuBarAccessModel::MenuBarAccessModel(Dependencies dependencies)
     if (!self) return;
     self->searchKeys_.clear();
     self->searchKeys_.reserve(rows.size());
-    for (const auto& row : rows) self->searchKeys_.push_back(DrawerSearch::searchKey(row.ownerName, row.ownerBundleID));
+    self->reachedOwners_.clear();
+    for (const auto& row : rows) {
+      self->searchKeys_.push_back(DrawerSearch::searchKey(row.ownerName, row.ownerBundleID));
+      self->reachedOwners_.insert(text::lowercased(row.ownerBundleID));
+    }
+    self->recovery_.reset();
+  }));
+  subscriptions_.push_back(catalog_.items.subscribe([weak = weakFactory_.handle()](const auto&) {
+    if (auto* self = weak.get()) self->recovery_.reset();
   }));
 }
 
@@ -449,7 +462,7 @@ std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
   for (std::size_t index = 0; index < rows.size(); ++index) {
     const auto& item = rows[index];
     if (tier != MenuBarAccessTier::all) {
-      if (text::lowercased(item.ownerBundleID).starts_with("com.apple.")) continue;
+      if (MenuBarAccessEntry::ownedBySystem(item.ownerBundleID)) continue;
       auto saved = savedTier(item.ownerBundleID);
       auto savedAsTier = saved ? menuBarAccessTier(*saved) : std::nullopt;
       if (!savedAsTier || savedAsTier == MenuBarAccessTier::all || *savedAsTier != tier) continue;
@@ -475,14 +488,14 @@ const AccessibleStatusItem* MenuBarAccessModel::item(const std::string& id) cons
   return nullptr;
 }
 
-std::vector<MenuBarAppItem> MenuBarAccessModel::recoveryItems() const {
-  std::set<std::string> reached;
-  for (const auto& row : items.get()) reached.insert(text::lowercased(row.ownerBundleID));
+const std::vector<MenuBarAppItem>& MenuBarAccessModel::recoveryItems() const {
+  if (recovery_) return *recovery_;
   std::vector<MenuBarAppItem> out;
   for (const auto& app : catalog_.items.get()) {
-    if (!reached.contains(text::lowercased(app.bundleId))) out.push_back(app);
+    if (!reachedOwners_.contains(text::lowercased(app.bundleId))) out.push_back(app);
   }
-  return out;
+  recovery_ = std::move(out);
+  return *recovery_;
 }
 
 double MenuBarAccessModel::panelHeight() const {

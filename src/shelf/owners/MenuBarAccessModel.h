@@ -94,8 +94,9 @@ class MenuBarAccessModel {
   // --- derived
   std::vector<AccessibleStatusItem> filtered() const;
   std::vector<std::string> displayedIDs() const;
-  // Catalogue applications the scan reached no item of, which discovery can reveal.
-  std::vector<MenuBarAppItem> recoveryItems() const;
+  // Catalogue applications the scan reached no item of, which discovery can reveal. Kept until
+  // the rows or the catalogue change: every panel update asks, typing changes neither.
+  const std::vector<MenuBarAppItem>& recoveryItems() const;
   double panelHeight() const;
   double tierPickerWidth(const std::vector<std::string>& titles) const;
   double organizeWidth(const std::string& title) const;
@@ -143,6 +144,9 @@ class MenuBarAccessModel {
   AccessibilityPermission& permission_;
   // `items` in comparison form, rebuilt whenever the rows change, so typing only compares.
   std::vector<DrawerSearch::SearchKey> searchKeys_;
+  // The owners `items` reached, lower-cased, rebuilt with the search keys.
+  std::set<std::string> reachedOwners_;
+  mutable std::optional<std::vector<MenuBarAppItem>> recovery_;
   Cancellables subscriptions_;
   MainThreadChecker mainThread_;
   std::shared_ptr<platform::SerialQueue> scanQueue_;

@@ -64,15 +64,15 @@ TEST(MenuBarWindowProbe, KeepsListOrderOwnersAndExtents) {
 }
 
 TEST(MenuBarWindowProbe, SnapshotOfASimulatedDesktopSkipsDesktopAndDocumentWindows) {
-  std::vector<sim::SimAppSpec> apps = {
-      sim::SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 400},
-      sim::SimAppSpec{.bundleId = "com.example.notes",
+  std::vector<sim::SimAppSetup> apps = {
+      sim::SimAppSetup{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 400},
+      sim::SimAppSetup{.bundleId = "com.example.notes",
                       .name = "Notes",
                       .activation = platform::ActivationPolicy::accessory,
                       .menusWidth = 0,
-                      .items = {sim::SimItemSpec{.width = 30, .position = 10}}}};
+                      .items = {sim::SimItemSetup{.width = 30, .position = 10}}}};
   for (int os : {15, 26, 27}) {
-    sim::SimDesktop desktop({sim::SimScreenSpec{.width = 1512, .height = 982}}, apps, {.osMajor = os});
+    sim::SimDesktop desktop({sim::SimScreenSetup{.width = 1512, .height = 982}}, apps, {.osMajor = os});
     desktop.queue().runFor(1);
     // A tall window hugging the bar and a zero-width one in it.
     desktop.windowList().addWindow({.ownerName = "Notes", .bounds = Rect{500, 0, 30, 300}});

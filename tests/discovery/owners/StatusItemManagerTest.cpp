@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/AppEnvironment.h"
+#include "discovery/PlacementPolicy.h"
 #include "discovery/owners/CategoryStore.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "discovery/owners/NewAppNoticeLedger.h"
@@ -24,14 +25,14 @@ const std::string kPins(CategoryStore::pinsKey);
 const std::string kKnown(NewAppNoticeLedger::knownBundleIDsKey);
 const std::string kSeated(MenuBarPlacementLedger::seatedKey);
 
-sim::SimAppSpec app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
+sim::SimAppSetup app(std::string bundle, std::string name, ActivationPolicy activation = ActivationPolicy::accessory,
                     std::string path = "", bool withItem = false) {
-  sim::SimAppSpec config{.bundleId = std::move(bundle),
+  sim::SimAppSetup config{.bundleId = std::move(bundle),
                        .name = std::move(name),
                        .path = std::move(path),
                        .activation = activation,
                        .menusWidth = 0};
-  if (withItem) config.items.push_back(sim::SimItemSpec{.width = 30, .position = 8});
+  if (withItem) config.items.push_back(sim::SimItemSetup{.width = 30, .position = 8});
   return config;
 }
 
@@ -74,7 +75,7 @@ class CatalogTest : public SimAppTest {
 TEST_F(CatalogTest, ScanOffersOnlyTopLevelApplicationsThatMayOwnAnIcon) {
   DesktopOptions options;
   options.apps = sampleApps(1);
-  auto add = [&](sim::SimAppSpec config) { options.apps.push_back(std::move(config)); };
+  auto add = [&](sim::SimAppSetup config) { options.apps.push_back(std::move(config)); };
   add(app("com.example.MyHelperApp", "My Helper"));
   add(app("com.example.agent", "Agent", ActivationPolicy::accessory,
           "/Applications/Host.app/Contents/Helpers/Agent.app"));
@@ -276,6 +277,32 @@ TEST_F(CatalogTest, ZonesAreReadWhileExpandedAndKeptWhileCollapsed) {
   EXPECT_FALSE(catalog().isOutOfPlace(kAlwaysHiddenIcon));
 }
 
+TEST_F(CatalogTest, AZoneRefreshFoldsEachNameOnceNotOncePerApplicationAndWindow) {
+  // Enough applications and windows that matching them pair by pair would fold names thousands
+  // of times, where folding each application's names and each window owner once stays in the
+  // low hundreds.
+  constexpr int kIcons = 60;
+  DesktopOptions options;
+  options.apps = sampleApps(kIcons);
+  boot(options);
+  launch();
+  run(1);
+  expandAndSettle();
+  const std::size_t windows = desktop().windowList().onScreenWindows(platform::DesktopElements::include)->size();
+  const std::size_t applications = catalog().items.get().size() + catalog().otherRunningItems.get().size();
+  ASSERT_GE(applications, static_cast<std::size_t>(kIcons));
+  ASSERT_GE(windows, static_cast<std::size_t>(kIcons));
+
+  const std::uint64_t before = PlacementPolicy::ownerNamesFolded();
+  catalog().refreshObservedZones();
+  const std::uint64_t folded = PlacementPolicy::ownerNamesFolded() - before;
+  // Attribution and zones each: up to three names per application and one per window.
+  EXPECT_LE(folded, 2 * (3 * applications + windows));
+  EXPECT_GE(folded, applications) << "the count no longer sees the matching";
+  EXPECT_FALSE(catalog().observedZones.get().empty());
+  EXPECT_EQ(catalog().observedZone("com.example.icon0"), "always_visible");
+}
+
 TEST_F(CatalogTest, FromVersion26IconsAreTiedToAppsThroughAccessibility) {
   DesktopOptions options;
   options.settings.osMajor = 26;
@@ -410,7 +437,7 @@ TEST_F(CatalogTest, AnAppStillLaunchingIsSkippedAndReadOnceItHasFinished) {
 TEST_F(CatalogTest, AppLaunchedQuitAndRelaunchedIsFlaggedOnceAndTheCatalogueFollows) {
   DesktopOptions options;
   auto late = app("com.example.late", "Late", ActivationPolicy::accessory, "/Applications/Late.app");
-  late.items.push_back(sim::SimItemSpec{.width = 30, .position = 7});  // right of the separator
+  late.items.push_back(sim::SimItemSetup{.width = 30, .position = 7});  // right of the separator
   late.running = false;
   options.apps.push_back(late);
   boot(options);

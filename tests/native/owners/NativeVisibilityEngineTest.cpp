@@ -65,11 +65,12 @@ TEST(SystemStatusPresentation, SymbolsOnlyForSystemItemsItKnows) {
 // The engine alone on a desktop, without the app around it.
 class NativeEngineTest : public ::testing::Test {
  protected:
-  void make(int osMajor, bool offered, SimActivation activation) {
+  void make(int osMajor, bool offered, SimActivation activation, double accessibilityRoundTrip = 0) {
     sim::SimSettings settings;
+    settings.accessibilityRoundTrip = accessibilityRoundTrip;
     settings.osMajor = osMajor;
     settings.assessmentMode = {.offered = offered, .activation = activation, .activationDelay = 0.1};
-    desktop_ = std::make_unique<sim::SimDesktop>(std::vector<sim::SimScreenSpec>{testing::plainDisplay()},
+    desktop_ = std::make_unique<sim::SimDesktop>(std::vector<sim::SimScreenSetup>{testing::plainDisplay()},
                                                  testing::sampleApps(), settings);
     engine_ = std::make_unique<NativeVisibilityEngine>(
         NativeVisibilityEngine::Dependencies{.platform = *desktop_, .defaultCenter = center_});
@@ -171,6 +172,31 @@ TEST_F(NativeEngineTest, SuccessWithoutEffectIsNoticedOnTheBar) {
   run(NativeVisibilityEngine::effectCheckDelay + 0.1);
   EXPECT_EQ(engine_->state(), NativeEngineState::failed);
   EXPECT_EQ(availabilityChanges_, 1);
+}
+
+// Reading every running app's items waits on each app: the check reads them on a background
+// queue, and the main thread sends no Accessibility message at all, even past a hung app.
+TEST_F(NativeEngineTest, TheEffectCheckReadsTheBarOffTheMainThread) {
+  make(27, true, SimActivation::succeedsWithoutEffect, 0.01);
+  desktop_->processes().setUnresponsive(*desktop_->processes().pidOf("com.example.icon2"), true);
+  engine_->collapse({"com.example.icon1"}, nullptr);
+  run(0.2);
+  run(NativeVisibilityEngine::effectCheckDelay + 2);
+  EXPECT_EQ(engine_->state(), NativeEngineState::failed);
+  EXPECT_TRUE(desktop_->waits().mainThreadAccessibilityCalls().empty());
+  EXPECT_EQ(desktop_->waits().mainThreadWaited(), 0.0);
+}
+
+// An expand while the read runs makes its answer stale: the engine stays usable.
+TEST_F(NativeEngineTest, AnEffectReadThatOutlivesItsCollapseIsDropped) {
+  make(27, true, SimActivation::succeedsWithoutEffect, 0.05);
+  engine_->collapse({"com.example.icon1"}, nullptr);
+  run(0.2);
+  run(NativeVisibilityEngine::effectCheckDelay + 0.01);  // started, not yet back
+  engine_->expand();
+  run(2);
+  EXPECT_NE(engine_->state(), NativeEngineState::failed);
+  EXPECT_EQ(availabilityChanges_, 0);
 }
 
 }  // namespace

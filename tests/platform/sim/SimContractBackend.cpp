@@ -11,12 +11,12 @@ namespace {
 class SimContractBackend final : public ContractBackend {
  public:
   SimContractBackend()
-      : desktop_({sim::SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185},
-                  sim::SimScreenSpec{.width = 1920, .height = 1080, .x = 1512}},
-                 {sim::SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 420},
-                  sim::SimAppSpec{.bundleId = "com.example.icon", .name = "Icon",
+      : desktop_({sim::SimScreenSetup{.width = 1512, .height = 982, .notchWidth = 185},
+                  sim::SimScreenSetup{.width = 1920, .height = 1080, .x = 1512}},
+                 {sim::SimAppSetup{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 420},
+                  sim::SimAppSetup{.bundleId = "com.example.icon", .name = "Icon",
                                   .activation = platform::ActivationPolicy::accessory, .menusWidth = 0,
-                                  .items = {sim::SimItemSpec{.width = 30, .position = 10}}}},
+                                  .items = {sim::SimItemSetup{.width = 30, .position = 10}}}},
                  {}) {
     desktop_.setFrontmost("com.example.editor");
     desktop_.launchOwnApp();

@@ -12,9 +12,9 @@
 namespace tarvolo::sim {
 namespace {
 
-SimAppSpec iconApp(const std::string& bundle, double width, std::optional<double> position) {
-  return SimAppSpec{.bundleId = bundle, .name = bundle, .activation = platform::ActivationPolicy::accessory,
-                    .menusWidth = 0, .items = {SimItemSpec{.width = width, .position = position}}};
+SimAppSetup iconApp(const std::string& bundle, double width, std::optional<double> position) {
+  return SimAppSetup{.bundleId = bundle, .name = bundle, .activation = platform::ActivationPolicy::accessory,
+                    .menusWidth = 0, .items = {SimItemSetup{.width = width, .position = position}}};
 }
 
 const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) {
@@ -27,7 +27,7 @@ const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) 
 // The simulated bar: positions, lengths, the notch and the menus (the platform contract covers
 // what every backend shares).
 TEST(SimMenuBar, LaysItemsOutRightToLeftByStoredPositionWithUnpositionedLeftmost) {
-  SimDesktop desktop({SimScreenSpec{.width = 1920, .height = 1080}},
+  SimDesktop desktop({SimScreenSetup{.width = 1920, .height = 1080}},
                      {iconApp("near", 30, 10), iconApp("far", 40, 50), iconApp("new", 20, std::nullopt)}, {});
   const auto& near = firstItemOf(desktop, "near");
   const auto& far = firstItemOf(desktop, "far");
@@ -40,10 +40,10 @@ TEST(SimMenuBar, LaysItemsOutRightToLeftByStoredPositionWithUnpositionedLeftmost
 }
 
 TEST(SimMenuBar, NotchAndAppMenusHideItemsThatReachThem) {
-  SimAppSpec app{.bundleId = "com.example.app", .name = "App", .menusWidth = 700};
-  std::vector<SimAppSpec> apps = {app};
+  SimAppSetup app{.bundleId = "com.example.app", .name = "App", .menusWidth = 700};
+  std::vector<SimAppSetup> apps = {app};
   for (int i = 0; i < 25; ++i) apps.push_back(iconApp("icon" + std::to_string(i), 30, 10.0 * (i + 1)));
-  SimDesktop desktop({SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}}, apps, {});
+  SimDesktop desktop({SimScreenSetup{.width = 1512, .height = 982, .notchWidth = 185}}, apps, {});
   desktop.setFrontmost("com.example.app");
   auto notch = desktop.screens().infos().front().notchRect();
   ASSERT_TRUE(notch);
@@ -60,7 +60,7 @@ TEST(SimMenuBar, NotchAndAppMenusHideItemsThatReachThem) {
 }
 
 TEST(SimMenuBar, LongItemPushesEverythingLeftOfItOffScreen) {
-  SimDesktop desktop({SimScreenSpec{.width = 1512, .height = 982, .notchWidth = 185}},
+  SimDesktop desktop({SimScreenSetup{.width = 1512, .height = 982, .notchWidth = 185}},
                      {iconApp("right", 30, 10), iconApp("left", 30, 30)}, {});
   desktop.defaults().set("NSStatusItem Preferred Position sep", DefaultsValue(20.0));
   auto item = desktop.statusBar().createStatusItem(16, "sep");
@@ -76,7 +76,7 @@ TEST(SimMenuBar, LongItemPushesEverythingLeftOfItOffScreen) {
 TEST(SimMenuBar, FramesArriveOnlyAfterTheLatencyAndCanBeStale) {
   SimSettings settings;
   settings.frameLatency = 0.1;
-  SimDesktop desktop({SimScreenSpec{}}, {}, settings);
+  SimDesktop desktop({SimScreenSetup{}}, {}, settings);
   auto item = desktop.statusBar().createStatusItem(16, "sep");
   EXPECT_FALSE(item->buttonFrameOnScreen().has_value());
   desktop.queue().runFor(0.1);
@@ -91,7 +91,7 @@ TEST(SimMenuBar, FramesArriveOnlyAfterTheLatencyAndCanBeStale) {
 }
 
 TEST(SimMenuBar, CommandDragPastANeighbourReordersAndStoresThePosition) {
-  SimDesktop desktop({SimScreenSpec{.width = 1920, .height = 1080}}, {iconApp("x", 30, 10), iconApp("y", 30, 20)}, {});
+  SimDesktop desktop({SimScreenSetup{.width = 1920, .height = 1080}}, {iconApp("x", 30, 10), iconApp("y", 30, 20)}, {});
   desktop.defaults().set("NSStatusItem Preferred Position mine", DefaultsValue(5.0));
   auto mine = desktop.statusBar().createStatusItem(20, "mine");
   double yMid = firstItemOf(desktop, "y").frame->midX();
@@ -103,9 +103,9 @@ TEST(SimMenuBar, CommandDragPastANeighbourReordersAndStoresThePosition) {
 }
 
 TEST(SimWorkspace, LaunchAndTerminateChangeRunningAppsAndItems) {
-  SimAppSpec later = iconApp("later", 30, 10);
+  SimAppSetup later = iconApp("later", 30, 10);
   later.running = false;
-  SimDesktop desktop({SimScreenSpec{}}, {later}, {});
+  SimDesktop desktop({SimScreenSetup{}}, {later}, {});
   EXPECT_TRUE(desktop.bar().allItems().empty());
   desktop.launchApp("later");
   EXPECT_EQ(desktop.bar().allItems().size(), 1u);
@@ -139,13 +139,13 @@ class RecordingSink final : public platform::SystemEventSink {
 
 // Background-only processes come and go without the workspace's launch and terminate notices.
 TEST(SimWorkspace, LaunchAndTerminateAreReportedForRegularAndAccessoryAppsOnly) {
-  std::vector<SimAppSpec> apps;
+  std::vector<SimAppSetup> apps;
   for (auto [bundle, policy] : {std::pair{"regular", platform::ActivationPolicy::regular},
                                 std::pair{"accessory", platform::ActivationPolicy::accessory},
                                 std::pair{"daemon", platform::ActivationPolicy::prohibited}}) {
-    apps.push_back(SimAppSpec{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
+    apps.push_back(SimAppSetup{.bundleId = bundle, .name = bundle, .activation = policy, .running = false});
   }
-  SimDesktop desktop({SimScreenSpec{}}, apps, {});
+  SimDesktop desktop({SimScreenSetup{}}, apps, {});
   RecordingSink sink;
   desktop.setSystemEventSink(&sink);
   for (const char* bundle : {"regular", "accessory", "daemon"}) desktop.launchApp(bundle);
@@ -156,7 +156,7 @@ TEST(SimWorkspace, LaunchAndTerminateAreReportedForRegularAndAccessoryAppsOnly) 
 }
 // The app's windows keep what they last drew; a scenario reads them and presses their controls.
 TEST(SimWindows, ARecordCountsEveryShowAndEachOpeningAndKeepsTheLastState) {
-  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  SimDesktop desktop({SimScreenSetup{}}, {}, {});
   auto& prompt = desktop.userInterface().reviewPrompt();
   int later = 0;
   prompt.show({.message = "first"}, {.later = [&] { ++later; }});
@@ -176,7 +176,7 @@ TEST(SimWindows, ARecordCountsEveryShowAndEachOpeningAndKeepsTheLastState) {
 
 // The windows that belong to the process go when it ends; a click can no longer reach them.
 TEST(SimWindows, TheAppsProcessEndingClosesItsWindowsAndDropsTheirControls) {
-  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  SimDesktop desktop({SimScreenSetup{}}, {}, {});
   desktop.launchOwnApp();
   auto& shelf = desktop.userInterface().iconShelfPanel();
   auto& settings = desktop.userInterface().preferences();
@@ -195,7 +195,7 @@ TEST(SimWindows, TheAppsProcessEndingClosesItsWindowsAndDropsTheirControls) {
 
 // The settings window's close button tells the app; closing it from the app does not.
 TEST(SimWindows, OnlyTheUsersCloseButtonCallsTheSettingsBack) {
-  SimDesktop desktop({SimScreenSpec{}}, {}, {});
+  SimDesktop desktop({SimScreenSetup{}}, {}, {});
   auto& settings = desktop.userInterface().preferences();
   int closed = 0;
   settings.show({}, {.closed = [&] { ++closed; }});

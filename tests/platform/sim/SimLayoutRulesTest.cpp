@@ -8,9 +8,9 @@
 namespace tarvolo::sim {
 namespace {
 
-SimAppSpec iconApp(const std::string& bundle, double position) {
-  return SimAppSpec{.bundleId = bundle, .name = bundle, .activation = platform::ActivationPolicy::accessory,
-                    .menusWidth = 0, .items = {SimItemSpec{.width = 30, .position = position}}};
+SimAppSetup iconApp(const std::string& bundle, double position) {
+  return SimAppSetup{.bundleId = bundle, .name = bundle, .activation = platform::ActivationPolicy::accessory,
+                    .menusWidth = 0, .items = {SimItemSetup{.width = 30, .position = position}}};
 }
 
 const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) {
@@ -23,9 +23,9 @@ const SimItemState& firstItemOf(SimDesktop& desktop, const std::string& bundle) 
 // A desktop with an editor frontmost, one icon right of a spacer ("sep", position 20) and one
 // left of it.
 struct Bar {
-  explicit Bar(SimScreenSpec screen, SimSettings settings = {}, double menusWidth = 400)
+  explicit Bar(SimScreenSetup screen, SimSettings settings = {}, double menusWidth = 400)
       : desktop({screen},
-                {SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = menusWidth},
+                {SimAppSetup{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = menusWidth},
                  iconApp("right", 10), iconApp("left", 30)},
                 settings) {
     desktop.setFrontmost("com.example.editor");
@@ -56,7 +56,7 @@ TEST(SimMenuTitles, AreDeterministicPerAppAndFillTheMenusWidth) {
     EXPECT_GE(titles[i], 20) << i;
     EXPECT_LE(titles[i], 45) << i;
   }
-  SimAppSpec explicitTitles{.bundleId = "x", .menusWidth = 999, .menuTitleWidths = {36, 50, 21}};
+  SimAppSetup explicitTitles{.bundleId = "x", .menusWidth = 999, .menuTitleWidths = {36, 50, 21}};
   EXPECT_EQ(menuTitleWidths(explicitTitles), (std::vector<double>{36, 50, 21}));
 }
 
@@ -106,9 +106,9 @@ TEST(SimMenuTitles, AFarEdgePastTheLeftScreenEdgeDisturbsNoTitle) {
 }
 
 TEST(SimMenuTitles, OrdinaryIconsRunningIntoTheMenusAreHiddenNotMadeRoomFor) {
-  std::vector<SimAppSpec> apps = {SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 1200}};
+  std::vector<SimAppSetup> apps = {SimAppSetup{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 1200}};
   for (int i = 0; i < 10; ++i) apps.push_back(iconApp("icon" + std::to_string(i), 10.0 * (i + 1)));
-  SimDesktop desktop({SimScreenSpec{.width = 1440, .height = 900}}, apps, {});
+  SimDesktop desktop({SimScreenSetup{.width = 1440, .height = 900}}, apps, {});
   desktop.setFrontmost("com.example.editor");
   EXPECT_EQ(desktop.bar().menuTitlesDropped(), 0);
   EXPECT_FALSE(firstItemOf(desktop, "icon9").onScreen);

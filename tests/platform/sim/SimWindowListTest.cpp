@@ -12,18 +12,18 @@ namespace {
 using platform::DesktopElements;
 using platform::WindowInfo;
 
-SimAppSpec iconApp(const std::string& bundle, const std::string& name, double position) {
-  return SimAppSpec{.bundleId = bundle,
+SimAppSetup iconApp(const std::string& bundle, const std::string& name, double position) {
+  return SimAppSetup{.bundleId = bundle,
                     .name = name,
                     .activation = platform::ActivationPolicy::accessory,
                     .menusWidth = 0,
-                    .items = {SimItemSpec{.width = 30, .position = position}}};
+                    .items = {SimItemSetup{.width = 30, .position = position}}};
 }
 
 std::unique_ptr<SimDesktop> makeDesktop(int osMajor,
-                                        std::vector<SimScreenSpec> screens = {{.width = 1920, .height = 1080}}) {
-  std::vector<SimAppSpec> apps = {
-      SimAppSpec{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 400},
+                                        std::vector<SimScreenSetup> screens = {{.width = 1920, .height = 1080}}) {
+  std::vector<SimAppSetup> apps = {
+      SimAppSetup{.bundleId = "com.example.editor", .name = "Editor", .menusWidth = 400},
       iconApp("com.example.notes", "Notes", 10),
       iconApp("com.example.clip", "Clip", 20),
   };
@@ -137,7 +137,7 @@ TEST(SimAccessibility, ItemsMatchTheWindowListAndNeedTrust) {
 
 TEST(SimAccessibility, AReadOfAHungOrLaunchingAppTimesOutOnItsQueueAndIsCountedOnTheMainThread) {
   auto desktop = makeDesktop(15);
-  SimAppSpec slow = iconApp("com.example.slow", "Slow", 30);
+  SimAppSetup slow = iconApp("com.example.slow", "Slow", 30);
   slow.launchDuration = 2;
   desktop->addApp(slow);
   const int hung = *desktop->processes().pidOf("com.example.notes");
@@ -177,7 +177,7 @@ TEST(SimAccessibility, AReadOfAHungOrLaunchingAppTimesOutOnItsQueueAndIsCountedO
 
 TEST(SimAccessibility, FromVersion27HiddenItemsAreAbsent) {
   for (int os : {15, 27}) {
-    std::vector<SimAppSpec> apps = {SimAppSpec{.bundleId = "com.example.wide", .name = "Wide", .menusWidth = 1850}};
+    std::vector<SimAppSetup> apps = {SimAppSetup{.bundleId = "com.example.wide", .name = "Wide", .menusWidth = 1850}};
     apps.push_back(iconApp("com.example.crowded", "Crowded", 10));
     SimDesktop desktop({{.width = 1920, .height = 1080}}, apps, SimSettings{.osMajor = os});
     desktop.setFrontmost("com.example.wide");  // the menus leave no room for the icon

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "app/AppEnvironment.h"
+#include "permissions/AccessibilityPermission.h"
 #include "platform/sim/SimAccessibility.h"
 #include "shelf/owners/ExternalMenuAccessSession.h"
 #include "shelf/owners/MenuBarAccessController.h"
@@ -14,7 +15,7 @@ using sim::SimDesktop;
 
 class IconShelfTest : public SimAppTest {
  protected:
-  void start(std::vector<sim::SimAppSpec> apps, sim::SimSettings settings = {}) {
+  void start(std::vector<sim::SimAppSetup> apps, sim::SimSettings settings = {}) {
     boot({.apps = std::move(apps), .settings = std::move(settings)});
     launch();
     run(1);
@@ -26,7 +27,7 @@ class IconShelfTest : public SimAppTest {
     for (const auto& row : panel().rows) names.push_back(row.name);
     return names;
   }
-  static sim::SimAppSpec app(std::string bundle, std::string name, double position) {
+  static sim::SimAppSetup app(std::string bundle, std::string name, double position) {
     return {.bundleId = std::move(bundle), .name = std::move(name), .items = {{.width = 30, .position = position}}};
   }
 };
@@ -72,6 +73,56 @@ TEST_F(IconShelfTest, EveryUnicodeSpaceSeparatesSearchWords) {
   EXPECT_TRUE(rowNames().empty());
 }
 
+// The app's main menu carries the standard Edit and Window commands next to its own, so the
+// keys every text field relies on reach the shelf's search field and the settings window.
+TEST_F(IconShelfTest, TheMainMenusEditAndWindowCommandsReachTheKeyWindow) {
+  start({app("com.apple.Safari", "Safari", 45), app("com.example.c", "Cloud", 50)});
+  auto& input = desktop().events();
+  auto& application = desktop().application();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  shelf().find();  // ⌘F: the search field opens with the focus
+  application.setPasteboard("saf");
+  ASSERT_TRUE(input.pressMainMenuShortcut("v"));
+  EXPECT_EQ(panel().query, "saf");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Safari"});
+  // ⌘A then ⌘X takes the whole query; ⌘V puts it back.
+  ASSERT_TRUE(input.pressMainMenuShortcut("a"));
+  ASSERT_TRUE(input.pressMainMenuShortcut("x"));
+  EXPECT_EQ(panel().query, "");
+  EXPECT_EQ(application.pasteboard(), "saf");
+  ASSERT_TRUE(input.pressMainMenuShortcut("v"));
+  EXPECT_EQ(panel().query, "saf");
+  ASSERT_TRUE(input.pressMainMenuShortcut("z", true));  // redo is there, though nothing answers it
+  shelf().closeShelf();
+
+  auto& settings = desktop().userInterface().preferences();
+  ASSERT_TRUE(input.pressMainMenuShortcut(","));
+  run(0.1);
+  ASSERT_TRUE(settings.isShown());
+  settings.controls().selectTab(platform::PreferencesTab::items);
+  application.setPasteboard("Cloud");
+  ASSERT_TRUE(input.pressMainMenuShortcut("v"));
+  EXPECT_EQ(settings.showing()->items.searchText, "Cloud");
+  ASSERT_TRUE(input.pressMainMenuShortcut("w"));
+  EXPECT_FALSE(settings.isShown());
+}
+
+// The shelf's panel does not activate the app, so coming back from System Settings is never
+// reported: while the panel asks for the permission, the answer is read again every few seconds.
+TEST_F(IconShelfTest, ThePermissionIsReadAgainWhileTheShelfAsksForIt) {
+  start({app("com.apple.Safari", "Safari", 45)});
+  desktop().accessibility().setTrusted(false);
+  session().delegate()->environment()->accessibilityPermission().recheck();
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  ASSERT_TRUE(panel().permissionText.has_value());
+  desktop().accessibility().setTrusted(true);  // granted in System Settings; Tarvolo stays inactive
+  run(AccessibilityPermission::askingPollInterval + 0.5);
+  EXPECT_FALSE(panel().permissionText.has_value());
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Safari"});
+}
+
 TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   auto blocking = app("com.example.block", "Blocker", 40);
   blocking.pressBlocks = true;
@@ -84,6 +135,30 @@ TEST_F(IconShelfTest, ABlockingPressWithItsMenuOpenCountsAsOpened) {
   EXPECT_TRUE(logged("action=AXPress result=-25204 menuVisible=true accepted=true"));
   EXPECT_FALSE(logged("iconShelf attempt bundle=com.example.block action=AXShowMenu"));
   EXPECT_TRUE(shelf().menuSessionActive());
+}
+
+// Every Accessibility message waits on another process: the shelf's reads, its menu opening
+// and the catalogue's scans send theirs from background queues, so a hung app never stalls
+// the main thread, on macOS 26 and on 27 where the system engine also checks its effect.
+TEST_F(IconShelfTest, TheMainThreadSendsNoAccessibilityMessage) {
+  for (int osMajor : {26, 27}) {
+    sim::SimSettings settings;
+    settings.osMajor = osMajor;
+    settings.accessibilityRoundTrip = 0.01;
+    settings.assessmentMode = {.offered = true, .activation = sim::SimActivation::succeeds, .activationDelay = 0.1};
+    start({app("com.apple.Safari", "Safari", 45), app("com.example.c", "Cloud", 50)}, settings);
+    shelf().showShelf(std::nullopt);
+    run(0.5);
+    shelf().setQuery("saf");
+    shelf().activateSelection();
+    run(2);
+    shelf().closeShelf();
+    controller().toggleBar(ExpandDepth::normal);
+    run(3);
+    controller().toggleBar(ExpandDepth::normal);
+    run(3);
+    EXPECT_EQ(desktop().waits().mainThreadAccessibilityCalls(), std::vector<std::string>{}) << "macOS " << osMajor;
+  }
 }
 
 TEST_F(IconShelfTest, AnItemWithoutPressGetsShowMenuFirst) {

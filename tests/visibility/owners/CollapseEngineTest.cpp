@@ -19,8 +19,8 @@ const std::string kEditorKey = std::string(kScreen) + "\tcom.example.editor";
 // What the engine files under a stored per-app key.
 PerAppKey filed(const std::string& storedKey) { return PerAppKey::parse(storedKey).value(); }
 
-sim::SimAppSpec menusApp(const std::string& bundle, double menusWidth) {
-  return sim::SimAppSpec{.bundleId = bundle, .name = bundle, .path = "/Applications/" + bundle + ".app",
+sim::SimAppSetup menusApp(const std::string& bundle, double menusWidth) {
+  return sim::SimAppSetup{.bundleId = bundle, .name = bundle, .path = "/Applications/" + bundle + ".app",
                          .menusWidth = menusWidth};
 }
 
@@ -215,7 +215,7 @@ TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScre
   launch();
   run(0.5);
   ASSERT_TRUE(controller().collapseEngine().cliff().cliffSearchInFlight());
-  desktop().setScreens({sim::SimScreenSpec{.width = 1728, .height = 1117, .notchWidth = 185}});
+  desktop().setScreens({sim::SimScreenSetup{.width = 1728, .height = 1117, .notchWidth = 185}});
   run(4);
   EXPECT_TRUE(logged("cliff abort reason=screens"));
   EXPECT_TRUE(logged("search begin low=32 high=832 readBack=16 screen=1728x1117@0,0"));
@@ -319,7 +319,7 @@ TEST_F(CollapseEngineTest, BeforeMacOS27TheSearchReachesNarrowMenusOnAWideBar) {
 
 TEST_F(CollapseEngineTest, OnMacOS27ThePlaceholderFillsTheRoomOneItemCannot) {
   DesktopOptions options;
-  options.screens = {sim::SimScreenSpec{.width = 3008, .height = 1692}};
+  options.screens = {sim::SimScreenSetup{.width = 3008, .height = 1692}};
   options.settings.osMajor = 27;
   boot(options);
   launch();
@@ -342,9 +342,9 @@ TEST_F(CollapseEngineTest, AMisplacedPlaceholderIsPlacedAgainBesideTheFold) {
   DesktopOptions options;
   options.settings.osMajor = 27;
   // An icon whose stored position lies between the fold's (35) and the placeholder's seed (36).
-  options.apps.push_back(sim::SimAppSpec{.bundleId = "com.example.squeezed", .name = "Squeezed",
+  options.apps.push_back(sim::SimAppSetup{.bundleId = "com.example.squeezed", .name = "Squeezed",
                                          .activation = platform::ActivationPolicy::accessory, .menusWidth = 0,
-                                         .items = {sim::SimItemSpec{.width = 30, .position = 35.5}}});
+                                         .items = {sim::SimItemSetup{.width = 30, .position = 35.5}}});
   boot(options);
   launch();
   run(3);

@@ -25,18 +25,18 @@ constexpr double kSeparatorRightEdge = 1282;
 
 // An app whose menus end at `menusRight`, the last title `lastTitle` wide: a separator whose far
 // edge stops less than `lastTitle` short of `menusRight` makes the system drop that one title.
-sim::SimAppSpec appWithMenusEndingAt(const std::string& bundle, double menusRight, double lastTitle) {
+sim::SimAppSetup appWithMenusEndingAt(const std::string& bundle, double menusRight, double lastTitle) {
   std::vector<double> titles = {36};
   double remaining = menusRight - 36 - lastTitle;
   for (; remaining > 45; remaining -= 40) titles.push_back(40);
   if (remaining > 0) titles.push_back(remaining);
   titles.push_back(lastTitle);
-  return sim::SimAppSpec{.bundleId = bundle, .name = bundle, .path = "/Applications/" + bundle + ".app",
+  return sim::SimAppSetup{.bundleId = bundle, .name = bundle, .path = "/Applications/" + bundle + ".app",
                          .menuTitleWidths = titles};
 }
 
 // The cliff's far edge would end 10 points among this app's menus, in its last title.
-sim::SimAppSpec menusTenPastTheCliffsEdge() {
+sim::SimAppSetup menusTenPastTheCliffsEdge() {
   return appWithMenusEndingAt(kWide, kSeparatorRightEdge - kCliff + 10, 30);
 }
 
