@@ -142,6 +142,7 @@ SeparatorLayoutVerdict ShelfHiddenLength::judge(double length) const {
 void ShelfHiddenLength::scheduleShelfHiddenVerify() {
   mainThread_.check();
   if (run_) return;  // the search measures its own probes
+  plannedWithDistance_ = dividerDistance_.has_value();
   const auto generation = ++shelfVerifyGeneration_;
   shelfVerifyWork_.schedule(Policy::collapseVerifyDelay,
                             bindWeak(weak(), &ShelfHiddenLength::verifyShelfHiddenLength, generation));
@@ -154,6 +155,18 @@ void ShelfHiddenLength::verifyShelfHiddenLength(unsigned long long generation) {
   if (!applied) return;
   const PerAppKey key = currentKey();
   const int searches = searchesByKey_[key];
+  // A bar collapsed since launch never showed both separators short, so the length was planned
+  // without the distance between them; this short one shows it, and the bar is planned again.
+  // A bar collapsed since launch may not have shown both separators short yet, so the length was
+  // planned without the distance between them; once it is read, the bar is planned again.
+  if (!plannedWithDistance_ && !remembered_.contains(key)) {
+    if (!dividerDistance_) captureDividerDistanceIfShort();
+    if (dividerDistance_) {
+      MenuBarLog::log(LogLine("shelf hidden distance read").add("distance", *dividerDistance_));
+      host_.reapplyVisibility();
+      return;
+    }
+  }
   if (!shelfHiddenReference_) {
     // Nothing to judge against: a short reading first. A remembered length needs no more; else
     // the search reads it as its baseline.

@@ -119,6 +119,8 @@ class ShelfHiddenLength {
   unsigned long long shelfVerifyGeneration_ = 0;
   unsigned long long searchGeneration_ = 0;
   int probesMade_ = 0;
+  // The bar being verified was planned knowing the distance between the separators.
+  bool plannedWithDistance_ = false;
   // A short reading failed: the bar is not measured again until one succeeds elsewhere.
   bool referenceUnreadable_ = false;
   WorkItem shelfVerifyWork_;
