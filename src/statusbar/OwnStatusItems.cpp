@@ -241,8 +241,11 @@ std::optional<bool> OwnStatusItems::ownItemsInOrder() const {
   double lo = std::min({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
   double hi = std::max({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
   if (hi - lo <= kAnchorTolerance) return std::nullopt;
-  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance && anchors->normalMinX < anchors->toggleMinX &&
-         anchors->hiddenMinX < anchors->toggleMinX;
+  // Judged by right edges: a separator of no length stands at its right neighbour's left edge, so
+  // one right beside the toggle shares the toggle's left edge and is still left of it.
+  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance &&
+         anchors->normalMaxX <= anchors->toggleMinX + kAnchorTolerance &&
+         anchors->hiddenMaxX <= anchors->toggleMinX + kAnchorTolerance;
 }
 
 std::optional<platform::ScreenInfo> OwnStatusItems::statusItemScreen() const {
