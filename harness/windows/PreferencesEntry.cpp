@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 #include "app/AppEnvironment.h"
 #include "base/Text.h"
@@ -256,7 +257,10 @@ json switchJson(const std::optional<platform::PreferencesSwitch>& control) {
   return {{"title", control->title}, {"on", control->on}, {"enabled", control->enabled}};
 }
 
-json rowJson(const platform::PreferencesItemRow& row) {
+// Each listed app's icon as the desktop drew it, by the row's bundle id.
+using DrawnIcons = std::map<std::string, json>;
+
+json rowJson(const platform::PreferencesItemRow& row, const DrawnIcons& icons) {
   json out = {{"bundleId", row.bundleId},
               {"name", row.name},
               {"zone", row.zone},
@@ -266,6 +270,7 @@ json rowJson(const platform::PreferencesItemRow& row) {
   if (row.shortcut) out["shortcut"] = *row.shortcut;
   if (row.shortcutRecording) out["shortcutRecording"] = true;
   if (row.shortcutProblem) out["shortcutProblem"] = *row.shortcutProblem;
+  if (auto drawn = icons.find(row.bundleId); drawn != icons.end()) out.update(drawn->second);
   return out;
 }
 
@@ -276,12 +281,12 @@ std::string titleOf(const std::vector<platform::PreferencesChoice>& choices, con
 
 std::string onOff(bool on) { return on ? "on" : "off"; }
 
-json stateJson(const platform::PreferencesViewState& state) {
+json stateJson(const platform::PreferencesViewState& state, const DrawnIcons& icons) {
   const auto& general = state.general;
   const auto& items = state.items;
   const json delay = general.selectedDelay.empty() ? json(nullptr) : json(std::stod(general.selectedDelay));
   json rows = json::array();
-  for (const auto& row : items.rows) rows.push_back(rowJson(row));
+  for (const auto& row : items.rows) rows.push_back(rowJson(row, icons));
   json displays = json::array();
   for (const auto& display : general.displays) {
     displays.push_back({{"id", display.displayId},
@@ -293,7 +298,7 @@ json stateJson(const platform::PreferencesViewState& state) {
                         {"menuBar", display.holdsMenuBar}});
   }
   json other = json::array();
-  for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
+  for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row, icons));
   json out = {{"title", state.windowTitle},
           {"tab", platform::rawValue(state.tab)},
           {"tabTitle", titleOf(state.tabs, std::string(platform::rawValue(state.tab)))},
@@ -385,16 +390,22 @@ std::string renderState(const platform::PreferencesViewState& state) {
 
 class PreferencesView final : public WindowView {
  public:
-  explicit PreferencesView(const sim::SimPreferencesWindow& window)
-      : visible_(window.shown()), opened_(window.openCount()) {
-    if (const auto* state = window.showing()) state_ = *state;
+  explicit PreferencesView(const sim::SimDesktop& desktop)
+      : visible_(desktop.userInterface().preferences().shown()),
+        opened_(desktop.userInterface().preferences().openCount()) {
+    const auto* state = desktop.userInterface().preferences().showing();
+    if (!state) return;
+    state_ = *state;
+    for (const auto* rows : {&state->items.rows, &state->items.otherRunningRows}) {
+      for (const auto& row : *rows) addDrawnIcon(icons_[row.bundleId], row.icon, desktop);
+    }
   }
 
   void report(json& ui) const override {
     ui["preferencesVisible"] = visible_;
     // Times the window opened from closed.
     ui["preferencesOpened"] = opened_;
-    ui["preferences"] = state_ ? stateJson(*state_) : json(nullptr);
+    ui["preferences"] = state_ ? stateJson(*state_, icons_) : json(nullptr);
   }
 
   std::string headline() const override { return visible_ ? " · Preferences open" : ""; }
@@ -405,6 +416,7 @@ class PreferencesView final : public WindowView {
   bool visible_ = false;
   int opened_ = 0;
   std::optional<platform::PreferencesViewState> state_;
+  DrawnIcons icons_;
 };
 
 }  // namespace
@@ -426,7 +438,7 @@ const WindowEntry& preferencesEntry() {
                  }},
                 {"displayRule", {"hideIcons", "autoCollapseDelay"}, parseDisplayRule}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
-        return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
+        return std::make_shared<PreferencesView>(desktop);
       }};
   return entry;
 }

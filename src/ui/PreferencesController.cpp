@@ -424,6 +424,7 @@ platform::PreferencesItemRow PreferencesController::row(const MenuBarAppItem& it
   row.bundleId = item.bundleId;
   row.name = item.name;
   row.iconPath = item.iconPath;
+  row.icon.application = BundleID::from(item.bundleId);
   std::optional<std::string> saved;
   if (item.hasSavedTier) saved = std::string(rawValue(item.category));
   row.zone = PlacementPolicy::displayedTier(saved, ledger_.confirmedCategory(item.bundleId),

@@ -121,6 +121,7 @@ struct PreferencesItemRowViews {
   NSButton* shortcut = nil;
   NSButton* clearShortcut = nil;
   std::optional<std::string> iconPath;
+  RowIcon iconShown;
   PreferencesItemRow shown;
 };
 
@@ -136,6 +137,8 @@ struct PreferencesDisplayRowViews {
 };
 
 struct MacPreferencesWindow::Impl {
+  explicit Impl(MacAppIcons& appIcons) : icons(appIcons) {}
+  MacAppIcons& icons;
   NSWindow* window = nil;
   TRVPreferencesTabController* tabs = nil;
   TRVWindowCloseObserver* closeObserver = nil;
@@ -387,11 +390,12 @@ struct MacPreferencesWindow::Impl {
 
   void fillItemRow(PreferencesItemRowViews& row, const PreferencesItemsState& items, const PreferencesItemRow& entry) {
     row.shown = entry;
-    if (row.iconPath != entry.iconPath) {
+    if (row.iconPath != entry.iconPath || row.iconShown != entry.icon) {
       row.iconPath = entry.iconPath;
-      row.icon.image = entry.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*entry.iconPath)] : nil;
+      row.iconShown = entry.icon;
+      row.icon.image = icons.image(entry.icon, entry.iconPath);
     }
-    row.icon.hidden = !entry.iconPath;
+    row.icon.hidden = !row.icon.image;
     setText(row.name, entry.name);
     row.note.hidden = !entry.outOfPlaceNote;
     setText(row.note, entry.outOfPlaceNote ? "⚠︎ " + *entry.outOfPlaceNote : "");
@@ -628,7 +632,7 @@ struct MacPreferencesWindow::Impl {
   }
 };
 
-MacPreferencesWindow::MacPreferencesWindow() : impl_(std::make_unique<Impl>()) {}
+MacPreferencesWindow::MacPreferencesWindow(MacAppIcons& icons) : impl_(std::make_unique<Impl>(icons)) {}
 
 MacPreferencesWindow::~MacPreferencesWindow() {
   impl_->callbacks = {};

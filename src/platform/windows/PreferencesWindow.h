@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/windows/RowIcon.h"
+
 namespace tarvolo::platform {
 
 enum class PreferencesTab { general, items, hotkeys, about };
@@ -70,6 +72,7 @@ struct PreferencesItemRow {
   std::string bundleId;
   std::string name;
   std::optional<std::string> iconPath;
+  RowIcon icon;
   std::string zone;  // the raw category the zone picker shows selected
   bool pinned = false;
   bool recommended = false;
