@@ -171,6 +171,29 @@ struct ClearShortcut {
   }
 };
 
+// "Move it for me" on an app's row of the Icons tab; the window opens there.
+struct MoveForMe {
+  std::string bundleId;
+  std::string describe() const { return "move it for me: " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    AppEnvironment* environment = context.environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("items"));
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    const auto& rows = state->items.rows;
+    auto row = std::find_if(rows.begin(), rows.end(),
+                            [&](const auto& shown) { return text::equalsIgnoringCase(shown.bundleId, bundleId); });
+    if (row == rows.end()) return bundleId + " is not listed";
+    if (!row->offersMoveForMe) return bundleId + "'s row offers no \"" + state->items.moveForMeTitle + "\"";
+    press(window->moveForMe, bundleId);
+    return std::nullopt;
+  }
+};
+
 // Sets a display's rule in the General tab of the open window: its switch, its delay, or both.
 struct DisplayRuleStep {
   std::string displayId;
@@ -270,6 +293,7 @@ json rowJson(const platform::PreferencesItemRow& row, const DrawnIcons& icons) {
   if (row.shortcut) out["shortcut"] = *row.shortcut;
   if (row.shortcutRecording) out["shortcutRecording"] = true;
   if (row.shortcutProblem) out["shortcutProblem"] = *row.shortcutProblem;
+  if (row.offersMoveForMe) out["moveForMe"] = true;
   if (auto drawn = icons.find(row.bundleId); drawn != icons.end()) out.update(drawn->second);
   return out;
 }
@@ -435,6 +459,9 @@ const WindowEntry& preferencesEntry() {
                  }},
                 {"clearShortcut", {}, [](const StepInput& in) {
                    return makeAction(ClearShortcut{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
+                {"moveForMe", {}, [](const StepInput& in) {
+                   return makeAction(MoveForMe{.bundleId = knownAppId(in.value, in.scenario)});
                  }},
                 {"displayRule", {"hideIcons", "autoCollapseDelay"}, parseDisplayRule}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {

@@ -120,6 +120,7 @@ struct PreferencesItemRowViews {
   NSStackView* shortcutCell = nil;
   NSButton* shortcut = nil;
   NSButton* clearShortcut = nil;
+  NSButton* moveForMe = nil;
   std::optional<std::string> iconPath;
   RowIcon iconShown;
   PreferencesItemRow shown;
@@ -384,7 +385,11 @@ struct MacPreferencesWindow::Impl {
                                               })
                                             action:@selector(perform:)];
     row->shortcutCell = kit::row(@[ row->shortcut, row->clearShortcut ], 4);
-    row->view = kit::row(@[ row->icon, names, row->picker, row->pin, row->shortcutCell ], 8);
+    row->moveForMe = [NSButton buttonWithTitle:@"" target:target([this, views] {
+                                            if (callbacks.moveForMe) callbacks.moveForMe(views->shown.bundleId);
+                                          })
+                                        action:@selector(perform:)];
+    row->view = kit::row(@[ row->icon, names, row->picker, row->moveForMe, row->pin, row->shortcutCell ], 8);
     return row;
   }
 
@@ -410,6 +415,9 @@ struct MacPreferencesWindow::Impl {
     row.picker.selectedSegment = selected;
     row.picker.accessibilityLabel = nsString(entry.name);
     setTitle(row.pin, entry.pinned ? items.unpinTitle : items.pinTitle);
+    row.moveForMe.hidden = !entry.offersMoveForMe;
+    setTitle(row.moveForMe, items.moveForMeTitle);
+    row.moveForMe.accessibilityLabel = nsString(entry.name + ", " + items.moveForMeTitle);
     row.shortcutProblem.hidden = !entry.shortcutProblem;
     setText(row.shortcutProblem, entry.shortcutProblem ? "⚠︎ " + *entry.shortcutProblem : "");
     row.shortcutCell.hidden = !items.shortcutsOffered;
