@@ -262,9 +262,12 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
   behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
   IconMover& mover = *iconMover_;
-  behaviour.moveIcon = [&mover](const std::string& bundleID,
-                                std::function<void(std::optional<PreferencesController::MoveRefusal>)> done) {
-    mover.move(BundleID(bundleID), [done = std::move(done)](std::optional<IconMover::Refusal> refusal) {
+  PlacementGuideController& guide = *placementGuide_;
+  behaviour.moveIcon = [&mover, &guide](const std::string& bundleID,
+                                        std::function<void(std::optional<PreferencesController::MoveRefusal>)> done) {
+    // The guide that came up for the request still works on this app: it was not cancelled.
+    auto wanted = [&guide, key = BundleID(bundleID).key()] { return guide.currentBundleID() == key; };
+    mover.move(BundleID(bundleID), wanted, [done = std::move(done)](std::optional<IconMover::Refusal> refusal) {
       using Refusal = IconMover::Refusal;
       using MoveRefusal = PreferencesController::MoveRefusal;
       if (!refusal) return done(std::nullopt);

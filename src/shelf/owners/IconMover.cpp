@@ -49,6 +49,7 @@ struct IconMover::Attempt {
 std::string_view IconMover::refusalName(Refusal refusal) {
   switch (refusal) {
     case Refusal::busy: return "busy";
+    case Refusal::withdrawn: return "withdrawn";
     case Refusal::notRunning: return "not-running";
     case Refusal::buttonHeld: return "button-held";
     case Refusal::pointerMoving: return "pointer-moving";
@@ -67,7 +68,8 @@ IconMover::IconMover(Dependencies dependencies)
 
 IconMover::~IconMover() = default;
 
-void IconMover::move(const BundleID& bundle, std::function<void(std::optional<Refusal>)> done) {
+void IconMover::move(const BundleID& bundle, std::function<bool()> wanted,
+                     std::function<void(std::optional<Refusal>)> done) {
   mainThread_.check();
   if (running_) {
     MenuBarLog::log(LogLine("move-for-me refused").add("bundle", bundle.key()).add("reason", refusalName(Refusal::busy)));
@@ -78,16 +80,17 @@ void IconMover::move(const BundleID& bundle, std::function<void(std::optional<Re
   done_ = std::move(done);
   const std::uint64_t generation = ++generation_;
   MenuBarLog::log(LogLine("move-for-me begin").add("bundle", bundle.key()));
-  settleWork_.schedule(settleDelay, bindWeak(weakFactory_.handle(), [generation, bundle](IconMover& self) {
-                         if (generation == self.generation_) self.begin(bundle);
+  settleWork_.schedule(settleDelay, bindWeak(weakFactory_.handle(), [generation, bundle, wanted](IconMover& self) {
+                         if (generation == self.generation_) self.begin(bundle, wanted);
                        }));
 }
 
-void IconMover::begin(const BundleID& bundle) {
+void IconMover::begin(const BundleID& bundle, const std::function<bool()>& wanted) {
   auto& events = platform_.events();
   auto& accessibility = platform_.accessibility();
   const std::uint64_t generation = generation_;
   auto refuse = [this, generation](Refusal refusal) { finished(generation, refusal); };
+  if (wanted && !wanted()) return refuse(Refusal::withdrawn);
   // The user's hand on the mouse comes first.
   if (events.mouseButtonHeld()) return refuse(Refusal::buttonHeld);
   if (!accessibility.isProcessTrusted() || !events.mayPostEvents()) return refuse(Refusal::cannotPost);

@@ -41,7 +41,16 @@ class IconMover {
   static constexpr double probeTimeout = 0.1;
   static constexpr std::string_view queueLabel = "com.ostrand.tarvolo.icon-mover";
 
-  enum class Refusal { busy, notRunning, buttonHeld, pointerMoving, unverifiedIcon, unverifiedTarget, cannotPost };
+  enum class Refusal {
+    busy,
+    withdrawn,  // the request was no longer wanted once the bar had settled
+    notRunning,
+    buttonHeld,
+    pointerMoving,
+    unverifiedIcon,
+    unverifiedTarget,
+    cannotPost,
+  };
   static std::string_view refusalName(Refusal refusal);
 
   struct Dependencies {
@@ -54,8 +63,9 @@ class IconMover {
   IconMover& operator=(const IconMover&) = delete;
 
   // One attempt to move `bundle`'s first icon; `done` runs on the main thread, with the refusal
-  // when nothing was posted. Wants the bar expanded so the icon shows.
-  void move(const BundleID& bundle, std::function<void(std::optional<Refusal>)> done);
+  // when nothing was posted. Wants the bar expanded so the icon shows. `wanted` is asked once the
+  // bar has settled: a request given up in the meantime (the guide cancelled) moves nothing.
+  void move(const BundleID& bundle, std::function<bool()> wanted, std::function<void(std::optional<Refusal>)> done);
   bool busy() const { return running_; }
 
  private:
@@ -66,7 +76,7 @@ class IconMover {
     Point to;
     platform::ModifierFlags command;
   };
-  void begin(const BundleID& bundle);
+  void begin(const BundleID& bundle, const std::function<bool()>& wanted);
   // Posts the `step`th dragged event after `delay`, then the next, then the release.
   static void drag(const std::shared_ptr<Attempt>& attempt, Path path, int step, double delay);
   void finished(std::uint64_t generation, std::optional<Refusal> refusal);

@@ -25,8 +25,9 @@ class IconMoverTest : public SimAppTest {
     run(0.5);
     mover_ = std::make_unique<IconMover>(IconMover::Dependencies{.platform = desktop(), .statusBar = controller()});
   }
-  void move(const std::string& bundle) {
-    mover_->move(BundleID(bundle), [this](std::optional<Refusal> refusal) { results_.push_back(refusal); });
+  void move(const std::string& bundle, std::function<bool()> wanted = nullptr) {
+    mover_->move(BundleID(bundle), std::move(wanted),
+                 [this](std::optional<Refusal> refusal) { results_.push_back(refusal); });
   }
   const std::vector<sim::SimPostedEvent>& posted() { return desktop().events().postedEvents(); }
   double iconMinX(const std::string& bundle) { return desktop().bar().draggableItem(bundle)->frame->minX(); }
@@ -85,6 +86,18 @@ TEST_F(IconMoverTest, AnIconAlreadyRightOfTheSeparatorIsNotDragged) {
   run(2);
   ASSERT_EQ(results_.size(), 1u);
   EXPECT_EQ(results_.front(), Refusal::unverifiedTarget);
+  EXPECT_TRUE(posted().empty());
+}
+
+TEST_F(IconMoverTest, ARequestGivenUpWhileTheBarSettlesMovesNothing) {
+  start();
+  bool wanted = true;
+  move("com.example.icon3", [&wanted] { return wanted; });
+  run(IconMover::settleDelay / 2);
+  wanted = false;
+  run(2);
+  ASSERT_EQ(results_.size(), 1u);
+  EXPECT_EQ(results_.front(), Refusal::withdrawn);
   EXPECT_TRUE(posted().empty());
 }
 
