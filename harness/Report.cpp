@@ -271,8 +271,10 @@ json toJson(const BarSnapshot& bar) {
                       {"clickState", event.event.clickState},
                       {"userData", event.event.userData}});
   }
+  const bool postedAny = !posted.empty();
   out["postedEvents"] = std::move(posted);
-  out["cursor"] = {{"x", bar.cursor.x}, {"y", bar.cursor.y}};
+  // Where the pointer ended up matters only once Tarvolo has moved it with events of its own.
+  if (postedAny) out["cursor"] = {{"x", bar.cursor.x}, {"y", bar.cursor.y}};
   if (bar.hiding) {
     const HidingState& hiding = *bar.hiding;
     out["hiding"] = {{"engine", hiding.engine},

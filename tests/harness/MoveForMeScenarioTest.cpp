@@ -58,10 +58,11 @@ TEST(MoveForMeScenarioTest, AHeldButtonRefusesTheMoveAndTheCursorStaysWhereItWas
   Report report = runScenario(loadScenario(scenariosDirectory() / "move-for-me-refused.json"));
   expectEveryStepPerformed(report);
   const auto json = toJson(report.atQuit);
+  // Tarvolo moves the cursor only with events it posts, and puts it back after them: with none
+  // posted, the cursor is where the user left it.
   EXPECT_TRUE(json["postedEvents"].empty()) << json["postedEvents"].dump();
+  EXPECT_FALSE(json.contains("cursor"));
   EXPECT_EQ(lines(report, "move-for-me refused reason=button-held").size(), 1u);
-  EXPECT_EQ(json["cursor"]["x"], 960);
-  EXPECT_EQ(json["cursor"]["y"], 540);
   EXPECT_FALSE(report.defaults["com.ostrand.tarvolo.placement_seated"].contains("com.getdropbox.dropbox"));
   // The guide takes over as it would without the request.
   EXPECT_FALSE(json["ui"]["placementGuide"].is_null());
