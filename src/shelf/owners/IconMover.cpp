@@ -37,7 +37,7 @@ std::optional<int> pidOf(const std::vector<platform::RunningApplication>& apps, 
 struct IconMover::Attempt {
   platform::Accessibility& accessibility;
   platform::Events& events;
-  platform::SerialQueue& queue;
+  std::shared_ptr<platform::SerialQueue> queue;
   int pid = 0;
   std::optional<int> ownPid;
   Rect separator;  // its x span is what counts; the bar's row comes from the icon
@@ -102,12 +102,14 @@ void IconMover::begin(const BundleID& bundle, const std::function<bool()>& wante
   auto ownPid = pidOf(apps, BundleID(ownBundleID));
   if (!ownPid) ownPid = pidOf(apps, BundleID(ownDirectBundleID));
 
-  auto finish = [&queue = *queue_, done = bindWeak(weakFactory_.handle(), &IconMover::finished, generation)](
-                    std::optional<Refusal> refusal) { queue.postToMain([done, refusal] { done(refusal); }); };
+  auto finish = [queue = std::weak_ptr<platform::SerialQueue>(queue_),
+                 done = bindWeak(weakFactory_.handle(), &IconMover::finished, generation)](std::optional<Refusal> refusal) {
+    if (auto alive = queue.lock()) alive->postToMain([done, refusal] { done(refusal); });
+  };
   auto attempt = std::make_shared<Attempt>(Attempt{
       .accessibility = accessibility,
       .events = events,
-      .queue = *queue_,
+      .queue = queue_,
       .pid = *pid,
       .ownPid = ownPid,
       .separator = *separator,
@@ -163,7 +165,7 @@ void IconMover::begin(const BundleID& bundle, const std::function<bool()>& wante
 }
 
 void IconMover::drag(const std::shared_ptr<Attempt>& attempt, Path path, int step, double delay) {
-  attempt->queue.post(delay, [attempt, path, step] {
+  attempt->queue->post(delay, [attempt, path, step] {
     auto& events = attempt->events;
     auto event = [&path](Kind kind, Point at) {
       return platform::SyntheticMouseEvent{.kind = kind,
@@ -179,7 +181,7 @@ void IconMover::drag(const std::shared_ptr<Attempt>& attempt, Path path, int ste
       return;
     }
     events.postMouseEvent(event(Kind::leftMouseUp, path.to));
-    attempt->queue.post(releaseToRestoreDelay, [attempt] {
+    attempt->queue->post(releaseToRestoreDelay, [attempt] {
       attempt->events.warpCursor(attempt->cursor);
       attempt->finish(std::nullopt);
     });

@@ -84,7 +84,9 @@ class IconMover {
   platform::Platform& platform_;
   StatusBarController& statusBar_;
   MainThreadChecker mainThread_;
-  std::unique_ptr<platform::SerialQueue> queue_;
+  // Shared with a running attempt, which finishes its drag (the button released, the cursor put
+  // back) even when the mover goes first.
+  std::shared_ptr<platform::SerialQueue> queue_;
   bool running_ = false;
   std::uint64_t generation_ = 0;
   std::function<void(std::optional<Refusal>)> done_;
