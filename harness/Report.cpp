@@ -183,6 +183,7 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
 
   for (const WindowEntry* entry : windowEntries()) bar.windows.push_back({entry->name, entry->view(desktop)});
   bar.postedEvents = desktop.events().postedEvents();
+  bar.cursor = desktop.events().cursorTopLeft();
   bar.accessibility = {.trusted = desktop.accessibility().isProcessTrusted(),
                        .prompts = desktop.accessibility().promptsShown(),
                        .openedURLs = desktop.workspace().openedURLs()};
@@ -195,6 +196,19 @@ std::string logLineText(const sim::SimLogLine& line) {
   std::snprintf(time, sizeof time, "%.3f", line.time);
   return std::string(time) + " [" + line.channel + "] " + line.message;
 }
+
+namespace {
+
+std::string_view syntheticKindName(platform::SyntheticMouseEvent::Kind kind) {
+  switch (kind) {
+    case platform::SyntheticMouseEvent::Kind::leftMouseDown: return "leftMouseDown";
+    case platform::SyntheticMouseEvent::Kind::leftMouseUp: return "leftMouseUp";
+    case platform::SyntheticMouseEvent::Kind::leftMouseDragged: return "leftMouseDragged";
+  }
+  return "leftMouseDown";
+}
+
+}  // namespace
 
 json toJson(const BarSnapshot& bar) {
   json out;
@@ -249,16 +263,18 @@ json toJson(const BarSnapshot& bar) {
   }
   json posted = json::array();
   for (const auto& event : bar.postedEvents) {
-    const bool down = event.event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;
     posted.push_back({{"at", event.time},
-                      {"type", down ? "leftMouseDown" : "leftMouseUp"},
+                      {"type", syntheticKindName(event.event.kind)},
                       {"x", event.event.location.x},
                       {"y", event.event.location.y},
                       {"flags", event.event.modifierFlags.raw},
                       {"clickState", event.event.clickState},
                       {"userData", event.event.userData}});
   }
+  const bool postedAny = !posted.empty();
   out["postedEvents"] = std::move(posted);
+  // Where the pointer ended up matters only once Tarvolo has moved it with events of its own.
+  if (postedAny) out["cursor"] = {{"x", bar.cursor.x}, {"y", bar.cursor.y}};
   if (bar.hiding) {
     const HidingState& hiding = *bar.hiding;
     out["hiding"] = {{"engine", hiding.engine},

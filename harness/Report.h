@@ -152,6 +152,7 @@ struct BarSnapshot {
   std::vector<WindowShot> windows;
   std::optional<HidingState> hiding;  // absent when Tarvolo is not running
   std::vector<sim::SimPostedEvent> postedEvents;
+  Point cursor;  // top-left global space
   // Absent while Tarvolo is not running.
   std::optional<AutoCollapseState> autoCollapse;
   std::optional<HotkeyState> hotkey;

@@ -44,7 +44,7 @@ std::string nameFromBundleId(const std::string& bundleId) {
 
 sim::SimAppSetup parseApp(const Field& field) {
   field.allowOnly(
-      {"bundleId", "name", "processName", "path", "activation", "menusWidth", "menuTitles", "running", "items",
+      {"bundleId", "name", "processName", "path", "icon", "activation", "menusWidth", "menuTitles", "running", "items",
        "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive",
        "launchDuration"});
   sim::SimAppSetup app;
@@ -54,6 +54,7 @@ sim::SimAppSetup parseApp(const Field& field) {
   }
   app.name = field.optional("name") ? field.required("name").nonEmptyString() : nameFromBundleId(app.bundleId);
   app.path = field.optional("path") ? field.required("path").nonEmptyString() : "/Applications/" + app.name + ".app";
+  if (auto icon = field.optional("icon")) app.icon = icon->nonEmptyString();
   if (auto activation = field.optional("activation")) app.activation = parseActivation(*activation);
   if (auto menus = field.optional("menusWidth")) app.menusWidth = menus->nonNegative();
   if (auto titles = field.optional("menuTitles")) {

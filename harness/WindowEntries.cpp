@@ -1,5 +1,7 @@
 #include "harness/WindowEntry.h"
 
+#include "platform/sim/SimDesktop.h"
+
 namespace tarvolo::scenario {
 
 // Each defined in harness/windows/.
@@ -21,6 +23,15 @@ const std::vector<const WindowEntry*>& windowEntries() {
       &preferencesEntry(),   &contextMenuEntry(),  &coachEntry(),          &noticesEntry(),
   };
   return entries;
+}
+
+void addDrawnIcon(nlohmann::ordered_json& row, const platform::RowIcon& icon, const sim::SimDesktop& desktop) {
+  if (icon.symbol) {
+    row["icon"] = nullptr;
+    row["symbol"] = *icon.symbol;
+    return;
+  }
+  row["icon"] = textOrNull(icon.application ? desktop.processes().iconOf(*icon.application) : std::nullopt);
 }
 
 }  // namespace tarvolo::scenario

@@ -15,6 +15,8 @@
 #include "harness/Step.h"
 #include "harness/StepContext.h"
 
+#include "platform/windows/RowIcon.h"
+
 namespace tarvolo::sim {
 class SimDesktop;
 }
@@ -58,5 +60,10 @@ void press(const Control& control, Args&&... args) {
 inline nlohmann::ordered_json textOrNull(const std::optional<std::string>& text) {
   return text ? nlohmann::ordered_json(*text) : nlohmann::ordered_json(nullptr);
 }
+
+// A row's icon as the desktop draws it: `icon` names the owning app's own icon (null for the
+// generic glyph: no app, or one the desktop does not know), and a system item's row also carries
+// the `symbol` drawn instead.
+void addDrawnIcon(nlohmann::ordered_json& row, const platform::RowIcon& icon, const sim::SimDesktop& desktop);
 
 }  // namespace tarvolo::scenario

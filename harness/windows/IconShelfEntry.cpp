@@ -133,8 +133,15 @@ Action parseShelfKey(const StepInput& in) {
 
 class IconShelfView final : public WindowView {
  public:
-  explicit IconShelfView(const sim::SimIconShelfPanel& panel) : shown_(panel.shown()) {
-    if (const auto* state = panel.showing()) state_ = *state;
+  explicit IconShelfView(const sim::SimDesktop& desktop) : shown_(desktop.userInterface().iconShelfPanel().shown()) {
+    const auto* state = desktop.userInterface().iconShelfPanel().showing();
+    if (!state) return;
+    state_ = *state;
+    for (const auto& row : state->rows) {
+      json drawn = json::object();
+      addDrawnIcon(drawn, row.icon, desktop);
+      icons_.push_back(std::move(drawn));
+    }
   }
 
   void report(json& ui) const override {
@@ -146,9 +153,11 @@ class IconShelfView final : public WindowView {
     if (!state_) return json(nullptr);
     json rows = json::array();
     std::optional<std::string> selection;
-    for (const auto& row : state_->rows) {
-      rows.push_back(
-          {{"id", row.id}, {"name", row.name}, {"label", textOrNull(row.systemLabel)}, {"selected", row.selected}});
+    for (std::size_t i = 0; i < state_->rows.size(); ++i) {
+      const auto& row = state_->rows[i];
+      json shown = {{"id", row.id}, {"name", row.name}, {"label", textOrNull(row.systemLabel)}, {"selected", row.selected}};
+      shown.update(icons_[i]);
+      rows.push_back(std::move(shown));
       if (row.selected) selection = row.id;
     }
     return json{{"tier", textOrNull(tier())},
@@ -198,6 +207,7 @@ class IconShelfView final : public WindowView {
 
   bool shown_ = false;
   std::optional<platform::IconShelfViewState> state_;
+  std::vector<json> icons_;  // each row's icon as drawn, in row order
 };
 
 }  // namespace
@@ -217,7 +227,7 @@ const WindowEntry& iconShelfEntry() {
                    return makeAction(ShelfDiscover{});
                  }}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
-        return std::make_shared<IconShelfView>(desktop.userInterface().iconShelfPanel());
+        return std::make_shared<IconShelfView>(desktop);
       }};
   return entry;
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 #include "app/AppEnvironment.h"
 #include "base/Text.h"
@@ -170,6 +171,29 @@ struct ClearShortcut {
   }
 };
 
+// "Move it for me" on an app's row of the Icons tab; the window opens there.
+struct MoveForMe {
+  std::string bundleId;
+  std::string describe() const { return "move it for me: " + bundleId; }
+  std::optional<std::string> perform(StepContext& context) const {
+    AppEnvironment* environment = context.environment();
+    if (!environment) return std::string("Tarvolo is not running");
+    PreferencesController* preferences = environment->preferences();
+    if (!preferences) return std::string("Tarvolo has no settings window yet");
+    preferences->open(std::string("items"));
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    const auto& rows = state->items.rows;
+    auto row = std::find_if(rows.begin(), rows.end(),
+                            [&](const auto& shown) { return text::equalsIgnoringCase(shown.bundleId, bundleId); });
+    if (row == rows.end()) return bundleId + " is not listed";
+    if (!row->offersMoveForMe) return bundleId + "'s row offers no \"" + state->items.moveForMeTitle + "\"";
+    press(window->moveForMe, bundleId);
+    return std::nullopt;
+  }
+};
+
 // Sets a display's rule in the General tab of the open window: its switch, its delay, or both.
 struct DisplayRuleStep {
   std::string displayId;
@@ -256,7 +280,10 @@ json switchJson(const std::optional<platform::PreferencesSwitch>& control) {
   return {{"title", control->title}, {"on", control->on}, {"enabled", control->enabled}};
 }
 
-json rowJson(const platform::PreferencesItemRow& row) {
+// Each listed app's icon as the desktop drew it, by the row's bundle id.
+using DrawnIcons = std::map<std::string, json>;
+
+json rowJson(const platform::PreferencesItemRow& row, const DrawnIcons& icons) {
   json out = {{"bundleId", row.bundleId},
               {"name", row.name},
               {"zone", row.zone},
@@ -266,6 +293,8 @@ json rowJson(const platform::PreferencesItemRow& row) {
   if (row.shortcut) out["shortcut"] = *row.shortcut;
   if (row.shortcutRecording) out["shortcutRecording"] = true;
   if (row.shortcutProblem) out["shortcutProblem"] = *row.shortcutProblem;
+  if (row.offersMoveForMe) out["moveForMe"] = true;
+  if (auto drawn = icons.find(row.bundleId); drawn != icons.end()) out.update(drawn->second);
   return out;
 }
 
@@ -276,12 +305,12 @@ std::string titleOf(const std::vector<platform::PreferencesChoice>& choices, con
 
 std::string onOff(bool on) { return on ? "on" : "off"; }
 
-json stateJson(const platform::PreferencesViewState& state) {
+json stateJson(const platform::PreferencesViewState& state, const DrawnIcons& icons) {
   const auto& general = state.general;
   const auto& items = state.items;
   const json delay = general.selectedDelay.empty() ? json(nullptr) : json(std::stod(general.selectedDelay));
   json rows = json::array();
-  for (const auto& row : items.rows) rows.push_back(rowJson(row));
+  for (const auto& row : items.rows) rows.push_back(rowJson(row, icons));
   json displays = json::array();
   for (const auto& display : general.displays) {
     displays.push_back({{"id", display.displayId},
@@ -293,7 +322,7 @@ json stateJson(const platform::PreferencesViewState& state) {
                         {"menuBar", display.holdsMenuBar}});
   }
   json other = json::array();
-  for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row));
+  for (const auto& row : items.otherRunningRows) other.push_back(rowJson(row, icons));
   json out = {{"title", state.windowTitle},
           {"tab", platform::rawValue(state.tab)},
           {"tabTitle", titleOf(state.tabs, std::string(platform::rawValue(state.tab)))},
@@ -385,16 +414,22 @@ std::string renderState(const platform::PreferencesViewState& state) {
 
 class PreferencesView final : public WindowView {
  public:
-  explicit PreferencesView(const sim::SimPreferencesWindow& window)
-      : visible_(window.shown()), opened_(window.openCount()) {
-    if (const auto* state = window.showing()) state_ = *state;
+  explicit PreferencesView(const sim::SimDesktop& desktop)
+      : visible_(desktop.userInterface().preferences().shown()),
+        opened_(desktop.userInterface().preferences().openCount()) {
+    const auto* state = desktop.userInterface().preferences().showing();
+    if (!state) return;
+    state_ = *state;
+    for (const auto* rows : {&state->items.rows, &state->items.otherRunningRows}) {
+      for (const auto& row : *rows) addDrawnIcon(icons_[row.bundleId], row.icon, desktop);
+    }
   }
 
   void report(json& ui) const override {
     ui["preferencesVisible"] = visible_;
     // Times the window opened from closed.
     ui["preferencesOpened"] = opened_;
-    ui["preferences"] = state_ ? stateJson(*state_) : json(nullptr);
+    ui["preferences"] = state_ ? stateJson(*state_, icons_) : json(nullptr);
   }
 
   std::string headline() const override { return visible_ ? " · Preferences open" : ""; }
@@ -405,6 +440,7 @@ class PreferencesView final : public WindowView {
   bool visible_ = false;
   int opened_ = 0;
   std::optional<platform::PreferencesViewState> state_;
+  DrawnIcons icons_;
 };
 
 }  // namespace
@@ -424,9 +460,12 @@ const WindowEntry& preferencesEntry() {
                 {"clearShortcut", {}, [](const StepInput& in) {
                    return makeAction(ClearShortcut{.bundleId = knownAppId(in.value, in.scenario)});
                  }},
+                {"moveForMe", {}, [](const StepInput& in) {
+                   return makeAction(MoveForMe{.bundleId = knownAppId(in.value, in.scenario)});
+                 }},
                 {"displayRule", {"hideIcons", "autoCollapseDelay"}, parseDisplayRule}},
       .view = [](const sim::SimDesktop& desktop) -> std::shared_ptr<const WindowView> {
-        return std::make_shared<PreferencesView>(desktop.userInterface().preferences());
+        return std::make_shared<PreferencesView>(desktop);
       }};
   return entry;
 }

@@ -13,6 +13,7 @@
 #include "localization/LocalizationManager.h"
 #include "native/SystemStatusPresentation.h"
 #include "native/owners/NativeVisibilityEngine.h"
+#include "shelf/owners/IconMover.h"
 #include "shelf/owners/MenuBarAccessController.h"
 #include "permissions/AccessibilityPermission.h"
 #include "statusbar/StatusBarController.h"
@@ -154,6 +155,7 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .systemSymbol = &SystemStatusPresentations::symbol,
         .permission = *accessibilityPermission_,
     });
+    iconMover_ = std::make_unique<IconMover>(IconMover::Dependencies{.platform = platform_, .statusBar = *statusBarController_});
     firstLaunchCoach_ = std::make_unique<FirstLaunchCoachController>(FirstLaunchCoachController::Dependencies{
         .platform = platform_,
         .defaultCenter = defaultCenter_,
@@ -259,6 +261,20 @@ PreferencesController::Behaviour AppEnvironment::behaviourSettings() {
   // once; with the own separators an always-visible choice goes through the guide.
   NativeVisibilityEngine& engine = *nativeVisibilityEngine_;
   behaviour.nativeEngineAvailable = [&engine] { return engine.isAvailable(); };
+  IconMover& mover = *iconMover_;
+  PlacementGuideController& guide = *placementGuide_;
+  behaviour.moveIcon = [&mover, &guide](const std::string& bundleID,
+                                        std::function<void(std::optional<PreferencesController::MoveRefusal>)> done) {
+    // The guide that came up for the request still works on this app: it was not cancelled.
+    auto wanted = [&guide, key = BundleID(bundleID).key()] { return guide.currentBundleID() == key; };
+    mover.move(BundleID(bundleID), wanted, [done = std::move(done)](std::optional<IconMover::Refusal> refusal) {
+      using Refusal = IconMover::Refusal;
+      using MoveRefusal = PreferencesController::MoveRefusal;
+      if (!refusal) return done(std::nullopt);
+      const bool userBusy = *refusal == Refusal::buttonHeld || *refusal == Refusal::pointerMoving;
+      done(userBusy ? MoveRefusal::userBusy : MoveRefusal::unavailable);
+    });
+  };
   AppShortcuts& shortcuts = *appShortcuts_;
   behaviour.appShortcut = [&shortcuts](const std::string& bundleID) -> std::optional<std::string> {
     auto chord = shortcuts.chord(bundleID);

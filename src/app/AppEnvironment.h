@@ -13,6 +13,7 @@ namespace tarvolo {
 
 class AppShortcuts;
 class HotkeyManager;
+class IconMover;
 class LaunchAtLogin;
 class AccessibilityPermission;
 class CategoryStore;
@@ -112,6 +113,7 @@ class AppEnvironment {
   // Start-up step 6 builds these, in this order.
   std::unique_ptr<StatusBarController> statusBarController_;
   std::unique_ptr<MenuBarAccessController> iconShelf_;
+  std::unique_ptr<IconMover> iconMover_;
   std::unique_ptr<FirstLaunchCoachController> firstLaunchCoach_;
   std::unique_ptr<PlacementGuideController> placementGuide_;
   std::unique_ptr<PreferencesController> preferences_;

@@ -129,6 +129,66 @@ constexpr Entry kEntries[] = {
       .fr = "Comme dans Général",
       .es = "Como en General",
       .pt = "Como em Geral"}},
+    // "Move it for me": Tarvolo drags an icon into the always-visible zone itself.
+    {"items_move_for_me",
+     {.en = "Move it for me",
+      .zh = "帮我移动",
+      .zhHant = "幫我移動",
+      .ja = "代わりに移動",
+      .ko = "대신 옮기기",
+      .de = "Für mich verschieben",
+      .fr = "Le déplacer pour moi",
+      .es = "Muévelo por mí",
+      .pt = "Mover por mim"}},
+    {"toast_move_for_me_moving",
+     {.en = "Moving the icon beside the separator. Keep the mouse still.",
+      .zh = "正在将图标移到分隔符旁。请保持鼠标不动。",
+      .zhHant = "正在將圖示移到分隔符號旁。請保持滑鼠不動。",
+      .ja = "アイコンを区切りの横に移動しています。マウスを動かさないでください。",
+      .ko = "아이콘을 구분선 옆으로 옮기는 중입니다. 마우스를 움직이지 마세요.",
+      .de = "Das Symbol wird neben den Trenner verschoben. Bewege die Maus nicht.",
+      .fr = "Déplacement de l’icône à côté du séparateur. Ne bougez pas la souris.",
+      .es = "Moviendo el icono junto al separador. No muevas el ratón.",
+      .pt = "A mover o ícone para junto do separador. Não mexa no rato."}},
+    {"toast_move_for_me_done",
+     {.en = "“%@” now stays visible.",
+      .zh = "“%@”现在始终显示。",
+      .zhHant = "「%@」現在永遠顯示。",
+      .ja = "「%@」は常に表示されるようになりました。",
+      .ko = "‘%@’이(가) 이제 항상 표시됩니다.",
+      .de = "„%@“ bleibt jetzt immer sichtbar.",
+      .fr = "«\u00A0%@\u00A0» reste maintenant toujours visible.",
+      .es = "“%@” ahora está siempre visible.",
+      .pt = "“%@” fica agora sempre visível."}},
+    {"toast_move_for_me_hand",
+     {.en = "Tarvolo did not move “%@” while the mouse was in use. Let go of it and try again, or drag the icon as "
+            "the guide shows.",
+      .zh = "鼠标正在使用中，Tarvolo 未移动“%@”。请松开鼠标后重试，或按指南所示拖移图标。",
+      .zhHant = "滑鼠正在使用中，Tarvolo 未移動「%@」。請放開滑鼠後再試一次，或依指南所示拖移圖示。",
+      .ja = "マウスの操作中だったため、Tarvoloは「%@」を移動しませんでした。マウスから手を離してもう一度試すか、"
+            "ガイドのとおりにアイコンをドラッグしてください。",
+      .ko = "마우스를 사용 중이어서 Tarvolo가 ‘%@’을(를) 옮기지 않았습니다. 마우스에서 손을 떼고 다시 시도하거나 "
+            "안내에 따라 아이콘을 드래그하세요.",
+      .de = "Tarvolo hat „%@“ nicht verschoben, während die Maus benutzt wurde. Lass sie los und versuche es erneut, "
+            "oder ziehe das Symbol, wie die Anleitung zeigt.",
+      .fr = "Tarvolo n’a pas déplacé «\u00A0%@\u00A0» pendant que la souris était utilisée. Relâchez-la et "
+            "réessayez, ou faites glisser l’icône comme le montre le guide.",
+      .es = "Tarvolo no ha movido “%@” mientras se usaba el ratón. Suéltalo y vuelve a intentarlo, o arrastra el "
+            "icono como muestra la guía.",
+      .pt = "O Tarvolo não moveu “%@” enquanto o rato estava a ser usado. Solte-o e tente novamente, ou arraste o "
+            "ícone como o guia mostra."}},
+    {"toast_move_for_me_failed",
+     {.en = "Tarvolo could not move “%@”. Hold ⌘ and drag the icon as the guide shows.",
+      .zh = "Tarvolo 无法移动“%@”。请按住 ⌘ 键，按指南所示拖移图标。",
+      .zhHant = "Tarvolo 無法移動「%@」。請按住 ⌘ 鍵，依指南所示拖移圖示。",
+      .ja = "Tarvoloは「%@」を移動できませんでした。⌘キーを押したまま、ガイドのとおりにアイコンをドラッグしてください。",
+      .ko = "Tarvolo가 ‘%@’을(를) 옮기지 못했습니다. ⌘ 키를 누른 채 안내에 따라 아이콘을 드래그하세요.",
+      .de = "Tarvolo konnte „%@“ nicht verschieben. Halte ⌘ gedrückt und ziehe das Symbol, wie die Anleitung zeigt.",
+      .fr = "Tarvolo n’a pas pu déplacer «\u00A0%@\u00A0». Maintenez la touche ⌘ enfoncée et faites glisser l’icône "
+            "comme le montre le guide.",
+      .es = "Tarvolo no ha podido mover “%@”. Mantén pulsada la tecla ⌘ y arrastra el icono como muestra la guía.",
+      .pt = "O Tarvolo não conseguiu mover “%@”. Mantenha a tecla ⌘ premida e arraste o ícone como o guia "
+            "mostra."}},
 };
 
 }  // namespace

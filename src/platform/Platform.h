@@ -92,7 +92,7 @@ struct Event {
 
 // A mouse event the app posts into the system's event stream.
 struct SyntheticMouseEvent {
-  enum class Kind { leftMouseDown, leftMouseUp };
+  enum class Kind { leftMouseDown, leftMouseUp, leftMouseDragged };
   Kind kind = Kind::leftMouseDown;
   Point location;  // top-left global space, as the window server and Accessibility speak
   ModifierFlags modifierFlags;

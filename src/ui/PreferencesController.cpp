@@ -47,7 +47,8 @@ PreferencesController::PreferencesController(Dependencies dependencies)
       notices_(dependencies.notices),
       ledger_(dependencies.ledger),
       guide_(dependencies.guide),
-      behaviour_(std::move(dependencies.behaviour)) {
+      behaviour_(std::move(dependencies.behaviour)),
+      moveVerdictWork_(dependencies.platform.mainQueue()) {
   auto& queue = platform_.mainQueue();
   auto redraw = [refresh = bindWeak(weak(), &PreferencesController::refresh)](const Notification&) { refresh(); };
   auto& center = dependencies.defaultCenter;
@@ -60,8 +61,12 @@ PreferencesController::PreferencesController(Dependencies dependencies)
       center.addObserver(Notifications::applicationDidChangeScreenParameters, onMainQueue(queue, redraw)));
   cancellables_.push_back(catalog_.observedZones.subscribe(
       [refresh = bindWeak(weak(), &PreferencesController::refresh)](const auto&) { refresh(); }));
-  ledgerObserver_ = ledger_.addObserver(
-      [refresh = bindWeak(weak(), &PreferencesController::refresh)](const PlacementLedgerSnapshot&) { refresh(); });
+  ledgerObserver_ = ledger_.addObserver([self = weak()](const PlacementLedgerSnapshot&) {
+    if (auto* preferences = self.get()) {
+      if (preferences->move_ && preferences->move_->dragged) preferences->settleMove(false);
+      preferences->refresh();
+    }
+  });
 }
 
 PreferencesController::~PreferencesController() {
@@ -123,6 +128,7 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .setOtherRunningShown = bindWeak(weak(), &Self::setOtherRunningShown),
       .pickZone = bindWeak(weak(), &Self::pickZone),
       .setPinned = bindWeak(weak(), &Self::setPinned),
+      .moveForMe = bindWeak(weak(), &Self::moveForMe),
       .refresh = bindWeak(weak(), &Self::rescan),
       .arrange = bindWeak(weak(), &Self::arrange),
       .recordAppShortcut = bindWeak(weak(), &Self::recordAppShortcut),
@@ -245,6 +251,67 @@ void PreferencesController::pickZone(const std::string& bundleId, const std::str
   guide_.startPlacement(item->bundleId, *category,
                         PlacementGuideController::Staged{.category = std::string(rawValue(item->category)),
                                                          .hadSavedTier = item->hasSavedTier});
+  refresh();
+}
+
+bool PreferencesController::offersMoveForMe(const MenuBarAppItem& item, const std::string& zone) const {
+  if (!behaviour_.moveIcon || zone == rawValue(ItemCategory::alwaysVisible)) return false;
+  // Only a running app has an icon to drag; the system's engine needs none.
+  const bool native = behaviour_.nativeEngineAvailable && behaviour_.nativeEngineAvailable();
+  return native || item.pid != 0;
+}
+
+void PreferencesController::moveForMe(const std::string& bundleId) {
+  const MenuBarAppItem* item = catalog_.item(bundleId);
+  if (!item || !offersMoveForMe(*item, row(*item).zone) || move_) return;
+  const std::string alwaysVisible(rawValue(ItemCategory::alwaysVisible));
+  if (behaviour_.nativeEngineAvailable && behaviour_.nativeEngineAvailable()) {
+    // The system's engine keeps whatever the allow-list names: nothing needs to move.
+    MenuBarLog::log(LogLine("move-for-me native").add("bundle", item->bundleId));
+    pickZone(bundleId, alwaysVisible);
+    return;
+  }
+  move_ = PendingMove{.bundle = BundleID(item->bundleId), .name = item->name};
+  const std::uint64_t generation = ++moveGeneration_;
+  // The guide expands the bar so the icon shows, and confirms the icon in the ledger once it
+  // sees it seated; should the drag fail, it is there to show the user how.
+  pickZone(bundleId, alwaysVisible);
+  toast_ = tr("toast_move_for_me_moving");
+  refresh();
+  behaviour_.moveIcon(move_->bundle.spelling(), bindWeak(weak(), &PreferencesController::moveDragged, generation));
+}
+
+void PreferencesController::moveDragged(std::uint64_t generation, std::optional<MoveRefusal> refusal) {
+  if (generation != moveGeneration_ || !move_) return;
+  if (refusal) {
+    const std::string name = move_->name;
+    move_.reset();
+    toast_ = formatText(tr(*refusal == MoveRefusal::userBusy ? "toast_move_for_me_hand" : "toast_move_for_me_failed"),
+                        {name});
+    refresh();
+    return;
+  }
+  move_->dragged = true;
+  if (ledger_.confirmedCategory(move_->bundle.key()) == std::string(rawValue(ItemCategory::alwaysVisible))) {
+    settleMove(true);
+    return;
+  }
+  moveVerdictWork_.schedule(moveConfirmationWindow, bindWeak(weak(), [generation](PreferencesController& self) {
+                              if (generation == self.moveGeneration_) self.settleMove(false);
+                            }));
+}
+
+void PreferencesController::settleMove(bool confirmedNow) {
+  if (!move_) return;
+  const bool confirmed =
+      confirmedNow || ledger_.confirmedCategory(move_->bundle.key()) == std::string(rawValue(ItemCategory::alwaysVisible));
+  // Until the window runs out, only a confirmation ends the move.
+  if (!confirmed && moveVerdictWork_.isScheduled()) return;
+  MenuBarLog::log(LogLine("move-for-me end").add("bundle", move_->bundle.key()).add("confirmed", confirmed));
+  const std::string name = move_->name;
+  move_.reset();
+  moveVerdictWork_.cancel();
+  toast_ = formatText(tr(confirmed ? "toast_move_for_me_done" : "toast_move_for_me_failed"), {name});
   refresh();
 }
 
@@ -424,6 +491,7 @@ platform::PreferencesItemRow PreferencesController::row(const MenuBarAppItem& it
   row.bundleId = item.bundleId;
   row.name = item.name;
   row.iconPath = item.iconPath;
+  row.icon.application = BundleID::from(item.bundleId);
   std::optional<std::string> saved;
   if (item.hasSavedTier) saved = std::string(rawValue(item.category));
   row.zone = PlacementPolicy::displayedTier(saved, ledger_.confirmedCategory(item.bundleId),
@@ -438,6 +506,7 @@ platform::PreferencesItemRow PreferencesController::row(const MenuBarAppItem& it
     row.shortcutRecording = recording && text::equalsIgnoringCase(*recording, item.bundleId);
   }
   if (behaviour_.appShortcutProblem) row.shortcutProblem = behaviour_.appShortcutProblem(item.bundleId);
+  row.offersMoveForMe = offersMoveForMe(item, row.zone);
   return row;
 }
 
@@ -448,6 +517,7 @@ platform::PreferencesItemsState PreferencesController::itemsState() const {
   items.searchPlaceholder = tr("search_placeholder");
   items.searchText = searchQuery_;
   items.searchClearTitle = tr("search_clear");
+  items.moveForMeTitle = tr("items_move_for_me");
   for (ItemCategory category : kAllItemCategories) {
     items.zones.push_back({std::string(rawValue(category)), tr(shortTitleKey(category))});
   }

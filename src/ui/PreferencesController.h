@@ -5,6 +5,7 @@
 // notices, a rule per display. Icons: the catalogue with a zone picker and a shortcut recorder per app. Shortcuts: the deep-expand chord.
 // About: version, privacy, support. Main thread only.
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -12,6 +13,8 @@
 #include "base/NotificationCenter.h"
 #include "base/Subscription.h"
 #include "base/WeakHandle.h"
+#include "base/WorkItem.h"
+#include "base/vocabulary/BundleID.h"
 #include "discovery/owners/MenuBarPlacementLedger.h"
 #include "platform/Platform.h"
 #include "platform/windows/PreferencesWindow.h"
@@ -37,6 +40,12 @@ class PreferencesController {
     bool enabled = false;
     bool needsApproval = false;
   };
+  // Why "Move it for me" moved nothing: the user's hand was on the mouse, or the icon or its
+  // slot could not be verified (or the system allows no posted events).
+  enum class MoveRefusal { userBusy, unavailable };
+  // After the drag, the placement ledger has this long to confirm the icon in its zone.
+  static constexpr double moveConfirmationWindow = 3.0;
+
   // The owners of the behaviour settings, reached through what they offer; a hook left empty
   // hides its control.
   struct Behaviour {
@@ -53,6 +62,9 @@ class PreferencesController {
     std::function<void()> beginHotkeyRecording;
     std::function<void()> cancelHotkeyRecording;
     std::function<bool()> nativeEngineAvailable;
+    // One synthesized ⌘-drag of the app's icon beside the right separator; `done` says why none
+    // was made, if none was. Empty hides "Move it for me".
+    std::function<void(const std::string& bundleID, std::function<void(std::optional<MoveRefusal>)> done)> moveIcon;
     // Each app's own shortcut (lower-cased bundle ids); empty hooks hide the recorder.
     std::function<std::optional<std::string>(const std::string& bundleID)> appShortcut;
     std::function<std::optional<std::string>()> appShortcutRecording;
@@ -115,6 +127,9 @@ class PreferencesController {
   void setOtherRunningShown(bool shown);
   void pickZone(const std::string& bundleId, const std::string& zone);
   void setPinned(const std::string& bundleId, bool pinned);
+  // "Move it for me": the guide comes up and Tarvolo drags the icon into the always-visible
+  // zone itself; where the system's own engine hides, the zone simply applies.
+  void moveForMe(const std::string& bundleId);
   void rescan();
   void arrange();
   void startRecordingHotkey();
@@ -134,6 +149,10 @@ class PreferencesController {
   platform::PreferencesItemRow row(const MenuBarAppItem& item) const;
   bool matchesSearch(const MenuBarAppItem& item) const;
   void windowClosed();
+  bool offersMoveForMe(const MenuBarAppItem& item, const std::string& zone) const;
+  void moveDragged(std::uint64_t generation, std::optional<MoveRefusal> refusal);
+  // The ledger changed or the window for it ran out: the move is over either way.
+  void settleMove(bool confirmedNow);
   void closedByUser();
   std::string tr(std::string_view key) const;
   WeakHandle<PreferencesController> weak() const { return weakFactory_.handle(); }
@@ -154,6 +173,15 @@ class PreferencesController {
   std::function<void()> closedByUser_;
   Cancellables cancellables_;
   std::optional<MenuBarPlacementLedger::ObserverId> ledgerObserver_;
+  // The app "Move it for me" works on, until the ledger confirms it or the window runs out.
+  struct PendingMove {
+    BundleID bundle;
+    std::string name;
+    bool dragged = false;
+  };
+  std::optional<PendingMove> move_;
+  std::uint64_t moveGeneration_ = 0;
+  WorkItem moveVerdictWork_;
   WeakHandleFactory<PreferencesController> weakFactory_{this};
 };
 

@@ -33,6 +33,8 @@ const std::vector<std::string_view> kInterfaceKeys = {
     "app_shortcut_conflict_app", "app_shortcut_taken", "hotkey_conflict_app_shortcut",
     "display_rules_section", "display_hide_icons", "display_hide_icons_desc", "display_delay_title",
     "display_delay_general",
+    "items_move_for_me", "toast_move_for_me_moving", "toast_move_for_me_done", "toast_move_for_me_hand",
+    "toast_move_for_me_failed",
     "preferences_window_title",
     "tab_general", "tab_items", "tab_hotkeys", "tab_about",
     "discovery_new_app_title", "discovery_banner_msg", "discovery_fold_action", "discovery_fold_help",

@@ -293,6 +293,23 @@ TEST(MacBackend, ShelfAndPreferencesReportTheirVisibility) {
   EXPECT_TRUE(closed);
 }
 
+// Finder runs in every logged-in session, so its icon comes from the running application.
+TEST(MacBackend, AppIconsComeFromTheRunningApplicationOnceAndSymbolsWinForSystemItems) {
+  MacAppIcons icons;
+  const RowIcon finder{.application = tarvolo::BundleID("com.apple.finder")};
+  NSImage* first = icons.image(finder, std::nullopt);
+  ASSERT_NE(first, nil);
+  EXPECT_EQ(icons.cachedCount(), 1u);
+  EXPECT_EQ(icons.image(finder, std::nullopt), first) << "kept per bundle";
+  const RowIcon wifi{.application = tarvolo::BundleID("com.apple.controlcenter"), .symbol = "wifi"};
+  EXPECT_NE(icons.image(wifi, std::nullopt), nil);
+  EXPECT_EQ(icons.cachedCount(), 1u) << "a symbol row needs no application icon";
+  const RowIcon gone{.application = tarvolo::BundleID("com.example.not-installed")};
+  EXPECT_EQ(icons.image(gone, std::nullopt), nil);
+  EXPECT_NE(icons.image(gone, std::string("/System/Applications/Calculator.app")), nil) << "the bundle's icon file";
+  EXPECT_EQ(icons.cachedCount(), 1u) << "only running applications' icons are kept";
+}
+
 TEST(MacBackend, GuideAndNoticeWindowsOpenAndClose) {
   MacUserInterface ui;
   PlacementGuideViewState guide{.title = "Keep It Always Visible", .target = tarvolo::Rect{100, 880, 60, 24}};

@@ -55,6 +55,28 @@ TEST_F(PreferencesControllerTest, MovingAConfirmedAlwaysVisibleIconElsewhereReti
   EXPECT_EQ(tour->find(kSeated), std::string::npos) << *tour;
 }
 
+// Where the system's engine hides by allow-list, the zone is a list entry: nothing is dragged.
+TEST_F(PreferencesControllerTest, MoveForMeUnderTheSystemsEngineAppliesTheZoneWithoutADrag) {
+  sim::SimSettings settings;
+  settings.osMajor = 27;
+  settings.assessmentMode.offered = true;
+  boot({.settings = settings});
+  launch();
+  run(3);
+  preferences().open(std::string("items"));
+  run(0.5);
+  const auto& rows = window().lastState()->items.rows;
+  const auto row = std::find_if(rows.begin(), rows.end(), [](const auto& shown) { return shown.bundleId == "com.example.icon3"; });
+  ASSERT_NE(row, rows.end());
+  ASSERT_TRUE(row->offersMoveForMe);
+  preferences().moveForMe("com.example.icon3");
+  run(2);
+  EXPECT_EQ(environment().categoryStore().category("com.example.icon3"), ItemCategory::alwaysVisible);
+  EXPECT_TRUE(logged("move-for-me native bundle=com.example.icon3"));
+  EXPECT_FALSE(logged("placement guide start"));
+  EXPECT_TRUE(desktop().events().postedEvents().empty());
+}
+
 TEST_F(PreferencesControllerTest, ClosingTheWindowWhileAShortcutIsRecordedStopsTheRecording) {
   start();
   preferences().open(std::nullopt);

@@ -98,6 +98,7 @@ void MacEvents::postMouseEvent(const SyntheticMouseEvent& event) {
   switch (event.kind) {
     case SyntheticMouseEvent::Kind::leftMouseDown: type = kCGEventLeftMouseDown; break;
     case SyntheticMouseEvent::Kind::leftMouseUp: type = kCGEventLeftMouseUp; break;
+    case SyntheticMouseEvent::Kind::leftMouseDragged: type = kCGEventLeftMouseDragged; break;
   }
   CGEventRef posted = CGEventCreateMouseEvent(source, type, CGPointMake(event.location.x, event.location.y),
                                               kCGMouseButtonLeft);

@@ -74,6 +74,8 @@ constexpr unsigned short kKeyF = 3;
 namespace tarvolo::platform::mac {
 
 struct MacIconShelfPanel::Impl {
+  explicit Impl(MacAppIcons& appIcons) : icons(appIcons) {}
+  MacAppIcons& icons;
   TRVShelfPanel* panel = nil;
   NSStackView* content = nil;
   NSTextField* title = nil;
@@ -256,9 +258,9 @@ struct MacIconShelfPanel::Impl {
   }
 
   void fillTile(NSButton* made, const platform::IconShelfRow& row, const platform::IconShelfRow* before) {
-    if (!before || before->iconPath != row.iconPath) {
-      NSImage* icon = row.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*row.iconPath)]
-                                   : [NSImage imageWithSystemSymbolName:@"menubar.rectangle" accessibilityDescription:nil];
+    if (!before || before->icon != row.icon || before->iconPath != row.iconPath) {
+      NSImage* icon = icons.image(row.icon, row.iconPath);
+      if (!icon) icon = [NSImage imageWithSystemSymbolName:@"menubar.rectangle" accessibilityDescription:nil];
       made.image = icon ? icon : [[NSImage alloc] init];
     }
     NSString* caption = nsString(row.name);
@@ -353,7 +355,7 @@ struct MacIconShelfPanel::Impl {
   }
 };
 
-MacIconShelfPanel::MacIconShelfPanel() : impl_(std::make_unique<Impl>()) {}
+MacIconShelfPanel::MacIconShelfPanel(MacAppIcons& icons) : impl_(std::make_unique<Impl>(icons)) {}
 
 MacIconShelfPanel::~MacIconShelfPanel() {
   if (impl_->panel) {

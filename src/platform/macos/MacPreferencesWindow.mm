@@ -120,7 +120,9 @@ struct PreferencesItemRowViews {
   NSStackView* shortcutCell = nil;
   NSButton* shortcut = nil;
   NSButton* clearShortcut = nil;
+  NSButton* moveForMe = nil;
   std::optional<std::string> iconPath;
+  RowIcon iconShown;
   PreferencesItemRow shown;
 };
 
@@ -136,6 +138,8 @@ struct PreferencesDisplayRowViews {
 };
 
 struct MacPreferencesWindow::Impl {
+  explicit Impl(MacAppIcons& appIcons) : icons(appIcons) {}
+  MacAppIcons& icons;
   NSWindow* window = nil;
   TRVPreferencesTabController* tabs = nil;
   TRVWindowCloseObserver* closeObserver = nil;
@@ -381,17 +385,22 @@ struct MacPreferencesWindow::Impl {
                                               })
                                             action:@selector(perform:)];
     row->shortcutCell = kit::row(@[ row->shortcut, row->clearShortcut ], 4);
-    row->view = kit::row(@[ row->icon, names, row->picker, row->pin, row->shortcutCell ], 8);
+    row->moveForMe = [NSButton buttonWithTitle:@"" target:target([this, views] {
+                                            if (callbacks.moveForMe) callbacks.moveForMe(views->shown.bundleId);
+                                          })
+                                        action:@selector(perform:)];
+    row->view = kit::row(@[ row->icon, names, row->picker, row->moveForMe, row->pin, row->shortcutCell ], 8);
     return row;
   }
 
   void fillItemRow(PreferencesItemRowViews& row, const PreferencesItemsState& items, const PreferencesItemRow& entry) {
     row.shown = entry;
-    if (row.iconPath != entry.iconPath) {
+    if (row.iconPath != entry.iconPath || row.iconShown != entry.icon) {
       row.iconPath = entry.iconPath;
-      row.icon.image = entry.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*entry.iconPath)] : nil;
+      row.iconShown = entry.icon;
+      row.icon.image = icons.image(entry.icon, entry.iconPath);
     }
-    row.icon.hidden = !entry.iconPath;
+    row.icon.hidden = !row.icon.image;
     setText(row.name, entry.name);
     row.note.hidden = !entry.outOfPlaceNote;
     setText(row.note, entry.outOfPlaceNote ? "⚠︎ " + *entry.outOfPlaceNote : "");
@@ -406,6 +415,9 @@ struct MacPreferencesWindow::Impl {
     row.picker.selectedSegment = selected;
     row.picker.accessibilityLabel = nsString(entry.name);
     setTitle(row.pin, entry.pinned ? items.unpinTitle : items.pinTitle);
+    row.moveForMe.hidden = !entry.offersMoveForMe;
+    setTitle(row.moveForMe, items.moveForMeTitle);
+    row.moveForMe.accessibilityLabel = nsString(entry.name + ", " + items.moveForMeTitle);
     row.shortcutProblem.hidden = !entry.shortcutProblem;
     setText(row.shortcutProblem, entry.shortcutProblem ? "⚠︎ " + *entry.shortcutProblem : "");
     row.shortcutCell.hidden = !items.shortcutsOffered;
@@ -628,7 +640,7 @@ struct MacPreferencesWindow::Impl {
   }
 };
 
-MacPreferencesWindow::MacPreferencesWindow() : impl_(std::make_unique<Impl>()) {}
+MacPreferencesWindow::MacPreferencesWindow(MacAppIcons& icons) : impl_(std::make_unique<Impl>(icons)) {}
 
 MacPreferencesWindow::~MacPreferencesWindow() {
   impl_->callbacks = {};

@@ -14,11 +14,32 @@
 
 namespace tarvolo::platform::mac {
 
+// Other applications' icons for the rows of the shelf and the settings window
+// (MacAppIcons.mm). Taken from the running application, which needs no permission and never
+// looks at the screen; kept per bundle until that application quits, when its entry goes.
+class MacAppIcons {
+ public:
+  MacAppIcons();
+  ~MacAppIcons();
+  MacAppIcons(const MacAppIcons&) = delete;
+  MacAppIcons& operator=(const MacAppIcons&) = delete;
+
+  // A system item's symbol, else the running application's icon, else the icon of the bundle at
+  // `bundlePath` (an application that is not running); nil with none of them.
+  NSImage* image(const RowIcon& icon, const std::optional<std::string>& bundlePath);
+  // How many applications' icons are kept.
+  std::size_t cachedCount() const;
+
+ private:
+  NSMutableDictionary<NSString*, NSImage*>* icons_ = nil;
+  id terminationToken_ = nil;
+};
+
 // The Icon Shelf's panel (MacIconShelfPanel.mm)
 
 class MacIconShelfPanel final : public IconShelfPanel {
  public:
-  MacIconShelfPanel();
+  explicit MacIconShelfPanel(MacAppIcons& icons);
   ~MacIconShelfPanel() override;
   void show(const IconShelfViewState& state, IconShelfActions actions) override;
   void update(const IconShelfViewState& state) override;
@@ -71,7 +92,7 @@ class MacFirstLaunchCoachWindow final : public FirstLaunchCoachWindow {
 // core's state; every control calls back into the core.
 class MacPreferencesWindow final : public PreferencesWindow {
  public:
-  MacPreferencesWindow();
+  explicit MacPreferencesWindow(MacAppIcons& icons);
   ~MacPreferencesWindow() override;
   void show(const PreferencesViewState& state, PreferencesCallbacks callbacks) override;
   void update(const PreferencesViewState& state) override;
@@ -169,8 +190,10 @@ class MacUserInterface final : public UserInterface {
   void layoutNotices();
 
   MacFirstLaunchCoachWindow coach_;
-  MacIconShelfPanel shelfPanel_;
-  MacPreferencesWindow preferences_;
+  // Before the windows that draw from it.
+  MacAppIcons appIcons_;
+  MacIconShelfPanel shelfPanel_{appIcons_};
+  MacPreferencesWindow preferences_{appIcons_};
   MacNewAppNoticeWindow newAppNotice_;
   MacPlacementGuideWindow placementGuide_;
   MacReviewPromptWindow reviewPrompt_;

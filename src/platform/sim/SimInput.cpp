@@ -82,14 +82,34 @@ Point SimInput::cursorTopLeft() const { return screens_.topLeftPoint(pointer_); 
 void SimInput::warpCursor(Point topLeft) { pointer_ = screens_.bottomLeftPoint(topLeft); }
 
 void SimInput::postMouseEvent(const platform::SyntheticMouseEvent& event) {
+  using Kind = platform::SyntheticMouseEvent::Kind;
   posted_.push_back(SimPostedEvent{event, queue_.now()});
   warpCursor(event.location);
-  const bool down = event.kind == platform::SyntheticMouseEvent::Kind::leftMouseDown;
-  dispatchEvent(Event{down ? EventType::leftMouseDown : EventType::leftMouseUp, event.modifierFlags, pointer_,
-                      queue_.now()},
-                nullptr);
-  if (down) {
+  const EventType type = event.kind == Kind::leftMouseDown  ? EventType::leftMouseDown
+                         : event.kind == Kind::leftMouseUp ? EventType::leftMouseUp
+                                                           : EventType::leftMouseDragged;
+  dispatchEvent(Event{type, event.modifierFlags, pointer_, queue_.now()}, nullptr);
+  const bool command = event.modifierFlags.has(platform::Modifier::command);
+  if (event.kind == Kind::leftMouseDown && command) {
+    // ⌘ held, the window server picks the item up instead of clicking it.
+    pendingPostedDown_.reset();
+    const SimItemState* picked = bar_.foreignItemAt(event.location);
+    postedDrag_ = picked ? std::optional<PostedDrag>(PostedDrag{.itemId = picked->id}) : std::nullopt;
+    return;
+  }
+  if (event.kind == Kind::leftMouseDragged) {
+    if (postedDrag_) postedDrag_->moved = true;
+    return;
+  }
+  if (event.kind == Kind::leftMouseDown) {
+    postedDrag_.reset();
     pendingPostedDown_ = event;
+    return;
+  }
+  if (auto drag = std::exchange(postedDrag_, std::nullopt)) {
+    // The item follows the drag and lands where the button comes up; without a drag it stays.
+    SimItemState* held = bar_.item(drag->itemId);
+    if (held && drag->moved && command) bar_.drop(*held, pointer_.x);
     return;
   }
   // The window server makes a click of a down and an up at one place, both with click state 1.

@@ -147,6 +147,12 @@ class SimInput final : public platform::Events {
   std::map<int, Monitor> monitors_;
   int nextMonitorId_ = 0;
   std::optional<platform::SyntheticMouseEvent> pendingPostedDown_;
+  // An item picked up by a posted ⌘-down, until the posted up drops it.
+  struct PostedDrag {
+    int itemId = 0;
+    bool moved = false;  // a dragged event came between
+  };
+  std::optional<PostedDrag> postedDrag_;
   std::vector<SimPostedEvent> posted_;
 };
 

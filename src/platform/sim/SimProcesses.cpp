@@ -31,6 +31,13 @@ const SimAppSetup* SimProcesses::appOfPid(int pid) const {
   return found == appIndex_.end() ? nullptr : &apps_[found->second];
 }
 
+std::optional<std::string> SimProcesses::iconOf(const BundleID& bundleId) const {
+  auto found = std::find_if(apps_.begin(), apps_.end(),
+                            [&](const SimAppSetup& app) { return BundleID(app.bundleId) == bundleId; });
+  if (found == apps_.end()) return std::nullopt;
+  return found->icon.value_or(found->bundleId);
+}
+
 std::string SimProcesses::nameOf(const std::string& bundleId) const {
   auto found =
       std::find_if(apps_.begin(), apps_.end(), [&](const SimAppSetup& app) { return app.bundleId == bundleId; });

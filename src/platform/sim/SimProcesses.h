@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/vocabulary/BundleID.h"
 #include "base/vocabulary/OwnBundle.h"
 #include "platform/Platform.h"
 #include "platform/sim/SimSetup.h"
@@ -34,6 +35,8 @@ class SimProcesses {
   // By bundle id, ignoring case.
   SimAppSetup* find(std::string_view bundleId);
   const SimAppSetup* appOfPid(int pid) const;
+  // The icon an app's bundle carries, running or not; absent for an app the desktop does not know.
+  std::optional<std::string> iconOf(const BundleID& bundleId) const;
   // The app's display name; the bundle id itself for an app the desktop does not know.
   std::string nameOf(const std::string& bundleId) const;
   // The app starts now or quits; its status items are the bar's business.

@@ -40,6 +40,8 @@ struct SimAppSetup {
   std::string bundleId;
   std::string name;
   std::string path;
+  // What its icon shows, as the running application hands it out; absent: its bundle id.
+  std::optional<std::string> icon;
   platform::ActivationPolicy activation = platform::ActivationPolicy::regular;
   double menusWidth = 300;  // Apple menu included
   // Widths of the menu titles left to right, Apple menu first; empty: derived from menusWidth.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/Geometry.h"
+#include "platform/windows/RowIcon.h"
 
 namespace tarvolo::platform {
 
@@ -26,6 +27,7 @@ struct IconShelfRow {
   // What a system item is ("Wi-Fi / VPN"), shown under the name; absent for other owners.
   std::optional<std::string> systemLabel;
   std::optional<std::string> iconPath;  // the owning application's bundle
+  RowIcon icon;
   std::string accessibilityLabel;
   bool selected = false;
   friend bool operator==(const IconShelfRow&, const IconShelfRow&) = default;

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/windows/RowIcon.h"
+
 namespace tarvolo::platform {
 
 enum class PreferencesTab { general, items, hotkeys, about };
@@ -70,6 +72,7 @@ struct PreferencesItemRow {
   std::string bundleId;
   std::string name;
   std::optional<std::string> iconPath;
+  RowIcon icon;
   std::string zone;  // the raw category the zone picker shows selected
   bool pinned = false;
   bool recommended = false;
@@ -79,6 +82,8 @@ struct PreferencesItemRow {
   std::optional<std::string> shortcut;
   bool shortcutRecording = false;             // the recorder listens for this app's chord
   std::optional<std::string> shortcutProblem;  // refused: taken by the deep chord, another app or the system
+  // The row offers "Move it for me": the app runs and its icon is outside the always-visible zone.
+  bool offersMoveForMe = false;
   friend bool operator==(const PreferencesItemRow&, const PreferencesItemRow&) = default;
 };
 
@@ -110,6 +115,7 @@ struct PreferencesItemsState {
   std::string shortcutClearTitle;
   std::string shortcutPrompt;  // shown on the row while the recorder listens
   std::string shortcutCancelTitle;
+  std::string moveForMeTitle;
   std::optional<std::string> toast;  // what the last action did
   friend bool operator==(const PreferencesItemsState&, const PreferencesItemsState&) = default;
 };
@@ -175,6 +181,7 @@ struct PreferencesCallbacks {
   std::function<void(bool)> setOtherRunningShown;
   std::function<void(const std::string& bundleId, const std::string& zone)> pickZone;
   std::function<void(const std::string& bundleId, bool pinned)> setPinned;
+  std::function<void(const std::string& bundleId)> moveForMe;
   std::function<void()> refresh;
   std::function<void()> arrange;
   std::function<void(const std::string& bundleId)> recordAppShortcut;

@@ -32,6 +32,16 @@ std::string_view tierTitleKey(MenuBarAccessTier tier) {
   return "iconbar.all";
 }
 
+// A system item with a symbol keeps it; any other row shows its owner's own icon.
+platform::RowIcon rowIcon(const MenuBarAccessEntry& entry, const SystemSymbolLookup& symbol) {
+  platform::RowIcon icon;
+  if (MenuBarAccessEntry::ownedBySystem(entry.ownerBundleID) && symbol) {
+    icon.symbol = symbol(entry.ownerBundleID, entry.title, entry.identifier);
+  }
+  if (!icon.symbol) icon.application = BundleID::from(entry.ownerBundleID);
+  return icon;
+}
+
 }  // namespace
 
 MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
@@ -193,12 +203,13 @@ platform::IconShelfViewState MenuBarAccessController::viewState(const std::vecto
   state.searchPlaceholder = tr("iconbar.search");
   state.focusSearchRequest = m.focusSearchRequest.get();
   for (const auto& item : rows) {
-    auto labelKey = MenuBarAccessEntry::from(item).systemLabelKey(systemSymbol_);
+    const auto entry = MenuBarAccessEntry::from(item);
     platform::IconShelfRow row{.id = item.id,
                                .name = rowName(item),
                                .iconPath = item.iconPath,
+                               .icon = rowIcon(entry, systemSymbol_),
                                .selected = m.keyboardSelectionID.get() == item.id};
-    if (labelKey) row.systemLabel = tr(*labelKey);
+    if (auto labelKey = entry.systemLabelKey(systemSymbol_)) row.systemLabel = tr(*labelKey);
     row.accessibilityLabel = row.systemLabel ? row.name + ", " + *row.systemLabel : row.name;
     state.rows.push_back(std::move(row));
   }
