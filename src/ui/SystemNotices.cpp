@@ -24,7 +24,8 @@ SystemNotices::SystemNotices(Dependencies dependencies)
                             bindWeak(weakFactory_.handle(), &SystemNotices::readPlacement, 1));
   }
   // From the single bar surface on there are no item windows to measure.
-  const bool told = platform_.defaults().object(otherHidingToolToldKey).has_value();
+  const auto stored = platform_.defaults().object(otherHidingToolToldKey);
+  const bool told = stored && stored->asBool().value_or(false);
   if (told || os >= Policy::singleBarSurfaceFromOSMajor) return;
   MainQueue& queue = platform_.mainQueue();
   auto changed = onMainQueue(queue, [weak = weakFactory_.handle()](const Notification&) {
