@@ -13,8 +13,9 @@ namespace {
 
 // The clock advances in steps this small while the collapse is watched.
 constexpr double kWatchStep = 0.05;
-// How long the normal expanded bar is given to settle before it is checked.
-constexpr double kShelfSettle = 1.0;
+// How long an expanded bar is given to settle before it is checked: a measurement and, the
+// first time on a desktop, a search of the always-hidden length.
+constexpr double kShelfSettle = 3.0;
 
 std::optional<double> ownPosition(sim::SimDesktop& desktop, const char* autosaveName) {
   return desktop.defaults().getDouble(OwnStatusItems::preferredPositionKey(autosaveName));
@@ -68,6 +69,11 @@ std::vector<std::string> shelfProblems(sim::SimDesktop& desktop) {
   std::vector<std::string> problems;
   auto deep = ownPosition(desktop, OwnStatusItems::alwaysHiddenAutosaveName);
   if (!deep) return {"always-hidden separator has no stored position"};
+  if (desktop.bar().menuTitlesDropped() > 0) {
+    problems.push_back(std::to_string(desktop.bar().menuTitlesDropped()) + " menu titles dropped");
+  }
+  const auto* hidden = desktop.bar().ownItem(OwnStatusItems::alwaysHiddenAutosaveName);
+  if (hidden && hidden->rejected) problems.push_back("always-hidden separator ejected");
   for (const auto* item : desktop.bar().allItems()) {
     if (item->ownerPid == sim::kOwnPid || !item->onScreen) continue;
     if (!item->preferredPosition || *item->preferredPosition <= *deep) continue;
@@ -116,12 +122,20 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   result.problems = collapseProblems(session.desktop());
   result.timersRun = session.queue().executedCount() - timersBefore;
   result.timersPending = session.queue().pendingCount();
-  result.defaults = session.desktop().defaults();
   if (controller && result.settled) {
     controller->expandBar(ExpandDepth::normal, Initiator::user);
     session.runFor(kShelfSettle);
     result.shelfProblems = shelfProblems(session.desktop());
+    // Everything shown, then back to the normal expanded bar.
+    controller->expandBar(ExpandDepth::deep, Initiator::user);
+    session.runFor(kShelfSettle);
+    controller->expandBar(ExpandDepth::normal, Initiator::user);
+    session.runFor(kShelfSettle);
+    result.steppedDownShelfProblems = shelfProblems(session.desktop());
+    result.shelfProbes = controller->collapseEngine().shelf().probesMade();
   }
+  // What the expanded bars learnt is kept for the next launch too.
+  result.defaults = session.desktop().defaults();
   return result;
 }
 

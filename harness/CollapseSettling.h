@@ -19,7 +19,8 @@ namespace tarvolo::scenario {
 std::vector<std::string> collapseProblems(sim::SimDesktop& desktop);
 
 // What is wrong with the normal expanded bar: every icon of the always-hidden zone must stay
-// off screen or undrawn.
+// off screen or undrawn, the frontmost app's menus whole and the always-hidden separator in the
+// bar.
 std::vector<std::string> shelfProblems(sim::SimDesktop& desktop);
 
 // How many log lines contain `needle`, counting from line `from`.
@@ -37,6 +38,10 @@ struct CollapseSettling {
   std::vector<std::string> problems;  // at the end of the run
   // Once settled, the bar is expanded to the normal shelf: what is wrong with it then.
   std::vector<std::string> shelfProblems;
+  // Then everything is shown and the bar steps back to the normal expanded one: what is wrong.
+  std::vector<std::string> steppedDownShelfProblems;
+  // Probes of the always-hidden length's search on the expanded bars.
+  int shelfProbes = 0;
   std::size_t timersRun = 0;
   std::size_t timersPending = 0;      // at the end of the run
   sim::SimDefaultsStore defaults;     // what Tarvolo stored, for a second launch

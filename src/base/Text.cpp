@@ -5,9 +5,14 @@
 #include <optional>
 #include <utility>
 
+#include "base/FoldTable.h"
+
 namespace tarvolo::text {
 
 namespace {
+
+using unicode::kBaseLetters;
+using unicode::kCombiningMarks;
 
 bool isWhitespace(char32_t c) {
   return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 ||
@@ -42,51 +47,32 @@ char32_t lowerScalar(char32_t c) {
   return c;
 }
 
-// Lower-case letters whose canonical decomposition is a base letter and marks, with that base;
-// plus the two case foldings that are not lower-casings. Sorted by code point.
-constexpr std::pair<char32_t, const char*> kFoldings[] = {
-    {0xDF, "ss"},        {0xE0, "a"},         {0xE1, "a"},         {0xE2, "a"},         {0xE3, "a"},
-    {0xE4, "a"},         {0xE5, "a"},         {0xE7, "c"},         {0xE8, "e"},         {0xE9, "e"},
-    {0xEA, "e"},         {0xEB, "e"},         {0xEC, "i"},         {0xED, "i"},         {0xEE, "i"},
-    {0xEF, "i"},         {0xF1, "n"},         {0xF2, "o"},         {0xF3, "o"},         {0xF4, "o"},
-    {0xF5, "o"},         {0xF6, "o"},         {0xF9, "u"},         {0xFA, "u"},         {0xFB, "u"},
-    {0xFC, "u"},         {0xFD, "y"},         {0xFF, "y"},         {0x101, "a"},        {0x103, "a"},
-    {0x105, "a"},        {0x107, "c"},        {0x109, "c"},        {0x10B, "c"},        {0x10D, "c"},
-    {0x10F, "d"},        {0x113, "e"},        {0x115, "e"},        {0x117, "e"},        {0x119, "e"},
-    {0x11B, "e"},        {0x11D, "g"},        {0x11F, "g"},        {0x121, "g"},        {0x123, "g"},
-    {0x125, "h"},        {0x129, "i"},        {0x12B, "i"},        {0x12D, "i"},        {0x12F, "i"},
-    {0x135, "j"},        {0x137, "k"},        {0x13A, "l"},        {0x13C, "l"},        {0x13E, "l"},
-    {0x144, "n"},        {0x146, "n"},        {0x148, "n"},        {0x14D, "o"},        {0x14F, "o"},
-    {0x151, "o"},        {0x155, "r"},        {0x157, "r"},        {0x159, "r"},        {0x15B, "s"},
-    {0x15D, "s"},        {0x15F, "s"},        {0x161, "s"},        {0x163, "t"},        {0x165, "t"},
-    {0x169, "u"},        {0x16B, "u"},        {0x16D, "u"},        {0x16F, "u"},        {0x171, "u"},
-    {0x173, "u"},        {0x175, "w"},        {0x177, "y"},        {0x17A, "z"},        {0x17C, "z"},
-    {0x17E, "z"},        {0x1A1, "o"},        {0x1B0, "u"},        {0x1CE, "a"},        {0x1D0, "i"},
-    {0x1D2, "o"},        {0x1D4, "u"},        {0x1E7, "g"},        {0x1E9, "k"},        {0x1EB, "o"},
-    {0x1F0, "j"},        {0x1F5, "g"},        {0x1F9, "n"},        {0x219, "s"},        {0x21B, "t"},
-    {0x390, "\u03B9"},   {0x3AC, "\u03B1"},   {0x3AD, "\u03B5"},   {0x3AE, "\u03B7"},   {0x3AF, "\u03B9"},
-    {0x3B0, "\u03C5"},   {0x3C2, "\u03C3"},   {0x3CA, "\u03B9"},   {0x3CB, "\u03C5"},   {0x3CC, "\u03BF"},
-    {0x3CD, "\u03C5"},   {0x3CE, "\u03C9"},   {0x439, "\u0438"},   {0x450, "\u0435"},   {0x451, "\u0435"},
-    {0x453, "\u0433"},   {0x457, "\u0456"},   {0x45C, "\u043A"},   {0x45D, "\u0438"},   {0x45E, "\u0443"},
-    {0x1E03, "b"},       {0x1E0B, "d"},       {0x1E1F, "f"},       {0x1E23, "h"},       {0x1E41, "m"},
-    {0x1E57, "p"},       {0x1E61, "s"},       {0x1E6B, "t"},       {0x1E81, "w"},       {0x1E83, "w"},
-    {0x1E85, "w"},       {0x1E8D, "x"},       {0x1EA1, "a"},       {0x1EA3, "a"},       {0x1EB9, "e"},
-    {0x1EBB, "e"},       {0x1EBD, "e"},       {0x1EC9, "i"},       {0x1ECB, "i"},       {0x1ECD, "o"},
-    {0x1ECF, "o"},       {0x1EE5, "u"},       {0x1EE7, "u"},       {0x1EF3, "y"},       {0x1EF9, "y"},
-};
-static_assert(std::is_sorted(std::begin(kFoldings), std::end(kFoldings),
+static_assert(std::is_sorted(std::begin(kBaseLetters), std::end(kBaseLetters),
                              [](const auto& a, const auto& b) { return a.first < b.first; }));
+static_assert(std::is_sorted(std::begin(kCombiningMarks), std::end(kCombiningMarks),
+                             [](const auto& a, const auto& b) { return a.second < b.first; }));
 
-bool isCombiningMark(char32_t c) {
-  return (c >= 0x300 && c <= 0x36F) || (c >= 0x1AB0 && c <= 0x1AFF) || (c >= 0x1DC0 && c <= 0x1DFF) ||
-         (c >= 0x20D0 && c <= 0x20FF) || (c >= 0xFE20 && c <= 0xFE2F);
+std::optional<char32_t> baseLetter(char32_t c) {
+  const auto* end = std::end(kBaseLetters);
+  const auto* it = std::lower_bound(std::begin(kBaseLetters), end, c,
+                                    [](const auto& entry, char32_t value) { return entry.first < value; });
+  if (it == end || it->first != c) return std::nullopt;
+  return it->second;
 }
 
-const char* folding(char32_t c) {
-  const auto* end = std::end(kFoldings);
-  const auto* it = std::lower_bound(std::begin(kFoldings), end, c,
-                                    [](const auto& entry, char32_t value) { return entry.first < value; });
-  return (it != end && it->first == c) ? it->second : nullptr;
+bool isCombiningMark(char32_t c) {
+  const auto* end = std::end(kCombiningMarks);
+  // The first range that ends at or after c.
+  const auto* it = std::lower_bound(std::begin(kCombiningMarks), end, c,
+                                    [](const auto& range, char32_t value) { return range.second < value; });
+  return it != end && it->first <= c;
+}
+
+// The two case foldings that are not lower-casings.
+const char* caseFolding(char32_t c) {
+  if (c == 0xDF) return "ss";
+  if (c == 0x3C2) return "\u03C3";
+  return nullptr;
 }
 
 }  // namespace
@@ -186,9 +172,16 @@ std::string folded(std::string_view text) {
   std::string out;
   out.reserve(trimmedText.size());
   for (std::size_t i = 0; i < trimmedText.size();) {
-    const char32_t scalar = lowerScalar(decodeScalar(trimmedText, i));
-    if (isCombiningMark(scalar)) continue;
-    if (const char* replacement = folding(scalar)) {
+    const char32_t raw = decodeScalar(trimmedText, i);
+    if (isCombiningMark(raw)) continue;
+    const char32_t scalar = lowerScalar(raw);
+    auto base = baseLetter(raw);
+    if (!base) base = baseLetter(scalar);
+    if (base) {
+      appendScalar(out, *base);
+      continue;
+    }
+    if (const char* replacement = caseFolding(scalar)) {
       out += replacement;
     } else {
       appendScalar(out, scalar);

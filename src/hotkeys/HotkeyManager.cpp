@@ -1,6 +1,8 @@
 #include "hotkeys/HotkeyManager.h"
 
 #include <array>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "base/Log.h"
@@ -23,6 +25,18 @@ constexpr std::array<std::pair<std::uint16_t, char>, 26> kLetters{{
     {0, 'A'},  {11, 'B'}, {8, 'C'},  {2, 'D'},  {14, 'E'}, {3, 'F'},  {5, 'G'},  {4, 'H'},  {34, 'I'},
     {38, 'J'}, {40, 'K'}, {37, 'L'}, {46, 'M'}, {45, 'N'}, {31, 'O'}, {35, 'P'}, {12, 'Q'}, {15, 'R'},
     {1, 'S'},  {17, 'T'}, {32, 'U'}, {9, 'V'},  {13, 'W'}, {7, 'X'},  {16, 'Y'}, {6, 'Z'},
+}};
+
+// The other keys of the US layout a chord may use, with the symbols the system's menus show for
+// them. Key codes name positions, so these are what the keys print on that layout.
+constexpr std::array<std::pair<std::uint16_t, std::string_view>, 49> kOtherKeys{{
+    {29, "0"},   {18, "1"},   {19, "2"},   {20, "3"},   {21, "4"},   {23, "5"},   {22, "6"},
+    {26, "7"},   {28, "8"},   {25, "9"},   {27, "-"},   {24, "="},   {33, "["},   {30, "]"},
+    {42, "\\"},  {41, ";"},   {39, "'"},   {43, ","},   {47, "."},   {44, "/"},   {50, "`"},
+    {36, "↩"},   {48, "⇥"},   {49, "Space"}, {51, "⌫"}, {117, "⌦"}, {53, "⎋"},  {123, "←"},
+    {124, "→"},  {125, "↓"},  {126, "↑"},  {115, "↖"},  {119, "↘"},  {116, "⇞"},  {121, "⇟"},
+    {122, "F1"}, {120, "F2"}, {99, "F3"},  {118, "F4"}, {96, "F5"},  {97, "F6"},  {98, "F7"},
+    {100, "F8"}, {101, "F9"}, {109, "F10"}, {103, "F11"}, {111, "F12"}, {105, "F13"}, {107, "F14"},
 }};
 
 }  // namespace
@@ -186,13 +200,23 @@ std::string HotkeyManager::describe(const Chord& chord) {
   if (chord.modifiers & kOption) text += "⌥";
   if (chord.modifiers & kShift) text += "⇧";
   if (chord.modifiers & kCommand) text += "⌘";
-  return text + letter(chord.keyCode).value_or("");
+  return text + keyName(chord.keyCode);
 }
 
 std::string HotkeyManager::keyEquivalent(const Chord& chord) {
-  auto upper = letter(chord.keyCode);
-  if (!upper) return "";
-  return std::string(1, static_cast<char>(*upper->c_str() - 'A' + 'a'));
+  if (auto upper = letter(chord.keyCode)) return std::string(1, static_cast<char>(*upper->c_str() - 'A' + 'a'));
+  // A menu takes a printable character; named keys have none to give.
+  const std::string name = keyName(chord.keyCode);
+  return name.size() == 1 ? name : "";
+}
+
+std::string HotkeyManager::keyName(std::uint16_t keyCode) {
+  if (auto upper = letter(keyCode)) return *upper;
+  for (const auto& [code, name] : kOtherKeys) {
+    if (code == keyCode) return std::string(name);
+  }
+  // A key this table does not know still shows that the chord has one.
+  return "#" + std::to_string(keyCode);
 }
 
 std::optional<std::string> HotkeyManager::letter(std::uint16_t keyCode) {

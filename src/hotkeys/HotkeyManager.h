@@ -61,10 +61,13 @@ class HotkeyManager {
   void beginRecording();
 
   std::string display(const Chord& chord) const;
-  // The chord's symbols and letter, whatever the recorder does.
+  // The chord's symbols and key, whatever the recorder does.
   static std::string describe(const Chord& chord);
-  // The chord as a menu key equivalent: the lower-case letter and the modifier bits.
+  // The chord as a menu key equivalent: the lower-case letter or the printable character; empty
+  // for a key that has none.
   static std::string keyEquivalent(const Chord& chord);
+  // What a key shows in a chord: its letter, digit or sign, or the symbol of a named key.
+  static std::string keyName(std::uint16_t keyCode);
   static std::uint32_t modifierMask(const Chord& chord) { return chord.modifiers & platform::kChordModifierMask; }
   static std::optional<std::string> letter(std::uint16_t keyCode);
 

@@ -30,11 +30,18 @@ void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplicati
   LogLine line("frontmost change");
   line.add("from", spellingOf(recorded_)).add("to", bundle.spelling());
   recorded_ = bundle;
+  if (shelfShown()) {
+    // Other menus end elsewhere: the always-hidden separator takes the new app's length and is
+    // measured again.
+    MenuBarLog::log(line.add("action", "shelf"));
+    frontmostCommitWork_.schedule(kCommitDelay, bindWeak(weakFactory_.handle(), &FrontmostTracker::commit));
+    return;
+  }
   if (!barCollapsed()) {
     MenuBarLog::log(line.add("action", "expanded"));
     return;
   }
-  const double length = engine_.collapseLength(bundle.spelling());
+  const double length = engine_.collapseLength(bundle);
   auto inForce = engine_.presentedBar().lastAppliedNormalLength;
   if (inForce && std::fabs(*inForce - length) <= kLengthTolerance) {
     MenuBarLog::log(line.add("action", "ignore").add("length", length));
@@ -45,7 +52,7 @@ void FrontmostTracker::noteFrontmostApplication(const platform::RunningApplicati
 }
 
 void FrontmostTracker::commit() {
-  if (!barCollapsed()) return;
+  if (!barCollapsed() && !shelfShown()) return;
   MenuBarLog::log(LogLine("frontmost commit").add("to", spellingOf(recorded_)));
   host_.commitFrontmostLength();
 }

@@ -16,14 +16,15 @@ class CollapseEngine;
 
 // Follows the frontmost application: when its collapse length differs from the one in force,
 // the new length is committed one second later, so that a quick switch through several apps
-// applies only the last. Acts only while the bar is collapsed: an expanded bar takes the
-// frontmost app's length when it next collapses. Main thread only.
+// applies only the last. Acts while the bar is collapsed, and while the normal expanded bar
+// shows, whose always-hidden separator depends on the app's menus too; the deep expanded bar
+// takes the frontmost app's length when it next collapses. Main thread only.
 class FrontmostTracker {
  public:
   class Host {
    public:
     virtual ~Host() = default;
-    // Applies the frontmost app's length and has the collapse verified again.
+    // Applies the frontmost app's lengths and has them verified again.
     virtual void commitFrontmostLength() = 0;
   };
 
@@ -45,6 +46,7 @@ class FrontmostTracker {
   void commit();
 
   bool barCollapsed() const { return state_.presentation() == MenuBarPresentation::collapsed; }
+  bool shelfShown() const { return state_.presentation() == MenuBarPresentation::shelfExpanded; }
 
   platform::Platform& platform_;
   const BarState& state_;

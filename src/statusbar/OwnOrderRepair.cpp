@@ -55,6 +55,8 @@ void OwnOrderRepair::considerOrderRepair(Trigger trigger) {
   if (ownOrderRepairInFlight_ || host_.readAlwaysVisibleAnchor() != false) return;
   const bool automatic = trigger == Trigger::automatic;
   MenuBarLog::log(LogLine("own-order wrong").add("automatic", automatic));
+  // The system hides by its list, not by where the separators stand: nothing to repair unasked.
+  if (automatic && host_.systemHidesByList()) return;
   if (automatic && !didAutomaticOwnOrderRepairThisLaunch_) {
     didAutomaticOwnOrderRepairThisLaunch_ = true;
     beginOwnOrderRepair(Requester::automatic, Occasion::asked);
@@ -97,6 +99,12 @@ void OwnOrderRepair::beginOwnOrderRepair(Requester requester, Occasion occasion)
   const bool openedByCollapseAttempt = occasion == Occasion::collapseAttempt;
   if (ownOrderRepairInFlight_) {
     MenuBarLog::log("own-order repair ignored inFlight=true");
+    return;
+  }
+  lastRepairAutomatic_ = automatic;
+  if (host_.systemHidesByList()) {
+    MenuBarLog::log(LogLine("own-order repair by list").add("automatic", automatic));
+    handOverToManualPlacement();
     return;
   }
   auto anchors = items_.ownItemRightEdges();

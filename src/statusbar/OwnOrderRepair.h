@@ -46,6 +46,9 @@ class OwnOrderRepair {
    public:
     virtual ~Host() = default;
     virtual std::optional<bool> readAlwaysVisibleAnchor() const = 0;
+    // The system hides by its allow-list: the separators take no room and their stored
+    // positions are the user's arrangement, not something to rewrite.
+    virtual bool systemHidesByList() const = 0;
     // Stops a running cliff search, removes the items, stores `positions` and creates the items
     // again as at start-up.
     virtual void recreateOwnItems(const MenuBarVisibilityPolicy::RepairPositions& positions) = 0;

@@ -60,15 +60,17 @@ void OwnStatusItems::createOwnItems(MenuBarPresentation shown, Actions actions,
 
   separatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, separatorAutosaveName);
   separatorStatusItem_->setVisible(true);
-  separatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
+  // The mouse-down tells a ⌘-drag of the item from a click, as on the toggle.
+  separatorStatusItem_->setAction(EventType::leftMouseDown | EventType::leftMouseUp | EventType::rightMouseUp,
                                   std::move(actions.separatorClicked));
   styleFoldSeparator();
   if (afterEach) afterEach(Item::separator);
 
   alwaysHiddenSeparatorStatusItem_ = bar.createStatusItem(expandedSeparatorLength_, alwaysHiddenAutosaveName);
   alwaysHiddenSeparatorStatusItem_->setVisible(true);
-  alwaysHiddenSeparatorStatusItem_->setAction(EventType::leftMouseUp | EventType::rightMouseUp,
-                                              std::move(actions.alwaysHiddenSeparatorClicked));
+  alwaysHiddenSeparatorStatusItem_->setAction(
+      EventType::leftMouseDown | EventType::leftMouseUp | EventType::rightMouseUp,
+      std::move(actions.alwaysHiddenSeparatorClicked));
   styleHiddenSeparator();
   if (afterEach) afterEach(Item::alwaysHiddenSeparator);
 }
@@ -239,8 +241,11 @@ std::optional<bool> OwnStatusItems::ownItemsInOrder() const {
   double lo = std::min({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
   double hi = std::max({anchors->toggleMinX, anchors->normalMinX, anchors->hiddenMinX});
   if (hi - lo <= kAnchorTolerance) return std::nullopt;
-  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance && anchors->normalMinX < anchors->toggleMinX &&
-         anchors->hiddenMinX < anchors->toggleMinX;
+  // Judged by right edges: a separator of no length stands at its right neighbour's left edge, so
+  // one right beside the toggle shares the toggle's left edge and is still left of it.
+  return anchors->hiddenMinX <= anchors->normalMinX + kAnchorTolerance &&
+         anchors->normalMaxX <= anchors->toggleMinX + kAnchorTolerance &&
+         anchors->hiddenMaxX <= anchors->toggleMinX + kAnchorTolerance;
 }
 
 std::optional<platform::ScreenInfo> OwnStatusItems::statusItemScreen() const {

@@ -23,7 +23,8 @@ void StatusBarController::startupCollapseGaveUp() {
 
 void StatusBarController::commitFrontmostLength() {
   applyVisibilityNow();
-  engine_.verifier().scheduleCollapsedCliffVerify();
+  // The normal expanded bar schedules its own measurement as it is applied.
+  if (currentPresentation() == MenuBarPresentation::collapsed) engine_.verifier().scheduleCollapsedCliffVerify();
 }
 
 // --- order repair ----------------------------------------------------------------------------

@@ -60,9 +60,11 @@ StatusBarController::StatusBarController(Dependencies dependencies)
                     .localization = dependencies.localization,
                     .host = *this}),
       clicks_(dependencies.platform, items_),
+      separatorClicks_(dependencies.platform, items_),
       categorySyncWorkItem_(dependencies.platform.mainQueue()),
       foldingCheckWork_(dependencies.platform.mainQueue()),
-      recreateItemsWork_(dependencies.platform.mainQueue()) {
+      recreateItemsWork_(dependencies.platform.mainQueue()),
+      orderReadWork_(dependencies.platform.mainQueue()) {
   // Positions must be in the store before any item exists: the status bar reads them only
   // when an item is created.
   items_.seedPreferredPositions();
@@ -301,6 +303,20 @@ void StatusBarController::toggleBar(ExpandDepth depth) {
   }
 }
 
+// After a drag the order cannot be read while a separator is long: everything is shown, so both
+// separators are short, and the collapse is asked for again once they have been laid out.
+void StatusBarController::readOrderThenCollapse(CollapseReason reason) {
+  MenuBarLog::log(LogLine("collapse waits for order").add("trigger", rawValue(reason)));
+  orderUnsureAfterDrag_ = false;
+  show(ExpandDepth::deep);
+  updateButtonAppearance();
+  applyVisibilityNow();
+  orderReadWork_.schedule(Policy::collapseVerifyDelay, bindWeak(weak(), [reason](StatusBarController& self) {
+                            if (!self.state_.isExpanded) return;
+                            self.collapseBar(reason);
+                          }));
+}
+
 void StatusBarController::expandBar(ExpandDepth depth, Initiator initiator) {
   mainThread_.check();
   const bool userInitiated = isUserInitiated(initiator);
@@ -375,6 +391,11 @@ void StatusBarController::collapseBar(CollapseReason reason) {
   }
   // Guard 2: with the own items out of order a collapse would hide the wrong icons.
   auto order = readAlwaysVisibleAnchor();
+  if (!order && orderUnsureAfterDrag_ && !hiding_.nativeAvailable()) {
+    readOrderThenCollapse(reason);
+    return;
+  }
+  if (order) orderUnsureAfterDrag_ = false;
   if (Policy::shouldWithholdCollapse(hiding_.nativeAvailable(), order)) {
     MenuBarLog::log(
         LogLine("collapse withheld").add("reason", rawValue(StayExpandedReason::order)).add("trigger", reasonText));
@@ -457,9 +478,8 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
     engine_.noteApplied(items_.separatorLength(), items_.alwaysHiddenSeparatorLength());
     return publishFoldingEffective(collapseLength);
   }
-  auto shelfCap = engine_.shelf().shelfHiddenCap();
-  if (presentation == MenuBarPresentation::shelfExpanded && shelfCap) {
-    plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, *shelfCap);
+  if (presentation == MenuBarPresentation::shelfExpanded) {
+    plan.alwaysHiddenSeparatorLength = engine_.shelf().lengthForShelf(plan.alwaysHiddenSeparatorLength);
   }
 
   if (!searching) items_.setSeparatorLength(plan.normalSeparatorLength);
@@ -482,10 +502,7 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
   engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
   publishFoldingEffective(collapseLength);
   if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
-  if (presentation == MenuBarPresentation::shelfExpanded &&
-      plan.alwaysHiddenSeparatorLength > expandedSeparatorLength) {
-    engine_.shelf().scheduleShelfHiddenVerify();
-  }
+  if (presentation == MenuBarPresentation::shelfExpanded) engine_.shelf().scheduleShelfHiddenVerify();
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.
   catalog_.scheduleZoneRefresh();
@@ -556,7 +573,7 @@ void StatusBarController::stayExpandedBecauseFoldingFailed(StayExpandedReason re
 }
 
 void StatusBarController::dropToNormalExpandedShelf() {
-  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", engine_.chooser().frontmostBundleID()));
+  MenuBarLog::log(LogLine("collapse dropped to shelf").add("frontmost", spellingOf(engine_.chooser().frontmostBundleID())));
   show(ExpandDepth::normal);
   updateButtonAppearance();
   applyVisibilityNow();

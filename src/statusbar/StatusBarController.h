@@ -82,6 +82,7 @@ class StatusBarController final : private CollapseHost,
   // Whether the own items stand in order; absent while that cannot be told (a probe's length
   // says nothing about the order).
   std::optional<bool> readAlwaysVisibleAnchor() const override;
+  bool systemHidesByList() const override { return hiding_.nativeAvailable(); }
 
   // --- state machine
   void expandBar(ExpandDepth depth, Initiator initiator);
@@ -96,6 +97,8 @@ class StatusBarController final : private CollapseHost,
   void statusItemClicked(std::optional<platform::Event> event);
   void separatorClicked(std::optional<platform::Event> event);
   void alwaysHiddenSeparatorClicked(std::optional<platform::Event> event);
+  // The press or the end of a ⌘-drag of a separator, which is no click; true when consumed.
+  bool separatorWasDragged(SeparatorClicks::Which which, const std::optional<platform::Event>& event);
   void showContextMenu();
   platform::Menu buildContextMenu();
   void menuOpenIconBar();
@@ -199,6 +202,7 @@ class StatusBarController final : private CollapseHost,
   double lengthForFrontmost() const { return engine_.chooser().lengthForFrontmost(); }
   MenuBarVisibilityPolicy::PlacementMode placementMode() const;
   void scheduleFoldingCheck();
+  void readOrderThenCollapse(CollapseReason reason);
   std::function<void()> repairAction();
   std::string text(const std::string& key) const;
   WeakHandle<StatusBarController> weak() const { return weakFactory_.handle(); }
@@ -221,13 +225,18 @@ class StatusBarController final : private CollapseHost,
   FrontmostTracker frontmost_;
   OwnOrderRepair orderRepair_;
   ToggleClicks clicks_;
+  SeparatorClicks separatorClicks_;
 
   bool keepPreferencesVisible_ = false;
+  // An own item was dragged while a separator may be long, so the order reads as unknown: it is
+  // read at expanded lengths before the next collapse.
+  bool orderUnsureAfterDrag_ = false;
   std::optional<double> collapseRefusedNoticeAt_;
   unsigned long long applyGeneration_ = 0;
   WorkItem categorySyncWorkItem_;
   WorkItem foldingCheckWork_;
   WorkItem recreateItemsWork_;
+  WorkItem orderReadWork_;
   Cancellables cancellables_;
   ObserverList<const StatusBarEvent&> events_;
 

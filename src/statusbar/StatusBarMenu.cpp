@@ -62,6 +62,7 @@ void StatusBarController::separatorClicked(std::optional<platform::Event> event)
     showContextMenu();
     return;
   }
+  if (separatorWasDragged(SeparatorClicks::Which::separator, event)) return;
   toggleBar(ExpandDepth::normal);
 }
 
@@ -70,7 +71,22 @@ void StatusBarController::alwaysHiddenSeparatorClicked(std::optional<platform::E
     showContextMenu();
     return;
   }
+  if (separatorWasDragged(SeparatorClicks::Which::alwaysHidden, event)) return;
   toggleBar(ExpandDepth::deep);
+}
+
+bool StatusBarController::separatorWasDragged(SeparatorClicks::Which which, const std::optional<platform::Event>& event) {
+  if (!event) return false;
+  if (event->type == EventType::leftMouseDown) {
+    separatorClicks_.recordPress(which);
+    return true;
+  }
+  if (!separatorClicks_.endsCommandDrag(which, *event)) return false;
+  // A long separator hides where it now stands: the order is read again before anything hides.
+  orderUnsureAfterDrag_ = true;
+  MenuBarLog::log(LogLine("separator click ignored: command drag")
+                      .add("item", which == SeparatorClicks::Which::separator ? "separator" : "alwaysHiddenSeparator"));
+  return true;
 }
 
 // --- context menu ------------------------------------------------------------------------------

@@ -1,5 +1,7 @@
 #include "statusbar/ToggleClicks.h"
 
+#include <utility>
+
 #include "base/Log.h"
 #include "statusbar/OwnStatusItems.h"
 
@@ -67,6 +69,35 @@ std::optional<Policy::ArrowClickAction> ToggleClicks::readClick(const platform::
       LogLine("status click").add("option", option).add("notch", notch).add("action", Policy::logName(action)));
   clearArrowPress();
   return action;
+}
+
+SeparatorClicks::SeparatorClicks(platform::Platform& platform, const OwnStatusItems& items)
+    : platform_(platform), items_(items) {}
+
+std::optional<Rect> SeparatorClicks::frame(Which which) const {
+  return which == Which::separator ? items_.separatorFrame() : items_.alwaysHiddenSeparatorFrame();
+}
+
+void SeparatorClicks::recordPress(Which which) {
+  auto current = frame(which);
+  press_ = Press{.which = which,
+                 .pointer = platform_.events().mouseLocation(),
+                 .frameOrigin = current ? std::optional<Point>(current->origin()) : std::nullopt,
+                 .at = platform_.clock().now()};
+}
+
+bool SeparatorClicks::endsCommandDrag(Which which, const platform::Event& event) {
+  auto press = std::exchange(press_, std::nullopt);
+  const bool command = platform_.events().modifierFlags().has(Modifier::command) ||
+                       event.modifierFlags.has(Modifier::command);
+  if (!command || !press || press->which != which || platform_.clock().now() - press->at >= kArrowPressWindow) {
+    return false;
+  }
+  auto current = frame(which);
+  const bool pointerMoved = Policy::pointsDiffer(press->pointer, platform_.events().mouseLocation(), kDragTolerance);
+  const bool frameMoved =
+      press->frameOrigin && current && Policy::pointsDiffer(*press->frameOrigin, current->origin(), kDragTolerance);
+  return pointerMoved || frameMoved;
 }
 
 }  // namespace tarvolo

@@ -35,4 +35,31 @@ class ToggleClicks {
   std::optional<double> arrowPressAt_;
 };
 
+// The same guard for the two separators: the system's ⌘-drag of a separator ends in a mouse-up
+// on it, which must not toggle the bar. Main thread only.
+class SeparatorClicks {
+ public:
+  enum class Which { separator, alwaysHidden };
+
+  SeparatorClicks(platform::Platform& platform, const OwnStatusItems& items);
+
+  // A left mouse-down on the separator.
+  void recordPress(Which which);
+  // Whether the left mouse-up `event` ends a ⌘-drag of the separator rather than a click.
+  bool endsCommandDrag(Which which, const platform::Event& event);
+
+ private:
+  std::optional<Rect> frame(Which which) const;
+
+  platform::Platform& platform_;
+  const OwnStatusItems& items_;
+  struct Press {
+    Which which = Which::separator;
+    Point pointer;
+    std::optional<Point> frameOrigin;
+    double at = 0;
+  };
+  std::optional<Press> press_;
+};
+
 }  // namespace tarvolo

@@ -225,6 +225,12 @@ DefaultsWrites encodeFoldTails(const std::map<PerAppKey, double>& tailByPair,
           {cliffFoldTailBaseDefaultsKey, lengthDictionaryUnlessEmpty(baseByPair)}};
 }
 
+DefaultsWrites encodeShelfHiddenLengths(const std::map<PerAppKey, double>& lengths,
+                                        const std::map<PerAppKey, double>& shortOfMenus) {
+  return {{shelfHiddenLengthDefaultsKey, lengthDictionaryUnlessEmpty(lengths)},
+          {shelfHiddenShortDefaultsKey, lengthDictionaryUnlessEmpty(shortOfMenus)}};
+}
+
 DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state) {
   DefaultsWrites writes = encodeCliffRecord(state.cliffRecord);
   writes.merge(encodePerAppLengths(state.perAppLengths, state.menuLimitedKeys));

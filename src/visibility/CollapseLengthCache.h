@@ -83,6 +83,10 @@ inline constexpr const char* cliffMenuLimitedDefaultsKey = "com.ostrand.tarvolo.
 inline constexpr const char* cliffSearchGapDefaultsKey = "com.ostrand.tarvolo.cliff.searchGap";
 inline constexpr const char* cliffFoldTailDefaultsKey = "com.ostrand.tarvolo.cliff.foldTail";
 inline constexpr const char* cliffFoldTailBaseDefaultsKey = "com.ostrand.tarvolo.cliff.foldTailBase";
+// The always-hidden separator's length on the normal expanded bar, by screen and frontmost app.
+inline constexpr const char* shelfHiddenLengthDefaultsKey = "com.ostrand.tarvolo.shelf.hiddenLength";
+// Those of them that stop short of the menus because no longer length held: as far as it gets.
+inline constexpr const char* shelfHiddenShortDefaultsKey = "com.ostrand.tarvolo.shelf.hiddenLengthShort";
 
 // Everything the collapse-length engine keeps across launches.
 struct PersistedCollapseLengths {
@@ -109,6 +113,8 @@ DefaultsWrites encodePerAppLengths(const MenuBarVisibilityPolicy::CollapseLength
 DefaultsWrites encodeFoldTails(const std::map<PerAppKey, double>& tailByPair,
                                const std::map<PerAppKey, double>& baseByPair);
 DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state);
+DefaultsWrites encodeShelfHiddenLengths(const std::map<PerAppKey, double>& lengths,
+                                        const std::map<PerAppKey, double>& shortOfMenus);
 
 // A stored entry whose key does not read as a screen or per-app key: skipped, and told.
 struct UnreadableCollapseKey {

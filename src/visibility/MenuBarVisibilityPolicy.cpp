@@ -61,10 +61,15 @@ SeparatorLengths separatorLengths(const SeparatorLengthsInput& input) {
       return {collapsed, statusRegion ? expanded : collapsed, "", ""};
     case MenuBarPresentation::shelfExpanded: {
       const std::string title(expandedSeparatorTitle);
-      if (!statusRegion) return {expanded, collapsed, title, ""};
       const std::optional<double> distance = input.hiddenDividerDistance;
-      if (!distance || *distance <= 0) return {expanded, expanded, title, ""};
-      // Hide only what lies left of the always-hidden divider.
+      if (!distance || *distance <= 0) {
+        // Without a distance there is nothing to size from. Under the status-region cliff the
+        // collapsed always-hidden separator is short anyway; before it, the collapse length at
+        // least keeps the always-hidden zone off screen until a measurement corrects it.
+        return {expanded, statusRegion ? expanded : collapsed, title, ""};
+      }
+      // Hide only what lies left of the always-hidden divider: at the whole collapse length it
+      // would start that distance further left and run into the app's menus.
       return {expanded, std::max(expanded, collapsed - *distance - shelfDividerClearance), title, ""};
     }
     case MenuBarPresentation::deepExpanded:

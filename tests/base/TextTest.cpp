@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <clocale>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -51,6 +53,27 @@ TEST(Text, FoldingIgnoresCaseAccentsAndSurroundingSpace) {
   EXPECT_EQ(folded("\u039F\u0394\u039F\u03A3"), folded("\u03BF\u03B4\u03BF\u03C2"));  // final sigma
   EXPECT_EQ(folded("\u0401\u043B\u043A\u0430"), "\u0435\u043B\u043A\u0430");
   EXPECT_EQ(folded("\u5FAE\u4FE1"), "\u5FAE\u4FE1");
+}
+
+// Letters with accents from every block fold, upper case too, whatever locale the process runs in.
+TEST(Text, FoldingCoversEveryAccentedLetterInEveryProcessLocale) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  int locales = 0;
+  for (const char* name : {"C", "C.UTF-8", "POSIX", "tr_TR.UTF-8", "de_DE.UTF-8"}) {
+    if (!std::setlocale(LC_ALL, name)) continue;
+    ++locales;
+    SCOPED_TRACE(name);
+    EXPECT_EQ(folded("Ti\u1EBFng Vi\u1EC7t"), "tieng viet");
+    EXPECT_EQ(folded("TI\u1EBENG VI\u1EC6T"), "tieng viet");
+    EXPECT_EQ(folded("Tie\u0302\u0301ng"), "tieng");  // decomposed
+    EXPECT_EQ(folded("\u01D7\u1E0D\u0390\u0419"), "u\u0064\u03B9\u0438");
+    EXPECT_EQ(folded("\u0130stanbul"), "istanbul");
+    EXPECT_EQ(folded("\u212Bngstr\u00F6m"), "angstrom");
+    // A spacing vowel sign spells a sound, not an accent: it stays.
+    EXPECT_EQ(folded("\u0939\u093F"), "\u0939\u093F");
+  }
+  std::setlocale(LC_ALL, before.c_str());
+  EXPECT_GE(locales, 2);
 }
 
 TEST(Text, DecodingStepsOverOneScalarAndAMalformedByteAlone) {

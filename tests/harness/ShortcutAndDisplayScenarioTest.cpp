@@ -59,7 +59,7 @@ TEST(ShortcutAndDisplayScenarioTest, ADisplayThatKeepsItsIconsShownStaysExpanded
   ASSERT_EQ(skipped.size(), 2u);
   EXPECT_NE(skipped[0].find("trigger=startup display=lg-ultrafine-5k"), std::string::npos) << skipped[0];
   EXPECT_NE(skipped[1].find("trigger=display-change"), std::string::npos) << skipped[1];
-  const auto searches = lines(report, "search begin");
+  const auto searches = lines(report, "search begin low=");
   // Only on the laptop and after the rule was turned on, never while the icons stayed shown.
   ASSERT_FALSE(searches.empty());
   EXPECT_EQ(searches.front().rfind("3.", 0), 0u) << searches.front();

@@ -38,7 +38,7 @@ TEST_F(DisplayRulesTest, ADisplayWhoseRuleIsOffKeepsTheBarExpandedNotDeepAndSear
   EXPECT_TRUE(expanded());
   EXPECT_FALSE(deep());
   EXPECT_TRUE(controller().keptExpandedForDisplay());
-  EXPECT_FALSE(logged("search begin"));
+  EXPECT_FALSE(logged("search begin low="));
   EXPECT_FALSE(controller().autoCollapse().armed());
   // A folding that was never tried is not reported as failing.
   EXPECT_TRUE(controller().state().foldingEffective);
@@ -59,12 +59,12 @@ TEST_F(DisplayRulesTest, TheBarCollapsesOnADisplayThatHidesAndExpandsWhenItIsBac
   EXPECT_TRUE(logged("collapse reason=display-rule"));
   EXPECT_FALSE(controller().keptExpandedForDisplay());
 
-  const int searches = loggedCount("search begin");
+  const int searches = loggedCount("search begin low=");
   desktop().setScreens({external(), laptopBeside()});
   run(3);
   EXPECT_TRUE(expanded());
   EXPECT_FALSE(deep());
-  EXPECT_EQ(loggedCount("search begin"), searches);
+  EXPECT_EQ(loggedCount("search begin low="), searches);
 }
 
 TEST_F(DisplayRulesTest, TurningTheRuleOnCollapsesAtOnceAndOffExpandsAtOnce) {

@@ -148,6 +148,25 @@ TEST_F(EverydayTest, RecordingKeepsListeningForBareKeysAndStoresControlK) {
   EXPECT_EQ(hotkeys().deepChord.get(), (HotkeyManager::Chord{kK, 0x40000}));
 }
 
+// A chord on a digit, a sign or a named key shows that key, not its modifiers alone.
+TEST_F(EverydayTest, ChordsOnDigitsSignsAndNamedKeysShowTheirKey) {
+  start();
+  controller().openPreferences(std::string("hotkeys"));
+  constexpr std::uint16_t kFive = 23;
+  hotkeys().beginRecording();
+  desktop().events().typeKey(kFive, ModifierFlags{}.with(Modifier::control));
+  EXPECT_EQ(hotkeys().deepChord.get(), (HotkeyManager::Chord{kFive, 0x40000}));
+  EXPECT_EQ(hotkeys().display(hotkeys().deepChord.get()), "⌃5");
+  EXPECT_EQ(HotkeyManager::keyEquivalent(hotkeys().deepChord.get()), "5");
+
+  EXPECT_EQ(hotkeys().display(HotkeyManager::Chord{44, 0x100000}), "⌘/");
+  EXPECT_EQ(hotkeys().display(HotkeyManager::Chord{123, 0x40000 | 0x80000}), "⌃⌥←");
+  EXPECT_EQ(hotkeys().display(HotkeyManager::Chord{122, 0x40000}), "⌃F1");
+  EXPECT_EQ(HotkeyManager::keyEquivalent(HotkeyManager::Chord{122, 0x40000}), "");
+  EXPECT_EQ(hotkeys().display(HotkeyManager::Chord{kK, 0x40000}), "⌃K");
+  EXPECT_EQ(HotkeyManager::keyEquivalent(HotkeyManager::Chord{kK, 0x40000}), "k");
+}
+
 TEST_F(EverydayTest, AnUnreadableStoredChordFallsBackAndStays) {
   boot();
   desktop().defaults().set(HotkeyManager::deepChordKey, DefaultsValue(std::string("⌘B")));

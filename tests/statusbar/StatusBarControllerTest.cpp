@@ -215,7 +215,8 @@ class StateMachineTest : public SimAppTest {
 
 TEST_F(StateMachineTest, SeparatorClicksWalkThroughTheStates) {
   ASSERT_TRUE(desktop().events().clickOwnItem(OwnStatusItems::separatorAutosaveName, MouseButton::left));
-  run(0.5);
+  // The first time, the always-hidden length is measured and searched.
+  run(2);
   EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_FALSE(controller().state().isDeepExpanded);
   EXPECT_TRUE(iconOnScreen(kHiddenIcon));
@@ -447,6 +448,91 @@ TEST_F(ToggleClickTest, CommandDragOfFourPointsIsIgnoredButTwoPointsActs) {
   run(0.5);
   EXPECT_TRUE(controller().state().isExpanded);
   EXPECT_TRUE(controller().state().isDeepExpanded);  // ⌘ reveals everything without a notch
+}
+
+// Under the system's allow-list the separators take no room, and their stored positions are the
+// user's arrangement: a repair hands over to the guide instead of rewriting them.
+TEST_F(StartupTest, UnderTheAllowListARepairKeepsTheStoredPositions) {
+  DesktopOptions options;
+  options.settings.osMajor = 27;
+  options.settings.assessmentMode = {.offered = true};
+  boot(options);
+  launch();
+  run(3);
+  ASSERT_TRUE(controller().hidingEngines().nativeAvailable());
+  auto positions = [&] {
+    std::vector<std::optional<double>> stored;
+    for (const char* name : {OwnStatusItems::toggleAutosaveName, OwnStatusItems::separatorAutosaveName,
+                             OwnStatusItems::alwaysHiddenAutosaveName}) {
+      stored.push_back(desktop().defaults().getDouble(OwnStatusItems::preferredPositionKey(name)));
+    }
+    return stored;
+  };
+  const auto before = positions();
+  ASSERT_TRUE(before[0] && before[1] && before[2]);
+  controller().repairMenuBarOrder();
+  run(2);
+  EXPECT_TRUE(logged("own-order repair by list"));
+  EXPECT_FALSE(logged("own-order repair arrow="));
+  EXPECT_EQ(positions(), before);
+  session().relaunch();
+  run(3);
+  EXPECT_EQ(positions(), before);
+}
+
+class SeparatorDragTest : public SimAppTest {
+ protected:
+  void start() {
+    boot({.screens = {plainDisplay()}});
+    launch();
+    run(3);
+    ASSERT_FALSE(controller().state().isExpanded);
+  }
+  // ⌘-drags the always-hidden separator just right of the toggle.
+  void dragAlwaysHiddenRightOfToggle() {
+    auto toggle = *desktop().bar().ownItem(OwnStatusItems::toggleAutosaveName)->frame;
+    ASSERT_TRUE(desktop().events().commandDragItem(OwnStatusItems::alwaysHiddenAutosaveName, toggle.maxX() + 6));
+    run(0.5);
+    EXPECT_TRUE(logged("separator click ignored: command drag item=alwaysHiddenSeparator"));
+  }
+};
+
+// The drag's mouse-up lands on the separator: it is no click, so the bar does not step down.
+TEST_F(SeparatorDragTest, ACommandDragIsNoClickAndTheWrongOrderWithholdsTheCollapse) {
+  start();
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
+  run(1);
+  dragAlwaysHiddenRightOfToggle();
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(controller().state().isDeepExpanded);
+  EXPECT_EQ(controller().readAlwaysVisibleAnchor(), false);
+
+  controller().collapseBar(CollapseReason::menu);
+  run(1);
+  EXPECT_TRUE(logged("collapse withheld reason=order trigger=menu"));
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_TRUE(iconOnScreen(kVisibleIcon));
+}
+
+// Dragged while it is long, the separator leaves the order unreadable; unknown would not withhold,
+// so the order is read with everything shown before the bar may collapse.
+TEST_F(SeparatorDragTest, AnOrderUnreadableAfterADragIsReadExpandedBeforeACollapse) {
+  start();
+  controller().expandBar(ExpandDepth::normal, Initiator::user);
+  run(3);
+  ASSERT_GT(*controller().collapseEngine().presentedBar().lastAppliedHiddenLength, 64);
+  dragAlwaysHiddenRightOfToggle();
+  EXPECT_TRUE(controller().state().isExpanded);
+  EXPECT_FALSE(controller().state().isDeepExpanded);
+
+  controller().collapseBar(CollapseReason::menu);
+  EXPECT_TRUE(logged("collapse waits for order trigger=menu"));
+  run(1);
+  EXPECT_TRUE(logged("collapse withheld reason=order trigger=menu"));
+  EXPECT_EQ(loggedCount("collapse reason=menu"), 0);
+  EXPECT_TRUE(controller().state().isExpanded);
+  // The collapse the user asked for repairs the order.
+  EXPECT_TRUE(logged("own-order repair arrow="));
 }
 
 TEST_F(ToggleClickTest, PlainClickOnNotchedScreenOpensAndClosesTheShelf) {

@@ -55,7 +55,14 @@ TEST(SeparatorLengths, PublicSpacerFollowsPresentationAndSizing) {
   EXPECT_EQ(lengths(Presentation::collapsed, Sizing::legacy), (P::SeparatorLengths{700, 700, "", ""}));
   // Under the status-region cliff only the normal separator collapses.
   EXPECT_EQ(lengths(Presentation::collapsed, Sizing::statusRegion), (P::SeparatorLengths{700, 16, "", ""}));
-  EXPECT_EQ(lengths(Presentation::shelfExpanded, Sizing::legacy, 100), (P::SeparatorLengths{16, 700, "｜", ""}));
+  // The always-hidden separator stands left of the hidden zone: it stops short of the menus
+  // by the distance between the dividers, on either sizing.
+  EXPECT_EQ(lengths(Presentation::shelfExpanded, Sizing::legacy, 100), (P::SeparatorLengths{16, 576, "｜", ""}));
+  EXPECT_EQ(lengths(Presentation::shelfExpanded, Sizing::statusRegion, 100), (P::SeparatorLengths{16, 576, "｜", ""}));
+  EXPECT_EQ(lengths(Presentation::shelfExpanded, Sizing::legacy, 690), (P::SeparatorLengths{16, 16, "｜", ""}));
+  // Unmeasured: before the status-region cliff the collapse length keeps that zone off screen.
+  EXPECT_EQ(lengths(Presentation::shelfExpanded, Sizing::legacy), (P::SeparatorLengths{16, 700, "｜", ""}));
+  EXPECT_EQ(lengths(Presentation::shelfExpanded, Sizing::statusRegion), (P::SeparatorLengths{16, 16, "｜", ""}));
   EXPECT_EQ(lengths(Presentation::deepExpanded, Sizing::statusRegion), (P::SeparatorLengths{16, 16, "｜", "eye.slash"}));
 }
 

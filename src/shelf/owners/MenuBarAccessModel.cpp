@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/Log.h"
 #include "base/Text.h"
@@ -458,7 +459,9 @@ std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
   std::vector<std::string> pieces;
   for (std::string_view word : text::words(query.get())) pieces.push_back(DrawerSearch::fold(word));
   const auto& rows = items.get();
-  std::vector<AccessibleStatusItem> out;
+  // Best match first (the sum of each word's rank), ties in scan order: typing then selects the
+  // row that matches best, whatever its place in the bar.
+  std::vector<std::pair<int, std::size_t>> ranked;
   for (std::size_t index = 0; index < rows.size(); ++index) {
     const auto& item = rows[index];
     if (tier != MenuBarAccessTier::all) {
@@ -467,11 +470,18 @@ std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
       auto savedAsTier = saved ? menuBarAccessTier(*saved) : std::nullopt;
       if (!savedAsTier || savedAsTier == MenuBarAccessTier::all || *savedAsTier != tier) continue;
     }
+    int total = 0;
     const bool matches = std::all_of(pieces.begin(), pieces.end(), [&](const std::string& piece) {
-      return DrawerSearch::rankKey(piece, searchKeys_[index]).has_value();
+      auto rank = DrawerSearch::rankKey(piece, searchKeys_[index]);
+      if (rank) total += *rank;
+      return rank.has_value();
     });
-    if (matches) out.push_back(item);
+    if (matches) ranked.emplace_back(total, index);
   }
+  std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<AccessibleStatusItem> out;
+  out.reserve(ranked.size());
+  for (const auto& entry : ranked) out.push_back(rows[entry.second]);
   return out;
 }
 

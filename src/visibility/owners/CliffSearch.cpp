@@ -53,7 +53,7 @@ std::optional<std::string> CliffSearch::calibrationBlockedReason() const {
 }
 
 void CliffSearch::startCliffSearchIfNeeded(const CollapseAttempt& attempt) {
-  searchUnlessRemembered(PerAppKey(attempt.screenKey, BundleID::from(attempt.frontmostBundleID)));
+  searchUnlessRemembered(PerAppKey(attempt.screenKey, attempt.frontmostBundleID));
 }
 
 void CliffSearch::searchUnlessRemembered(const PerAppKey& pair) {
@@ -273,14 +273,14 @@ void CliffSearch::finishCliffSearch(double length) {
     lengths_.recordSearchGap(*run.pinnedGap);
   }
   if (run.bundleID) {
-    lengths_.settleAppLength({.bundleID = BundleID(*run.bundleID),
+    lengths_.settleAppLength({.bundleID = *run.bundleID,
                               .length = result,
                               .menuLimited = menuLimited,
                               .hitEjection = search.hitEjection});
   }
   MenuBarLog::log(LogLine("collapse app")
                       .integer("length", result)
-                      .add("frontmost", run.bundleID)
+                      .add("frontmost", spellingOf(run.bundleID))
                       .add("menuLimited", menuLimited));
   MenuBarLog::log(LogLine("cliff settled")
                       .integer("length", result)
@@ -342,7 +342,7 @@ void CliffSearch::abortIfScreensChanged() {
 void CliffSearch::searchAfterScreenChange() {
   cliffDeferWork_.schedule(kScreenChangeSearchDelay, bindWeak(weak(), [](CliffSearch& self) {
                              self.searchUnlessRemembered(PerAppKey(self.screens_.collapseScreenKey(),
-                                                                   BundleID::from(self.chooser_.frontmostBundleID())));
+                                                                   self.chooser_.frontmostBundleID()));
                            }));
 }
 

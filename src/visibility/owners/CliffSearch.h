@@ -117,7 +117,7 @@ class CliffSearch {
   struct Run {
     MenuBarVisibilityPolicy::CollapseLengthSearch search;
     ScreenKey screenKey;                  // the arrangement it measures
-    std::optional<std::string> bundleID;  // the app frontmost when it began
+    std::optional<BundleID> bundleID;  // the app frontmost when it began
     std::optional<double> baselineEdge;
     std::optional<double> baselineLeading;
     std::optional<double> baselineToggle;

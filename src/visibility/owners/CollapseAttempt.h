@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/vocabulary/BundleID.h"
 #include "base/vocabulary/ScreenKey.h"
 #include "visibility/CollapseReasons.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
@@ -14,8 +15,8 @@ namespace tarvolo {
 // app or works out the length again.
 struct CollapseAttempt {
   CollapseReason reason = CollapseReason::startup;
-  // As the workspace names it; none while no app is frontmost.
-  std::optional<std::string> frontmostBundleID;
+  // None while no app is frontmost.
+  std::optional<BundleID> frontmostBundleID;
   // The key of the screen that holds the own items.
   ScreenKey screenKey;
   double length = 0;

@@ -22,7 +22,13 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
       lengths_(dependencies.platform.defaults(), screens_),
       fold_({.platform = platform_, .items = items_, .screens = screens_, .lengths = lengths_, .host = host_}),
       chooser_({.platform = platform_, .screens = screens_, .lengths = lengths_, .fold = fold_, .budgets = budgets_}),
-      shelf_({.platform = platform_, .items = items_, .chooser = chooser_, .bar = bar_, .host = host_}),
+      shelf_({.platform = platform_,
+              .items = items_,
+              .screens = screens_,
+              .chooser = chooser_,
+              .bar = bar_,
+              .hiddenPlaceholder = hiddenPlaceholder_,
+              .host = host_}),
       cliff_({.platform = platform_,
               .items = items_,
               .screens = screens_,
@@ -69,6 +75,7 @@ CollapseEngine::CollapseEngine(Dependencies dependencies)
 void CollapseEngine::restorePersistedLengths() {
   lengths_.restoreCliffCache();
   fold_.restoreFoldTails();
+  shelf_.restoreRememberedLengths();
 }
 
 void CollapseEngine::logLaunchState() {
@@ -84,7 +91,7 @@ void CollapseEngine::logLaunchState() {
                       .add("knownGood", gap)
                       .add("cliff", record ? std::optional<double>(record->length) : std::nullopt)
                       .add("cliffGap", record ? std::optional<double>(record->gap) : std::nullopt));
-  MenuBarLog::log(LogLine("launch").add("frontmost", chooser_.frontmostBundleID()));
+  MenuBarLog::log(LogLine("launch").add("frontmost", spellingOf(chooser_.frontmostBundleID())));
 }
 
 void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
@@ -92,6 +99,7 @@ void CollapseEngine::pruneCollapseLengthsToConnectedScreens() {
   budgets_.pruneCollapseBudgets(keeping);
   const bool lengthsPruned = lengths_.pruneToScreens(keeping);
   const bool tailsPruned = fold_.pruneToScreens(keeping);
+  if (shelf_.pruneToScreens(keeping)) shelf_.persistRememberedLengths();
   if (!lengthsPruned && !tailsPruned) return;
   MenuBarLog::log(LogLine("collapse lengths pruned").add("screens", screens_.screenConfigKey().text()));
   lengths_.persistPerAppLengths();
@@ -121,13 +129,12 @@ CollapseAttempt CollapseEngine::beginCollapse(CollapseReason reason) {
                                 .screenKey = screens_.collapseScreenKey(),
                                 .length = chooser_.collapseLength(frontmost),
                                 .generation = ++attemptGeneration_};
-  shelf_.noteShelfCapBeforeCollapse(attempt);
   if (Policy::collapseResetsMenusNotice(reason)) budgets_.resetCollapseNotices();
   verifier_.cancelCollapseRebaseline();
   MenuBarLog::log(LogLine("collapse")
                       .add("reason", rawValue(reason))
                       .add("length", attempt.length)
-                      .add("frontmost", attempt.frontmostBundleID)
+                      .add("frontmost", spellingOf(attempt.frontmostBundleID))
                       .add("screen", attempt.screenKey.text()));
   verifier_.captureCollapseReferenceIfShort();
   shelf_.captureDividerDistanceIfShort();

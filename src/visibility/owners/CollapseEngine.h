@@ -63,16 +63,15 @@ class CollapseEngine final : private CliffSearchListener {
 
   // --- one collapse
   // The bar is about to collapse for `reason`: makes the attempt (the frontmost app, the screen
-  // and the length, read once), lets a grown room lift the shelf cap, resets the notices a
-  // collapse the user asked for may show again, traces the attempt and reads the short
-  // separators once more.
+  // and the length, read once), resets the notices a collapse the user asked for may show
+  // again, traces the attempt and reads the short separators once more.
   CollapseAttempt beginCollapse(CollapseReason reason);
   // The bar collapsed with the own separators: the attempt's length is traced until verified,
   // the recovery starts a session for it, and a search runs unless a length is remembered.
   void collapsed(const CollapseAttempt& attempt);
 
   // The length a collapse uses now with `bundleID` frontmost.
-  double collapseLength(const std::optional<std::string>& bundleID) const {
+  double collapseLength(const std::optional<BundleID>& bundleID) const {
     return chooser_.collapseLength(bundleID);
   }
   // An app launched or quit: its budgets and refused tails start over.

@@ -16,14 +16,14 @@ CollapseLengthChooser::CollapseLengthChooser(Dependencies dependencies)
       fold_(dependencies.fold),
       budgets_(dependencies.budgets) {}
 
-std::optional<std::string> CollapseLengthChooser::frontmostBundleID() const {
+std::optional<BundleID> CollapseLengthChooser::frontmostBundleID() const {
   auto app = platform_.workspace().frontmostApplication();
-  if (!app || !app->bundleIdentifier) return std::nullopt;
-  return *app->bundleIdentifier;
+  if (!app) return std::nullopt;
+  return BundleID::from(app->bundleIdentifier);
 }
 
-double CollapseLengthChooser::collapseLength(const std::optional<std::string>& bundleID) const {
-  const PerAppKey key(screens_.collapseScreenKey(), BundleID::from(bundleID));
+double CollapseLengthChooser::collapseLength(const std::optional<BundleID>& bundleID) const {
+  const PerAppKey key(screens_.collapseScreenKey(), bundleID);
   const double width = screens_.collapseScreenWidth();
   double length = lengths_.perAppLengths().lengthForCollapse(key, lengths_.collapseLowerBound());
   length = Policy::rememberedFoldTail({

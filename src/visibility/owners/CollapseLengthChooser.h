@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/vocabulary/BundleID.h"
 #include "platform/Platform.h"
 #include "visibility/owners/CollapseBudgets.h"
 #include "visibility/owners/CollapseLengthStore.h"
@@ -26,9 +27,9 @@ class CollapseLengthChooser {
 
   explicit CollapseLengthChooser(Dependencies dependencies);
 
-  // The frontmost app's bundle identifier as the workspace names it; none without one.
-  std::optional<std::string> frontmostBundleID() const;
-  double collapseLength(const std::optional<std::string>& bundleID) const;
+  // The frontmost app's bundle identifier; none without one.
+  std::optional<BundleID> frontmostBundleID() const;
+  double collapseLength(const std::optional<BundleID>& bundleID) const;
   double lengthForFrontmost() const { return collapseLength(frontmostBundleID()); }
 
  private:

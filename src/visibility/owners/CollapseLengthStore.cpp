@@ -64,23 +64,23 @@ double CollapseLengthStore::collapseLowerBound() const {
   return Policy::collapseUnmeasuredLength(screens_.widestScreenWidth());
 }
 
-void CollapseLengthStore::recordCollapseLength(double length, const std::optional<std::string>& bundleID,
+void CollapseLengthStore::recordCollapseLength(double length, const std::optional<BundleID>& bundleID,
                                                Proof proof, std::optional<double> pinnedGap) {
   const ScreenKey screen = screens_.collapseScreenKey();
   if (proof == Proof::pending) {
     // This one is judged 0.4 s from now.
     MenuBarLog::log(LogLine("collapse length pending")
                         .add("length", length)
-                        .add("frontmost", bundleID)
+                        .add("frontmost", spellingOf(bundleID))
                         .add("screen", screen.text()));
     return;
   }
   perAppLengths_.record(
-      {.key = PerAppKey(screen, BundleID::from(bundleID)), .length = length, .knownGood = true});
+      {.key = PerAppKey(screen, bundleID), .length = length, .knownGood = true});
   if (pinnedGap) perAppLengths_.recordGap(screen, *pinnedGap);
   MenuBarLog::log(LogLine("collapse length verified")
                       .add("length", length)
-                      .add("frontmost", bundleID)
+                      .add("frontmost", spellingOf(bundleID))
                       .add("gap", pinnedGap));
   persistPerAppLengths();
 }

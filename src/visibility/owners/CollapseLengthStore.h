@@ -49,7 +49,7 @@ class CollapseLengthStore {
     verified,  // the verification saw it lay out
   };
   // Only a verified length is remembered; a pending one is only traced.
-  void recordCollapseLength(double length, const std::optional<std::string>& bundleID, Proof proof,
+  void recordCollapseLength(double length, const std::optional<BundleID>& bundleID, Proof proof,
                             std::optional<double> pinnedGap);
   // A finished search's result for the screens, and for the app whose menus were in play.
   void settleScreenCliff(const CliffRecord& settled, bool menuLimited);

@@ -30,18 +30,18 @@ CollapseRecovery::CollapseRecovery(Dependencies dependencies)
 
 void CollapseRecovery::beginCollapseRecovery(const CollapseAttempt& attempt) {
   collapseRecoveryPhase_ = Phase::observing;
-  collapseSessionDidStep_ = !budgets_.mayStepDown(PerAppKey(attempt.screenKey, BundleID::from(attempt.frontmostBundleID)));
+  collapseSessionDidStep_ = !budgets_.mayStepDown(PerAppKey(attempt.screenKey, attempt.frontmostBundleID));
   collapseSessionDidSearch_ = false;
   attempt_ = attempt;
   collapseRecoverySearch_ = false;
 }
 
-std::optional<std::string> CollapseRecovery::collapseRecoveryTrigger() const {
+std::optional<BundleID> CollapseRecovery::collapseRecoveryTrigger() const {
   return attempt_ ? attempt_->frontmostBundleID : std::nullopt;
 }
 
 PerAppKey CollapseRecovery::currentPair() const {
-  return PerAppKey(screens_.collapseScreenKey(), BundleID::from(collapseRecoveryTrigger()));
+  return PerAppKey(screens_.collapseScreenKey(), collapseRecoveryTrigger());
 }
 
 void CollapseRecovery::stopCollapseRecovery() {

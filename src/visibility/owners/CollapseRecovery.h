@@ -54,7 +54,7 @@ class CollapseRecovery {
   // The collapse being recovered: the last one made with the own separators.
   const std::optional<CollapseAttempt>& attempt() const { return attempt_; }
   // The app that collapse was made for; none before the first one.
-  std::optional<std::string> collapseRecoveryTrigger() const;
+  std::optional<BundleID> collapseRecoveryTrigger() const;
   // The pair a verification or a recovery step files under now: the screen holding the own items
   // as it is now, and the app of the collapse.
   PerAppKey currentPair() const;

@@ -54,6 +54,21 @@ TEST_F(IconShelfTest, TypingFindsByNameAndPinyinAndTheTierPersists) {
   EXPECT_FALSE(shelf().isShelfShown());
 }
 
+// Typing selects the row that matches best, wherever it stands in the bar: Return opens "Sync"
+// for "sync", not the "Notes Sync" scanned before it.
+TEST_F(IconShelfTest, TypingListsTheBestMatchFirstAndSelectsIt) {
+  for (double syncPosition : {40.0, 60.0}) {
+    SCOPED_TRACE(syncPosition);
+    start({app("com.example.notessync", "Notes Sync", 50), app("com.example.sync", "Sync", syncPosition)});
+    shelf().showShelf(std::nullopt);
+    run(0.1);
+    shelf().setQuery("sync");
+    EXPECT_EQ(rowNames(), (std::vector<std::string>{"Sync", "Notes Sync"}));
+    ASSERT_FALSE(panel().rows.empty());
+    EXPECT_TRUE(panel().rows.front().selected);
+  }
+}
+
 // An input method types the ideographic space; pasted text brings no-break and em spaces.
 TEST_F(IconShelfTest, EveryUnicodeSpaceSeparatesSearchWords) {
   start({app("com.tencent.xinWeChat", "微信", 40), app("com.example.dw", "Deep Work", 45), app("com.example.c", "Cloud", 50)});

@@ -196,7 +196,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
   ASSERT_TRUE(engine.recovery().attempt());
   const CollapseAttempt attempt = *engine.recovery().attempt();
   EXPECT_EQ(attempt.reason, CollapseReason::menu);
-  EXPECT_EQ(attempt.frontmostBundleID, "com.example.editor");
+  EXPECT_EQ(attempt.frontmostBundleID, BundleID("com.example.editor"));
   EXPECT_EQ(attempt.screenKey.text(), kScreen);
   EXPECT_EQ(attempt.generation, before + 1);
   EXPECT_EQ(engine.presentedBar().lastAppliedNormalLength, attempt.length);
@@ -205,7 +205,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
   desktop().setFrontmost("com.example.studio");
   ASSERT_EQ(desktop().processes().frontmostBundleId(), "com.example.studio");
   run(0.5);
-  EXPECT_EQ(engine.recovery().collapseRecoveryTrigger(), "com.example.editor");
+  EXPECT_EQ(engine.recovery().collapseRecoveryTrigger(), BundleID("com.example.editor"));
   EXPECT_EQ(engine.recovery().currentPair().text(), kEditorKey);
   EXPECT_EQ(engine.collapseAttempts(), before + 1);
 }
@@ -375,27 +375,59 @@ TEST_F(CollapseEngineTest, AnIconDraggedAcrossTheSeparatorIsNoticedAndTheNextCol
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));
 }
 
-// Before macOS 27 the shelf's always-hidden separator takes the whole collapse length.
-TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenSeparatorStepsDownWhenRejected) {
+// The normal expanded bar is measured like a collapse: an always-hidden length the system ejects
+// is searched again, and what the search found is used from then on, after a relaunch too.
+TEST_F(CollapseEngineTest, TheShelfsAlwaysHiddenLengthIsSearchedWhenRejectedAndRemembered) {
   boot(DesktopOptions{});
   settleFirstCollapse();
-  const double collapsed = *controller().collapseEngine().presentedBar().lastAppliedNormalLength;
   // Both separators short: the distance between them is read.
   controller().expandBar(ExpandDepth::deep, Initiator::user);
   run(1);
-  desktop().mutableSettings().ejectionLength = 600;
-  // The shelf: the always-hidden separator takes the collapse length.
+  desktop().mutableSettings().ejectionLength = 400;
   controller().expandBar(ExpandDepth::normal, Initiator::user);
-  run(2);
-  EXPECT_TRUE(logged(LogLine("shelf hidden verify").add("length", collapsed).add("verdict", "ejected").text()));
-  EXPECT_TRUE(logged("shelf hidden step length="));
+  run(3);
+  EXPECT_TRUE(logged("shelf hidden search begin"));
   const auto* hidden = desktop().bar().ownItem(OwnStatusItems::alwaysHiddenAutosaveName);
   EXPECT_FALSE(hidden->rejected);
-  EXPECT_FALSE(iconOnScreen("com.example.icon5"));  // the always-hidden zone stays hidden
+  EXPECT_EQ(desktop().bar().menuTitlesDropped(), 0);
   EXPECT_TRUE(iconOnScreen("com.example.icon3"));
-  // The shelf's steps settle; the auto-collapse timer of the expansion is not what this checks.
+  const double remembered = storedEntry(desktop(), "com.ostrand.tarvolo.shelf.hiddenLength", kEditorKey);
+  EXPECT_GT(remembered, 16);
+  EXPECT_LE(remembered, 400);
+  EXPECT_EQ(controller().collapseEngine().presentedBar().lastAppliedHiddenLength, remembered);
+
+  session().relaunch();
+  run(3);
+  auto mark = logMark();
+  controller().expandBar(ExpandDepth::normal, Initiator::user);
+  run(2);
+  EXPECT_EQ(linesSince(mark, "shelf hidden search begin"), 0);
+  EXPECT_EQ(controller().collapseEngine().presentedBar().lastAppliedHiddenLength, remembered);
+  EXPECT_FALSE(desktop().bar().ownItem(OwnStatusItems::alwaysHiddenAutosaveName)->rejected);
+  // The auto-collapse timer of the expansion is not what this checks.
   controller().autoCollapse().scheduleAutoCollapseTimer(std::nullopt);
   expectQuiescent(1);
+}
+
+// Before macOS 27 the always-hidden separator stands left of the hidden zone: at the whole
+// collapse length it would run into the menus by about that zone's width.
+TEST_F(CollapseEngineTest, TheShelfKeepsTheMenusWholeAndTheAlwaysHiddenZoneHidden) {
+  boot(DesktopOptions{});
+  settleFirstCollapse();
+  const double collapsed = *controller().collapseEngine().presentedBar().lastAppliedNormalLength;
+  controller().expandBar(ExpandDepth::normal, Initiator::user);
+  run(3);
+  EXPECT_LT(*controller().collapseEngine().presentedBar().lastAppliedHiddenLength, collapsed);
+  EXPECT_EQ(desktop().bar().menuTitlesDropped(), 0);
+  EXPECT_FALSE(iconOnScreen("com.example.icon5"));
+  EXPECT_TRUE(iconOnScreen("com.example.icon3"));
+  controller().expandBar(ExpandDepth::deep, Initiator::user);
+  run(1);
+  EXPECT_TRUE(iconOnScreen("com.example.icon5"));
+  controller().expandBar(ExpandDepth::normal, Initiator::user);
+  run(3);
+  EXPECT_EQ(desktop().bar().menuTitlesDropped(), 0);
+  EXPECT_FALSE(iconOnScreen("com.example.icon5"));
 }
 
 }  // namespace
