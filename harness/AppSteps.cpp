@@ -40,6 +40,14 @@ std::optional<std::string> SetAppAccessibility::perform(StepContext& context) co
   return std::nullopt;
 }
 
+std::string ResizeItem::describe() const { return "resize the first item of " + bundleId + " to " + numberWord(width); }
+
+std::optional<std::string> ResizeItem::perform(StepContext& context) const {
+  if (!context.appRunning(bundleId)) return bundleId + " is not running";
+  if (!context.desktop().resizeFirstItem(bundleId, width)) return bundleId + " has no item";
+  return std::nullopt;
+}
+
 std::string ChangeScreens::describe() const {
   std::vector<std::string> sizes;
   for (const auto& screen : screens) {
@@ -201,6 +209,11 @@ std::vector<StepKind> appStepKinds() {
       {"stallAccessibility", {},
        [](const StepInput& in) {
          return makeAction(step::SetAppAccessibility{.bundleId = knownAppId(in.value, in.scenario), .answers = false});
+       }},
+      {"resizeItem", {"width"},
+       [](const StepInput& in) {
+         return makeAction(step::ResizeItem{.bundleId = knownAppId(in.value, in.scenario),
+                                            .width = in.step.required("width").positive()});
        }},
       {"resumeAccessibility", {},
        [](const StepInput& in) {

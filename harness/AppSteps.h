@@ -36,6 +36,13 @@ struct SetAppAccessibility {
   std::string describe() const;
   std::optional<std::string> perform(StepContext& context) const;
 };
+// An app changes its first item's length.
+struct ResizeItem {
+  std::string bundleId;
+  double width = 0;
+  std::string describe() const;
+  std::optional<std::string> perform(StepContext& context) const;
+};
 struct ChangeScreens {
   std::vector<sim::SimScreenSetup> screens;
   std::string describe() const;

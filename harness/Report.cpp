@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 
 #include "harness/Scenario.h"
 #include "platform/sim/SimAccessibility.h"
@@ -187,6 +188,11 @@ BarSnapshot snapshotBar(const sim::SimDesktop& desktop, const StatusBarControlle
   bar.accessibility = {.trusted = desktop.accessibility().isProcessTrusted(),
                        .prompts = desktop.accessibility().promptsShown(),
                        .openedURLs = desktop.workspace().openedURLs()};
+  bar.pasteboard.copies = desktop.application().copies();
+  if (bar.pasteboard.copies > 0) {
+    std::istringstream copied(desktop.application().pasteboard());
+    for (std::string line; std::getline(copied, line);) bar.pasteboard.lines.push_back(line);
+  }
   snapshotEveryday(bar, desktop, controller, environment);
   return bar;
 }
@@ -258,6 +264,10 @@ json toJson(const BarSnapshot& bar) {
   out["accessibility"] = {{"trusted", bar.accessibility.trusted},
                           {"prompts", bar.accessibility.prompts},
                           {"openedURLs", bar.accessibility.openedURLs}};
+  // Only in runs where the app copied something, so that other reports read as before.
+  if (bar.pasteboard.copies > 0) {
+    out["pasteboard"] = {{"copies", bar.pasteboard.copies}, {"lines", bar.pasteboard.lines}};
+  }
   for (const WindowShot& window : bar.windows) {
     if (auto section = window.view->section()) out[std::string(window.name)] = std::move(*section);
   }

@@ -130,6 +130,12 @@ struct AccessibilityState {
   std::vector<std::string> openedURLs;
 };
 
+// What the app last put on the pasteboard through its own commands, line by line.
+struct PasteboardState {
+  int copies = 0;
+  std::vector<std::string> lines;
+};
+
 struct WindowShot {
   std::string_view name;  // the entry's
   std::shared_ptr<const WindowView> view;
@@ -159,6 +165,7 @@ struct BarSnapshot {
   std::optional<OrderRepairState> orderRepair;
   LoginItemState loginItem;
   AccessibilityState accessibility;
+  PasteboardState pasteboard;
 };
 
 // Where an item spanning minX…maxX sits among Tarvolo's items, by its midpoint.

@@ -46,7 +46,7 @@ sim::SimAppSetup parseApp(const Field& field) {
   field.allowOnly(
       {"bundleId", "name", "processName", "path", "icon", "activation", "menusWidth", "menuTitles", "running", "items",
        "accessibilityActions", "refusesActions", "pressBlocks", "accessibilityUnresponsive",
-       "launchDuration"});
+       "launchDuration", "allowedInMenuBar"});
   sim::SimAppSetup app;
   app.bundleId = field.required("bundleId").nonEmptyString();
   if (lower(app.bundleId) == ownBundleID) {
@@ -69,6 +69,7 @@ sim::SimAppSetup parseApp(const Field& field) {
   if (auto blocks = field.optional("pressBlocks")) app.pressBlocks = blocks->boolean();
   if (auto silent = field.optional("accessibilityUnresponsive")) app.accessibilityUnresponsive = silent->boolean();
   if (auto launching = field.optional("launchDuration")) app.launchDuration = launching->nonNegative();
+  if (auto allowed = field.optional("allowedInMenuBar")) app.allowedInMenuBar = allowed->boolean();
   if (auto items = field.optional("items")) {
     std::set<std::string> names;
     for (const Field& element : items->array()) {
@@ -158,7 +159,8 @@ void parseSettings(const Field& field, Scenario& scenario) {
                    "clickDuration", "accessibilityTrusted", "framesReadable", "ejectionLength",
                    "dropsHalfWidthItems", "halfWidthDropMargin", "menuIntrusionMinLength", "dropsMenuTitles",
                    "overflowChevronWidth", "sharedWindowItems", "takenHotkeys", "loginItemStatus",
-                   "loginItemNeedsApproval", "loginItemError", "assessmentMode", "postEventAccess", "updates"});
+                   "loginItemNeedsApproval", "loginItemError", "assessmentMode", "postEventAccess", "updates",
+                   "allowedInMenuBar"});
   if (auto value = field.optional("takenHotkeys")) {
     for (const Field& element : value->array()) {
       element.allowOnly({"key", "modifiers"});
@@ -203,6 +205,7 @@ void parseSettings(const Field& field, Scenario& scenario) {
   if (auto value = field.optional("dropsMenuTitles")) settings.dropsMenuTitles = value->boolean();
   if (auto value = field.optional("overflowChevronWidth")) settings.overflowChevronWidth = value->nonNegative();
   if (auto value = field.optional("postEventAccess")) settings.postEventAccess = value->boolean();
+  if (auto value = field.optional("allowedInMenuBar")) settings.allowedInMenuBar = value->boolean();
   if (auto value = field.optional("sharedWindowItems")) {
     settings.sharedWindowItems.clear();
     for (const Field& element : value->array()) {

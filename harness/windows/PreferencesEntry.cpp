@@ -110,6 +110,20 @@ struct AboutCheckForUpdates {
   }
 };
 
+// The About tab's button that copies the diagnostics report.
+struct AboutCopyDiagnostics {
+  std::string describe() const { return "about copy diagnostics"; }
+  std::optional<std::string> perform(StepContext& context) const {
+    const auto* window = openWindow(context);
+    const auto& state = context.desktop().userInterface().preferences().lastState();
+    if (!window || !state) return std::string(kNotOpen);
+    if (state->tab != platform::PreferencesTab::about) return std::string("the About tab is not shown");
+    if (!state->about.copyDiagnosticsTitle) return std::string("About offers no diagnostics");
+    press(window->copyDiagnostics);
+    return std::nullopt;
+  }
+};
+
 struct ClosePreferences {
   std::string describe() const { return "close preferences"; }
   std::optional<std::string> perform(StepContext& context) const {
@@ -349,6 +363,7 @@ json stateJson(const platform::PreferencesViewState& state, const DrawnIcons& ic
   // Only in an app with the update framework, so that reports of one without it read as before.
   if (general.automaticUpdates) out["general"]["automaticUpdates"] = general.automaticUpdates->on;
   if (state.about.checkForUpdatesTitle) out["about"]["checkForUpdates"] = *state.about.checkForUpdatesTitle;
+  if (state.about.diagnosticsCopiedNote) out["about"]["diagnosticsCopied"] = *state.about.diagnosticsCopiedNote;
   return out;
 }
 
@@ -407,6 +422,7 @@ std::string renderState(const platform::PreferencesViewState& state) {
       break;
     case platform::PreferencesTab::about:
       out += "    " + state.about.appName + " " + state.about.version + " · " + state.about.privacyTitle + "\n";
+      if (state.about.diagnosticsCopiedNote) out += "    » " + *state.about.diagnosticsCopiedNote + "\n";
       break;
   }
   return out;
@@ -453,6 +469,7 @@ const WindowEntry& preferencesEntry() {
                 {"pickZone", {"tier"}, parsePickZone},
                 {"closePreferences", {}, parseTrue<ClosePreferences>},
                 {"aboutCheckForUpdates", {}, parseTrue<AboutCheckForUpdates>},
+                {"aboutCopyDiagnostics", {}, parseTrue<AboutCopyDiagnostics>},
                 {"recordHotkey", {}, parseTrue<RecordHotkey>},
                 {"recordShortcut", {}, [](const StepInput& in) {
                    return makeAction(RecordShortcut{.bundleId = knownAppId(in.value, in.scenario)});

@@ -42,6 +42,11 @@ void AppDelegate::applicationDidFinishLaunching() {
   environment_->appShortcuts().registerAll();
   environment_->statusItemManager().scanRunningApplications();
   environment_->makeStatusBarController().finishStartup();
+  // About's "Copy Diagnostics" gives the same text as --diagnose prints.
+  environment_->preferences()->setDiagnosticsSource([weak = weakFactory_.handle()] {
+    auto* self = weak.get();
+    return self && self->environment_ ? Diagnostics::text(*self->environment_) : std::string();
+  });
   installMainMenu();
   platform_.logSink().writeStandardOutput(launchBanner);
   if (!pendingURLs_.empty()) applicationOpenURLs(std::exchange(pendingURLs_, {}));

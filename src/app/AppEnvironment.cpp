@@ -20,6 +20,7 @@
 #include "ui/PlacementGuideController.h"
 #include "ui/PreferencesController.h"
 #include "ui/ReviewPromptController.h"
+#include "ui/SystemNotices.h"
 #include "ui/UpdateController.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
 #include "ui/FirstLaunchCoachController.h"
@@ -164,6 +165,13 @@ StatusBarController& AppEnvironment::makeStatusBarController() {
         .localization = *localization_,
     });
     makeWindows();
+    systemNotices_ = std::make_unique<SystemNotices>(SystemNotices::Dependencies{
+        .platform = platform_,
+        .defaultCenter = defaultCenter_,
+        .workspaceCenter = workspaceCenter_,
+        .localization = *localization_,
+        .bar = *statusBarController_,
+    });
     statusBarRouter_ = std::make_unique<StatusBarRouter>(StatusBarRouter::Dependencies{
         .bar = *statusBarController_,
         .shelf = *iconShelf_,

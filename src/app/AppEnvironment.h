@@ -30,6 +30,7 @@ class ReviewPromptController;
 class StatusBarController;
 class StatusBarRouter;
 class StatusItemManager;
+class SystemNotices;
 class UpdateController;
 
 // The composition root of one run: builds the shared owners in the order each needs the
@@ -118,6 +119,7 @@ class AppEnvironment {
   std::unique_ptr<PlacementGuideController> placementGuide_;
   std::unique_ptr<PreferencesController> preferences_;
   std::unique_ptr<ReviewPromptController> reviewPrompt_;
+  std::unique_ptr<SystemNotices> systemNotices_;
   Cancellables windowSubscriptions_;
   // Carries the bar's events to the owners above; made last, gone first.
   std::unique_ptr<StatusBarRouter> statusBarRouter_;

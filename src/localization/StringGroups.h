@@ -13,5 +13,6 @@ std::span<const Entry> iconShelfEntries();
 std::span<const Entry> placementEntries();
 std::span<const Entry> settingsEntries();
 std::span<const Entry> shortcutAndDisplayEntries();
+std::span<const Entry> systemReportEntries();
 
 }  // namespace tarvolo::StringTable

@@ -16,7 +16,7 @@ namespace {
 std::vector<Entry> joinedGroups() {
   std::vector<Entry> all;
   for (std::span<const Entry> group : {statusBarEntries(), iconShelfEntries(), placementEntries(), settingsEntries(),
-                                            shortcutAndDisplayEntries()}) {
+                                            shortcutAndDisplayEntries(), systemReportEntries()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

@@ -104,6 +104,7 @@ void PreferencesController::windowClosed() {
   }
   if (behaviour_.cancelAppShortcutRecording) behaviour_.cancelAppShortcutRecording();
   toast_.reset();
+  diagnosticsCopied_ = false;
 }
 
 void PreferencesController::closedByUser() {
@@ -138,6 +139,7 @@ platform::PreferencesCallbacks PreferencesController::callbacks() {
       .cancelRecordingHotkey = bindWeak(weak(), &Self::cancelRecordingHotkey),
       .openLink = bindWeak(weak(), &Self::openLink),
       .checkForUpdates = bindWeak(weak(), &Self::checkForUpdates),
+      .copyDiagnostics = bindWeak(weak(), &Self::copyDiagnostics),
       .closed = bindWeak(weak(), &Self::closedByUser),
   };
 }
@@ -374,6 +376,13 @@ void PreferencesController::openLink(const std::string& address) {
   if (address == kWebsite || address == kGuide || address == kPrivacy) platform_.application().openURL(address);
 }
 
+void PreferencesController::copyDiagnostics() {
+  if (!diagnostics_) return;
+  platform_.application().copyToPasteboard(diagnostics_());
+  diagnosticsCopied_ = true;
+  refresh();
+}
+
 // --- the state drawn -----------------------------------------------------------------------------
 
 platform::PreferencesViewState PreferencesController::viewState() const {
@@ -598,6 +607,8 @@ platform::PreferencesAboutState PreferencesController::aboutState() const {
   about.privacyDetail =
       tr("about_feature_privacy_desc") + " " + tr(updates ? "update.network_desc" : "about_feature_network_desc");
   if (updates) about.checkForUpdatesTitle = tr("update.check_now");
+  if (diagnostics_) about.copyDiagnosticsTitle = tr("about_copy_diagnostics");
+  if (diagnostics_ && diagnosticsCopied_) about.diagnosticsCopiedNote = tr("about_diagnostics_copied");
   about.supportSection = tr("about_support_section");
   about.docsTitle = tr("about_support_docs_title");
   about.docsDetail = tr("about_support_docs_desc");

@@ -3,7 +3,7 @@
 // The settings window's view model: everything it shows, localized, and what each control
 // does. General: language, the auto-collapse delay, the login item, reveal on hover and new-app
 // notices, a rule per display. Icons: the catalogue with a zone picker and a shortcut recorder per app. Shortcuts: the deep-expand chord.
-// About: version, privacy, support. Main thread only.
+// About: version, privacy, support, and the diagnostics a user can send. Main thread only.
 
 #include <cstdint>
 #include <functional>
@@ -107,6 +107,8 @@ class PreferencesController {
   void refresh();
   // Runs when the user has closed the window: a settled moment.
   void setClosedByUserHandler(std::function<void()> handler) { closedByUser_ = std::move(handler); }
+  // What "Copy Diagnostics" puts on the pasteboard; without it About offers no such button.
+  void setDiagnosticsSource(std::function<std::string()> source) { diagnostics_ = std::move(source); }
 
   platform::PreferencesViewState viewState() const;
   platform::PreferencesTab tab() const { return tab_; }
@@ -138,6 +140,8 @@ class PreferencesController {
   void clearAppShortcut(const std::string& bundleId);
   void cancelAppShortcut();
   void openLink(const std::string& address);
+  // Reads the report and copies it; changes nothing else.
+  void copyDiagnostics();
 
  private:
   platform::PreferencesCallbacks callbacks();
@@ -171,6 +175,8 @@ class PreferencesController {
   bool otherRunningShown_ = false;
   std::optional<std::string> toast_;
   std::function<void()> closedByUser_;
+  std::function<std::string()> diagnostics_;
+  bool diagnosticsCopied_ = false;
   Cancellables cancellables_;
   std::optional<MenuBarPlacementLedger::ObserverId> ledgerObserver_;
   // The app "Move it for me" works on, until the ledger confirms it or the window runs out.

@@ -99,6 +99,8 @@ const std::vector<std::string_view> kInterfaceKeys = {
     "catalog_other_running_show", "catalog_other_running_hide", "catalog_other_running_note",
     "catalog_unconfirmed_hint",
     "app_language",
+    "notice_menu_bar_not_allowed", "notice_open_menu_bar_settings", "notice_other_hiding_tool",
+    "about_copy_diagnostics", "about_diagnostics_copied",
 };
 
 // Texts that may equal the English one, each for a reason.

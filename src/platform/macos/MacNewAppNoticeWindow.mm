@@ -1,5 +1,10 @@
 // The new-app notice: a small panel in the top-right corner, under the menu bar.
 //
+// Drawn as every Mac window is: its views are built once (`build`), the first time it shows;
+// each show only sets their values from the core's state (`fill`): texts, the icon, what is
+// hidden. Every button's target lives as long as the panel (`targets`), since NSControl.target
+// is weak, and a target reads the callbacks when clicked, never a copy taken when it was built.
+//
 // OS quirks handled here:
 // - The panel must not take focus from the app the user has just opened: it is a
 //   non-activating panel ordered front regardless, and never made key.
@@ -16,12 +21,55 @@ namespace {
 constexpr CGFloat kWidth = 340;
 constexpr CGFloat kMargin = 14;
 constexpr CGFloat kGap = 8;
+constexpr CGFloat kIconSize = 32;
 }  // namespace
 
 struct MacNewAppNoticeWindow::Impl {
   NSPanel* panel = nil;
-  NSMutableArray* targets = nil;
+  NSImageView* icon = nil;
+  NSTextField* message = nil;
+  NSButton* ignore = nil;
+  NSButton* arrange = nil;
+  NSMutableArray* targets = [NSMutableArray array];
   NewAppNoticeCallbacks callbacks;
+
+  void build() {
+    panel = kit::utilityPanel(NSMakeSize(kWidth, 100),
+        NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary);
+    icon = [[NSImageView alloc] initWithFrame:NSMakeRect(0, 0, kIconSize, kIconSize)];
+    icon.translatesAutoresizingMaskIntoConstraints = NO;
+    [icon.widthAnchor constraintEqualToConstant:kIconSize].active = YES;
+    [icon.heightAnchor constraintEqualToConstant:kIconSize].active = YES;
+    message = [NSTextField wrappingLabelWithString:@""];
+    message.preferredMaxLayoutWidth = kWidth - 2 * kMargin - 40;
+    Impl* impl = this;
+    ignore = kit::button("", [impl] {
+      if (auto run = impl->callbacks.ignore) run();
+    }, targets);
+    ignore.keyEquivalent = @"\033";
+    arrange = kit::button("", [impl] {
+      if (auto run = impl->callbacks.arrange) run();
+    }, targets);
+    arrange.keyEquivalent = @"\r";
+    NSStackView* content = kit::column(@[ kit::row(@[ icon, message ], 10), kit::row(@[ ignore, arrange ], 8) ], 10);
+    content.alignment = NSLayoutAttributeTrailing;
+    content.edgeInsets = NSEdgeInsetsMake(kMargin, kMargin, kMargin, kMargin);
+    panel.contentView = content;
+  }
+
+  void fill(const NewAppNoticeViewState& state) {
+    panel.title = nsString(state.title);
+    message.stringValue = nsString(state.message);
+    icon.image = state.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*state.iconPath)] : nil;
+    icon.hidden = !state.iconPath;
+    ignore.title = nsString(state.ignoreTitle);
+    arrange.title = nsString(state.arrangeTitle);
+    [panel setContentSize:panel.contentView.fittingSize];
+    NSScreen* screen = NSScreen.screens.firstObject;
+    NSRect visible = screen ? screen.visibleFrame : NSMakeRect(0, 0, 1440, 900);
+    NSSize size = panel.frame.size;
+    [panel setFrameOrigin:NSMakePoint(NSMaxX(visible) - size.width - kGap, NSMaxY(visible) - size.height - kGap)];
+  }
 };
 
 MacNewAppNoticeWindow::MacNewAppNoticeWindow() : impl_(std::make_unique<Impl>()) {}
@@ -32,37 +80,9 @@ MacNewAppNoticeWindow::~MacNewAppNoticeWindow() {
 }
 
 void MacNewAppNoticeWindow::show(const NewAppNoticeViewState& state, NewAppNoticeCallbacks callbacks) {
+  if (!impl_->panel) impl_->build();
   impl_->callbacks = std::move(callbacks);
-  if (!impl_->panel) {
-    impl_->panel = kit::utilityPanel(NSMakeSize(kWidth, 100),
-        NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary);
-  }
-  impl_->targets = [NSMutableArray array];
-  impl_->panel.title = nsString(state.title);
-  NSTextField* message = [NSTextField wrappingLabelWithString:nsString(state.message)];
-  message.preferredMaxLayoutWidth = kWidth - 2 * kMargin - 40;
-  NSMutableArray<NSView*>* top = [NSMutableArray array];
-  if (NSImageView* icon = kit::bundleIcon(state.iconPath, 32)) [top addObject:icon];
-  [top addObject:message];
-  Impl* impl = impl_.get();
-  NSButton* ignore = kit::button(state.ignoreTitle, [impl] {
-    if (auto ignore = impl->callbacks.ignore) ignore();
-  }, impl_->targets);
-  ignore.keyEquivalent = @"\033";
-  NSButton* arrange = kit::button(state.arrangeTitle, [impl] {
-    if (auto arrange = impl->callbacks.arrange) arrange();
-  }, impl_->targets);
-  arrange.keyEquivalent = @"\r";
-  NSStackView* buttons = kit::row(@[ ignore, arrange ], 8);
-  NSStackView* content = kit::column(@[ kit::row(top, 10), buttons ], 10);
-  content.alignment = NSLayoutAttributeTrailing;
-  content.edgeInsets = NSEdgeInsetsMake(kMargin, kMargin, kMargin, kMargin);
-  impl_->panel.contentView = content;
-  [impl_->panel setContentSize:content.fittingSize];
-  NSScreen* screen = NSScreen.screens.firstObject;
-  NSRect visible = screen ? screen.visibleFrame : NSMakeRect(0, 0, 1440, 900);
-  NSSize size = impl_->panel.frame.size;
-  [impl_->panel setFrameOrigin:NSMakePoint(NSMaxX(visible) - size.width - kGap, NSMaxY(visible) - size.height - kGap)];
+  impl_->fill(state);
   [impl_->panel orderFrontRegardless];
   NSAccessibilityPostNotificationWithUserInfo(
       impl_->panel, NSAccessibilityAnnouncementRequestedNotification,

@@ -1,6 +1,13 @@
 // The placement guide: a panel with what to drag where, and a ring drawn around the stretch of
 // the menu bar the icon belongs in.
 //
+// Drawn as every Mac window is: its views are built once (`build`), the first time it shows;
+// each show and update only sets their values from the core's state (`fill`): texts, the icon,
+// what is hidden and enabled. The lines of steps are a pool of labels reused by position and
+// hidden when not needed. Every button's target lives as long as the panel (`targets`), since
+// NSControl.target is weak, and a target reads the callbacks when clicked, never a copy taken
+// when it was built.
+//
 // OS quirks handled here:
 // - The user ⌘-drags icons while the guide is up; neither window may take focus or catch the
 //   pointer, so the panel is non-activating and the ring ignores mouse events.
@@ -30,12 +37,22 @@ namespace {
 constexpr CGFloat kWidth = 360;
 constexpr CGFloat kMargin = 16;
 constexpr CGFloat kRingOutset = 4;
+constexpr CGFloat kIconSize = 28;
 }  // namespace
 
 struct MacPlacementGuideWindow::Impl {
   NSPanel* panel = nil;
   NSWindow* ring = nil;
-  NSMutableArray* targets = nil;
+  NSImageView* icon = nil;
+  NSTextField* heading = nil;
+  NSTextField* progress = nil;
+  NSTextField* body = nil;
+  NSStackView* steps = nil;
+  NSTextField* note = nil;
+  NSTextField* detected = nil;
+  NSButton* cancel = nil;
+  NSButton* confirm = nil;
+  NSMutableArray* targets = [NSMutableArray array];
   PlacementGuideCallbacks callbacks;
 
   void build() {
@@ -53,44 +70,63 @@ struct MacPlacementGuideWindow::Impl {
     ring.level = NSStatusWindowLevel + 1;
     ring.collectionBehavior = NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorStationary;
     ring.contentView = [[TRVRingView alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)];
-  }
 
-  void draw(const PlacementGuideViewState& state) {
-    targets = [NSMutableArray array];
-    panel.title = nsString(state.title);
-    NSMutableArray<NSView*>* views = [NSMutableArray array];
-    NSMutableArray<NSView*>* heading = [NSMutableArray array];
-    if (NSImageView* icon = kit::bundleIcon(state.iconPath, 28)) [heading addObject:icon];
-    [heading addObject:kit::label(state.appName.value_or(state.title), NSFont.systemFontSize, NSFontWeightSemibold)];
-    if (state.progress) [heading addObject:kit::detailLabel(*state.progress, 80)];
-    [views addObject:kit::row(heading, 8)];
-    NSTextField* body = [NSTextField wrappingLabelWithString:nsString(state.body)];
+    icon = [[NSImageView alloc] initWithFrame:NSMakeRect(0, 0, kIconSize, kIconSize)];
+    icon.translatesAutoresizingMaskIntoConstraints = NO;
+    [icon.widthAnchor constraintEqualToConstant:kIconSize].active = YES;
+    [icon.heightAnchor constraintEqualToConstant:kIconSize].active = YES;
+    heading = kit::label("", NSFont.systemFontSize, NSFontWeightSemibold);
+    progress = kit::detailLabel("", 80);
+    body = [NSTextField wrappingLabelWithString:@""];
     body.preferredMaxLayoutWidth = kWidth - 2 * kMargin;
-    [views addObject:body];
-    for (const auto& step : state.steps) [views addObject:kit::detailLabel("• " + step, kWidth - 2 * kMargin)];
-    if (state.note) [views addObject:kit::detailLabel(*state.note, kWidth - 2 * kMargin)];
-    if (state.detected) {
-      NSTextField* detected = kit::label("✓ " + *state.detected, NSFont.systemFontSize, NSFontWeightMedium);
-      detected.textColor = NSColor.systemGreenColor;
-      [views addObject:detected];
-    }
+    steps = kit::column(@[], 8);
+    note = kit::detailLabel("", kWidth - 2 * kMargin);
+    detected = kit::label("", NSFont.systemFontSize, NSFontWeightMedium);
+    detected.textColor = NSColor.systemGreenColor;
     Impl* impl = this;
-    NSButton* cancel = kit::button(state.cancelTitle, [impl] {
-      if (auto cancel = impl->callbacks.cancel) cancel();
+    cancel = kit::button("", [impl] {
+      if (auto run = impl->callbacks.cancel) run();
     }, targets);
     cancel.keyEquivalent = @"\033";
-    cancel.toolTip = nsString(state.cancelHint);
-    NSButton* confirm = kit::button(state.confirmTitle, [impl] {
-      if (auto confirm = impl->callbacks.confirm) confirm();
+    confirm = kit::button("", [impl] {
+      if (auto run = impl->callbacks.confirm) run();
     }, targets);
     confirm.keyEquivalent = @"\r";
-    confirm.enabled = state.confirmEnabled;
-    confirm.toolTip = nsString(state.confirmHint);
-    [views addObject:kit::row(@[ cancel, confirm ], 8)];
-    NSStackView* content = kit::column(views, 8);
+    NSStackView* content = kit::column(@[ kit::row(@[ icon, heading, progress ], 8), body, steps, note, detected,
+                                          kit::row(@[ cancel, confirm ], 8) ],
+                                       8);
     content.edgeInsets = NSEdgeInsetsMake(kMargin, kMargin, kMargin, kMargin);
     panel.contentView = content;
-    [panel setContentSize:content.fittingSize];
+  }
+
+  static void setText(NSTextField* field, const std::optional<std::string>& text) {
+    field.hidden = !text;
+    field.stringValue = nsString(text.value_or(""));
+  }
+
+  void fill(const PlacementGuideViewState& state) {
+    panel.title = nsString(state.title);
+    icon.image = state.iconPath ? [NSWorkspace.sharedWorkspace iconForFile:nsString(*state.iconPath)] : nil;
+    icon.hidden = !state.iconPath;
+    heading.stringValue = nsString(state.appName.value_or(state.title));
+    setText(progress, state.progress);
+    body.stringValue = nsString(state.body);
+    while (steps.arrangedSubviews.count < state.steps.size()) {
+      [steps addArrangedSubview:kit::detailLabel("", kWidth - 2 * kMargin)];
+    }
+    for (NSUInteger i = 0; i < steps.arrangedSubviews.count; ++i) {
+      NSTextField* line = (NSTextField*)steps.arrangedSubviews[i];
+      setText(line, i < state.steps.size() ? std::optional<std::string>("• " + state.steps[i]) : std::nullopt);
+    }
+    steps.hidden = state.steps.empty();
+    setText(note, state.note);
+    setText(detected, state.detected ? std::optional<std::string>("✓ " + *state.detected) : std::nullopt);
+    cancel.title = nsString(state.cancelTitle);
+    cancel.toolTip = nsString(state.cancelHint);
+    confirm.title = nsString(state.confirmTitle);
+    confirm.enabled = state.confirmEnabled;
+    confirm.toolTip = nsString(state.confirmHint);
+    [panel setContentSize:panel.contentView.fittingSize];
     place(state.target);
   }
 
@@ -125,13 +161,13 @@ MacPlacementGuideWindow::~MacPlacementGuideWindow() {
 void MacPlacementGuideWindow::show(const PlacementGuideViewState& state, PlacementGuideCallbacks callbacks) {
   if (!impl_->panel) impl_->build();
   impl_->callbacks = std::move(callbacks);
-  impl_->draw(state);
+  impl_->fill(state);
   [impl_->panel orderFrontRegardless];
 }
 
 void MacPlacementGuideWindow::update(const PlacementGuideViewState& state) {
   if (!isShown()) return;
-  impl_->draw(state);
+  impl_->fill(state);
 }
 
 void MacPlacementGuideWindow::close() {

@@ -585,6 +585,11 @@ struct MacPreferencesWindow::Impl {
              [this] {
                if (callbacks.checkForUpdates) callbacks.checkForUpdates();
              }),
+      button([](const State& s) { return s.about.copyDiagnosticsTitle; },
+             [this] {
+               if (callbacks.copyDiagnostics) callbacks.copyDiagnostics();
+             }),
+      detail([](const State& s) { return s.about.diagnosticsCopiedNote; }),
     ],
                 8);
   }

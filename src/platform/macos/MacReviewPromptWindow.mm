@@ -1,5 +1,10 @@
 // The rating prompt: a small panel under the toggle with the question and three buttons.
 //
+// Drawn as every Mac window is: its views are built once (`build`), the first time it shows;
+// each show and update only sets their values from the core's state (`fill`). Every button's
+// target lives as long as the panel (`targets`), since NSControl.target is weak, and a target
+// reads the callbacks when clicked, never a copy taken when it was built.
+//
 // OS quirks handled here:
 // - It must not take focus from the app in front: a non-activating panel ordered front
 //   regardless, never made key; it stays up when the app deactivates (hidesOnDeactivate = NO).
@@ -24,39 +29,46 @@ constexpr CGFloat kScreenInset = 8;
 
 struct MacReviewPromptWindow::Impl {
   NSPanel* panel = nil;
-  NSMutableArray* targets = nil;
+  NSTextField* message = nil;
+  NSButton* never = nil;
+  NSButton* later = nil;
+  NSButton* rate = nil;
+  NSMutableArray* targets = [NSMutableArray array];
   ReviewPromptCallbacks callbacks;
 
   void build() {
     panel = kit::utilityPanel(NSMakeSize(kWidth, 100),
         NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary);
     panel.titleVisibility = NSWindowTitleHidden;
-  }
-
-  void fill(const ReviewPromptViewState& state) {
-    targets = [NSMutableArray array];
-    NSTextField* message = [NSTextField wrappingLabelWithString:nsString(state.message)];
+    message = [NSTextField wrappingLabelWithString:@""];
     message.preferredMaxLayoutWidth = kWidth - 2 * kMargin;
     message.selectable = NO;
     Impl* owner = this;
-    NSButton* never = kit::button(state.neverTitle, [owner] {
-      if (auto never = owner->callbacks.never) never();
+    never = kit::button("", [owner] {
+      if (auto run = owner->callbacks.never) run();
     }, targets);
-    NSButton* later = kit::button(state.laterTitle, [owner] {
-      if (auto later = owner->callbacks.later) later();
+    later = kit::button("", [owner] {
+      if (auto run = owner->callbacks.later) run();
     }, targets);
     later.keyEquivalent = @"\033";
-    NSButton* rate = kit::button(state.rateTitle, [owner] {
-      if (auto rate = owner->callbacks.rate) rate();
+    rate = kit::button("", [owner] {
+      if (auto run = owner->callbacks.rate) run();
     }, targets);
     rate.keyEquivalent = @"\r";
     NSStackView* content = kit::column(@[ message, kit::row(@[ never, later, rate ], 8) ], 12);
     content.alignment = NSLayoutAttributeTrailing;
     content.edgeInsets = NSEdgeInsetsMake(kMargin, kMargin, kMargin, kMargin);
     panel.contentView = content;
+  }
+
+  void fill(const ReviewPromptViewState& state) {
+    message.stringValue = nsString(state.message);
+    never.title = nsString(state.neverTitle);
+    later.title = nsString(state.laterTitle);
+    rate.title = nsString(state.rateTitle);
     panel.title = nsString(state.rateTitle);
     panel.accessibilityLabel = nsString(state.message);
-    [panel setContentSize:content.fittingSize];
+    [panel setContentSize:panel.contentView.fittingSize];
     place(state.anchor);
   }
 

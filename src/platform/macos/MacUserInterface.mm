@@ -1,6 +1,11 @@
 // The app's own windows as the core reaches them, and the notices it posts; each window is drawn
 // in a file of its own (MacWindows.h).
 //
+// The notices are drawn as every Mac window is: a notice's views are built once, when it is
+// presented, and never rebuilt (a new notice of the same kind takes the old one's place); its
+// button's target is kept with its panel (`notices_`) for the panel's whole life, since
+// NSControl.target is weak.
+//
 // OS quirks handled here:
 // - An accessory app (LSUIElement) has no Dock icon and is not active after launch, so a normal
 //   window opens behind the frontmost app unless the app activates itself first; panels that
@@ -11,7 +16,6 @@
 //   the user clicks elsewhere; the panels here turn hidesOnDeactivate off.
 // - A notice's own button can dismiss it. AppKit still uses the button as the action's sender
 //   after the action returns, so the panel is ordered out at once but freed a turn later.
-// The notices draw only what the core hands over.
 
 #include <algorithm>
 

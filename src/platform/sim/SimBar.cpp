@@ -183,7 +183,7 @@ void SimBar::drop(SimItemState& dragged, double toX) {
   // Where the drop lands among the other laid-out items, right to left.
   std::vector<const SimItemState*> others;
   for (const auto& item : items_) {
-    if (item.get() != &dragged && !item->removed && item->frame) others.push_back(item.get());
+    if (item.get() != &dragged && !item->removed && !item->unplaced && item->frame) others.push_back(item.get());
   }
   std::sort(others.begin(), others.end(),
             [](const SimItemState* a, const SimItemState* b) { return a->frame->midX() > b->frame->midX(); });
@@ -216,6 +216,16 @@ bool SimBar::withheldByAssertion(const SimItemState& item) const {
   return !bundle || !allowed->contains(text::lowercased(*bundle));
 }
 
+// From macOS 26 the system settings hold a per-app switch; with it off the app's items keep their
+// windows but are never laid out.
+bool SimBar::withheldBySwitch(const SimItemState& item) const {
+  constexpr int kMenuBarSwitchFromOSMajor = 26;
+  if (settings_.osMajor < kMenuBarSwitchFromOSMajor) return false;
+  if (item.ownerPid == kOwnPid) return !settings_.allowedInMenuBar;
+  const SimAppSetup* app = processes_.appOfPid(item.ownerPid);
+  return app && !app->allowedInMenuBar;
+}
+
 bool SimBar::sharesWindow(const SimItemState& item) const {
   return item.ownerPid == kOwnPid && contains(settings_.sharedWindowItems, item.autosaveName);
 }
@@ -223,7 +233,9 @@ bool SimBar::sharesWindow(const SimItemState& item) const {
 void SimBar::relayout() {
   std::vector<SimItemState*> order;
   for (auto& item : items_) {
-    if (!item->removed && item->visible && !withheldByAssertion(*item)) order.push_back(item.get());
+    if (!item->removed && item->visible && !withheldByAssertion(*item) && !withheldBySwitch(*item)) {
+      order.push_back(item.get());
+    }
   }
   // Right to left: stored positions ascending; items without one stand leftmost, newest last.
   std::stable_sort(order.begin(), order.end(), [](const SimItemState* a, const SimItemState* b) {
@@ -259,6 +271,18 @@ void SimBar::relayout() {
       item->rejected = false;
       item->windowPartnerId.reset();
     }
+    item->unplaced = false;
+  }
+  for (auto& item : items_) {
+    if (item->removed || !item->visible || !withheldBySwitch(*item)) continue;
+    // Ordered out just above the primary screen: readable, and on no screen.
+    item->frame = Rect{screen.x, screen.y + screen.height + info.menuBarHeight, itemWidth(*item), info.menuBarHeight};
+    item->reported = item->frame;
+    item->onScreen = false;
+    item->displaced = false;
+    item->rejected = false;
+    item->unplaced = true;
+    item->windowPartnerId.reset();
   }
   for (std::size_t i = 0; i < order.size(); ++i) {
     SimItemState* item = order[i];

@@ -48,6 +48,7 @@ struct SimItemState {
   bool onScreen = false;
   bool displaced = false;  // no room left for it
   bool rejected = false;   // ejected or dropped by the system for its length
+  bool unplaced = false;   // its app may not show items: the window exists, ordered out above the screen
   std::optional<int> windowPartnerId;  // the item whose button shares this item's window
   // (time, reported frame); what readers see lags by the frame latency.
   std::vector<std::pair<double, std::optional<Rect>>> history;
@@ -122,6 +123,8 @@ class SimBar {
   double itemWidth(const SimItemState& item) const;
   // Not drawn because the system's assertion leaves its bundle off the allow-list.
   bool withheldByAssertion(const SimItemState& item) const;
+  // Never given a place because its app's "Allow in the Menu Bar" switch is off.
+  bool withheldBySwitch(const SimItemState& item) const;
   // Whether the system keeps the item's window together with its right neighbour's button.
   bool sharesWindow(const SimItemState& item) const;
   // The position the item stands at for the system: its stored one, or where it stands now.

@@ -163,6 +163,17 @@ void SimDesktop::terminateApp(const std::string& bundleId) {
   sink_.report([&](platform::SystemEventSink& sink) { sink.applicationDidTerminate(processes_.runningApp(*app)); });
 }
 
+bool SimDesktop::resizeFirstItem(const std::string& bundleId, double length) {
+  const SimAppSetup* app = processes_.find(bundleId);
+  if (!app || !app->running) return false;
+  auto items = bar_.itemsOf(processes_.pidFor(app->bundleId));
+  if (items.empty()) return false;
+  SimItemState* first = bar_.item(items.front()->id);
+  first->length = length;
+  bar_.relayout();
+  return true;
+}
+
 void SimDesktop::setFrontmost(const std::string& bundleId) {
   SimAppSetup* app = processes_.find(bundleId);
   if (!app || !app->running) return;

@@ -120,6 +120,9 @@ class SimDesktop final : public platform::Platform {
   // Reported to the app only for regular and accessory apps, as the workspace announces them.
   void launchApp(const std::string& bundleId);
   void terminateApp(const std::string& bundleId);
+  // A running app changes its first item's length, as an app drawing a long spacer does; false
+  // when it runs no item.
+  bool resizeFirstItem(const std::string& bundleId, double length);
   void addApp(SimAppSetup app);
   void setScreens(std::vector<SimScreenSetup> screens);
   void setPreferredLanguages(std::vector<std::string> languages);

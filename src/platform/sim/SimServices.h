@@ -66,7 +66,10 @@ class SimApplication final : public platform::Application {
   // Installs what the Mac backend installs: the app's commands with the standard Edit and Window
   // menus.
   void setMainMenu(const platform::Menu& appCommands) override { mainMenu_ = platform::mainMenuWith(appCommands); }
-  void copyToPasteboard(const std::string& text) override { pasteboard_ = text; }
+  void copyToPasteboard(const std::string& text) override {
+    pasteboard_ = text;
+    copies_ += 1;
+  }
   void openURL(const std::string& address) override { openedURLs_.push_back(address); }
 
   // What terminating does once it unwinds; the desktop ends the process there.
@@ -75,6 +78,8 @@ class SimApplication final : public platform::Application {
   // The general pasteboard, shared with every other app: what was copied last, by anyone.
   const std::string& pasteboard() const { return pasteboard_; }
   void setPasteboard(std::string text) { pasteboard_ = std::move(text); }
+  // Times the app put text on the pasteboard through its own commands (not ⌘C in a field).
+  int copies() const { return copies_; }
   // Addresses the app opened, in order.
   const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   void ownProcessExited() { mainMenu_ = {}; }
@@ -85,6 +90,7 @@ class SimApplication final : public platform::Application {
   std::function<void()> terminate_;
   platform::MainMenu mainMenu_;
   std::string pasteboard_;
+  int copies_ = 0;
   std::vector<std::string> openedURLs_;
 };
 

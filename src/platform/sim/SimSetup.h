@@ -59,6 +59,9 @@ struct SimAppSetup {
   // Seconds from the process's start until it has finished launching; until then the workspace
   // says so and the process answers no Accessibility request.
   double launchDuration = 0;
+  // The app's "Allow in the Menu Bar" switch (macOS 26 and later): off, its items exist but the
+  // system never gives them a place.
+  bool allowedInMenuBar = true;
 };
 
 // How the system answers an assertion's activation, so that failures, silence and a success
@@ -147,6 +150,8 @@ struct SimSettings {
   SimAssessmentModeSettings assessmentMode;
   // The post-event privilege, separate from Accessibility trust.
   bool postEventAccess = true;
+  // Tarvolo's own "Allow in the Menu Bar" switch (macOS 26 and later), as for other apps.
+  bool allowedInMenuBar = true;
   // What one answered Accessibility message costs its caller (a round trip to the other
   // process); a process that does not answer costs the caller its time-out instead.
   double accessibilityRoundTrip = 0;

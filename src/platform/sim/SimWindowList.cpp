@@ -46,6 +46,8 @@ void SimWindowList::appendStatusItemWindows(std::vector<platform::WindowInfo>& o
   std::stable_sort(items.begin(), items.end(),
                    [](const SimItemState* a, const SimItemState* b) { return a->creationOrder > b->creationOrder; });
   for (const SimItemState* item : items) {
+    // An item the system gives no place has a window, but none on screen.
+    if (item->unplaced) continue;
     auto frame = bar_.reportedFrame(*item);
     if (!frame) continue;
     platform::WindowInfo window{

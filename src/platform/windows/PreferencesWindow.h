@@ -150,6 +150,10 @@ struct PreferencesAboutState {
   std::vector<PreferencesChoice> links;  // id is the address
   // The button that checks for a new version now; absent without the update framework.
   std::optional<std::string> checkForUpdatesTitle;
+  // The button that copies the diagnostics report, and what it says once it has; absent where
+  // the app has no report to give.
+  std::optional<std::string> copyDiagnosticsTitle;
+  std::optional<std::string> diagnosticsCopiedNote;
   friend bool operator==(const PreferencesAboutState&, const PreferencesAboutState&) = default;
 };
 
@@ -191,6 +195,7 @@ struct PreferencesCallbacks {
   std::function<void()> cancelRecordingHotkey;
   std::function<void(const std::string& address)> openLink;
   std::function<void()> checkForUpdates;
+  std::function<void()> copyDiagnostics;
   std::function<void()> closed;
 };
 
