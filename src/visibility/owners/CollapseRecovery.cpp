@@ -75,6 +75,8 @@ void CollapseRecovery::noteRejectedLength(const PerAppKey& pair, SeparatorLayout
 }
 
 bool CollapseRecovery::atEjectionCap(const ScreenKey& screen, double length) {
+  // Newer systems bound the search by the status region and have the placeholder from the start.
+  if (screens_.sizing() != Policy::PublicCollapseSizing::legacy) return false;
   constexpr double tolerance = 0.5;
   if (auto searched = cliff_.searchedEjectionCap(screen); searched && length + tolerance >= *searched) {
     // The placeholder, if it comes in now, fills the rest once it has been seen beside the fold.
