@@ -222,13 +222,14 @@ Scenario parseScenario(const json& document) {
   if (auto name = root.optional("name")) scenario.name = name->string();
   if (auto description = root.optional("description")) scenario.description = description->string();
   if (auto os = root.optional("os")) {
-    os->allowOnly({"major"});
+    os->allowOnly({"major", "build"});
     Field major = os->required("major");
     long long version = major.integer();
     if (version < 10 || version > 99) {
       major.fail("expected a macOS major version such as 15, got " + major.value().dump());
     }
     scenario.settings.osMajor = static_cast<int>(version);
+    if (auto build = os->optional("build")) scenario.settings.osBuild = build->nonEmptyString();
   }
   scenario.screens = parseScreens(root.required("screens"));
   if (auto apps = root.optional("apps")) {

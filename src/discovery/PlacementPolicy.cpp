@@ -146,20 +146,33 @@ bool ownerMatches(std::string_view ownerName, std::string_view appName, std::str
 
 OwnerIndex indexOwners(std::span<const ForeignMenuBarWindow> windows) {
   OwnerIndex index;
+  // An application's icons all carry its owner name: each distinct name is folded once. The
+  // entries point into the index, whose nodes stay put as it grows; null marks a name never matched.
+  std::unordered_map<std::string_view, std::vector<std::size_t>*> byRawName;
   for (std::size_t position = 0; position < windows.size(); ++position) {
     const ForeignMenuBarWindow& window = windows[position];
     if (!looksLikeStatusItem(window)) continue;
-    std::string owner = comparisonForm(window.ownerName);
-    if (owner.empty() || systemOwners().contains(owner)) continue;
-    index.statusItems[std::move(owner)].push_back(position);
+    auto [entry, added] = byRawName.try_emplace(window.ownerName, nullptr);
+    if (added) {
+      std::string owner = comparisonForm(window.ownerName);
+      if (!owner.empty() && !systemOwners().contains(owner)) entry->second = &index.statusItems[std::move(owner)];
+    }
+    if (entry->second) entry->second->push_back(position);
   }
   return index;
 }
 
+std::vector<std::string> ownerNames(std::string_view appName, std::string_view bundleID) {
+  return OwnerMatcher(appName, bundleID).names();
+}
+
 std::vector<std::size_t> statusItemsOf(const OwnerIndex& index, std::string_view appName, std::string_view bundleID) {
-  const OwnerMatcher matcher(appName, bundleID);
+  return statusItemsOf(index, ownerNames(appName, bundleID));
+}
+
+std::vector<std::size_t> statusItemsOf(const OwnerIndex& index, std::span<const std::string> names) {
   std::vector<std::size_t> positions;
-  for (const std::string& name : matcher.names()) {
+  for (const std::string& name : names) {
     const auto found = index.statusItems.find(name);
     if (found == index.statusItems.end()) continue;
     positions.insert(positions.end(), found->second.begin(), found->second.end());
@@ -181,12 +194,16 @@ std::optional<std::string> zoneShownAt(const ForeignMenuBarWindow& window, const
 std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const ForeignMenuBarWindow> windows,
                                                             std::optional<double> screenMinX,
                                                             std::optional<double> screenMaxX) {
-  if (!screenMinX || !screenMaxX) return {windows.begin(), windows.end()};
   std::vector<ForeignMenuBarWindow> out;
   for (const auto& window : windows) {
-    if (window.maxX > *screenMinX && window.minX < *screenMaxX) out.push_back(window);
+    if (isOnStatusItemScreen(window, screenMinX, screenMaxX)) out.push_back(window);
   }
   return out;
+}
+
+bool isOnStatusItemScreen(const ForeignMenuBarWindow& window, std::optional<double> screenMinX,
+                          std::optional<double> screenMaxX) {
+  return !screenMinX || !screenMaxX || (window.maxX > *screenMinX && window.minX < *screenMaxX);
 }
 
 std::optional<std::string> observedZone(const ObservedZoneInput& input) {

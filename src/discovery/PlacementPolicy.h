@@ -74,7 +74,30 @@ struct OwnerIndex {
   std::unordered_map<std::string, std::vector<std::size_t>> statusItems;
 };
 OwnerIndex indexOwners(std::span<const ForeignMenuBarWindow> windows);
+// The names, in comparison form, a window owner may carry for an application; prepared once per
+// scan, since the applications change far less often than the bar is read.
+std::vector<std::string> ownerNames(std::string_view appName, std::string_view bundleID);
 // The positions of the application's status-item windows in the indexed list, ascending.
+std::vector<std::size_t> statusItemsOf(const OwnerIndex& index, std::span<const std::string> ownerNames);
+// The first position, in list order, of the application's status-item windows that `accepts`;
+// what a refresh needs without gathering every position.
+template <class Predicate>
+std::optional<std::size_t> firstStatusItemOf(const OwnerIndex& index, std::span<const std::string> ownerNames,
+                                             Predicate accepts) {
+  std::optional<std::size_t> first;
+  for (const std::string& name : ownerNames) {
+    const auto found = index.statusItems.find(name);
+    if (found == index.statusItems.end()) continue;
+    for (std::size_t position : found->second) {
+      if (first && position >= *first) break;
+      if (accepts(position)) {
+        first = position;
+        break;
+      }
+    }
+  }
+  return first;
+}
 std::vector<std::size_t> statusItemsOf(const OwnerIndex& index, std::string_view appName, std::string_view bundleID);
 // How many names this process has put into comparison form for owner matching. Matching stays
 // linear in applications plus windows; a check holds the count to that.
@@ -85,6 +108,9 @@ std::uint64_t ownerNamesFolded();
 std::optional<std::string> zoneShownAt(const ForeignMenuBarWindow& window, const PlacementAnchors& anchors,
                                        double expandedLength);
 
+// Whether the window overlaps the screen horizontally; true when a screen edge is unknown.
+bool isOnStatusItemScreen(const ForeignMenuBarWindow& window, std::optional<double> screenMinX,
+                          std::optional<double> screenMaxX);
 // The windows overlapping the screen horizontally; all of them when a screen edge is unknown.
 std::vector<ForeignMenuBarWindow> windowsOnStatusItemScreen(std::span<const ForeignMenuBarWindow> windows,
                                                             std::optional<double> screenMinX,

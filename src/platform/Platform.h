@@ -439,6 +439,8 @@ class SystemInfo {
  public:
   virtual ~SystemInfo() = default;
   virtual int osMajorVersion() const = 0;
+  // The system's build ("23C64"), which changes with every update; absent when unreadable.
+  virtual std::optional<std::string> osBuildVersion() const = 0;
   // BCP 47 tags, most preferred first ("zh-Hans-CN", "en-GB", ...).
   virtual std::vector<std::string> preferredLanguages() const = 0;
   // argv without the executable path.

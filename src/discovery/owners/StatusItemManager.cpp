@@ -210,7 +210,9 @@ void StatusItemManager::scanRunningApplications() {
       continue;
     }
     found.push_back(id.key());
-    accepted.push_back({.item = makeItem(app), .id = std::move(id)});
+    MenuBarAppItem item = makeItem(app);
+    auto names = PlacementPolicy::ownerNames(item.name, item.bundleId);
+    accepted.push_back({.item = std::move(item), .id = std::move(id), .ownerNames = std::move(names)});
   }
   scanned_ = std::move(accepted);
   notices_.noteFound(found);
@@ -273,8 +275,9 @@ std::vector<AccessibleIconReader::Target> StatusItemManager::readingTargets() co
 
 void StatusItemManager::accessibleIconsRead() {
   const auto windows = attributionWindows();
-  attributeFromWindows(windows);
-  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows(windows);
+  const auto owners = PlacementPolicy::indexOwners(windows);
+  attributeFromWindows(owners);
+  if (std::exchange(zonesWanted_, false)) observeZonesFromWindows(windows, owners);
 }
 
 void StatusItemManager::refreshAttributedMenuBarApps() {
@@ -283,14 +286,13 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
     iconReader_.read();
     return;
   }
-  attributeFromWindows(attributionWindows());
+  attributeFromWindows(PlacementPolicy::indexOwners(attributionWindows()));
 }
 
-void StatusItemManager::attributeFromWindows(const std::vector<ForeignMenuBarWindow>& windows) {
-  const auto owners = PlacementPolicy::indexOwners(windows);
+void StatusItemManager::attributeFromWindows(const PlacementPolicy::OwnerIndex& owners) {
   std::set<std::string> attributed;
   for (const auto& app : scanned_) {
-    if (!PlacementPolicy::statusItemsOf(owners, app.item.name, app.item.bundleId).empty()) {
+    if (PlacementPolicy::firstStatusItemOf(owners, app.ownerNames, [](std::size_t) { return true; })) {
       attributed.insert(app.id.key());
     }
   }
@@ -307,13 +309,15 @@ void StatusItemManager::refreshObservedZones() {
     iconReader_.read();
     return;
   }
-  // One reading of the bar serves both.
+  // One reading of the bar, indexed once, serves both.
   const auto windows = attributionWindows();
-  attributeFromWindows(windows);
-  observeZonesFromWindows(windows);
+  const auto owners = PlacementPolicy::indexOwners(windows);
+  attributeFromWindows(owners);
+  observeZonesFromWindows(windows, owners);
 }
 
-void StatusItemManager::observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& barWindows) {
+void StatusItemManager::observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& windows,
+                                                const PlacementPolicy::OwnerIndex& owners) {
   if (!anchors_) return;
   const auto anchors = anchors_();
   const double expandedLength = expandedSeparatorLength_;
@@ -329,15 +333,16 @@ void StatusItemManager::observeZonesFromWindows(const std::vector<ForeignMenuBar
     screenMaxX = screen.frame.maxX();
     break;
   }
-  const auto windows = PlacementPolicy::windowsOnStatusItemScreen(barWindows, screenMinX, screenMaxX);
-  const auto owners = PlacementPolicy::indexOwners(windows);
+  auto onStatusItemScreen = [&](std::size_t position) {
+    return PlacementPolicy::isOnStatusItemScreen(windows[position], screenMinX, screenMaxX);
+  };
   std::map<std::string, std::string> zones;
   // Every scanned application has its row in one of the two sections.
   for (const auto& app : scanned_) {
-    const auto positions = PlacementPolicy::statusItemsOf(owners, app.item.name, app.item.bundleId);
-    // Only the first window in window-list order speaks for the application.
-    if (positions.empty()) continue;
-    auto zone = PlacementPolicy::zoneShownAt(windows[positions.front()], *anchors, expandedLength);
+    // Only the first window in window-list order on the bar's screen speaks for the application.
+    const auto first = PlacementPolicy::firstStatusItemOf(owners, app.ownerNames, onStatusItemScreen);
+    if (!first) continue;
+    auto zone = PlacementPolicy::zoneShownAt(windows[*first], *anchors, expandedLength);
     if (zone) zones.emplace(app.id.key(), std::move(*zone));
   }
   if (zones == observedZones.get()) return;

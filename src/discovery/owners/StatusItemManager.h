@@ -21,6 +21,7 @@
 #include "base/vocabulary/BundleID.h"
 #include "base/vocabulary/PlacementTypes.h"
 #include "discovery/MenuBarCatalogPolicy.h"
+#include "discovery/PlacementPolicy.h"
 #include "discovery/owners/AccessibleIconReader.h"
 #include "platform/Platform.h"
 #include "visibility/MenuBarVisibilityPolicy.h"
@@ -142,6 +143,8 @@ class StatusItemManager {
   struct ScannedApp {
     MenuBarAppItem item;
     BundleID id;
+    // What its windows' owner may be called, in comparison form.
+    std::vector<std::string> ownerNames;
   };
   std::optional<std::string> skipReason(const platform::RunningApplication& app, const BundleID& id,
                                         const BundleID& own, std::set<BundleID>& seen) const;
@@ -152,8 +155,10 @@ class StatusItemManager {
   std::vector<ForeignMenuBarWindow> attributionWindows() const;
   std::vector<AccessibleIconReader::Target> readingTargets() const;
   void accessibleIconsRead();
-  void attributeFromWindows(const std::vector<ForeignMenuBarWindow>& windows);
-  void observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& windows);
+  void attributeFromWindows(const PlacementPolicy::OwnerIndex& owners);
+  // `owners` indexes `windows`.
+  void observeZonesFromWindows(const std::vector<ForeignMenuBarWindow>& windows,
+                               const PlacementPolicy::OwnerIndex& owners);
   std::vector<const MenuBarAppItem*> allItems() const;
 
   platform::Platform& platform_;

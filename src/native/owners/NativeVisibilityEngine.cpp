@@ -1,6 +1,7 @@
 #include "native/owners/NativeVisibilityEngine.h"
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <utility>
 
@@ -20,6 +21,39 @@ NativeVisibilityEngine::NativeVisibilityEngine(Dependencies dependencies)
   MenuBarLog::log(LogLine("native engine")
                       .add("framework", frameworkLoaded_)
                       .add("classes", frameworkLoaded_ && platform_.assessmentMode().classesAvailable()));
+  if (frameworkLoaded_ && platform_.assessmentMode().classesAvailable() && rememberedTimeOut()) {
+    failedForSession = true;
+  }
+}
+
+bool NativeVisibilityEngine::rememberedTimeOut() const {
+  auto stored = platform_.defaults().object(timedOutKey);
+  if (!stored) return false;
+  const auto* record = stored->asDictionary();
+  auto field = [record](const char* name) -> const DefaultsValue* {
+    if (!record) return nullptr;
+    auto found = record->find(name);
+    return found == record->end() ? nullptr : &found->second;
+  };
+  const std::string* build = field("build") ? field("build")->asString() : nullptr;
+  std::optional<double> date = field("date") ? field("date")->asDouble() : std::nullopt;
+  if (!build || !date) {
+    // Left in place: the next time-out overwrites it, nothing else reads it.
+    MenuBarLog::log(LogLine("native time-out record unreadable; engine tried"));
+    return false;
+  }
+  const auto current = platform_.system().osBuildVersion();
+  const double age = platform_.clock().currentDate() - *date;
+  // A clock set back makes the age negative; bounded both ways, a wrong clock cannot keep the
+  // engine off for longer than a week either.
+  if (!current || *current != *build || std::abs(age) >= timeOutMemory) {
+    MenuBarLog::log(LogLine("native time-out record expired; engine tried")
+                        .add("build", *build)
+                        .add("days", static_cast<int>(age / (24 * 3600))));
+    return false;
+  }
+  MenuBarLog::log(LogLine("native engine skipped: timed out before on this system").add("build", *build));
+  return true;
 }
 
 NativeVisibilityEngine::~NativeVisibilityEngine() = default;
@@ -31,8 +65,9 @@ bool NativeVisibilityEngine::isAvailable() const {
 VisibilityAssertionSession& NativeVisibilityEngine::session() {
   if (!session_) {
     session_ = std::make_unique<VisibilityAssertionSession>(platform_.assessmentMode(), platform_.mainQueue(),
-                                                            bindWeak(weakFactory_.handle(),
-                                                                     &NativeVisibilityEngine::sessionFailed));
+                                                            [weak = weakFactory_.handle()](auto failure) {
+                                                              if (auto* self = weak.get()) self->sessionFailed(failure);
+                                                            });
   }
   return *session_;
 }
@@ -69,6 +104,8 @@ void NativeVisibilityEngine::expand() {
 void NativeVisibilityEngine::activationFinished(bool success) {
   mainThread_.check();
   if (!success || !session_ || !session_->isActive()) return;
+  // The engine answers on this system again: whatever timed out before is forgotten.
+  if (platform_.defaults().contains(timedOutKey)) platform_.defaults().remove(timedOutKey);
   effectCheck_.schedule(effectCheckDelay, bindWeak(weakFactory_.handle(), &NativeVisibilityEngine::checkEffect,
                                                    session_->requestState().generation()));
 }
@@ -112,13 +149,19 @@ void NativeVisibilityEngine::effectRead(NativeVisibilityRequestState::Generation
   MenuBarLog::log(LogLine("native activation without effect")
                       .add("visible", static_cast<int>(outsiders.size()))
                       .add("first", outsiders.front()));
-  session_->fail(generation);
+  session_->fail(generation, VisibilityAssertionSession::Failure::withoutEffect);
 }
 
-void NativeVisibilityEngine::sessionFailed() {
+void NativeVisibilityEngine::sessionFailed(VisibilityAssertionSession::Failure failure) {
   mainThread_.check();
   effectCheck_.cancel();
   MenuBarLog::log(LogLine("native activation failed or timed out; restrictions released"));
+  if (failure == VisibilityAssertionSession::Failure::timedOut) {
+    if (auto build = platform_.system().osBuildVersion()) {
+      platform_.defaults().set(timedOutKey, DefaultsValue::Dictionary{{"build", *build},
+                                                                      {"date", platform_.clock().currentDate()}});
+    }
+  }
   failedForSession = true;
   defaultCenter_.post(Notifications::nativeVisibilityAvailabilityDidChange);
 }

@@ -21,11 +21,17 @@ class NotificationCenter;
 // The system's hiding engine: hands the system an allow-list instead of lengthening separators.
 // Loads the framework once, when created. One failure (refused, unanswered within the time-out,
 // or accepted without effect on the bar) switches it off for the rest of the run and posts
-// `nativeVisibilityAvailabilityDidChange`. Main thread only.
+// `nativeVisibilityAvailabilityDidChange`. A time-out is also remembered for the system build it
+// happened on, so the next launches hide with separators at once instead of waiting for it again;
+// the engine is tried again after a system update or `timeOutMemory`. Main thread only.
 class NativeVisibilityEngine {
  public:
   // How long after a successful activation the bar is read to confirm the effect.
   static constexpr double effectCheckDelay = 0.4;
+  // How long a remembered time-out keeps the engine off on the same system build.
+  static constexpr double timeOutMemory = 7 * 24 * 3600;
+  // {"build": the system build, "date": seconds since 1970} of the last time-out.
+  static constexpr const char* timedOutKey = "com.ostrand.tarvolo.native.timedOut";
 
   struct Dependencies {
     platform::Platform& platform;
@@ -52,7 +58,9 @@ class NativeVisibilityEngine {
 
  private:
   VisibilityAssertionSession& session();
-  void sessionFailed();
+  // True when a time-out on this system build within `timeOutMemory` keeps the engine off.
+  bool rememberedTimeOut() const;
+  void sessionFailed(VisibilityAssertionSession::Failure failure);
   void activationFinished(bool success);
   // Reads, on a background queue, which running applications off the list the bar still
   // shows: one Accessibility round trip per application, which a hung one makes wait.

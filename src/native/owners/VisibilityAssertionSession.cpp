@@ -5,7 +5,7 @@
 namespace tarvolo {
 
 VisibilityAssertionSession::VisibilityAssertionSession(platform::AssessmentMode& mode, MainQueue& queue,
-                                                       std::function<void()> failureHandler)
+                                                       std::function<void(Failure)> failureHandler)
     : mode_(mode), failureHandler_(std::move(failureHandler)), timeout_(queue) {}
 
 VisibilityAssertionSession::~VisibilityAssertionSession() { retire(detach()); }
@@ -32,7 +32,7 @@ void VisibilityAssertionSession::collapse(std::vector<std::string> allowedBundle
   assertion_ = SystemVisibilityAssertion::create(mode_, request_->bundleIDs);
   if (!assertion_) {
     MenuBarLog::log(LogLine("native assertion unavailable").add("generation", *generation));
-    fail(*generation);
+    fail(*generation, Failure::refused);
     return;
   }
   MenuBarLog::log(LogLine("native activate")
@@ -44,7 +44,7 @@ void VisibilityAssertionSession::collapse(std::vector<std::string> allowedBundle
     auto* self = weak.get();
     if (!self) return;
     MenuBarLog::log(LogLine("native activation timed out").add("generation", armed));
-    self->fail(armed);
+    self->fail(armed, Failure::timedOut);
   });
   assertion_->activate([weak = weakFactory_.handle(), armed](bool success) {
     if (auto* self = weak.get()) self->activationAnswered(armed, success);
@@ -57,7 +57,7 @@ void VisibilityAssertionSession::activationAnswered(NativeVisibilityRequestState
   if (!state_.accepts(generation, assertion_ != nullptr)) return;
   timeout_.cancel();
   if (!success) {
-    fail(generation);
+    fail(generation, Failure::refused);
     return;
   }
   active_ = true;
@@ -73,7 +73,7 @@ void VisibilityAssertionSession::expand() {
   answerWaiters(false);
 }
 
-void VisibilityAssertionSession::fail(NativeVisibilityRequestState::Generation generation) {
+void VisibilityAssertionSession::fail(NativeVisibilityRequestState::Generation generation, Failure failure) {
   mainThread_.check();
   if (!request_ || generation != state_.generation()) return;
   timeout_.cancel();
@@ -81,7 +81,7 @@ void VisibilityAssertionSession::fail(NativeVisibilityRequestState::Generation g
   request_.reset();
   retire(detach());
   // The handler may reach back into the session: run it on a moved copy.
-  if (auto handler = failureHandler_) handler();
+  if (auto handler = failureHandler_) handler(failure);
   answerWaiters(false);
 }
 

@@ -29,7 +29,12 @@ class VisibilityAssertionSession {
     NativeVisibilityRequestState::Generation generation = 0;
   };
 
-  VisibilityAssertionSession(platform::AssessmentMode& mode, MainQueue& queue, std::function<void()> failureHandler);
+  // Why a request failed: the engine remembers only a time-out, the one failure that costs the
+  // user seconds of icons showing on every launch.
+  enum class Failure { refused, timedOut, withoutEffect };
+
+  VisibilityAssertionSession(platform::AssessmentMode& mode, MainQueue& queue,
+                             std::function<void(Failure)> failureHandler);
   ~VisibilityAssertionSession();
   VisibilityAssertionSession(const VisibilityAssertionSession&) = delete;
   VisibilityAssertionSession& operator=(const VisibilityAssertionSession&) = delete;
@@ -40,7 +45,7 @@ class VisibilityAssertionSession {
   // Lifts every restriction; answers still on their way are ignored.
   void expand();
   // Fails generation `generation`'s request, if it is still the current one.
-  void fail(NativeVisibilityRequestState::Generation generation);
+  void fail(NativeVisibilityRequestState::Generation generation, Failure failure);
 
   bool isActive() const { return active_; }
   bool isActivating() const { return assertion_ && !active_; }
@@ -54,7 +59,7 @@ class VisibilityAssertionSession {
   void answerWaiters(bool success);
 
   platform::AssessmentMode& mode_;
-  std::function<void()> failureHandler_;
+  std::function<void(Failure)> failureHandler_;
   NativeVisibilityRequestState state_;
   std::optional<Request> request_;
   std::unique_ptr<SystemVisibilityAssertion> assertion_;

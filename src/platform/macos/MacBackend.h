@@ -144,6 +144,7 @@ class MacDefaults final : public DefaultsStore {
 class MacSystemInfo final : public SystemInfo {
  public:
   int osMajorVersion() const override;
+  std::optional<std::string> osBuildVersion() const override;
   std::vector<std::string> preferredLanguages() const override;
   std::vector<std::string> processArguments() const override;
   std::string ownBundleIdentifier() const override;

@@ -12,6 +12,7 @@
 //   its text fields and ⌘W closes nothing. The main menu is never seen; it carries them.
 
 #include <pwd.h>
+#include <sys/sysctl.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 #include <time.h>
@@ -132,6 +133,13 @@ int MacSystemInfo::osMajorVersion() const {
   struct utsname name {};
   int darwinMajor = uname(&name) == 0 ? std::atoi(name.release) : 0;
   return effectiveOSMajorVersion(reported, darwinMajor);
+}
+
+std::optional<std::string> MacSystemInfo::osBuildVersion() const {
+  char build[64] = {};
+  size_t size = sizeof(build);
+  if (sysctlbyname("kern.osversion", build, &size, nullptr, 0) != 0 || build[0] == '\0') return std::nullopt;
+  return std::string(build);
 }
 
 std::vector<std::string> MacSystemInfo::preferredLanguages() const {

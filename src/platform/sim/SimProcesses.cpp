@@ -7,6 +7,7 @@
 namespace tarvolo::sim {
 
 SimAppSetup& SimProcesses::add(SimAppSetup app) {
+  appIndex_.try_emplace(app.bundleId, apps_.size());
   SimAppSetup& added = apps_.emplace_back(std::move(app));
   int index = 0;
   for (auto& item : added.items) {
@@ -24,10 +25,10 @@ SimAppSetup* SimProcesses::find(std::string_view bundleId) {
 }
 
 const SimAppSetup* SimProcesses::appOfPid(int pid) const {
-  auto bundle = bundleIdOfPid(pid);
-  if (!bundle) return nullptr;
-  auto found = std::find_if(apps_.begin(), apps_.end(), [&](const SimAppSetup& app) { return app.bundleId == *bundle; });
-  return found == apps_.end() ? nullptr : &*found;
+  auto bundle = bundleOfPid_.find(pid);
+  if (bundle == bundleOfPid_.end()) return nullptr;
+  auto found = appIndex_.find(bundle->second);
+  return found == appIndex_.end() ? nullptr : &apps_[found->second];
 }
 
 std::string SimProcesses::nameOf(const std::string& bundleId) const {
@@ -48,7 +49,7 @@ void SimProcesses::terminated(SimAppSetup& app) {
 
 int SimProcesses::pidFor(const std::string& bundleId) {
   auto [entry, added] = pids_.try_emplace(bundleId, nextPid_);
-  if (added) ++nextPid_;
+  if (added) bundleOfPid_.emplace(nextPid_++, bundleId);
   return entry->second;
 }
 
@@ -62,9 +63,9 @@ std::optional<int> SimProcesses::pidOf(std::string_view bundleId) const {
 
 std::optional<std::string> SimProcesses::bundleIdOfPid(int pid) const {
   if (pid == kOwnPid) return std::string(ownBundleID);
-  auto found = std::find_if(pids_.begin(), pids_.end(), [pid](const auto& entry) { return entry.second == pid; });
-  if (found == pids_.end()) return std::nullopt;
-  return found->first;
+  auto found = bundleOfPid_.find(pid);
+  if (found == bundleOfPid_.end()) return std::nullopt;
+  return found->second;
 }
 
 platform::RunningApplication SimProcesses::runningApp(const SimAppSetup& app) const {

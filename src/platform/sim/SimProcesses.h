@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/vocabulary/OwnBundle.h"
@@ -73,6 +74,9 @@ class SimProcesses {
   const platform::Clock& clock_;
   std::vector<SimAppSetup> apps_;
   std::map<std::string, int> pids_;
+  // Reverse indexes, since the window list asks for every icon's app by pid on each reading.
+  std::unordered_map<int, std::string> bundleOfPid_;
+  std::unordered_map<std::string, std::size_t> appIndex_;
   std::map<std::string, double> launchDates_;
   std::optional<std::string> frontmost_;
   int nextPid_ = 500;

@@ -46,6 +46,7 @@ class SimSystemInfo final : public platform::SystemInfo {
  public:
   explicit SimSystemInfo(const SimSettings& settings) : settings_(settings) {}
   int osMajorVersion() const override { return settings_.osMajor; }
+  std::optional<std::string> osBuildVersion() const override { return settings_.buildVersion(); }
   std::vector<std::string> preferredLanguages() const override { return settings_.preferredLanguages; }
   std::vector<std::string> processArguments() const override { return settings_.arguments; }
   std::string ownBundleIdentifier() const override;

@@ -104,6 +104,11 @@ struct SimUpdateSettings {
 
 struct SimSettings {
   int osMajor = 15;
+  // The system build; absent: one derived from `osMajor`, as the Mac numbers them.
+  std::optional<std::string> osBuild;
+  std::string buildVersion() const {
+    return osBuild.value_or(std::to_string(osMajor >= 26 ? osMajor - 1 : osMajor + 9) + "A100");
+  }
   std::vector<std::string> preferredLanguages = {"en-US"};
   std::vector<std::string> arguments;
   // Seconds before a changed layout shows in reported frames.

@@ -65,13 +65,21 @@ TEST(SystemStatusPresentation, SymbolsOnlyForSystemItemsItKnows) {
 // The engine alone on a desktop, without the app around it.
 class NativeEngineTest : public ::testing::Test {
  protected:
-  void make(int osMajor, bool offered, SimActivation activation, double accessibilityRoundTrip = 0) {
+  void make(int osMajor, bool offered, SimActivation activation, double accessibilityRoundTrip = 0,
+            std::optional<DefaultsValue> timedOutRecord = std::nullopt) {
     sim::SimSettings settings;
     settings.accessibilityRoundTrip = accessibilityRoundTrip;
     settings.osMajor = osMajor;
+    settings.osBuild = "26A100";
     settings.assessmentMode = {.offered = offered, .activation = activation, .activationDelay = 0.1};
     desktop_ = std::make_unique<sim::SimDesktop>(std::vector<sim::SimScreenSetup>{testing::plainDisplay()},
                                                  testing::sampleApps(), settings);
+    if (timedOutRecord) desktop_->defaults().set(NativeVisibilityEngine::timedOutKey, *timedOutRecord);
+    relaunch();
+  }
+  // A new engine on the same desktop and store, as the next launch makes.
+  void relaunch() {
+    engine_.reset();
     engine_ = std::make_unique<NativeVisibilityEngine>(
         NativeVisibilityEngine::Dependencies{.platform = *desktop_, .defaultCenter = center_});
     subscription_ = center_.addObserver(Notifications::nativeVisibilityAvailabilityDidChange,
@@ -79,6 +87,13 @@ class NativeEngineTest : public ::testing::Test {
   }
   void run(double seconds) { desktop_->queue().runFor(seconds); }
   const sim::SimAssessmentMode& mode() const { return desktop_->assessmentMode(); }
+  std::optional<DefaultsValue> timedOutRecord() const {
+    return desktop_->defaults().object(NativeVisibilityEngine::timedOutKey);
+  }
+  DefaultsValue record(std::string build, double daysAgo) const {
+    return DefaultsValue::Dictionary{{"build", std::move(build)},
+                                     {"date", desktop_->clock().currentDate() - daysAgo * 24 * 3600}};
+  }
 
   NotificationCenter center_;
   std::unique_ptr<sim::SimDesktop> desktop_;
@@ -154,6 +169,65 @@ TEST_F(NativeEngineTest, TimeOutFailsForTheRestOfTheRun) {
   // The framework is still there; the engine stays off.
   engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
   EXPECT_EQ(mode().assertions().size(), 1u);
+}
+
+// The next launch on the same system hides with separators at once instead of waiting again;
+// a system update, a week, or the engine answering again ends that.
+TEST_F(NativeEngineTest, ATimeOutIsRememberedForTheSystemBuild) {
+  make(27, true, SimActivation::neverCompletes);
+  engine_->collapse({"com.example.a"}, nullptr);
+  run(VisibilityAssertionSession::activationTimeout + 0.1);
+  auto stored = timedOutRecord();
+  ASSERT_TRUE(stored && stored->asDictionary());
+  EXPECT_EQ(*stored->asDictionary()->at("build").asString(), "26A100");
+
+  relaunch();
+  EXPECT_FALSE(engine_->isAvailable());
+  EXPECT_EQ(engine_->state(), NativeEngineState::failed);
+  std::optional<bool> answer;
+  engine_->collapse({"com.example.a"}, [&](bool ok) { answer = ok; });
+  EXPECT_EQ(answer, false);
+  EXPECT_EQ(mode().assertions().size(), 1u) << "the remembered time-out activates nothing";
+}
+
+TEST_F(NativeEngineTest, ARememberedTimeOutIsTriedAgainAfterAnUpdateOrAWeek) {
+  make(27, true, SimActivation::succeeds);
+  const DefaultsValue recent = record("26A100", 1);
+  desktop_->defaults().set(NativeVisibilityEngine::timedOutKey, recent);
+  relaunch();
+  EXPECT_FALSE(engine_->isAvailable());
+
+  desktop_->defaults().set(NativeVisibilityEngine::timedOutKey, record("25F71", 1));
+  relaunch();
+  EXPECT_TRUE(engine_->isAvailable()) << "another build: the update may have fixed it";
+
+  desktop_->defaults().set(NativeVisibilityEngine::timedOutKey, record("26A100", 8));
+  relaunch();
+  EXPECT_TRUE(engine_->isAvailable()) << "a week on, the same build is tried again";
+
+  desktop_->defaults().set(NativeVisibilityEngine::timedOutKey, record("26A100", -8));
+  relaunch();
+  EXPECT_TRUE(engine_->isAvailable()) << "a date far in the future means the clock moved";
+
+  // An answer forgets the time-out.
+  engine_->collapse({"com.example.a"}, nullptr);
+  run(0.2);
+  EXPECT_EQ(engine_->state(), NativeEngineState::active);
+  EXPECT_FALSE(timedOutRecord());
+}
+
+TEST_F(NativeEngineTest, AnUnreadableTimeOutRecordIsKeptAndIgnored) {
+  for (const DefaultsValue& stored : {DefaultsValue("26A100"), DefaultsValue(DefaultsValue::Dictionary{{"build", 5}}),
+                                      DefaultsValue(DefaultsValue::Dictionary{{"date", 1.0}})}) {
+    make(27, true, SimActivation::fails, 0, stored);
+    EXPECT_TRUE(engine_->isAvailable());
+    EXPECT_EQ(timedOutRecord(), stored);
+    // A refusal is quick: only a time-out is worth remembering.
+    engine_->collapse({"com.example.a"}, nullptr);
+    run(0.2);
+    EXPECT_FALSE(engine_->isAvailable());
+    EXPECT_EQ(timedOutRecord(), stored);
+  }
 }
 
 TEST_F(NativeEngineTest, RefusedActivationFailsAtOnce) {
