@@ -231,6 +231,10 @@ DefaultsWrites encodeShelfHiddenLengths(const std::map<PerAppKey, double>& lengt
           {shelfHiddenShortDefaultsKey, lengthDictionaryUnlessEmpty(shortOfMenus)}};
 }
 
+DefaultsWrites encodeEjectionCaps(const std::map<ScreenKey, double>& capByScreen) {
+  return {{cliffEjectionCapDefaultsKey, lengthDictionaryUnlessEmpty(capByScreen)}};
+}
+
 DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state) {
   DefaultsWrites writes = encodeCliffRecord(state.cliffRecord);
   writes.merge(encodePerAppLengths(state.perAppLengths, state.menuLimitedKeys));

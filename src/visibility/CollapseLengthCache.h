@@ -83,6 +83,8 @@ inline constexpr const char* cliffMenuLimitedDefaultsKey = "com.ostrand.tarvolo.
 inline constexpr const char* cliffSearchGapDefaultsKey = "com.ostrand.tarvolo.cliff.searchGap";
 inline constexpr const char* cliffFoldTailDefaultsKey = "com.ostrand.tarvolo.cliff.foldTail";
 inline constexpr const char* cliffFoldTailBaseDefaultsKey = "com.ostrand.tarvolo.cliff.foldTailBase";
+// Screens whose collapse the system's ejection length cut short of the menus, with that length.
+inline constexpr const char* cliffEjectionCapDefaultsKey = "com.ostrand.tarvolo.cliff.ejectionCap";
 // The always-hidden separator's length on the normal expanded bar, by screen and frontmost app.
 inline constexpr const char* shelfHiddenLengthDefaultsKey = "com.ostrand.tarvolo.shelf.hiddenLength";
 // Those of them that stop short of the menus because no longer length held: as far as it gets.
@@ -112,6 +114,7 @@ DefaultsWrites encodePerAppLengths(const MenuBarVisibilityPolicy::CollapseLength
                                    const std::set<PerAppKey>& menuLimitedKeys);
 DefaultsWrites encodeFoldTails(const std::map<PerAppKey, double>& tailByPair,
                                const std::map<PerAppKey, double>& baseByPair);
+DefaultsWrites encodeEjectionCaps(const std::map<ScreenKey, double>& capByScreen);
 DefaultsWrites encodeCollapseLengths(const PersistedCollapseLengths& state);
 DefaultsWrites encodeShelfHiddenLengths(const std::map<PerAppKey, double>& lengths,
                                         const std::map<PerAppKey, double>& shortOfMenus);

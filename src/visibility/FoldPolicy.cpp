@@ -38,7 +38,16 @@ bool underfoldShouldSearch(const UnderfoldShouldSearchInput& in) {
 namespace tarvolo::FoldPlaceholderPolicy {
 
 namespace {
+
 constexpr int firstSystemWithPlaceholder = 27;
+
+// At most a third of the screen, and at least the shortest length; `kept` stays free before the menus.
+double collapsedLengthKeeping(double foldLeadingEdge, double menusRight, double screenWidth, double kept) {
+  const double screenCap = std::max(minCollapsedLength, std::floor(screenWidth * maxCollapsedScreenFraction));
+  const double room = std::max(minCollapsedLength, std::floor(foldLeadingEdge - menusRight - kept));
+  return std::min(screenCap, room);
+}
+
 }  // namespace
 
 std::string_view rawValue(Placement::Kind kind) {
@@ -56,11 +65,16 @@ bool isActive(std::optional<bool> storedEnabled, int majorVersion) {
   return majorVersion >= firstSystemWithPlaceholder && storedEnabled.value_or(true);
 }
 
+bool isActive(std::optional<bool> storedEnabled, int majorVersion, bool ejectionCapped) {
+  return (majorVersion >= firstSystemWithPlaceholder || ejectionCapped) && storedEnabled.value_or(true);
+}
+
 double collapsedLength(double foldLeadingEdge, double menusRight, double screenWidth) {
-  const double screenCap = std::max(minCollapsedLength, std::floor(screenWidth * maxCollapsedScreenFraction));
-  const double room =
-      std::max(minCollapsedLength, std::floor(foldLeadingEdge - menusRight - chevronAllowance - safetyMargin));
-  return std::min(screenCap, room);
+  return collapsedLengthKeeping(foldLeadingEdge, menusRight, screenWidth, chevronAllowance + safetyMargin);
+}
+
+double collapsedLengthWithoutChevron(double foldLeadingEdge, double menusRight, double screenWidth) {
+  return collapsedLengthKeeping(foldLeadingEdge, menusRight, screenWidth, safetyMargin);
 }
 
 double length(MenuBarPresentation presentation, double collapsedLength,

@@ -106,7 +106,12 @@ std::string_view rawValue(Placement::Kind kind);
 
 // Only on newer systems, and unless the user switched it off.
 bool isActive(std::optional<bool> storedEnabled, int majorVersion);
+// Older systems need it only on a screen where the ejection length stops the separator short of
+// the menus.
+bool isActive(std::optional<bool> storedEnabled, int majorVersion, bool ejectionCapped);
 double collapsedLength(double foldLeadingEdge, double menusRight, double screenWidth);
+// Older systems show no overflow chevron at the menus' end, so nothing is kept free for one.
+double collapsedLengthWithoutChevron(double foldLeadingEdge, double menusRight, double screenWidth);
 // `placedBesideFold` is absent until a reading has placed the item.
 double length(MenuBarPresentation presentation, double collapsedLength,
               std::optional<bool> placedBesideFold);

@@ -10,6 +10,7 @@
 #include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
 #include "native/owners/VisibilityAssertionSession.h"
+#include "visibility/FoldPolicy.h"
 
 namespace tarvolo::scenario {
 namespace {
@@ -53,6 +54,35 @@ TEST_P(CorpusTest, FirstCollapseSettlesAndASecondLaunchNeedsNoProbe) {
   ASSERT_TRUE(second.verifiedAfter);
   EXPECT_LE(*second.verifiedAfter, kRememberedCollapseBudget);
 
+}
+
+// On a display wider than the length the system ejects, the separator alone cannot reach the
+// menus: the first collapse must still hide every hidden icon, and the next launch must know the
+// length, and that it stops short, without another probe.
+TEST(WideDisplay, AnEjectionLimitedCollapseHidesEverythingAndIsNotSearchedAgain) {
+  Scenario scenario = loadScenario(scenariosDirectory() / "wide-display-ejection-limit.json");
+  ASSERT_LT(scenario.settings.osMajor, 27);
+  auto first = settleFirstCollapse(scenario, startingDefaults(scenario, std::nullopt, {}), 8);
+  EXPECT_TRUE(first.settled) << joined(first.problems);
+  EXPECT_EQ(first.searches, 1);
+  EXPECT_LE(first.probes, 12);
+  EXPECT_EQ(first.timersPending, 0u) << "work still scheduled once settled";
+
+  auto second = settleFirstCollapse(scenario, first.defaults, 3);
+  EXPECT_TRUE(second.settled) << joined(second.problems);
+  EXPECT_EQ(second.probes, 0);
+  EXPECT_EQ(second.searches, 0);
+  ASSERT_TRUE(second.verifiedAfter);
+  EXPECT_LE(*second.verifiedAfter, kRememberedCollapseBudget);
+
+  // Without the placeholder the collapse stops short, but the length is known to be the most the
+  // system allows: a relaunch holds it rather than searching again.
+  sim::SimDefaultsStore withoutPlaceholder = first.defaults;
+  withoutPlaceholder.set(std::string(FoldPlaceholderPolicy::enabledKey), DefaultsValue(false));
+  auto third = settleFirstCollapse(scenario, withoutPlaceholder, 3);
+  EXPECT_FALSE(third.problems.empty());
+  EXPECT_EQ(third.probes, 0);
+  EXPECT_EQ(third.searches, 0);
 }
 
 // Showing the hidden icons keeps the app's menus whole and the always-hidden icons hidden, on

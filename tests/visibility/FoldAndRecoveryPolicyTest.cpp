@@ -21,6 +21,18 @@ TEST(FoldPlaceholder, CollapsedLengthIsBoundedByTheRoomAndAThirdOfTheScreen) {
   EXPECT_EQ(F::collapsedLength(700, 100, 1440), 480);
   EXPECT_EQ(F::collapsedLength(400.9, 100, 1440), 248);  // 300.9 - 52, rounded down
   EXPECT_EQ(F::collapsedLength(700, 100, 30), 16);
+  // Without an overflow chevron only the safety margin is kept free: it ends 8 pt short.
+  EXPECT_EQ(F::collapsedLengthWithoutChevron(639, 300, 6016), 331);
+  EXPECT_EQ(F::collapsedLengthWithoutChevron(110, 100, 1440), 16);
+  EXPECT_EQ(F::collapsedLengthWithoutChevron(4000, 100, 1440), 480);
+}
+
+TEST(FoldPlaceholder, OlderSystemsUseItOnlyWhereTheEjectionLengthStopsTheCollapse) {
+  EXPECT_FALSE(F::isActive(std::nullopt, 15, false));
+  EXPECT_TRUE(F::isActive(std::nullopt, 15, true));
+  EXPECT_FALSE(F::isActive(false, 15, true));
+  EXPECT_TRUE(F::isActive(std::nullopt, 27, false));
+  EXPECT_EQ(F::isActive(true, 27, false), F::isActive(true, 27));
 }
 
 TEST(FoldPlaceholder, LengthPerPresentationAndPlacement) {

@@ -272,6 +272,8 @@ void CliffSearch::finishCliffSearch(double length) {
   if (menuLimited && run.pinnedGap && screens_.sizing() == Policy::PublicCollapseSizing::legacy) {
     lengths_.recordSearchGap(*run.pinnedGap);
   }
+  lastEjectionCapped_.reset();
+  if (search.hitEjection) lastEjectionCapped_ = std::make_pair(screens_.collapseScreenKey(), result);
   if (run.bundleID) {
     lengths_.settleAppLength({.bundleID = *run.bundleID,
                               .length = result,
@@ -350,6 +352,11 @@ void CliffSearch::noteCollapseVerified(bool verifiedLayoutA) {
   if (!cliffAwaitingVerification_) return;
   tally_.giveUps = Policy::cliffGiveUpsAfterSearch(tally_.giveUps, verifiedLayoutA);
   cliffAwaitingVerification_ = false;
+}
+
+std::optional<double> CliffSearch::searchedEjectionCap(const ScreenKey& screen) const {
+  if (!lastEjectionCapped_ || lastEjectionCapped_->first != screen) return std::nullopt;
+  return lastEjectionCapped_->second;
 }
 
 // --- retry campaigns -----------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/MainThreadChecker.h"
 #include "base/WeakHandle.h"
@@ -74,6 +75,10 @@ class CliffSearch {
   // counts as no give-up.
   void noteCollapseVerified(bool verifiedLayoutA);
 
+  // The last search's result on this screen when the system's ejection length, not the menus,
+  // ended it.
+  std::optional<double> searchedEjectionCap(const ScreenKey& screen) const;
+
   bool cliffSearchInFlight() const { return run_.has_value(); }
   // Probes made and searches started by every search of this run.
   int cliffProbesMade() const { return tally_.probesMade; }
@@ -135,6 +140,7 @@ class CliffSearch {
 
   std::optional<Run> run_;
   Tally tally_;
+  std::optional<std::pair<ScreenKey, double>> lastEjectionCapped_;
   std::optional<double> collapseSearchFloor_;
   unsigned long long cliffGeneration_ = 0;
   bool cliffSearchOwed_ = false;

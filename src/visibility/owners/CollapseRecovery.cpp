@@ -74,8 +74,27 @@ void CollapseRecovery::noteRejectedLength(const PerAppKey& pair, SeparatorLayout
   }
 }
 
+bool CollapseRecovery::atEjectionCap(const ScreenKey& screen, double length) {
+  // Newer systems bound the search by the status region and have the placeholder from the start.
+  if (screens_.sizing() != Policy::PublicCollapseSizing::legacy) return false;
+  constexpr double tolerance = 0.5;
+  if (auto searched = cliff_.searchedEjectionCap(screen); searched && length + tolerance >= *searched) {
+    // The placeholder, if it comes in now, fills the rest once it has been seen beside the fold.
+    if (fold_.noteEjectionCap(screen, *searched)) host_.reapplyVisibility();
+    return true;
+  }
+  auto remembered = fold_.ejectionCap(screen);
+  return remembered && length + tolerance >= *remembered;
+}
+
 bool CollapseRecovery::answerUnderfold(const PerAppKey& pair, double length,
                                        const SeparatorMeasurement& measurement) {
+  // Longer is ejected and a new search would only find the same length again.
+  if (atEjectionCap(pair.screen(), length)) {
+    MenuBarLog::log(LogLine("collapse underfold hold").add("length", length).add("reason", "ejection-cap"));
+    host_.publishFoldingEffective();
+    return true;
+  }
   auto hidden = items_.alwaysHiddenSeparatorFrame();
   auto screen = screens_.statusItemScreen();
   const double menusRight = Policy::menusRightForFold(hidden ? std::optional<double>(hidden->maxX()) : std::nullopt,

@@ -66,6 +66,8 @@ class CollapseRecovery {
                           double length);
   // True when the underfold was answered by a tail or held; false when it should search.
   bool answerUnderfold(const PerAppKey& pair, double length, const SeparatorMeasurement& measurement);
+  // Whether `length` is as long as the system lets the separator get on this screen.
+  bool atEjectionCap(const ScreenKey& screen, double length);
   void applyRecoveredLength(const PerAppKey& pair, double length, double rejected);
   void stopEjectedRecovery(const PerAppKey& pair);
   void presentMenusNotice(const PerAppKey& pair);

@@ -32,9 +32,9 @@ std::optional<double> FoldPlaceholderController::storedPosition(const std::strin
   return platform_.defaults().getDouble(positionKey(autosaveName));
 }
 
-void FoldPlaceholderController::install() {
+void FoldPlaceholderController::install(bool ejectionCapped) {
   auto enabled = platform_.defaults().getBool(std::string(Placeholder::enabledKey));
-  if (!Placeholder::isActive(enabled, platform_.system().osMajorVersion())) return;
+  if (!Placeholder::isActive(enabled, platform_.system().osMajorVersion(), ejectionCapped)) return;
   const std::string name(Placeholder::autosaveName);
   auto fold = storedPosition(foldAutosaveName_);
   auto hidden = storedPosition(hiddenAutosaveName_);
@@ -87,7 +87,10 @@ double FoldPlaceholderController::collapsedLength() const {
 }
 
 double FoldPlaceholderController::noteCollapsedRoom(double foldLeadingEdge, double menusRight, double screenWidth) {
-  double length = Placeholder::collapsedLength(foldLeadingEdge, menusRight, screenWidth);
+  const bool chevron = MenuBarVisibilityPolicy::collapseUsesStatusRegionCliff(platform_.system().osMajorVersion()) ==
+                       MenuBarVisibilityPolicy::PublicCollapseSizing::statusRegion;
+  double length = chevron ? Placeholder::collapsedLength(foldLeadingEdge, menusRight, screenWidth)
+                          : Placeholder::collapsedLengthWithoutChevron(foldLeadingEdge, menusRight, screenWidth);
   if (placedBesideFold_ == true && length != collapsedLength()) {
     platform_.defaults().set(std::string(Placeholder::collapsedLengthKey), DefaultsValue(length));
   }

@@ -11,8 +11,9 @@
 namespace tarvolo {
 
 // Owns the small status item that sits just left of the fold (the normal separator) on systems
-// that drop over-long items, and lengthens it on collapse so that the separator and it together
-// reach the application menus. Main thread only.
+// that drop over-long items, or on older ones where the ejection length stops the separator short
+// of the menus, and lengthens it on collapse so that the separator and it together reach the
+// application menus. Main thread only.
 class FoldPlaceholderController {
  public:
   // Re-creating the item moves it; after this many misplaced readings it is re-placed.
@@ -27,7 +28,8 @@ class FoldPlaceholderController {
 
   // Creates the item when the system and the user's setting call for it, with a stored position
   // between the fold's and the always-hidden separator's so that it lands beside the fold.
-  void install();
+  // `ejectionCapped`: the ejection length keeps the separator from the menus on this screen.
+  void install(bool ejectionCapped);
   bool isInstalled() const { return item_ != nullptr; }
 
   // The length for the presentation; `collapsedLength` applies only while collapsed.

@@ -20,9 +20,43 @@ FoldTails::FoldTails(Dependencies dependencies)
 FoldTails::~FoldTails() = default;
 
 void FoldTails::installFoldPlaceholder(const std::string& foldAutosaveName, const std::string& hiddenAutosaveName) {
-  foldPlaceholder_ = std::make_unique<FoldPlaceholderController>(platform_, foldAutosaveName, hiddenAutosaveName);
-  foldPlaceholder_->install();
+  placeholderAutosaveNames_ = std::make_pair(foldAutosaveName, hiddenAutosaveName);
+  // The own items come before the stored lengths are read back.
+  restoreEjectionCaps();
+  createFoldPlaceholder();
+}
+
+void FoldTails::createFoldPlaceholder() {
+  if (!placeholderAutosaveNames_) return;
+  const auto& [fold, hidden] = *placeholderAutosaveNames_;
+  foldPlaceholder_ = std::make_unique<FoldPlaceholderController>(platform_, fold, hidden);
+  foldPlaceholder_->install(ejectionCap(screens_.collapseScreenKey()).has_value());
   if (!foldPlaceholder_->isInstalled()) foldPlaceholder_.reset();
+}
+
+// --- ejection caps -----------------------------------------------------------------------------------
+
+void FoldTails::restoreEjectionCaps() {
+  auto& defaults = platform_.defaults();
+  const DefaultsReader read = [&defaults](const std::string& key) { return defaults.object(key); };
+  UnreadableCollapseKeys unreadable;
+  ejectionCapByScreen_ = decodeScreenLengths(read, cliffEjectionCapDefaultsKey, unreadable);
+  logUnreadableCollapseKeys(unreadable);
+}
+
+std::optional<double> FoldTails::ejectionCap(const ScreenKey& screen) const {
+  auto cap = ejectionCapByScreen_.find(screen);
+  if (cap == ejectionCapByScreen_.end()) return std::nullopt;
+  return cap->second;
+}
+
+bool FoldTails::noteEjectionCap(const ScreenKey& screen, double length) {
+  if (ejectionCap(screen) == length) return false;
+  ejectionCapByScreen_[screen] = length;
+  MenuBarLog::log(LogLine("ejection cap remembered").add("length", length).add("screen", screen.text()));
+  persistFoldTails();
+  if (!foldPlaceholder_) createFoldPlaceholder();
+  return true;
 }
 
 // --- tails -------------------------------------------------------------------------------------------
@@ -40,14 +74,20 @@ void FoldTails::restoreFoldTails() {
 
 void FoldTails::persistFoldTails() {
   applyDefaultsWrites(platform_.defaults(), encodeFoldTails(collapseFoldTailByPair_, collapseFoldTailBaseByPair_));
+  applyDefaultsWrites(platform_.defaults(), encodeEjectionCaps(ejectionCapByScreen_));
 }
 
 bool FoldTails::pruneToScreens(const std::vector<ScreenKey>& keeping) {
+  const auto capsBefore = ejectionCapByScreen_.size();
+  std::erase_if(ejectionCapByScreen_, [&keeping](const auto& entry) {
+    return std::find(keeping.begin(), keeping.end(), entry.first) == keeping.end();
+  });
+  const bool capsPruned = ejectionCapByScreen_.size() != capsBefore;
   PersistedCollapseLengths state{.foldTailByPair = collapseFoldTailByPair_,
                                  .foldTailBaseByPair = collapseFoldTailBaseByPair_};
   PersistedCollapseLengths pruned = state;
   pruned.prune(keeping);
-  if (pruned == state) return false;
+  if (pruned == state) return capsPruned;
   collapseFoldTailByPair_ = std::move(pruned.foldTailByPair);
   collapseFoldTailBaseByPair_ = std::move(pruned.foldTailBaseByPair);
   return true;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -37,12 +38,19 @@ class FoldTails {
   // Creates the placeholder when the system and the user's setting call for it, between the
   // items of these autosave names.
   void installFoldPlaceholder(const std::string& foldAutosaveName, const std::string& hiddenAutosaveName);
+
+  // --- screens where the ejection length keeps the separator from the menus
+  // The length the system ejects above on this screen, when it stopped a collapse short.
+  std::optional<double> ejectionCap(const ScreenKey& screen) const;
+  // Remembers it and brings in the placeholder to fill the rest; true when it was not known.
+  bool noteEjectionCap(const ScreenKey& screen, double length);
   const FoldPlaceholderController* foldPlaceholder() const { return foldPlaceholder_.get(); }
 
   // --- tails
   void restoreFoldTails();
   void persistFoldTails();
-  // Forgets the tails of screens not among `keeping`; says whether any went. Unpersisted.
+  // Forgets the tails and ejection caps of screens not among `keeping`; says whether any went.
+  // Unpersisted.
   bool pruneToScreens(const std::vector<ScreenKey>& keeping);
   std::optional<double> storedTail(const PerAppKey& pair) const;
   bool tailRejected(const PerAppKey& pair) const { return collapseFoldTailRejected_.count(pair) > 0; }
@@ -79,6 +87,9 @@ class FoldTails {
   std::string ownFramesSummary() const;
 
  private:
+  void restoreEjectionCaps();
+  void createFoldPlaceholder();
+
   platform::Platform& platform_;
   const SeparatorItems& items_;
   const CollapseScreens& screens_;
@@ -89,7 +100,9 @@ class FoldTails {
   std::map<PerAppKey, double> collapseFoldTailBaseByPair_;
   std::set<PerAppKey> collapseFoldTailVerified_;
   std::set<PerAppKey> collapseFoldTailRejected_;
+  std::map<ScreenKey, double> ejectionCapByScreen_;
   std::unique_ptr<FoldPlaceholderController> foldPlaceholder_;
+  std::optional<std::pair<std::string, std::string>> placeholderAutosaveNames_;  // fold, hidden
   int placeholderRereads_ = 0;
 };
 
