@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
 
 #include "app/AppEnvironment.h"
@@ -96,17 +97,26 @@ struct PickZone {
   }
 };
 
+// A button of the About tab, pressed where the tab shows it; `offered` reads whether it does.
+std::optional<std::string> pressAboutButton(StepContext& context,
+                                            const std::optional<std::string> platform::PreferencesAboutState::*offered,
+                                            const std::function<void()> platform::PreferencesCallbacks::*button,
+                                            const char* missing) {
+  const auto* window = openWindow(context);
+  const auto& state = context.desktop().userInterface().preferences().lastState();
+  if (!window || !state) return std::string(kNotOpen);
+  if (state->tab != platform::PreferencesTab::about) return std::string("the About tab is not shown");
+  if (!(state->about.*offered)) return std::string(missing);
+  press(window->*button);
+  return std::nullopt;
+}
+
 // The About tab's button that checks for a new version now.
 struct AboutCheckForUpdates {
   std::string describe() const { return "about check for updates"; }
   std::optional<std::string> perform(StepContext& context) const {
-    const auto* window = openWindow(context);
-    const auto& state = context.desktop().userInterface().preferences().lastState();
-    if (!window || !state) return std::string(kNotOpen);
-    if (state->tab != platform::PreferencesTab::about) return std::string("the About tab is not shown");
-    if (!state->about.checkForUpdatesTitle) return std::string("About offers no update check");
-    press(window->checkForUpdates);
-    return std::nullopt;
+    return pressAboutButton(context, &platform::PreferencesAboutState::checkForUpdatesTitle,
+                            &platform::PreferencesCallbacks::checkForUpdates, "About offers no update check");
   }
 };
 
@@ -114,13 +124,8 @@ struct AboutCheckForUpdates {
 struct AboutCopyDiagnostics {
   std::string describe() const { return "about copy diagnostics"; }
   std::optional<std::string> perform(StepContext& context) const {
-    const auto* window = openWindow(context);
-    const auto& state = context.desktop().userInterface().preferences().lastState();
-    if (!window || !state) return std::string(kNotOpen);
-    if (state->tab != platform::PreferencesTab::about) return std::string("the About tab is not shown");
-    if (!state->about.copyDiagnosticsTitle) return std::string("About offers no diagnostics");
-    press(window->copyDiagnostics);
-    return std::nullopt;
+    return pressAboutButton(context, &platform::PreferencesAboutState::copyDiagnosticsTitle,
+                            &platform::PreferencesCallbacks::copyDiagnostics, "About offers no diagnostics");
   }
 };
 
