@@ -145,19 +145,38 @@ bool ownerMatches(std::string_view ownerName, std::string_view appName, std::str
 }
 
 OwnerIndex indexOwners(std::span<const ForeignMenuBarWindow> windows) {
+  // An application's icons all carry its owner name and tend to follow one another in the list:
+  // the list is walked run by run of one name, and each distinct name is folded once.
+  auto runEnd = [&](std::size_t start) {
+    std::size_t end = start + 1;
+    while (end < windows.size() && windows[end].ownerName == windows[start].ownerName) ++end;
+    return end;
+  };
+  std::size_t runs = 0;
+  for (std::size_t start = 0; start < windows.size(); start = runEnd(start)) ++runs;
+
   OwnerIndex index;
-  // An application's icons all carry its owner name: each distinct name is folded once. The
-  // entries point into the index, whose nodes stay put as it grows; null marks a name never matched.
+  index.statusItems.reserve(runs);
+  // The entries point into the index, whose nodes stay put as it grows; null marks a name never
+  // matched.
   std::unordered_map<std::string_view, std::vector<std::size_t>*> byRawName;
-  for (std::size_t position = 0; position < windows.size(); ++position) {
-    const ForeignMenuBarWindow& window = windows[position];
-    if (!looksLikeStatusItem(window)) continue;
-    auto [entry, added] = byRawName.try_emplace(window.ownerName, nullptr);
+  byRawName.reserve(runs);
+  for (std::size_t start = 0, end = 0; start < windows.size(); start = end) {
+    end = runEnd(start);
+    const auto first = std::find_if(windows.begin() + start, windows.begin() + end, looksLikeStatusItem);
+    if (first == windows.begin() + end) continue;
+    auto [entry, added] = byRawName.try_emplace(first->ownerName, nullptr);
     if (added) {
-      std::string owner = comparisonForm(window.ownerName);
+      std::string owner = comparisonForm(first->ownerName);
       if (!owner.empty() && !systemOwners().contains(owner)) entry->second = &index.statusItems[std::move(owner)];
     }
-    if (entry->second) entry->second->push_back(position);
+    std::vector<std::size_t>* positions = entry->second;
+    if (!positions) continue;
+    // A name seen in one run only, the usual case, is sized once; a recurring one grows as usual.
+    if (positions->empty()) positions->reserve(end - start);
+    for (auto window = first; window != windows.begin() + end; ++window) {
+      if (looksLikeStatusItem(*window)) positions->push_back(static_cast<std::size_t>(window - windows.begin()));
+    }
   }
   return index;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 #include "base/Log.h"
 #include "base/Text.h"
@@ -215,6 +216,10 @@ void StatusItemManager::scanRunningApplications() {
     accepted.push_back({.item = std::move(item), .id = std::move(id), .ownerNames = std::move(names)});
   }
   scanned_ = std::move(accepted);
+  scannedByKey_.resize(scanned_.size());
+  std::iota(scannedByKey_.begin(), scannedByKey_.end(), std::size_t{0});
+  std::sort(scannedByKey_.begin(), scannedByKey_.end(),
+            [&](std::size_t a, std::size_t b) { return scanned_[a].id.key() < scanned_[b].id.key(); });
   notices_.noteFound(found);
 
   // Zones of applications that quit say nothing any more.
@@ -290,13 +295,23 @@ void StatusItemManager::refreshAttributedMenuBarApps() {
 }
 
 void StatusItemManager::attributeFromWindows(const PlacementPolicy::OwnerIndex& owners) {
-  std::set<std::string> attributed;
-  for (const auto& app : scanned_) {
+  // Mostly nothing changed since the last refresh: the keys are gathered in the published set's
+  // order and compared first, and a new set is built only when they differ.
+  std::vector<const std::string*> found;
+  found.reserve(scannedByKey_.size());
+  for (std::size_t index : scannedByKey_) {
+    const ScannedApp& app = scanned_[index];
     if (PlacementPolicy::firstStatusItemOf(owners, app.ownerNames, [](std::size_t) { return true; })) {
-      attributed.insert(app.id.key());
+      found.push_back(&app.id.key());
     }
   }
-  if (attributed == attributedBundleIDs.get()) return;
+  const auto& published = attributedBundleIDs.get();
+  if (std::equal(published.begin(), published.end(), found.begin(), found.end(),
+                 [](const std::string& kept, const std::string* key) { return kept == *key; })) {
+    return;
+  }
+  std::set<std::string> attributed;
+  for (const std::string* key : found) attributed.insert(attributed.end(), *key);
   MenuBarLog::log(LogLine("catalog attributed").add("count", attributed.size()).add("bundles", attributed));
   attributedBundleIDs = std::move(attributed);
   publishCatalog();
@@ -336,16 +351,25 @@ void StatusItemManager::observeZonesFromWindows(const std::vector<ForeignMenuBar
   auto onStatusItemScreen = [&](std::size_t position) {
     return PlacementPolicy::isOnStatusItemScreen(windows[position], screenMinX, screenMaxX);
   };
-  std::map<std::string, std::string> zones;
+  // Gathered in the published map's order, so an unchanged bar costs no new map.
+  std::vector<std::pair<const std::string*, std::string>> found;
+  found.reserve(scannedByKey_.size());
   // Every scanned application has its row in one of the two sections.
-  for (const auto& app : scanned_) {
+  for (std::size_t index : scannedByKey_) {
+    const ScannedApp& app = scanned_[index];
     // Only the first window in window-list order on the bar's screen speaks for the application.
     const auto first = PlacementPolicy::firstStatusItemOf(owners, app.ownerNames, onStatusItemScreen);
     if (!first) continue;
     auto zone = PlacementPolicy::zoneShownAt(windows[*first], *anchors, expandedLength);
-    if (zone) zones.emplace(app.id.key(), std::move(*zone));
+    if (zone) found.emplace_back(&app.id.key(), std::move(*zone));
   }
-  if (zones == observedZones.get()) return;
+  const auto& published = observedZones.get();
+  if (std::equal(published.begin(), published.end(), found.begin(), found.end(),
+                 [](const auto& kept, const auto& seen) { return kept.first == *seen.first && kept.second == seen.second; })) {
+    return;
+  }
+  std::map<std::string, std::string> zones;
+  for (auto& [key, zone] : found) zones.emplace_hint(zones.end(), *key, std::move(zone));
   LogLine line("zones observed");
   line.add("count", zones.size());
   for (const auto& [bundle, zone] : zones) line.add(bundle, zone);

@@ -173,6 +173,9 @@ class StatusItemManager {
 
   // Every application the last scan accepted, in workspace order.
   std::vector<ScannedApp> scanned_;
+  // Positions in `scanned_` by bundle key: the order the published sets and maps keep, so a
+  // refresh can compare what it found with them before building new ones.
+  std::vector<std::size_t> scannedByKey_;
   AccessibleIconReader iconReader_;
   // A reading was asked for zones too, not only for attribution.
   bool zonesWanted_ = false;
