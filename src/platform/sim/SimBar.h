@@ -90,6 +90,8 @@ class SimBar {
   const SimItemState* ownItem(const std::string& autosaveName) const;
   std::vector<const SimItemState*> itemsOf(int pid) const;
   std::vector<const SimItemState*> allItems() const;
+  // Every item the bar holds, removed ones included: a bound for what a reading may list.
+  std::size_t itemCapacity() const { return items_.size(); }
   // Another application's on-screen item drawn at a point of top-left global space (not under
   // the notch).
   const SimItemState* foreignItemAt(Point topLeft) const;

@@ -42,28 +42,38 @@ std::string SimWindowList::processName(const std::string& bundleId, const std::s
 void SimWindowList::appendStatusItemWindows(std::vector<platform::WindowInfo>& out) const {
   const bool uniformOwner = desktopSettings_.osMajor >= kUniformOwnerFromOSMajor;
   auto items = bar_.allItems();
-  // The server lists the most recently ordered-in window first.
-  std::stable_sort(items.begin(), items.end(),
-                   [](const SimItemState* a, const SimItemState* b) { return a->creationOrder > b->creationOrder; });
+  // The server lists the most recently ordered-in window first. The bar keeps its items in the
+  // order they were made, so reading it backwards mostly spares the sort.
+  auto newerFirst = [](const SimItemState* a, const SimItemState* b) { return a->creationOrder > b->creationOrder; };
+  std::reverse(items.begin(), items.end());
+  if (!std::is_sorted(items.begin(), items.end(), newerFirst)) std::stable_sort(items.begin(), items.end(), newerFirst);
+  // An application's items follow one another: its process name is looked up once per run.
+  std::optional<int> namedPid;
+  std::string pidName;
   for (const SimItemState* item : items) {
     // An item the system gives no place has a window, but none on screen.
     if (item->unplaced) continue;
     auto frame = bar_.reportedFrame(*item);
     if (!frame) continue;
-    platform::WindowInfo window{
-        .ownerPid = item->ownerPid, .bounds = screens_.topLeftFrame(*frame), .layer = SimWindowLayer::statusItem};
+    platform::WindowInfo& window = out.emplace_back();
+    window.ownerPid = item->ownerPid;
+    window.bounds = screens_.topLeftFrame(*frame);
+    window.layer = SimWindowLayer::statusItem;
     if (uniformOwner) {
       window.ownerName = settings_.systemItemsOwner;
     } else if (item->ownerPid == kOwnPid) {
       window.ownerName = "Tarvolo";
       window.title = item->autosaveName;
     } else {
-      auto bundle = processes_.bundleIdOfPid(item->ownerPid);
-      const SimAppSetup* app = processes_.appOfPid(item->ownerPid);
-      window.ownerName = processName(bundle.value_or(""), app ? app->name : std::string());
+      if (namedPid != item->ownerPid) {
+        auto bundle = processes_.bundleIdOfPid(item->ownerPid);
+        const SimAppSetup* app = processes_.appOfPid(item->ownerPid);
+        pidName = processName(bundle.value_or(""), app ? app->name : std::string());
+        namedPid = item->ownerPid;
+      }
+      window.ownerName = pidName;
       window.title = item->autosaveName;
     }
-    out.push_back(std::move(window));
   }
 }
 
@@ -101,6 +111,9 @@ std::optional<std::vector<platform::WindowInfo>> SimWindowList::onScreenWindows(
   if (!settings_.available) return std::nullopt;
   std::vector<platform::WindowInfo> out;
   auto screens = screens_.infos();
+  // A bound on every part below (the menu, the items, three system items, a bar and two desktop
+  // windows per screen, a window per application), so the list is allocated once.
+  out.reserve(1 + extraWindows_.size() + bar_.itemCapacity() + 3 + 3 * screens.size() + processes_.apps().size());
 
   // Front to back: an open menu, hand-placed windows above the bar, the items, the bars, the
   // applications' windows and finally the desktop.
