@@ -115,6 +115,55 @@ TEST(SimWindowList, ProcessNamesCanDifferFromDisplayNames) {
   EXPECT_EQ(ownedBy(windows, "Notes", SimWindowLayer::statusItem), nullptr);
 }
 
+std::vector<std::string> itemOwners(const SimDesktop& desktop) {
+  std::vector<std::string> owners;
+  for (const auto& window : layer(*desktop.windowList().onScreenWindows(DesktopElements::exclude),
+                                  SimWindowLayer::statusItem)) {
+    if (window.ownerPid >= 500) owners.push_back(window.ownerName + "/" + window.title.value_or(""));
+  }
+  return owners;
+}
+
+// Each reading is built from the desktop as it stands: newest item first, each named by its own
+// process, whatever launched, quit, moved or was renamed since the last one.
+TEST(SimWindowList, EveryReadingFollowsTheDesktopNewestItemFirst) {
+  auto desktop = makeDesktop(15);
+  EXPECT_EQ(itemOwners(*desktop), (std::vector<std::string>{"Clip/Item-0", "Notes/Item-0"}));
+
+  SimAppSetup pair = iconApp("com.example.pair", "Pair", 30);
+  pair.items.push_back(SimItemSetup{.width = 26, .position = 31});
+  pair.running = false;
+  desktop->addApp(std::move(pair));
+  desktop->launchApp("com.example.pair");
+  desktop->terminateApp("com.example.notes");
+  desktop->launchApp("com.example.notes");
+  desktop->queue().runFor(1);
+  EXPECT_EQ(itemOwners(*desktop),
+            (std::vector<std::string>{"Notes/Item-0", "Pair/Item-1", "Pair/Item-0", "Clip/Item-0"}));
+
+  desktop->terminateApp("com.example.pair");
+  desktop->windowList().setProcessName("com.example.clip", "clipd");
+  EXPECT_EQ(itemOwners(*desktop), (std::vector<std::string>{"Notes/Item-0", "clipd/Item-0"}));
+
+  auto clipBounds = [&] {
+    auto windows = *desktop->windowList().onScreenWindows(DesktopElements::exclude);
+    const WindowInfo* clip = ownedBy(windows, "clipd", SimWindowLayer::statusItem);
+    return clip ? clip->bounds : std::nullopt;
+  };
+  const auto before = clipBounds();
+  ASSERT_TRUE(before);
+  ASSERT_TRUE(desktop->resizeFirstItem("com.example.clip", 44));
+  // The server reports a new frame only once the frame latency has passed.
+  EXPECT_EQ(clipBounds(), before);
+  desktop->queue().runFor(1);
+  EXPECT_EQ(clipBounds()->width, 44);
+
+  const double x = clipBounds()->x;
+  desktop->setScreens({{.width = 1440, .height = 900}});
+  desktop->queue().runFor(1);
+  EXPECT_EQ(clipBounds()->x, x - (1920 - 1440));
+}
+
 TEST(SimAccessibility, ItemsMatchTheWindowListAndNeedTrust) {
   auto desktop = makeDesktop(15);
   int pid = *desktop->processes().pidOf("com.example.notes");
