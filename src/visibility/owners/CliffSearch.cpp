@@ -169,13 +169,22 @@ void CliffSearch::tightenCliffCeiling(double edge) {
 }
 
 // Before macOS 27 the bracket spans the whole room left of the separator; where the menus' end is
-// known, the first probes aim at it so the wide bracket costs no extra probes.
+// known, the first two probes land either side of it, close enough that their verdicts settle
+// the search. From macOS 27 the system lays out up to its half-screen limit, which the ceiling
+// already keeps under: the ceiling goes first and usually settles the search alone.
 void CliffSearch::aimAtMenus(double edge) {
-  if (!run_ || screens_.sizing() != Policy::PublicCollapseSizing::legacy) return;
+  if (!run_) return;
+  auto& search = run_->search;
+  if (screens_.sizing() != Policy::PublicCollapseSizing::legacy) {
+    search.opening = search.high;
+    MenuBarLog::log(LogLine("search aim").integer("ceiling", search.high));
+    return;
+  }
   auto menusRight = platform_.workspace().applicationMenusMaxX();
   if (!menusRight || *menusRight >= edge) return;
-  run_->search.menusMeetLength = edge - *menusRight;
-  MenuBarLog::log(LogLine("search aim").integer("meet", *run_->search.menusMeetLength).add("menusRight", *menusRight));
+  search.menusMeetLength = edge - *menusRight;
+  search.aimMargin = search.precision / 2;
+  MenuBarLog::log(LogLine("search aim").integer("meet", *search.menusMeetLength).add("menusRight", *menusRight));
 }
 
 // --- probing -------------------------------------------------------------------------------------------
