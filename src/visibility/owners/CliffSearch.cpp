@@ -56,12 +56,18 @@ void CliffSearch::startCliffSearchIfNeeded(const CollapseAttempt& attempt) {
   searchUnlessRemembered(PerAppKey(attempt.screenKey, attempt.frontmostBundleID));
 }
 
+bool CliffSearch::remembers(const PerAppKey& pair) const {
+  const auto& lengths = lengths_.perAppLengths();
+  return lengths_.cliffRecordForCurrentScreens() || lengths.length(pair) || lengths.knownGoodMin(pair.screen());
+}
+
+bool CliffSearch::collapseLengthUnmeasured() const {
+  return !remembers(PerAppKey(screens_.collapseScreenKey(), chooser_.frontmostBundleID()));
+}
+
 void CliffSearch::searchUnlessRemembered(const PerAppKey& pair) {
   if (run_.has_value() || bar_.presentation != MenuBarPresentation::collapsed) return;
-  const auto& lengths = lengths_.perAppLengths();
-  bool remembered =
-      lengths_.cliffRecordForCurrentScreens() || lengths.length(pair) || lengths.knownGoodMin(pair.screen());
-  if (remembered && !cliffSearchOwed_) return;
+  if (remembers(pair) && !cliffSearchOwed_) return;
   beginCliffSearch(pendingStart());
 }
 
@@ -104,6 +110,9 @@ bool CliffSearch::beginCliffSearch(Start start) {
 
   items_.setSeparatorTitle("");
   items_.setSeparatorLength(Policy::cliffBaselineLength);
+  // A long always-hidden separator would push the app's menus aside while the baseline and the
+  // menus' end are read, and would be what the probes' verdicts measure on narrow screens.
+  items_.setAlwaysHiddenSeparatorLength(Policy::cliffBaselineLength);
   MenuBarLog::log(LogLine("search begin")
                       .integer("low", run_->search.low)
                       .integer("high", run_->search.high)
