@@ -9,7 +9,6 @@
 #include "harness/Corpus.h"
 #include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
-#include "native/owners/VisibilityAssertionSession.h"
 #include "visibility/FoldPolicy.h"
 
 namespace tarvolo::scenario {
@@ -29,16 +28,9 @@ std::string joined(const std::vector<std::string>& lines) {
 
 class CorpusTest : public ::testing::TestWithParam<fs::path> {};
 
-// A system that never answers an activation costs its time-out before the own separators hide.
-double silenceAllowance(const Scenario& scenario) {
-  const auto& mode = scenario.settings.assessmentMode;
-  const bool silent = mode.offered && mode.activation == sim::SimActivation::neverCompletes;
-  return silent ? VisibilityAssertionSession::activationTimeout : 0;
-}
-
 TEST_P(CorpusTest, FirstCollapseSettlesAndASecondLaunchNeedsNoProbe) {
   Scenario scenario = loadScenario(GetParam());
-  const double allowance = silenceAllowance(scenario);
+  const double allowance = nativeTimeoutAllowance(scenario);
   auto first = settleFirstCollapse(scenario, startingDefaults(scenario, std::nullopt, {}),
                                    kFirstCollapseBudget + allowance + 2);
   EXPECT_TRUE(first.settled) << joined(first.problems);
@@ -91,7 +83,7 @@ class ExpandedBarTest : public ::testing::TestWithParam<fs::path> {};
 
 TEST_P(ExpandedBarTest, KeepsMenusAndAlwaysHiddenIconsColdAndWarm) {
   Scenario scenario = loadScenario(GetParam());
-  const double allowance = silenceAllowance(scenario);
+  const double allowance = nativeTimeoutAllowance(scenario);
   auto cold = settleFirstCollapse(scenario, startingDefaults(scenario, std::nullopt, {}),
                                   kFirstCollapseBudget + allowance + 2);
   ASSERT_TRUE(cold.settled) << joined(cold.problems);
