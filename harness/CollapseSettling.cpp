@@ -112,7 +112,10 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   auto watchTitles = [&](double step) {
     const int dropped = session.desktop().bar().menuTitlesDropped();
     const auto* controller = session.controller();
-    const bool probing = controller && controller->collapseEngine().cliff().cliffSearchInFlight();
+    // The probe is the one long item only while the always-hidden separator stands short.
+    const auto* deep = session.desktop().bar().ownItem(OwnStatusItems::alwaysHiddenAutosaveName);
+    const bool probing = controller && controller->collapseEngine().cliff().cliffSearchInFlight() &&
+                         (!deep || deep->length <= StatusBarController::expandedSeparatorLength);
     auto& tally = probing ? result.titlesDroppedByProbes : result.titlesDropped;
     tally.most = std::max(tally.most, dropped);
     if (dropped > 0) tally.seconds += step;

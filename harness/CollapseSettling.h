@@ -45,7 +45,7 @@ struct CollapseSettling {
   // Menu titles the bar dropped during the run, read right after launch and at every watch step
   // of 0.05 s: the most at once and for how long any were dropped. A probe past the menus' end
   // drops one on purpose, as that is how the search learns the menus limit it: those are kept
-  // apart.
+  // apart, as long as the probe is the one long item in the bar.
   struct TitlesDropped {
     int most = 0;
     double seconds = 0;

@@ -37,6 +37,9 @@ TEST_P(CorpusTest, FirstCollapseSettlesAndASecondLaunchNeedsNoProbe) {
   EXPECT_LE(first.seconds, kFirstCollapseBudget + allowance);
   EXPECT_LE(first.probes, kProbeBudget);
   EXPECT_EQ(first.timersPending, 0u) << "work still scheduled once settled";
+  // Only a probe past the menus' end may push a title aside, for as long as it is read.
+  EXPECT_EQ(first.titlesDropped.most, 0);
+  EXPECT_LE(first.titlesDroppedByProbes.seconds, 0.2 * first.probes + 1e-9);
 
   // A time-out is remembered too: the second launch does not wait for the system again.
   auto second = settleFirstCollapse(scenario, first.defaults, 2);
