@@ -1,10 +1,12 @@
 #include "harness/CollapseSettling.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "harness/ScenarioRunner.h"
 #include "harness/SimSession.h"
 #include "native/owners/NativeVisibilityEngine.h"
+#include "native/owners/VisibilityAssertionSession.h"
 #include "statusbar/StatusBarController.h"
 
 namespace tarvolo::scenario {
@@ -92,6 +94,12 @@ int countLogLines(const sim::SimDesktop& desktop, const std::string& needle, std
   return count;
 }
 
+double nativeTimeoutAllowance(const Scenario& scenario) {
+  const auto& mode = scenario.settings.assessmentMode;
+  const bool silent = mode.offered && mode.activation == sim::SimActivation::neverCompletes;
+  return silent ? VisibilityAssertionSession::activationTimeout : 0;
+}
+
 CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsStore defaults, double limit) {
   auto desktop = makeDesktop(scenario);
   desktop->replaceDefaults(std::move(defaults));
@@ -100,9 +108,23 @@ CollapseSettling settleFirstCollapse(const Scenario& scenario, sim::SimDefaultsS
   const double start = session.now();
   const std::size_t timersBefore = session.queue().executedCount();
   session.launch();
+  // Counted in whole steps: a drop seen at one reading counts until the next.
+  auto watchTitles = [&](double step) {
+    const int dropped = session.desktop().bar().menuTitlesDropped();
+    const auto* controller = session.controller();
+    // The probe is the one long item only while the always-hidden separator stands short.
+    const auto* deep = session.desktop().bar().ownItem(OwnStatusItems::alwaysHiddenAutosaveName);
+    const bool probing = controller && controller->collapseEngine().cliff().cliffSearchInFlight() &&
+                         (!deep || deep->length <= StatusBarController::expandedSeparatorLength);
+    auto& tally = probing ? result.titlesDroppedByProbes : result.titlesDropped;
+    tally.most = std::max(tally.most, dropped);
+    if (dropped > 0) tally.seconds += step;
+  };
   std::optional<double> settledAt;
   while (session.now() - start < limit - 1e-9) {
-    session.runFor(std::min(kWatchStep, limit - (session.now() - start)));
+    const double step = std::min(kWatchStep, limit - (session.now() - start));
+    watchTitles(step);
+    session.runFor(step);
     auto* controller = session.controller();
     if (!result.verifiedAfter && controller && controller->collapseEngine().verifier().collapseVerifiedAt()) {
       result.verifiedAfter = *controller->collapseEngine().verifier().collapseVerifiedAt() - start;

@@ -42,10 +42,24 @@ struct CollapseSettling {
   std::vector<std::string> steppedDownShelfProblems;
   // Probes of the always-hidden length's search on the expanded bars.
   int shelfProbes = 0;
+  // Menu titles the bar dropped during the run, read right after launch and at every watch step
+  // of 0.05 s: the most at once and for how long any were dropped. A probe past the menus' end
+  // drops one on purpose, as that is how the search learns the menus limit it: those are kept
+  // apart, as long as the probe is the one long item in the bar.
+  struct TitlesDropped {
+    int most = 0;
+    double seconds = 0;
+  };
+  TitlesDropped titlesDropped;          // outside the search's probes
+  TitlesDropped titlesDroppedByProbes;  // while a search was probing
   std::size_t timersRun = 0;
   std::size_t timersPending = 0;      // at the end of the run
   sim::SimDefaultsStore defaults;     // what Tarvolo stored, for a second launch
 };
+
+// Seconds a desktop's system costs before the own separators may hide: one that never answers
+// the allow-list's activation is waited for until its time-out.
+double nativeTimeoutAllowance(const Scenario& scenario);
 
 // Launches Tarvolo on the scenario's desktop with `defaults` as its store and runs `limit`
 // seconds of virtual time, watching the first collapse. The scenario's steps are not run.

@@ -68,7 +68,7 @@ class OwnStatusItems final : public SeparatorItems {
   void popUpToggleMenu(const platform::Menu& menu);
 
   // --- lengths
-  void setAlwaysHiddenSeparatorLength(double length);
+  void setAlwaysHiddenSeparatorLength(double length) override;
   double alwaysHiddenSeparatorLength() const;
 
   // --- frames

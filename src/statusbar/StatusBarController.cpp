@@ -481,6 +481,15 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
   if (presentation == MenuBarPresentation::shelfExpanded) {
     plan.alwaysHiddenSeparatorLength = engine_.shelf().lengthForShelf(plan.alwaysHiddenSeparatorLength);
   }
+  // On a cold start only a guess at the collapse length exists until the start-up collapse
+  // searches, and on a narrow screen the guess pushes the app's menus aside: the separators wait
+  // short. The search keeps the always-hidden one short too, so its readings see one long item.
+  const bool awaitingSearch = presentation == MenuBarPresentation::collapsed && !campaign_.startupCollapseAllowed() &&
+                              engine_.cliff().collapseLengthUnmeasured();
+  if (awaitingSearch) plan.normalSeparatorLength = expandedSeparatorLength;
+  if (awaitingSearch || searching) {
+    plan.alwaysHiddenSeparatorLength = std::min(plan.alwaysHiddenSeparatorLength, expandedSeparatorLength);
+  }
 
   if (!searching) items_.setSeparatorLength(plan.normalSeparatorLength);
   items_.setAlwaysHiddenSeparatorLength(plan.alwaysHiddenSeparatorLength);
@@ -501,7 +510,9 @@ void StatusBarController::applyVisibility(double collapseLength, std::function<v
   engine_.applyFoldPlaceholder(presentation, plan.normalSeparatorLength);
   engine_.applyHiddenPlaceholder(presentation, plan.alwaysHiddenSeparatorLength);
   publishFoldingEffective(collapseLength);
-  if (presentation == MenuBarPresentation::collapsed && !searching) engine_.verifier().scheduleCollapsedCliffVerify();
+  if (presentation == MenuBarPresentation::collapsed && !searching && !awaitingSearch) {
+    engine_.verifier().scheduleCollapsedCliffVerify();
+  }
   if (presentation == MenuBarPresentation::shelfExpanded) engine_.shelf().scheduleShelfHiddenVerify();
   scheduleFoldingCheck();
   // Icons are read again once the new lengths have settled.

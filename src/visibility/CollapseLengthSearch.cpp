@@ -14,8 +14,12 @@ CollapseLengthSearch CollapseLengthSearch::starting(double upperBound, std::opti
 
 std::optional<double> CollapseLengthSearch::nextProbe() const {
   if (isFinished()) return std::nullopt;
+  if (opening) {
+    const double probe = std::floor(*opening);
+    if (probe > low && probe <= high) return probe;
+  }
   if (menusMeetLength) {
-    for (double aim : {*menusMeetLength - collapseLengthSafetyMargin, *menusMeetLength + collapseLengthSafetyMargin}) {
+    for (double aim : {*menusMeetLength - aimMargin, *menusMeetLength + aimMargin}) {
       const double probe = std::floor(aim);
       if (probe > low && probe < high) return probe;
     }
@@ -25,6 +29,8 @@ std::optional<double> CollapseLengthSearch::nextProbe() const {
 
 CollapseLengthSearch CollapseLengthSearch::advancing(SeparatorLayoutVerdict verdict, double probe) const {
   CollapseLengthSearch next = *this;
+  // Tried once: an ejection at the bracket's top leaves the bracket as it was.
+  if (opening && probe == std::floor(*opening)) next.opening.reset();
   switch (verdict) {
     case SeparatorLayoutVerdict::laidOut:
     case SeparatorLayoutVerdict::shifted:

@@ -25,13 +25,19 @@ struct CollapseLengthSearch {
   // they end. Probes aim just short of it and just past it before bisecting; the verdicts still
   // move the bracket.
   std::optional<double> menusMeetLength;
+  // How far short of and past the meeting point the aimed probes land. Half the precision lets
+  // two verdicts close the bracket.
+  double aimMargin = collapseLengthSafetyMargin;
+  // A length tried before any other, where the system's own limit is expected to hold: one
+  // verdict there may finish the search. Dropped once it has been judged.
+  std::optional<double> opening;
 
   // A new search below `upperBound`. A floor already proven to hide becomes the low end.
   static CollapseLengthSearch starting(double upperBound, std::optional<double> floor);
 
   bool isFinished() const { return high - low <= precision; }
-  // The next length to try; absent once the search is finished. An aim inside the open bracket
-  // goes first; otherwise the bracket's middle.
+  // The next length to try; absent once the search is finished. The opening goes first, then an
+  // aim inside the open bracket; otherwise the bracket's middle.
   std::optional<double> nextProbe() const;
   CollapseLengthSearch advancing(SeparatorLayoutVerdict verdict, double probe) const;
   // The application menus, not the system, set the limit.

@@ -9,7 +9,6 @@
 #include "harness/Corpus.h"
 #include "harness/ScenarioParser.h"
 #include "harness/ScenarioRunner.h"
-#include "native/owners/VisibilityAssertionSession.h"
 #include "visibility/FoldPolicy.h"
 
 namespace tarvolo::scenario {
@@ -29,22 +28,18 @@ std::string joined(const std::vector<std::string>& lines) {
 
 class CorpusTest : public ::testing::TestWithParam<fs::path> {};
 
-// A system that never answers an activation costs its time-out before the own separators hide.
-double silenceAllowance(const Scenario& scenario) {
-  const auto& mode = scenario.settings.assessmentMode;
-  const bool silent = mode.offered && mode.activation == sim::SimActivation::neverCompletes;
-  return silent ? VisibilityAssertionSession::activationTimeout : 0;
-}
-
 TEST_P(CorpusTest, FirstCollapseSettlesAndASecondLaunchNeedsNoProbe) {
   Scenario scenario = loadScenario(GetParam());
-  const double allowance = silenceAllowance(scenario);
+  const double allowance = nativeTimeoutAllowance(scenario);
   auto first = settleFirstCollapse(scenario, startingDefaults(scenario, std::nullopt, {}),
                                    kFirstCollapseBudget + allowance + 2);
   EXPECT_TRUE(first.settled) << joined(first.problems);
   EXPECT_LE(first.seconds, kFirstCollapseBudget + allowance);
   EXPECT_LE(first.probes, kProbeBudget);
   EXPECT_EQ(first.timersPending, 0u) << "work still scheduled once settled";
+  // Only a probe past the menus' end may push a title aside, for as long as it is read.
+  EXPECT_EQ(first.titlesDropped.most, 0);
+  EXPECT_LE(first.titlesDroppedByProbes.seconds, 0.2 * first.probes + 1e-9);
 
   // A time-out is remembered too: the second launch does not wait for the system again.
   auto second = settleFirstCollapse(scenario, first.defaults, 2);
@@ -91,7 +86,7 @@ class ExpandedBarTest : public ::testing::TestWithParam<fs::path> {};
 
 TEST_P(ExpandedBarTest, KeepsMenusAndAlwaysHiddenIconsColdAndWarm) {
   Scenario scenario = loadScenario(GetParam());
-  const double allowance = silenceAllowance(scenario);
+  const double allowance = nativeTimeoutAllowance(scenario);
   auto cold = settleFirstCollapse(scenario, startingDefaults(scenario, std::nullopt, {}),
                                   kFirstCollapseBudget + allowance + 2);
   ASSERT_TRUE(cold.settled) << joined(cold.problems);

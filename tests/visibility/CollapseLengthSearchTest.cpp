@@ -60,6 +60,45 @@ TEST(CollapseLengthSearch, AdvancingFollowsTheVerdict) {
   EXPECT_FALSE(s.advancing(V::menusEvicted, 150).advancing(V::ejected, 120).isMenuLimited());
 }
 
+TEST(CollapseLengthSearch, AimsHalfThePrecisionEitherSideOfTheMenusSettleInTwoVerdicts) {
+  CollapseLengthSearch aimed = CollapseLengthSearch::starting(1072, std::nullopt);
+  aimed.menusMeetLength = 560;
+  aimed.aimMargin = aimed.precision / 2;
+  for (double cliff : {556.0, 559.0, 560.0, 563.0}) {
+    const auto run = runAgainstCliff(aimed, cliff, V::menusEvicted);
+    EXPECT_EQ(run.probes, 2) << cliff;
+    EXPECT_TRUE(run.search.isFinished()) << cliff;
+    EXPECT_TRUE(run.search.isMenuLimited()) << cliff;
+    EXPECT_EQ(run.search.low, 556) << cliff;
+  }
+  // Wherever the limit really is, the verdicts still lead the bracket to it.
+  for (double cliff : {300.0, 540.0, 900.0}) {
+    const auto run = runAgainstCliff(aimed, cliff);
+    EXPECT_TRUE(run.search.isFinished()) << cliff;
+    EXPECT_LE(run.search.low, cliff);
+    EXPECT_GT(run.search.high, cliff);
+  }
+}
+
+TEST(CollapseLengthSearch, TheOpeningGoesFirstAndIsTriedOnce) {
+  CollapseLengthSearch search = CollapseLengthSearch::starting(1248, std::nullopt);
+  search.opening = search.high;
+  const auto laidOut = runAgainstCliff(search, 1300);
+  EXPECT_EQ(laidOut.probes, 1);
+  EXPECT_EQ(laidOut.search.low, 1248);
+
+  EXPECT_EQ(search.nextProbe(), 1248);
+  const auto ejected = search.advancing(V::ejected, 1248);
+  EXPECT_EQ(ejected.high, 1248);
+  EXPECT_FALSE(ejected.opening.has_value());
+  EXPECT_EQ(ejected.nextProbe(), 640);
+  const auto run = runAgainstCliff(search, 700);
+  EXPECT_TRUE(run.search.isFinished());
+  EXPECT_LE(run.probes, 1 + 8);
+  EXPECT_LE(run.search.low, 700);
+  EXPECT_GT(run.search.high, 700);
+}
+
 // For any screen and any cliff the search settles within precision below the cliff, in no more
 // probes than halving the range needs.
 RC_GTEST_PROP(CollapseLengthSearchProperty, ConvergesOntoAnyCliff, ()) {

@@ -56,12 +56,18 @@ void CliffSearch::startCliffSearchIfNeeded(const CollapseAttempt& attempt) {
   searchUnlessRemembered(PerAppKey(attempt.screenKey, attempt.frontmostBundleID));
 }
 
+bool CliffSearch::remembers(const PerAppKey& pair) const {
+  const auto& lengths = lengths_.perAppLengths();
+  return lengths_.cliffRecordForCurrentScreens() || lengths.length(pair) || lengths.knownGoodMin(pair.screen());
+}
+
+bool CliffSearch::collapseLengthUnmeasured() const {
+  return !remembers(PerAppKey(screens_.collapseScreenKey(), chooser_.frontmostBundleID()));
+}
+
 void CliffSearch::searchUnlessRemembered(const PerAppKey& pair) {
   if (run_.has_value() || bar_.presentation != MenuBarPresentation::collapsed) return;
-  const auto& lengths = lengths_.perAppLengths();
-  bool remembered =
-      lengths_.cliffRecordForCurrentScreens() || lengths.length(pair) || lengths.knownGoodMin(pair.screen());
-  if (remembered && !cliffSearchOwed_) return;
+  if (remembers(pair) && !cliffSearchOwed_) return;
   beginCliffSearch(pendingStart());
 }
 
@@ -104,6 +110,9 @@ bool CliffSearch::beginCliffSearch(Start start) {
 
   items_.setSeparatorTitle("");
   items_.setSeparatorLength(Policy::cliffBaselineLength);
+  // A long always-hidden separator would push the app's menus aside while the baseline and the
+  // menus' end are read, and would be what the probes' verdicts measure on narrow screens.
+  items_.setAlwaysHiddenSeparatorLength(Policy::cliffBaselineLength);
   MenuBarLog::log(LogLine("search begin")
                       .integer("low", run_->search.low)
                       .integer("high", run_->search.high)
@@ -169,13 +178,22 @@ void CliffSearch::tightenCliffCeiling(double edge) {
 }
 
 // Before macOS 27 the bracket spans the whole room left of the separator; where the menus' end is
-// known, the first probes aim at it so the wide bracket costs no extra probes.
+// known, the first two probes land either side of it, close enough that their verdicts settle
+// the search. From macOS 27 the system lays out up to its half-screen limit, which the ceiling
+// already keeps under: the ceiling goes first and usually settles the search alone.
 void CliffSearch::aimAtMenus(double edge) {
-  if (!run_ || screens_.sizing() != Policy::PublicCollapseSizing::legacy) return;
+  if (!run_) return;
+  auto& search = run_->search;
+  if (screens_.sizing() != Policy::PublicCollapseSizing::legacy) {
+    search.opening = search.high;
+    MenuBarLog::log(LogLine("search aim").integer("ceiling", search.high));
+    return;
+  }
   auto menusRight = platform_.workspace().applicationMenusMaxX();
   if (!menusRight || *menusRight >= edge) return;
-  run_->search.menusMeetLength = edge - *menusRight;
-  MenuBarLog::log(LogLine("search aim").integer("meet", *run_->search.menusMeetLength).add("menusRight", *menusRight));
+  search.menusMeetLength = edge - *menusRight;
+  search.aimMargin = search.precision / 2;
+  MenuBarLog::log(LogLine("search aim").integer("meet", *search.menusMeetLength).add("menusRight", *menusRight));
 }
 
 // --- probing -------------------------------------------------------------------------------------------

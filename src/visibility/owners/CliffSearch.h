@@ -80,6 +80,9 @@ class CliffSearch {
   std::optional<double> searchedEjectionCap(const ScreenKey& screen) const;
 
   bool cliffSearchInFlight() const { return run_.has_value(); }
+  // Nothing measured for the current screens and frontmost app: a collapse now has only the
+  // unmeasured length, and a search follows it.
+  bool collapseLengthUnmeasured() const;
   // Probes made and searches started by every search of this run.
   int cliffProbesMade() const { return tally_.probesMade; }
   int cliffSearchesStarted() const { return tally_.searchesStarted; }
@@ -90,6 +93,7 @@ class CliffSearch {
 
  private:
   std::optional<std::string> calibrationBlockedReason() const;
+  bool remembers(const PerAppKey& pair) const;
   void searchUnlessRemembered(const PerAppKey& pair);
   Start pendingStart() const { return cliffSearchForced_ ? Start::forced : Start::unlessKnown; }
   void readCliffBaseline(unsigned long long generation);

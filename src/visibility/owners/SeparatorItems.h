@@ -54,6 +54,7 @@ class SeparatorItems {
   virtual double separatorLength() const = 0;
   virtual void setSeparatorLength(double length) = 0;
   virtual void setSeparatorTitle(const std::string& title) = 0;
+  virtual void setAlwaysHiddenSeparatorLength(double length) = 0;
 
   // Whether the three items stand in order, always-hidden separator left of the separator left of
   // the toggle; absent while their frames cannot tell (unread, or a separator still long).

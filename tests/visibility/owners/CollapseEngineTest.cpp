@@ -213,7 +213,7 @@ TEST_F(CollapseEngineTest, OneCollapseMakesOneAttemptThatTheRecoveryKeeps) {
 TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScreens) {
   boot();
   launch();
-  run(0.5);
+  run(0.3);
   ASSERT_TRUE(controller().collapseEngine().cliff().cliffSearchInFlight());
   desktop().setScreens({sim::SimScreenSetup{.width = 1728, .height = 1117, .notchWidth = 185}});
   run(4);
@@ -231,7 +231,7 @@ TEST_F(CollapseEngineTest, ChangingScreensMidSearchRestartsTheSearchOnTheNewScre
 TEST_F(CollapseEngineTest, ExpandingDuringTheSearchAbortsItAndTheNextCollapseSearchesAgain) {
   boot();
   launch();
-  run(0.7);
+  run(0.3);
   ASSERT_TRUE(controller().collapseEngine().cliff().cliffSearchInFlight());
   controller().toggleBar(ExpandDepth::normal);
   EXPECT_TRUE(controller().state().isExpanded);
