@@ -1,6 +1,6 @@
 // One keystroke in the Icon Shelf as the app takes it: the panel's search field hands the text
 // to the shelf's controller, which filters the rows, moves the selection to the best match and
-// rebuilds the panel. 500 rows: 100 applications with five icons each, read through
+// updates the panel. 500 rows: 100 applications with five icons each, read through
 // Accessibility as the shelf opens.
 
 #include <benchmark/benchmark.h>

@@ -70,7 +70,12 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
   cancellables_.push_back(m.keyboardSelectionID.subscribe(update));
   cancellables_.push_back(m.focusSearchRequest.subscribe(update));
   cancellables_.push_back(m.viewportWidth.subscribe(update));
-  cancellables_.push_back(m.items.subscribe(update));
+  cancellables_.push_back(m.items.subscribe([weak](const auto&) {
+    auto* self = weak.get();
+    if (!self) return;
+    self->rowViews_.reset();
+    self->updatePanel();
+  }));
   cancellables_.push_back(m.isLoading.subscribe(update));
   cancellables_.push_back(m.isDiscovering.subscribe(update));
   // Granted while the shelf is up: read the items at once.
@@ -84,7 +89,10 @@ MenuBarAccessController::MenuBarAccessController(Dependencies dependencies)
   }));
   cancellables_.push_back(m.errorKey.subscribe(update));
   cancellables_.push_back(defaultCenter_.addObserver(Notifications::appLanguageDidChange, [weak](const auto&) {
-    if (auto* self = weak.get()) self->updatePanel();
+    auto* self = weak.get();
+    if (!self) return;
+    self->rowViews_.reset();
+    self->updatePanel();
   }));
   cancellables_.push_back(defaultCenter_.addObserver(Notifications::menuBarCatalogDidChange, [weak](const auto&) {
     if (auto* self = weak.get()) self->updatePanel();
@@ -184,50 +192,77 @@ std::string MenuBarAccessController::rowName(const AccessibleStatusItem& item) c
   return item.ownerName.empty() ? item.ownerBundleID : item.ownerName;
 }
 
-platform::IconShelfViewState MenuBarAccessController::viewState() const { return viewState(model_->filtered()); }
+const std::vector<platform::IconShelfRow>& MenuBarAccessController::rowViews() {
+  if (rowViews_) return *rowViews_;
+  ++rowViewBuilds_;
+  std::vector<platform::IconShelfRow> rows;
+  rows.reserve(model_->items.get().size());
+  for (const auto& item : model_->items.get()) {
+    const auto entry = MenuBarAccessEntry::from(item);
+    platform::IconShelfRow row{
+        .id = item.id, .name = rowName(item), .iconPath = item.iconPath, .icon = rowIcon(entry, systemSymbol_)};
+    if (auto labelKey = entry.systemLabelKey(systemSymbol_)) row.systemLabel = tr(*labelKey);
+    row.accessibilityLabel = row.systemLabel ? row.name + ", " + *row.systemLabel : row.name;
+    rows.push_back(std::move(row));
+  }
+  rowViews_ = std::move(rows);
+  return *rowViews_;
+}
 
-platform::IconShelfViewState MenuBarAccessController::viewState(const std::vector<AccessibleStatusItem>& rows) const {
+const platform::IconShelfViewState& MenuBarAccessController::viewState() { return viewState(model_->filtered()); }
+
+const platform::IconShelfViewState& MenuBarAccessController::viewState(const std::vector<std::size_t>& positions) {
   const auto& m = *model_;
-  platform::IconShelfViewState state;
+  auto& state = panelState_;
   state.title = tr("iconbar.title");
+  state.tiers.resize(std::size(kTiers));
   std::vector<std::string> tierTitles;
-  for (auto tier : kTiers) {
-    state.tiers.push_back({.rawValue = std::string(rawValue(tier)),
-                           .title = tr(tierTitleKey(tier)),
-                           .selected = tier == m.selectedTier.get()});
-    tierTitles.push_back(state.tiers.back().title);
+  for (std::size_t index = 0; index < std::size(kTiers); ++index) {
+    const MenuBarAccessTier tier = kTiers[index];
+    state.tiers[index] = {.rawValue = std::string(rawValue(tier)),
+                          .title = tr(tierTitleKey(tier)),
+                          .selected = tier == m.selectedTier.get()};
+    tierTitles.push_back(state.tiers[index].title);
   }
   state.tierPickerWidth = m.tierPickerWidth(tierTitles);
   state.searchExpanded = m.searchExpanded.get();
   state.query = m.query.get();
   state.searchPlaceholder = tr("iconbar.search");
   state.focusSearchRequest = m.focusSearchRequest.get();
-  for (const auto& item : rows) {
-    const auto entry = MenuBarAccessEntry::from(item);
-    platform::IconShelfRow row{.id = item.id,
-                               .name = rowName(item),
-                               .iconPath = item.iconPath,
-                               .icon = rowIcon(entry, systemSymbol_),
-                               .selected = m.keyboardSelectionID.get() == item.id};
-    if (auto labelKey = entry.systemLabelKey(systemSymbol_)) row.systemLabel = tr(*labelKey);
-    row.accessibilityLabel = row.systemLabel ? row.name + ", " + *row.systemLabel : row.name;
-    state.rows.push_back(std::move(row));
+  const auto& views = rowViews();
+  const bool sameViews = shownRowViewBuild_ == rowViewBuilds_;
+  const auto& selection = m.keyboardSelectionID.get();
+  state.rows.resize(positions.size());
+  for (std::size_t index = 0; index < positions.size(); ++index) {
+    auto& row = state.rows[index];
+    const bool unchanged = sameViews && index < shownPositions_.size() && shownPositions_[index] == positions[index];
+    // Assigning over a row already there reuses its strings.
+    if (!unchanged) row = views[positions[index]];
+    row.selected = selection == row.id;
   }
+  shownPositions_ = positions;
+  shownRowViewBuild_ = rowViewBuilds_;
   state.rowWidth = m.viewportWidth.get();
   state.loading = m.isLoading.get();
   state.discovering = m.isDiscovering.get() || discoveryRunning();
   const auto& recovery = m.recoveryItems();
+  state.emptyText.reset();
+  state.permissionText.reset();
+  state.permissionButtonTitle.reset();
   if (!m.trusted.get()) {
     state.permissionText = tr("iconbar.permission_note");
     state.permissionButtonTitle = tr("iconbar.permission");
-  } else if (rows.empty() && !m.isLoading.get()) {
+  } else if (positions.empty() && !m.isLoading.get()) {
     if (!m.query.get().empty() && !m.items.get().empty()) {
       state.emptyText = tr("iconbar.no_results");
     } else if (MenuBarCatalogPolicy::showsItemsEmptyState(m.items.get().size(), 0, !recovery.empty())) {
       state.emptyText = tr("iconbar.empty");
     }
   }
+  state.errorText.reset();
   if (m.errorKey.get()) state.errorText = tr(*m.errorKey.get());
+  state.discoverTitle.reset();
+  state.discoverToolTip.reset();
   if (m.trusted.get()) {
     state.discoverTitle = tr("iconbar.discover");
     state.discoverToolTip = tr("iconbar.discover_tip");
@@ -237,6 +272,7 @@ platform::IconShelfViewState MenuBarAccessController::viewState(const std::vecto
   state.organizeWidth = m.organizeWidth(state.organizeTitle);
   state.panelHeight = m.panelHeight();
   state.anchor = bar_.ownItems().coachAnchor();
+  state.notch.reset();
   if (auto screen = bar_.ownItems().statusItemScreen()) state.notch = screen->notchRect();
   return state;
 }
@@ -254,13 +290,14 @@ void MenuBarAccessController::setQuery(const std::string& query) {
   panelUpdateHeld_ = false;
   if (!query.empty()) model_->searchExpanded = true;
   model_->query = query;
-  const auto rows = model_->filtered();
+  const auto positions = model_->filtered();
   // Typing selects the best row, so Return opens it at once.
-  model_->keyboardSelectionID = rows.empty() ? std::nullopt : std::optional<std::string>(rows.front().id);
+  model_->keyboardSelectionID =
+      positions.empty() ? std::nullopt : std::optional<std::string>(model_->items.get()[positions.front()].id);
   holdPanelUpdates_ = false;
   if (!std::exchange(panelUpdateHeld_, false)) return;
   auto& panel = platform_.userInterface().iconShelfPanel();
-  if (panel.isShown()) panel.update(viewState(rows));
+  if (panel.isShown()) panel.update(viewState(positions));
   permission_.setAsking(kShelfWindow, panel.isShown() && !model_->trusted.get());
 }
 

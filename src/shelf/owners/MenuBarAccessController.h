@@ -36,7 +36,7 @@ class MenuBarAccessController final {
   struct Dependencies {
     platform::Platform& platform;
     StatusItemManager& catalog;
-    const CategoryStore& categories;
+    CategoryStore& categories;
     StatusBarController& bar;
     LocalizationManager& localization;
     NotificationCenter& defaultCenter;
@@ -72,13 +72,18 @@ class MenuBarAccessController final {
   MenuBarAccessModel& model() { return *model_; }
   bool discoveryRunning() const { return discovery_ && discovery_->isRunning(); }
   bool menuSessionActive() const { return menuSession_ != nullptr; }
-  platform::IconShelfViewState viewState() const;
+  // How often the rows' own part of the panel (names, icons, labels) was built; typing reuses it.
+  int rowViewBuilds() const { return rowViewBuilds_; }
 
  private:
   platform::IconShelfActions actions();
   void updatePanel();
-  // The panel as it shows `rows`, the model's filtered rows.
-  platform::IconShelfViewState viewState(const std::vector<AccessibleStatusItem>& rows) const;
+  // The panel as it shows the model's rows at `positions` (its filtered rows), brought up to
+  // date in place.
+  const platform::IconShelfViewState& viewState(const std::vector<std::size_t>& positions);
+  const platform::IconShelfViewState& viewState();
+  // What the panel shows of every row but its selection, in the order of the model's rows.
+  const std::vector<platform::IconShelfRow>& rowViews();
   void schedulePanelUpdate();
   MenuBarDiscoverySession& discovery();
   void reveal(const std::string& owner, std::function<void(bool)> completion);
@@ -109,6 +114,14 @@ class MenuBarAccessController final {
   // While a keystroke changes several of the model's values, the panel is built once at its end.
   bool holdPanelUpdates_ = false;
   bool panelUpdateHeld_ = false;
+  // Rebuilt when the rows or the language change; the panel state is kept between updates so a
+  // keystroke reuses its strings and rows.
+  std::optional<std::vector<platform::IconShelfRow>> rowViews_;
+  int rowViewBuilds_ = 0;
+  platform::IconShelfViewState panelState_;
+  // Which row views `panelState_.rows` holds: a row still showing the same view is left as it is.
+  std::vector<std::size_t> shownPositions_;
+  int shownRowViewBuild_ = 0;
   WorkItem panelUpdateWork_;
   WorkItem revealWork_;
   Cancellables cancellables_;

@@ -199,20 +199,27 @@ MenuBarAccessModel::MenuBarAccessModel(Dependencies dependencies)
     if (auto* self = weak.get()) self->trusted = isTrusted;
   }));
   subscriptions_.push_back(items.subscribe([weak = weakFactory_.handle()](const std::vector<AccessibleStatusItem>& rows) {
-    auto* self = weak.get();
-    if (!self) return;
-    self->searchKeys_.clear();
-    self->searchKeys_.reserve(rows.size());
-    self->reachedOwners_.clear();
-    for (const auto& row : rows) {
-      self->searchKeys_.push_back(DrawerSearch::searchKey(row.ownerName, row.ownerBundleID));
-      self->reachedOwners_.insert(text::lowercased(row.ownerBundleID));
-    }
-    self->recovery_.reset();
+    if (auto* self = weak.get()) self->deriveFromRows(rows);
   }));
   subscriptions_.push_back(catalog_.items.subscribe([weak = weakFactory_.handle()](const auto&) {
     if (auto* self = weak.get()) self->recovery_.reset();
   }));
+  subscriptions_.push_back(categories_.observeChanges([weak = weakFactory_.handle()] {
+    if (auto* self = weak.get()) self->rowTiers_.reset();
+  }));
+}
+
+void MenuBarAccessModel::deriveFromRows(const std::vector<AccessibleStatusItem>& rows) {
+  ++rowDerivations_;
+  searchKeys_.clear();
+  searchKeys_.reserve(rows.size());
+  reachedOwners_.clear();
+  for (const auto& row : rows) {
+    searchKeys_.push_back(DrawerSearch::searchKey(row.ownerName, row.ownerBundleID));
+    reachedOwners_.insert(text::lowercased(row.ownerBundleID));
+  }
+  recovery_.reset();
+  rowTiers_.reset();
 }
 
 MenuBarAccessModel::~MenuBarAccessModel() { cancel(); }
@@ -448,46 +455,56 @@ void MenuBarAccessModel::cancel() {
   isLoading = false;
 }
 
-std::optional<std::string> MenuBarAccessModel::savedTier(std::string_view bundleID) const {
-  auto tier = categories_.savedCategory(bundleID);
-  if (!tier) return std::nullopt;
-  return std::string(rawValue(*tier));
+const std::vector<std::optional<MenuBarAccessTier>>& MenuBarAccessModel::rowTiers() const {
+  if (rowTiers_) return *rowTiers_;
+  ++rowDerivations_;
+  std::vector<std::optional<MenuBarAccessTier>> tiers;
+  tiers.reserve(items.get().size());
+  for (const auto& row : items.get()) {
+    std::optional<MenuBarAccessTier> tier;
+    if (!MenuBarAccessEntry::ownedBySystem(row.ownerBundleID)) {
+      if (auto saved = categories_.savedCategory(row.ownerBundleID)) tier = menuBarAccessTier(rawValue(*saved));
+    }
+    tiers.push_back(tier);
+  }
+  rowTiers_ = std::move(tiers);
+  return *rowTiers_;
 }
 
-std::vector<AccessibleStatusItem> MenuBarAccessModel::filtered() const {
+std::vector<std::size_t> MenuBarAccessModel::filtered() const {
   const MenuBarAccessTier tier = selectedTier.get();
   std::vector<std::string> pieces;
   for (std::string_view word : text::words(query.get())) pieces.push_back(DrawerSearch::fold(word));
   const auto& rows = items.get();
+  const auto* tiers = tier == MenuBarAccessTier::all ? nullptr : &rowTiers();
   // Best match first (the sum of each word's rank), ties in scan order: typing then selects the
-  // row that matches best, whatever its place in the bar.
-  std::vector<std::pair<int, std::size_t>> ranked;
+  // row that matches best, whatever its place in the bar. A rank is small, so the rows are
+  // ordered by counting them per rank.
+  std::vector<int> totals(rows.size(), -1);
+  std::vector<std::size_t> perRank(pieces.size() * DrawerSearch::worstRank + 2, 0);
   for (std::size_t index = 0; index < rows.size(); ++index) {
-    const auto& item = rows[index];
-    if (tier != MenuBarAccessTier::all) {
-      if (MenuBarAccessEntry::ownedBySystem(item.ownerBundleID)) continue;
-      auto saved = savedTier(item.ownerBundleID);
-      auto savedAsTier = saved ? menuBarAccessTier(*saved) : std::nullopt;
-      if (!savedAsTier || savedAsTier == MenuBarAccessTier::all || *savedAsTier != tier) continue;
-    }
+    if (tiers && (*tiers)[index] != tier) continue;
     int total = 0;
     const bool matches = std::all_of(pieces.begin(), pieces.end(), [&](const std::string& piece) {
       auto rank = DrawerSearch::rankKey(piece, searchKeys_[index]);
       if (rank) total += *rank;
       return rank.has_value();
     });
-    if (matches) ranked.emplace_back(total, index);
+    if (!matches) continue;
+    totals[index] = total;
+    ++perRank[static_cast<std::size_t>(total) + 1];
   }
-  std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  std::vector<AccessibleStatusItem> out;
-  out.reserve(ranked.size());
-  for (const auto& entry : ranked) out.push_back(rows[entry.second]);
+  for (std::size_t rank = 1; rank < perRank.size(); ++rank) perRank[rank] += perRank[rank - 1];
+  std::vector<std::size_t> out(perRank.back());
+  for (std::size_t index = 0; index < rows.size(); ++index) {
+    if (totals[index] >= 0) out[perRank[static_cast<std::size_t>(totals[index])]++] = index;
+  }
   return out;
 }
 
 std::vector<std::string> MenuBarAccessModel::displayedIDs() const {
   std::vector<std::string> ids;
-  for (const auto& item : filtered()) ids.push_back(item.id);
+  for (const std::size_t position : filtered()) ids.push_back(items.get()[position].id);
   return ids;
 }
 

@@ -52,7 +52,7 @@ class MenuBarAccessModel {
     platform::Platform& platform;
     StatusItemManager& catalog;
     // The saved zones the tier filter reads.
-    const CategoryStore& categories;
+    CategoryStore& categories;
     AccessibilityPermission& permission;
   };
   explicit MenuBarAccessModel(Dependencies dependencies);
@@ -92,7 +92,8 @@ class MenuBarAccessModel {
   void updateTrust();
 
   // --- derived
-  std::vector<AccessibleStatusItem> filtered() const;
+  // Positions in `items` of the rows the tier and the query let through, best match first.
+  std::vector<std::size_t> filtered() const;
   std::vector<std::string> displayedIDs() const;
   // Catalogue applications the scan reached no item of, which discovery can reveal. Kept until
   // the rows or the catalogue change: every panel update asks, typing changes neither.
@@ -102,6 +103,9 @@ class MenuBarAccessModel {
   double organizeWidth(const std::string& title) const;
   const AccessibleStatusItem* item(const std::string& id) const;
   std::optional<bool> actionResult() const { return actionResult_; }
+  // How often what depends on the rows alone (search keys, reached owners, saved zones) was
+  // derived again; typing must leave it alone.
+  int rowDerivations() const { return rowDerivations_; }
   bool actionInFlight() const { return actionOperation_ != nullptr; }
 
   // --- Accessibility reads, any thread
@@ -136,17 +140,22 @@ class MenuBarAccessModel {
   std::shared_ptr<ActionRun> startAction(const AccessibleStatusItem& item, WillPerform willPerform,
                                          std::function<void()> beforeClick, std::function<void(bool)> completion);
   std::vector<ScanTarget> scanTargets() const;
-  std::optional<std::string> savedTier(std::string_view bundleID) const;
+  void deriveFromRows(const std::vector<AccessibleStatusItem>& rows);
+  const std::vector<std::optional<MenuBarAccessTier>>& rowTiers() const;
 
   platform::Platform& platform_;
   StatusItemManager& catalog_;
-  const CategoryStore& categories_;
+  CategoryStore& categories_;
   AccessibilityPermission& permission_;
   // `items` in comparison form, rebuilt whenever the rows change, so typing only compares.
   std::vector<DrawerSearch::SearchKey> searchKeys_;
   // The owners `items` reached, lower-cased, rebuilt with the search keys.
   std::set<std::string> reachedOwners_;
   mutable std::optional<std::vector<MenuBarAppItem>> recovery_;
+  // The zone each row's owner is saved in, none for the system's; kept until the rows or the
+  // saved zones change, so a tier filter compares instead of resolving identifiers.
+  mutable std::optional<std::vector<std::optional<MenuBarAccessTier>>> rowTiers_;
+  mutable int rowDerivations_ = 0;
   Cancellables subscriptions_;
   MainThreadChecker mainThread_;
   std::shared_ptr<platform::SerialQueue> scanQueue_;

@@ -69,6 +69,47 @@ TEST_F(IconShelfTest, TypingListsTheBestMatchFirstAndSelectsIt) {
   }
 }
 
+// A keystroke only compares: the rows' search keys, saved zones and panel rows are derived when
+// the rows or the zones change, never per keystroke, and a change of either is not missed.
+TEST_F(IconShelfTest, TypingReusesWhatOnlyTheRowsDecide) {
+  start({app("com.example.notes", "Notes Sync", 40), app("com.example.sync", "Sync", 45), app("com.example.c", "Cloud", 50)});
+  shelf().showShelf(std::nullopt);
+  run(0.1);
+  ASSERT_EQ(rowNames().size(), 3u);
+  const auto& model = shelf().model();
+  const int derivations = model.rowDerivations();
+  const int rowViewBuilds = shelf().rowViewBuilds();
+  for (const char* query : {"s", "sy", "syn", "sync", "", "cl"}) shelf().setQuery(query);
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Cloud"});
+  shelf().selectTier(MenuBarAccessTier::hidden);
+  shelf().setQuery("");
+  shelf().setQuery("c");
+  EXPECT_TRUE(rowNames().empty());
+  EXPECT_EQ(model.rowDerivations(), derivations + 1);  // the zones, read once for the tier filter
+  EXPECT_EQ(shelf().rowViewBuilds(), rowViewBuilds);
+
+  // A zone saved while the shelf is open counts from the next keystroke on.
+  session().delegate()->environment()->categoryStore().setCategory("com.example.c", ItemCategory::hidden);
+  shelf().setQuery("");
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Cloud"});
+  shelf().selectTier(MenuBarAccessTier::all);
+
+  // New rows are derived once, and typing finds them.
+  desktop().addApp(app("com.example.d", "Drive", 55));
+  shelf().model().refresh(MenuBarAccessModel::RetainMissing::yes, MenuBarAccessModel::Diagnostics::off);
+  run(1);
+  ASSERT_EQ(rowNames().size(), 4u);
+  const int rescanned = model.rowDerivations();
+  const int rebuilt = shelf().rowViewBuilds();
+  EXPECT_GT(rebuilt, rowViewBuilds);
+  for (const char* query : {"d", "dr", "drive"}) shelf().setQuery(query);
+  EXPECT_EQ(rowNames(), std::vector<std::string>{"Drive"});
+  ASSERT_EQ(panel().rows.size(), 1u);
+  EXPECT_TRUE(panel().rows.front().selected);
+  EXPECT_EQ(model.rowDerivations(), rescanned);
+  EXPECT_EQ(shelf().rowViewBuilds(), rebuilt);
+}
+
 // An input method types the ideographic space; pasted text brings no-break and em spaces.
 TEST_F(IconShelfTest, EveryUnicodeSpaceSeparatesSearchWords) {
   start({app("com.tencent.xinWeChat", "微信", 40), app("com.example.dw", "Deep Work", 45), app("com.example.c", "Cloud", 50)});
