@@ -23,7 +23,6 @@ std::optional<std::string> pinyinInitials(std::string_view name);
 
 // 0 exact (or an empty query), 1 prefix, 2 substring of the name, 3 substring of the bundle
 // identifier, 4 substring of the pinyin initials; absent when nothing matches. Lower is better.
-inline constexpr int worstRank = 4;
 std::optional<int> rank(std::string_view query, std::string_view name, std::string_view bundleID);
 // The same for a query already folded, so a list is ranked with one fold of the query.
 std::optional<int> rankFolded(std::string_view foldedQuery, std::string_view name, std::string_view bundleID);

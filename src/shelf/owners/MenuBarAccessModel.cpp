@@ -478,10 +478,8 @@ std::vector<std::size_t> MenuBarAccessModel::filtered() const {
   const auto& rows = items.get();
   const auto* tiers = tier == MenuBarAccessTier::all ? nullptr : &rowTiers();
   // Best match first (the sum of each word's rank), ties in scan order: typing then selects the
-  // row that matches best, whatever its place in the bar. A rank is small, so the rows are
-  // ordered by counting them per rank.
-  std::vector<int> totals(rows.size(), -1);
-  std::vector<std::size_t> perRank(pieces.size() * DrawerSearch::worstRank + 2, 0);
+  // row that matches best, whatever its place in the bar.
+  std::vector<std::pair<int, std::size_t>> ranked;
   for (std::size_t index = 0; index < rows.size(); ++index) {
     if (tiers && (*tiers)[index] != tier) continue;
     int total = 0;
@@ -490,15 +488,12 @@ std::vector<std::size_t> MenuBarAccessModel::filtered() const {
       if (rank) total += *rank;
       return rank.has_value();
     });
-    if (!matches) continue;
-    totals[index] = total;
-    ++perRank[static_cast<std::size_t>(total) + 1];
+    if (matches) ranked.emplace_back(total, index);
   }
-  for (std::size_t rank = 1; rank < perRank.size(); ++rank) perRank[rank] += perRank[rank - 1];
-  std::vector<std::size_t> out(perRank.back());
-  for (std::size_t index = 0; index < rows.size(); ++index) {
-    if (totals[index] >= 0) out[perRank[static_cast<std::size_t>(totals[index])]++] = index;
-  }
+  std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::size_t> out;
+  out.reserve(ranked.size());
+  for (const auto& entry : ranked) out.push_back(entry.second);
   return out;
 }
 
